@@ -23,11 +23,9 @@
 #endif
 
 #ifdef __cplusplus
-#define VDX_NOEXCEPT noexcept
 #define VDX_BEGIN_DECLS extern "C" {
 #define VDX_END_DECLS }
 #else
-#define VDX_NOEXCEPT
 #define VDX_BEGIN_DECLS
 #define VDX_END_DECLS
 #endif
@@ -195,7 +193,7 @@ typedef struct vdx_varbin {
  * Returns VDX_SUCCESS or one of the negative codes above. */
 typedef int32_t vdx_conversion(vdx_context *context, const vdx_datafmt *source_format,
                                const void *source, const vdx_datafmt *destination_format,
-                               void *destination, int32_t *length) VDX_NOEXCEPT;
+                               void *destination, int32_t *length);
 typedef vdx_conversion *vdx_convfn;
 
 struct vdx_extension; /* one installed conversion of a user datatype; the library's */

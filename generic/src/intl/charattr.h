@@ -1,0 +1,74 @@
+// Attributes of a character set: how long a character is, the single byte it folds to, its class.
+#ifndef VDX_INTL_CHARATTR_H
+#define VDX_INTL_CHARATTR_H
+
+#include <cstdint>
+
+#include "vdxcomn/types.h"
+
+namespace vdx {
+
+enum CharClass : std::uint8_t {
+  kClassUpper = 1,
+  kClassLower = 2,
+  kClassLetter = 4,  // also letters without case
+  kClassDigit = 8,
+  kClassBlank = 16,
+  kClassCurrency = 32,
+  kClassPunctuation = 64,
+};
+
+// What is known of the 256 characters that share a lead byte (or have none).
+struct CharPage {
+  std::uint8_t fold[256];   // the single byte that the character folds to; 0 where there is none
+  std::uint8_t bits[256];   // CharClass bits
+};
+
+}  // namespace vdx
+
+struct vdx_charattr {
+  std::int32_t max_bytes;              // of one character; 1 means that each byte is a character
+  std::uint8_t lead_class[256];        // low nibble: bytes of a character that starts so
+  const vdx::CharPage* single;         // characters of one byte
+  const vdx::CharPage* const* pages;   // by lead byte, null where a lead byte has none; null array for single-byte sets
+  // upper and lower case of single bytes; letters of longer characters keep their case
+  const std::uint8_t* to_upper;
+  const std::uint8_t* to_lower;
+};
+
+namespace vdx {
+
+// A set in which a two-byte lead followed by an ASCII digit starts a four-byte character.
+inline bool is_four_byte_set(const vdx_charattr& attributes) {
+  return (attributes.lead_class[255] >> 4) == 15;
+}
+
+// Bytes of the character at p, of which `left` (at least 1) bytes are there; never more than left.
+inline std::int32_t char_bytes(const vdx_charattr& attributes, const std::uint8_t* p, std::int64_t left) {
+  std::int32_t n = attributes.lead_class[*p] & 15;
+  if (n == 2 && left > 1 && is_four_byte_set(attributes) && p[1] >= '0' && p[1] <= '9') n = 4;
+  if (n < 1) n = 1;
+  return n <= left ? n : static_cast<std::int32_t>(left);
+}
+
+// The single byte that the n-byte character at p folds to, 0 where there is none.
+inline std::uint8_t char_fold(const vdx_charattr& attributes, const std::uint8_t* p, std::int32_t n) {
+  if (n == 1) return attributes.max_bytes > 1 ? attributes.single->fold[*p] : *p;
+  if (n != 2 || attributes.pages == nullptr) return 0;
+  const CharPage* page = attributes.pages[*p];
+  return page == nullptr ? std::uint8_t{0} : page->fold[p[1]];
+}
+
+inline std::uint8_t char_class(const vdx_charattr& attributes, const std::uint8_t* p, std::int32_t n) {
+  if (n == 1) return attributes.single->bits[*p];
+  if (n != 2 || attributes.pages == nullptr) return 0;
+  const CharPage* page = attributes.pages[*p];
+  return page == nullptr ? std::uint8_t{0} : page->bits[p[1]];
+}
+
+// The built-in default: ISO 8859-1, one byte a character.
+extern const vdx_charattr kLatin1;
+
+}  // namespace vdx
+
+#endif
