@@ -177,9 +177,9 @@ void contender(const std::string& row, const std::string& name, Body body, Prepa
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kItems));
     // Seconds an item; the console shows it with a unit.
-    state.counters["per_item"] = benchmark::Counter(
-        static_cast<double>(state.iterations()) * static_cast<double>(kItems),
-        benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["per_item"] =
+        benchmark::Counter(static_cast<double>(state.iterations()) * static_cast<double>(kItems),
+                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
     if (failures != 0)
       state.SkipWithError("the operation failed on some items");
     else if (!verify())

@@ -40,16 +40,15 @@ struct ConversionCall {
 template <class Item>
 void our_parse(const std::string& row, std::int32_t to, const Texts& texts,
                std::vector<Item>& results, const std::vector<Item>& expected) {
-  auto& call =
-      keep<ConversionCall>(VDX_CHAR, 1, to, static_cast<std::int32_t>(sizeof(Item)));
-  value_contender(row, "ours", results, expected,
-                  [&call, function = call.function, in = texts.data(),
-                   out = results.data()](std::size_t i) {
-                    std::int32_t length;
-                    call.source.maxlength = in[i].length;
-                    return function(&call.context, &call.source, in[i].data, &call.destination,
-                                    out + i, &length) == VDX_SUCCESS;
-                  });
+  auto& call = keep<ConversionCall>(VDX_CHAR, 1, to, static_cast<std::int32_t>(sizeof(Item)));
+  value_contender(
+      row, "ours", results, expected,
+      [&call, function = call.function, in = texts.data(), out = results.data()](std::size_t i) {
+        std::int32_t length;
+        call.source.maxlength = in[i].length;
+        return function(&call.context, &call.source, in[i].data, &call.destination, out + i,
+                        &length) == VDX_SUCCESS;
+      });
 }
 
 // A value of fixed size to text, neither padded nor terminated.

@@ -26,15 +26,15 @@ namespace {
 using bench::keep;
 using bench::keep_all;
 using bench::kItems;
-using bench::text_contender;
 using bench::Text;
+using bench::text_contender;
 using bench::Texts;
 using bench::TextSlots;
 using bench::value_contender;
 
 template <class To>
-void checked_call_rows(const std::string& row, std::int32_t to, int max_digits,
-                       std::uint64_t limit, vdx_conversion* checked, vdx_conversion* unchecked) {
+void checked_call_rows(const std::string& row, std::int32_t to, int max_digits, std::uint64_t limit,
+                       vdx_conversion* checked, vdx_conversion* unchecked) {
   auto& values = keep_all(bench::mixed_digits<std::int32_t>(11, max_digits, limit));
   auto& expected = keep_all(std::vector<To>(kItems));
   for (std::size_t i = 0; i < kItems; ++i) expected[i] = static_cast<To>(values[i]);

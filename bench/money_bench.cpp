@@ -23,8 +23,8 @@ namespace {
 using bench::keep;
 using bench::keep_all;
 using bench::kItems;
-using bench::text_contender;
 using bench::Text;
+using bench::text_contender;
 using bench::Texts;
 using bench::TextSlots;
 using bench::value_contender;
@@ -119,10 +119,8 @@ void arithmetic_rows(const std::string& row, const char* peer_name,
   const auto& money_expected = keep_all(to_money(expected));
   auto& money_results = keep_all(std::vector<vdx_money>(kItems));
   value_contender(row, "ours", money_results, money_expected,
-                  [p = money_a.data(), q = money_b.data(),
-                   r = money_results.data()](std::size_t i) {
-                    return Ours(p + i, q + i, r + i) == VDX_SUCCESS;
-                  });
+                  [p = money_a.data(), q = money_b.data(), r = money_results.data()](
+                      std::size_t i) { return Ours(p + i, q + i, r + i) == VDX_SUCCESS; });
   value_contender(row, peer_name, results, expected,
                   [x, y, out](std::size_t i) { return Peer(x[i], y[i], out + i); });
 #ifdef VDX_PEER_GMP
@@ -216,9 +214,8 @@ void money_to_text_rows(const std::vector<std::int64_t>& values) {
   const auto& plain = keep_all(
       bench::formatted(values, [](std::int64_t value) { return plain_text(value, 2, false); }));
   bench::our_format("money_to_text", VDX_MONEY, money, results, plain);
-  add_writer("money_to_text", plain, [](char* at, std::int64_t value) {
-    return write_two_places(at, value);
-  });
+  add_writer("money_to_text", plain,
+             [](char* at, std::int64_t value) { return write_two_places(at, value); });
 #ifdef VDX_PEER_PGTYPES
   text_contender("money_to_text", "pgtypes", results, plain,
                  [=, from = keep<PgNumerics>(values).data()](std::size_t i) {
@@ -244,9 +241,8 @@ void money_to_text_rows(const std::vector<std::int64_t>& values) {
         return true;
       },
       true);
-  add_writer("money_to_text_separators", separated, [](char* at, std::int64_t value) {
-    return write_two_places_separated(at, value);
-  });
+  add_writer("money_to_text_separators", separated,
+             [](char* at, std::int64_t value) { return write_two_places_separated(at, value); });
 }
 
 // Sign, digits, point, four digits.

@@ -18,7 +18,7 @@ import statistics
 import subprocess
 import sys
 
-# Row as the programs name it, what it measures, and the ratio to the fastest peer that it should reach.
+# Row as the programs name it, what it measures, the ratio to the fastest peer to reach.
 ROWS = [
     ("i4_to_i8", "one checked conversion, `i4` to `i8`", 1.0),
     ("i4_to_i2", "one checked conversion, `i4` to `i2` in range", 1.0),
@@ -106,7 +106,7 @@ def describe(title, reach, contenders):
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--rounds", type=int, default=9)
-    parser.add_argument("--min-time", type=float, default=0.05, help="seconds a contender and round")
+    parser.add_argument("--min-time", type=float, default=0.05, help="seconds a contender")
     parser.add_argument("--filter", help="only the benchmarks (row/contender) that match")
     parser.add_argument("--output", help="file for the table, instead of standard output")
     parser.add_argument("program", nargs="+")
