@@ -11,7 +11,8 @@ import pathlib
 import sys
 import unicodedata
 
-TARGET = pathlib.Path(__file__).resolve().parent.parent / "generic/src/intl/charset_tables_generated.inc"
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+TARGET = ROOT / "generic/src/intl/charset_tables_generated.inc"
 UPPER, LOWER, LETTER, DIGIT, BLANK, CURRENCY, PUNCTUATION = 1, 2, 4, 8, 16, 32, 64
 
 
@@ -44,9 +45,11 @@ def decode(codec, data):
         text = data.decode(codec)
     except UnicodeDecodeError:
         return None
+    if len(text) != 1:
+        return None
     # A private-use or control code is a byte that the set leaves open.
-    return ord(text) if len(text) == 1 and (ord(text) < 0x80 or
-                                            unicodedata.category(text) not in ("Co", "Cc")) else None
+    is_open = ord(text) >= 0x80 and unicodedata.category(text) in ("Co", "Cc")
+    return None if is_open else ord(text)
 
 
 def page(codec, lead=b"", identity=False):
@@ -119,8 +122,9 @@ def main():
                 name, rows(by_lead)))
     tables.append("constexpr CharRun kUtf8Runs[] = {\n%s\n};\n" % rows(
         "{%d, %d, %d, %d}" % tuple(run) for run in runs()))
-    text = ("// Written by scripts/charset_tables.py from Unicode %s; run it again instead of editing.\n"
-            "// clang-format off\n\n%s" % (unicodedata.unidata_version, "\n".join(pages.text + tables)))
+    text = ("// Written by scripts/charset_tables.py from Unicode %s; run it instead of editing.\n"
+            "// clang-format off\n\n%s" % (
+                unicodedata.unidata_version, "\n".join(pages.text + tables)))
     if "--check" in sys.argv[1:]:
         return 0 if TARGET.exists() and TARGET.read_text() == text else 1
     TARGET.write_text(text)

@@ -50,7 +50,8 @@ VDX_API void com_perr(const char *message);
 VDX_API int32_t com_errtrace(int32_t value, const char *file, int32_t line);
 
 /* Sets the trace mode: 1 prints nothing (the default), 2 all but success, pending, interrupt and
- * the three ends of data, 3 everything. Any other mode is a failed assertion and changes nothing. */
+ * the three ends of data, 3 everything. Any other mode is a failed assertion and changes
+ * nothing. */
 VDX_API void com_errset(int32_t mode);
 
 /* Writes text formatted as by printf to the debug stream and flushes it. Returns 1. */

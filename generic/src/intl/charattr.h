@@ -78,8 +78,8 @@ std::uint8_t long_char_class(const vdx_charattr& attributes, const std::uint8_t*
 inline std::uint8_t char_fold(const vdx_charattr& attributes, const std::uint8_t* p,
                               std::int32_t n) {
   if (n == 1) return attributes.max_bytes > 1 ? attributes.single->fold[*p] : *p;
-  if (n != 2) return attributes.runs == nullptr ? std::uint8_t{0} : long_char_fold(attributes, p, n);
-  if (attributes.pages == nullptr) return 0;
+  if (n > 2 && attributes.runs != nullptr) return long_char_fold(attributes, p, n);
+  if (n != 2 || attributes.pages == nullptr) return 0;
   const CharPage* page = attributes.pages[*p];
   return page == nullptr ? std::uint8_t{0} : page->fold[p[1]];
 }
@@ -88,8 +88,8 @@ inline std::uint8_t char_fold(const vdx_charattr& attributes, const std::uint8_t
 inline std::uint8_t char_class(const vdx_charattr& attributes, const std::uint8_t* p,
                                std::int32_t n) {
   if (n == 1) return attributes.single->bits[*p];
-  if (n != 2) return attributes.runs == nullptr ? std::uint8_t{0} : long_char_class(attributes, p, n);
-  if (attributes.pages == nullptr) return 0;
+  if (n > 2 && attributes.runs != nullptr) return long_char_class(attributes, p, n);
+  if (n != 2 || attributes.pages == nullptr) return 0;
   const CharPage* page = attributes.pages[*p];
   return page == nullptr ? std::uint8_t{0} : page->bits[p[1]];
 }
@@ -105,9 +105,11 @@ struct NamedCharset {
   const vdx_charattr* attributes;
 };
 
-// The set of a zero-terminated name ("iso_1", "ascii", "utf8", "sjis"); null for any other.
+// "iso_1", the default, "ascii", "utf8" and "sjis".
+extern const NamedCharset kCharsets[4];
+
+// The set of a zero-terminated name; null where there is none of that name.
 const NamedCharset* find_charset(const char* name);
-extern const NamedCharset* const kDefaultCharset;
 
 }  // namespace vdx
 

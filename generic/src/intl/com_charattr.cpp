@@ -17,7 +17,8 @@ using ByteTable = std::array<std::uint8_t, 256>;
 constexpr ByteTable upper_table(const CharPage& page) {
   ByteTable table{};
   for (std::size_t c = 0; c < 256; ++c) {
-    const bool has_upper = (page.bits[c] & kClassLower) != 0 && (page.bits[c - 32] & kClassUpper) != 0;
+    const bool has_upper =
+        (page.bits[c] & kClassLower) != 0 && (page.bits[c - 32] & kClassUpper) != 0;
     table[c] = static_cast<std::uint8_t>(has_upper ? c - 32 : c);
   }
   return table;
@@ -88,12 +89,8 @@ constexpr vdx_charattr kAscii = make_set<kAsciiSingle>(kNoLeads, nullptr);
 constexpr vdx_charattr kUtf8 = make_utf8();
 constexpr vdx_charattr kSjis = make_set<kSjisSingle>(kSjisLeads, kSjisPages);
 
-namespace {
-constexpr NamedCharset kCharsets[] = {
+constexpr NamedCharset kCharsets[4] = {
     {"iso_1", &kLatin1}, {"ascii", &kAscii}, {"utf8", &kUtf8}, {"sjis", &kSjis}};
-}
-
-constexpr const NamedCharset* kDefaultCharset = &kCharsets[0];
 
 const NamedCharset* find_charset(const char* name) {
   for (const NamedCharset& charset : kCharsets)
