@@ -1,4 +1,4 @@
-# cmake --install: headers, both libraries, the CMake package, the pkg-config file, the tool.
+# cmake --install: headers, both libraries, the CMake package, the pkg-config file.
 # Every install directory may be relative to the prefix or absolute.
 
 set(vdx_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vdxcomn)
@@ -38,9 +38,3 @@ list(APPEND vdx_pc_private ${CMAKE_THREAD_LIBS_INIT})
 list(JOIN vdx_pc_private " " vdx_pc_private)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/vdxcomn.pc.in ${PROJECT_BINARY_DIR}/vdxcomn.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vdxcomn.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-
-if(TARGET vdxconv)
-  install(TARGETS vdxconv RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  install(FILES ${PROJECT_SOURCE_DIR}/tools/vdxconv/vdxconv.1
-          DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-endif()
