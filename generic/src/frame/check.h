@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "frame/trace.h"
 #include "vdxcomn/frame.h"
 
 namespace vdx {
@@ -44,6 +45,6 @@ consteval const char* base_name(const char* path) {
   } while (false)
 
 // A status function returns through the tracer.
-#define VDX_TRACE(value) com_errtrace((value), VDX_FILE, __LINE__)
+#define VDX_TRACE(value) ::vdx::trace((value), VDX_FILE, __LINE__)
 
 #endif

@@ -24,16 +24,28 @@ struct CharPage {
   std::uint8_t bits[256];   // CharClass bits
 };
 
+// Neighbouring characters of three or more bytes that are of one class, by code point.
+struct CharRun {
+  std::uint32_t first;
+  std::uint32_t last;
+  std::uint8_t bits;
+  std::uint8_t fold;  // of the first, the next one folds to fold + 1 and so on; 0: none of them
+};
+
 }  // namespace vdx
 
 struct vdx_charattr {
   std::int32_t max_bytes;              // of one character; 1 means that each byte is a character
   std::uint8_t lead_class[256];        // low nibble: bytes of a character that starts so
   const vdx::CharPage* single;         // characters of one byte
-  const vdx::CharPage* const* pages;   // by lead byte, null where a lead byte has none; null array for single-byte sets
+  // by lead byte, null where a lead byte has none; null array for single-byte sets
+  const vdx::CharPage* const* pages;
   // upper and lower case of single bytes; letters of longer characters keep their case
   const std::uint8_t* to_upper;
   const std::uint8_t* to_lower;
+  // UTF-8 alone: characters of three and four bytes, ascending
+  const vdx::CharRun* runs = nullptr;
+  std::int32_t run_count = 0;
 };
 
 namespace vdx {
@@ -43,31 +55,61 @@ inline bool is_four_byte_set(const vdx_charattr& attributes) {
   return (attributes.lead_class[255] >> 4) == 15;
 }
 
-// Bytes of the character at p, of which `left` (at least 1) bytes are there; never more than left.
-inline std::int32_t char_bytes(const vdx_charattr& attributes, const std::uint8_t* p, std::int64_t left) {
-  std::int32_t n = attributes.lead_class[*p] & 15;
-  if (n == 2 && left > 1 && is_four_byte_set(attributes) && p[1] >= '0' && p[1] <= '9') n = 4;
-  if (n < 1) n = 1;
+// Bytes that the character at p has when it is whole; `left` (at least 1) of them are there.
+inline std::int32_t whole_char_bytes(const vdx_charattr& attributes, const std::uint8_t* p,
+                                     std::int64_t left) {
+  const std::int32_t n = attributes.lead_class[*p] & 15;
+  if (n == 2 && left > 1 && is_four_byte_set(attributes) && p[1] >= '0' && p[1] <= '9') return 4;
+  return n < 1 ? 1 : n;
+}
+
+// The same, but never more than `left`.
+inline std::int32_t char_bytes(const vdx_charattr& attributes, const std::uint8_t* p,
+                               std::int64_t left) {
+  const std::int32_t n = whole_char_bytes(attributes, p, left);
   return n <= left ? n : static_cast<std::int32_t>(left);
 }
 
+// The fold and the class of a character of three or four bytes.
+std::uint8_t long_char_fold(const vdx_charattr& attributes, const std::uint8_t* p, std::int32_t n);
+std::uint8_t long_char_class(const vdx_charattr& attributes, const std::uint8_t* p, std::int32_t n);
+
 // The single byte that the n-byte character at p folds to, 0 where there is none.
-inline std::uint8_t char_fold(const vdx_charattr& attributes, const std::uint8_t* p, std::int32_t n) {
+inline std::uint8_t char_fold(const vdx_charattr& attributes, const std::uint8_t* p,
+                              std::int32_t n) {
   if (n == 1) return attributes.max_bytes > 1 ? attributes.single->fold[*p] : *p;
+  if (n > 2 && attributes.runs != nullptr) return long_char_fold(attributes, p, n);
   if (n != 2 || attributes.pages == nullptr) return 0;
   const CharPage* page = attributes.pages[*p];
   return page == nullptr ? std::uint8_t{0} : page->fold[p[1]];
 }
 
-inline std::uint8_t char_class(const vdx_charattr& attributes, const std::uint8_t* p, std::int32_t n) {
+// Its CharClass bits.
+inline std::uint8_t char_class(const vdx_charattr& attributes, const std::uint8_t* p,
+                               std::int32_t n) {
   if (n == 1) return attributes.single->bits[*p];
+  if (n > 2 && attributes.runs != nullptr) return long_char_class(attributes, p, n);
   if (n != 2 || attributes.pages == nullptr) return 0;
   const CharPage* page = attributes.pages[*p];
   return page == nullptr ? std::uint8_t{0} : page->bits[p[1]];
 }
 
-// The built-in default: ISO 8859-1, one byte a character.
+// The built-in sets. ISO 8859-1, one byte a character, is the process-wide default.
 extern const vdx_charattr kLatin1;
+extern const vdx_charattr kAscii;
+extern const vdx_charattr kUtf8;
+extern const vdx_charattr kSjis;
+
+struct NamedCharset {
+  const char* name;
+  const vdx_charattr* attributes;
+};
+
+// "iso_1", the default, "ascii", "utf8" and "sjis".
+extern const NamedCharset kCharsets[4];
+
+// The set of a zero-terminated name; null where there is none of that name.
+const NamedCharset* find_charset(const char* name);
 
 }  // namespace vdx
 

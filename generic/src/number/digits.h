@@ -7,6 +7,7 @@
 #define VDX_NUMBER_DIGITS_H
 
 #include <bit>
+#include <concepts>
 #include <cstdint>
 #include <cstring>
 
@@ -164,6 +165,14 @@ struct ShortText {
   std::uint64_t words[3];
   std::uint32_t length;  // 1 to 24
 };
+
+// The distance of an integer from zero.
+template <std::integral T>
+constexpr std::uint64_t magnitude_of(T value) {
+  const auto wide = static_cast<std::uint64_t>(value);
+  if constexpr (std::is_signed_v<T>) return value < 0 ? 0 - wide : wide;
+  return wide;
+}
 
 // The text of an integer: digits without leading zeros, a minus sign before them if asked for.
 inline ShortText integer_text(std::uint64_t magnitude, bool negative) {

@@ -1,0 +1,223 @@
+#include <algorithm>
+#include <cstdlib>
+
+#include "convert/matrix.h"
+#include "frame/allocate.h"
+#include "frame/check.h"
+#include "vdxcomn/conversions.h"
+#include "vdxcomn/convert.h"
+
+struct vdx_extension {
+  std::int32_t source, destination;
+  vdx_convfn function;         // null once reset
+  vdx_extension* next_in_row;  // same source, next destination
+  vdx_extension* next_row;     // next source; in the first entry of a row only
+};
+
+namespace vdx {
+
+// Prototypes of the functions that the table alone reaches.
+#define CONVERSION(S, D, way)
+#define SPECIAL(S, D, way)
+#define INTERNAL(S, D, way) extern vdx_conversion inner_##S##to##D;
+#define PLANNED(S, D)
+#include "convert/all.list"
+#undef CONVERSION
+#undef SPECIAL
+#undef INTERNAL
+#undef PLANNED
+
+namespace {
+
+using FamilyTable = std::array<std::array<Cell, kFamilies>, kFamilies>;
+
+constexpr FamilyTable kFamilyTable = [] {
+  FamilyTable table{};
+#define CONVERSION(S, D, way) table[family_##S][family_##D] = {true, comn_##S##to##D};
+#define SPECIAL(S, D, way) table[family_##S][family_##D] = {true, comn_##S##to##D};
+#define INTERNAL(S, D, way) table[family_##S][family_##D] = {true, inner_##S##to##D};
+#define PLANNED(S, D) table[family_##S][family_##D] = {true, nullptr};
+#include "convert/all.list"
+#undef CONVERSION
+#undef SPECIAL
+#undef INTERNAL
+#undef PLANNED
+  return table;
+}();
+
+constexpr Codes kAll = (Codes{1} << kCodes) - 1;
+constexpr Codes kLocators = codes_of(kDestinationFamily, family_locator);
+
+// What a code reaches of all that its family converts to.
+constexpr Codes reach(std::int32_t source) {
+  const Codes plain_text = code(VDX_CHAR) | code(VDX_LONGCHAR) | code(VDX_TEXT) | code(VDX_VARCHAR);
+  switch (source) {
+    case VDX_SENSITIVITY:
+    case VDX_BOUNDARY:
+      return plain_text | code(source);
+    case VDX_XML:
+      return plain_text | code(VDX_BIN) | code(VDX_LONGBIN) | code(VDX_IMAGE) | code(VDX_VARBIN) | code(VDX_XML);
+    case VDX_LONGCHAR:
+    case VDX_TEXT:
+      return kAll & ~kLocators;  // a locator's text is short
+    case VDX_TEXTLOCATOR:
+      return code(VDX_CHAR) | code(VDX_TEXT) | code(source);
+    case VDX_IMAGELOCATOR:
+      return code(VDX_CHAR) | code(VDX_IMAGE) | code(source);
+    case VDX_UNITEXTLOCATOR:
+      return code(VDX_CHAR) | code(VDX_UNICHAR) | code(source);
+    default:
+      return kAll;
+  }
+}
+
+// Cells that no family gives.
+struct SpecialCell {
+  std::int32_t source, destination;
+  Cell cell;
+};
+
+constexpr SpecialCell kSpecialCells[] = {
+    // A retired code of i8, kept where it was ever filled.
+    {VDX_UNICHAR, 20, {true, nullptr}},
+    {VDX_UNITEXT, 20, {true, nullptr}},
+    // Images and UTF-16 have conversions of their own; UTF-16 objects become images like byte strings.
+    {VDX_UNICHAR, VDX_IMAGE, {true, nullptr}},
+    {VDX_IMAGE, VDX_UNICHAR, {true, nullptr}},
+    {VDX_IMAGE, VDX_UNITEXT, {true, nullptr}},
+    // A locator becomes what it locates.
+    {VDX_TEXTLOCATOR, VDX_TEXT, {true, nullptr}},
+    {VDX_IMAGELOCATOR, VDX_IMAGE, {true, nullptr}},
+    {VDX_UNITEXTLOCATOR, VDX_UNICHAR, {true, nullptr}},
+};
+
+// The big date types share the texts of their smaller kin.
+constexpr Family shared(Family family) {
+  if (family == family_bigdatetime) return family_datetime;
+  if (family == family_bigtime) return family_timea;
+  return family;
+}
+
+constexpr Cell family_cell(std::int32_t source, std::int32_t destination) {
+  const Family from = kSourceFamily[static_cast<std::size_t>(source)];
+  const Family to = kDestinationFamily[static_cast<std::size_t>(destination)];
+  // Void becomes anything that has no handle; void itself in its own way.
+  if (from == family_void && to != family_void) return {(code(destination) & kLocators) == 0, nullptr};
+  if ((reach(source) & code(destination)) == 0) return {};
+  const Cell own = kFamilyTable[from][to];
+  return own.named ? own : kFamilyTable[shared(from)][shared(to)];
+}
+
+constexpr std::array<Cell, kCells> kCellTable = [] {
+  std::array<Cell, kCells> cells{};
+  for (std::int32_t s = 0; s < kCodes; ++s)
+    for (std::int32_t d = 0; d < kCodes; ++d) cells[static_cast<std::size_t>(s * kCodes + d)] = family_cell(s, d);
+  for (const SpecialCell& special : kSpecialCells)
+    cells[static_cast<std::size_t>(special.source * kCodes + special.destination)] = special.cell;
+  return cells;
+}();
+
+constexpr std::int32_t kNamed = static_cast<std::int32_t>(
+    std::count_if(kCellTable.begin(), kCellTable.end(), [](const Cell& cell) { return cell.named; }));
+static_assert(kNamed == 794);
+
+constexpr std::array<vdx_convfn, kCells> kDefaultMatrix = [] {
+  std::array<vdx_convfn, kCells> functions{};
+  for (std::size_t i = 0; i < kCells; ++i) functions[i] = kCellTable[i].function;
+  return functions;
+}();
+
+constexpr bool built_in(std::int32_t source, std::int32_t destination) {
+  return source < kCodes && destination < kCodes;
+}
+
+// Where the row of a source hangs, or would: the list head or the last row's link.
+vdx_extension** find_row(vdx_context* context, std::int32_t source) {
+  vdx_extension** row = &context->conversion_extensions;
+  while (*row != nullptr && (*row)->source != source) row = &(*row)->next_row;
+  return row;
+}
+
+// Where the entry of a pair hangs in its row, or would.
+vdx_extension** find_entry(vdx_extension** row, std::int32_t destination) {
+  vdx_extension** entry = row;
+  while (*entry != nullptr && (*entry)->destination != destination) entry = &(*entry)->next_in_row;
+  return entry;
+}
+
+vdx_extension* extension(vdx_context* context, std::int32_t source, std::int32_t destination) {
+  return *find_entry(find_row(context, source), destination);
+}
+
+}  // namespace
+
+const std::array<Cell, kCells>& matrix() { return kCellTable; }
+
+}  // namespace vdx
+
+std::int32_t com_conv_init(vdx_context* context) {
+  VDX_CHECK_POINTER(context, XS_FAIL);
+  context->conversion_dimension = vdx::kCodes;
+  context->conversions = static_cast<vdx_convfn*>(vdx::allocate(context, sizeof(vdx::kDefaultMatrix)));
+  if (context->conversions == nullptr) return VDX_TRACE(XS_MEM_ERROR);
+  std::copy(vdx::kDefaultMatrix.begin(), vdx::kDefaultMatrix.end(), context->conversions);
+  context->conversion_extensions = nullptr;
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+vdx_convfn com_conv_func(vdx_context* context, std::int32_t source, std::int32_t destination) {
+  VDX_CHECK_POINTER(context, nullptr);
+  if (source < 0 || destination < 0) return nullptr;
+  if (vdx::built_in(source, destination))
+    return context->conversions[source * context->conversion_dimension + destination];
+  const vdx_extension* entry = vdx::extension(context, source, destination);
+  return entry == nullptr ? nullptr : entry->function;
+}
+
+std::int32_t com_conv_install(vdx_context* context, std::int32_t source, std::int32_t destination,
+                              vdx_convfn function) {
+  VDX_CHECK_POINTER(context, XS_FAIL);
+  VDX_CHECK_POINTER(context->conversions, XS_FAIL);
+  if (vdx::built_in(source, destination)) {
+    context->conversions[source * context->conversion_dimension + destination] = function;
+    return VDX_TRACE(XS_SUCCEED);
+  }
+  vdx_extension** row = vdx::find_row(context, source);
+  vdx_extension** entry = vdx::find_entry(row, destination);
+  if (*entry == nullptr) {
+    auto* const added = static_cast<vdx_extension*>(vdx::allocate(context, sizeof(vdx_extension)));
+    if (added == nullptr) return VDX_TRACE(XS_MEM_ERROR);
+    *added = {source, destination, nullptr, nullptr, nullptr};
+    *entry = added;
+  }
+  (*entry)->function = function;
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+std::int32_t com_conv_default(vdx_context* context, std::int32_t source, std::int32_t destination) {
+  VDX_ASSERT(source >= 0 && destination >= 0, XS_FAIL);
+  if (vdx::built_in(source, destination))
+    return com_conv_install(context, source, destination,
+                            vdx::kDefaultMatrix[static_cast<std::size_t>(source * vdx::kCodes + destination)]);
+  VDX_CHECK_POINTER(context, XS_FAIL);
+  if (vdx_extension* entry = vdx::extension(context, source, destination)) entry->function = nullptr;
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+std::int32_t com_conv_free(vdx_context* context) {
+  VDX_CHECK_POINTER(context, XS_FAIL);
+  std::free(context->conversions);
+  context->conversions = nullptr;
+  context->conversion_dimension = 0;
+  for (vdx_extension* row = context->conversion_extensions; row != nullptr;) {
+    vdx_extension* const next_row = row->next_row;
+    for (vdx_extension* entry = row; entry != nullptr;) {
+      vdx_extension* const next = entry->next_in_row;
+      std::free(entry);
+      entry = next;
+    }
+    row = next_row;
+  }
+  context->conversion_extensions = nullptr;
+  return VDX_TRACE(XS_SUCCEED);
+}

@@ -1,0 +1,307 @@
+// The kinds of value behind the datatype codes. A kind reads itself from bytes and writes itself
+// into a destination; it alone knows its range, its rounding and its codes.
+//
+// read(call)          gives the value; readable(call), where a kind has it, tells first whether the
+//                     source is a value of the type at all
+// write(call, value)  stores what the destination can hold of the value and gives the code; the
+//                     length of a fixed-length destination is set first, so that it stands on
+//                     every failure but VDX_SYNTAX
+#ifndef VDX_CONVERT_KINDS_H
+#define VDX_CONVERT_KINDS_H
+
+#include <concepts>
+#include <limits>
+#include <utility>
+
+#include "convert/bytes_out.h"
+#include "convert/scan.h"
+#include "convert/text_out.h"
+#include "intl/locale.h"
+#include "number/com_mony.h"
+
+namespace vdx {
+
+template <class T>
+concept Integral = std::integral<T> && !std::same_as<T, bool>;
+
+struct Text {
+  const std::uint8_t* bytes;
+  std::int32_t length;
+  const vdx_charattr& attributes;
+};
+
+// A bit is no integer: it has two values, and bytes of its own.
+enum class Bit : std::uint8_t { zero, one };
+
+// A count of ten-thousandths that remembers how wide its type is.
+template <class T>
+struct Money {
+  T count;
+};
+
+template <class T>
+struct Float {
+  T number;
+};
+
+// What every type of fixed length does alike: its image is its value.
+template <class T>
+struct fixed {
+  static constexpr std::int32_t kLength = sizeof(T);
+  static std::int32_t put(const Call& call, T value, std::int32_t code) {
+    store(call.destination, value);
+    return code;
+  }
+  static void set_length(const Call& call) { *call.length = kLength; }
+};
+
+// The nearest value of To, and the code: a negative value below an unsigned type is an underflow,
+// but for the one-byte type, where it is an overflow.
+template <Integral To, Integral From>
+inline std::int32_t narrow(From from, To& to) {
+  if (std::cmp_greater(from, std::numeric_limits<To>::max())) [[unlikely]] {
+    to = std::numeric_limits<To>::max();
+    return VDX_OVERFLOW;
+  }
+  if (std::cmp_less(from, std::numeric_limits<To>::min())) [[unlikely]] {
+    to = std::numeric_limits<To>::min();
+    return std::is_unsigned_v<To> && sizeof(To) > 1 ? VDX_UNDERFLOW : VDX_OVERFLOW;
+  }
+  to = static_cast<To>(from);
+  return VDX_SUCCESS;
+}
+
+// Ten-thousandths to whole units, half away from zero. Never further from zero than the count.
+template <class T>
+inline T whole_units(Money<T> money) {
+  const T units = static_cast<T>(money.count / 10000);
+  const T rest = static_cast<T>(money.count - units * 10000);
+  return static_cast<T>(units + (rest >= 5000 ? 1 : 0) - (rest <= -5000 ? 1 : 0));
+}
+
+inline std::int32_t scan_code(const Call& call, std::int32_t result) {
+  if (result >= kScanEmpty) [[likely]] return VDX_SUCCESS;
+  if (result == kScanOverflow) return VDX_OVERFLOW;
+  *call.length = 0;
+  return VDX_SYNTAX;
+}
+
+template <Integral T>
+struct integer : fixed<T> {
+  static T read(const Call& call) { return load<T>(call.source); }
+
+  template <Integral V>
+  static std::int32_t write(const Call& call, V value) {
+    fixed<T>::set_length(call);
+    T result;
+    const std::int32_t code = narrow(value, result);
+    return fixed<T>::put(call, result, code);
+  }
+
+  static std::int32_t write(const Call& call, Bit bit) { return write(call, static_cast<T>(bit)); }
+
+  template <class M>
+  static std::int32_t write(const Call& call, Money<M> money) {
+    return write(call, whole_units(money));
+  }
+
+  static std::int32_t write(const Call& call, const Text& text) {
+    fixed<T>::set_length(call);
+    if constexpr (sizeof(T) == 1) {  // has no parser of its own
+      std::int32_t wide;
+      const std::int32_t result = scan_integer(text.bytes, text.length, wide, &text.attributes);
+      if (result == kScanSyntax) return scan_code(call, result);
+      T value;
+      const std::int32_t code = narrow(wide, value);
+      return fixed<T>::put(call, value, result == kScanOverflow ? std::int32_t{VDX_OVERFLOW} : code);
+    } else {
+      T value;
+      const std::int32_t result = scan_integer(text.bytes, text.length, value, &text.attributes);
+      return fixed<T>::put(call, value, scan_code(call, result));
+    }
+  }
+};
+
+struct bits : fixed<Bit> {
+  static bool readable(const Call& call) { return load<std::uint8_t>(call.source) <= 1; }
+  static Bit read(const Call& call) { return load<Bit>(call.source); }
+
+  static std::int32_t write(const Call& call, Bit value) {
+    set_length(call);
+    return put(call, value, VDX_SUCCESS);
+  }
+
+  template <Integral V>
+  static std::int32_t write(const Call& call, V value) {
+    return write(call, value != 0 ? Bit::one : Bit::zero);
+  }
+
+  // Any amount counts, however far below one unit.
+  template <class M>
+  static std::int32_t write(const Call& call, Money<M> money) {
+    return write(call, money.count);
+  }
+
+  static std::int32_t write(const Call& call, const Text& text) {
+    set_length(call);
+    std::int32_t wide;
+    const std::int32_t result = scan_integer(text.bytes, text.length, wide, &text.attributes);
+    if (result == kScanSyntax) return scan_code(call, result);
+    return put(call, wide != 0 ? Bit::one : Bit::zero, scan_code(call, result));
+  }
+};
+
+template <class T>
+struct floating : fixed<T> {
+  static Float<T> read(const Call& call) { return {load<T>(call.source)}; }
+
+  template <Integral V>
+  static std::int32_t write(const Call& call, V value) {
+    fixed<T>::set_length(call);
+    return fixed<T>::put(call, static_cast<T>(value), VDX_SUCCESS);
+  }
+
+  static std::int32_t write(const Call& call, Bit bit) { return write(call, static_cast<int>(bit)); }
+
+  template <class M>
+  static std::int32_t write(const Call& call, Money<M> money) {
+    fixed<T>::set_length(call);
+    // Wide money has an arithmetic of its own; short money is exact in a double, so that one
+    // division rounds it correctly, and narrowing that to a single does not round twice: no
+    // quotient of 31 bits by 10000 lies that close to the middle of two singles.
+    const double number =
+        sizeof(M) == 8 ? money_to_double(money.count) : static_cast<double>(money.count) / 10000.0;
+    return fixed<T>::put(call, static_cast<T>(number), VDX_SUCCESS);
+  }
+};
+
+template <class T>
+struct money_count : fixed<T> {
+  static Money<T> read(const Call& call) {
+    if constexpr (sizeof(T) == 8)
+      return {money_value(call.source)};
+    else
+      return {load<T>(call.source)};
+  }
+
+  static std::int32_t put(const Call& call, T count, std::int32_t code) {
+    if constexpr (sizeof(T) == 8)
+      set_money(call.destination, count);
+    else
+      store(call.destination, count);
+    return code;
+  }
+
+  template <class M>
+  static std::int32_t write(const Call& call, Money<M> money) {
+    fixed<T>::set_length(call);
+    T count;
+    const std::int32_t code = narrow(money.count, count);
+    return put(call, count, code);
+  }
+
+  template <Integral V>
+  static std::int32_t write(const Call& call, V units) {
+    fixed<T>::set_length(call);
+    constexpr T kMost = std::numeric_limits<T>::max();
+    constexpr T kLeast = std::numeric_limits<T>::min();
+    if (std::cmp_greater(units, kMost / 10000)) [[unlikely]] return put(call, kMost, VDX_OVERFLOW);
+    if (std::cmp_less(units, kLeast / 10000)) [[unlikely]] return put(call, kLeast, VDX_OVERFLOW);
+    return put(call, static_cast<T>(static_cast<T>(units) * 10000), VDX_SUCCESS);
+  }
+
+  template <class F>
+  static std::int32_t write(const Call& call, Float<F> number) {
+    fixed<T>::set_length(call);
+    if (number.number != number.number) return put(call, 0, VDX_INVALID);
+    std::int64_t count;
+    if (!double_to_money(static_cast<double>(number.number), count)) {
+      constexpr T kMost = std::numeric_limits<T>::max();
+      constexpr T kLeast = std::numeric_limits<T>::min();
+      return put(call, number.number < 0 ? kLeast : kMost, VDX_OVERFLOW);
+    }
+    return write(call, Money<std::int64_t>{count});
+  }
+
+  static std::int32_t write(const Call& call, const Text& text) {
+    fixed<T>::set_length(call);
+    std::int64_t count;
+    const std::int32_t status = parse_money(count, text.bytes, text.length, text.attributes);
+    const std::int32_t code = status == kMoneyDone       ? write(call, Money<std::int64_t>{count})
+                              : status == kMoneyOverflow ? put_partial(call, count)
+                                                         : refuse(call);
+    return code;
+  }
+
+ private:
+  // Text outside the range leaves what was read of it.
+  static std::int32_t put_partial(const Call& call, std::int64_t count) {
+    static_cast<void>(write(call, Money<std::int64_t>{count}));
+    return VDX_OVERFLOW;
+  }
+  static std::int32_t refuse(const Call& call) {
+    *call.length = 0;
+    return VDX_SYNTAX;
+  }
+};
+
+// The text of a value: one writer a kind, for every destination that holds text.
+template <Integral V>
+inline ShortText text_of(const Call&, V value) {
+  return integer_text(magnitude_of(value), value < 0);
+}
+
+inline ShortText text_of(const Call&, Bit bit) { return {{static_cast<std::uint64_t>(bit) + '0', 0, 0}, 1}; }
+
+template <class M>
+inline ShortText text_of(const Call& call, Money<M> money) {
+  return money_text(money.count, call.format->precision, false);
+}
+
+// Integers that do not fit show an asterisk, everything else shows what there is room for.
+template <class V>
+inline constexpr Misfit kMisfit = Integral<V> || std::same_as<V, Bit> ? Misfit::asterisk : Misfit::cut;
+
+struct characters {
+  static Text read(const Call& call) {
+    return {static_cast<const std::uint8_t*>(call.source), call.source_format->maxlength,
+            attributes_of(call.context, call.source_format)};
+  }
+
+  template <class V>
+  static std::int32_t write(const Call& call, const V& value) {
+    return write_text(call, text_of(call, value), kMisfit<V>);
+  }
+};
+
+struct counted_characters {
+  static Text read(const Call& call) {
+    return {static_cast<const std::uint8_t*>(call.source) + 2, load<std::int16_t>(call.source),
+            attributes_of(call.context, call.source_format)};
+  }
+  static bool readable(const Call& call) { return load<std::int16_t>(call.source) <= 256; }
+
+  template <class V>
+  static std::int32_t write(const Call& call, const V& value) {
+    return write_varchar(call, text_of(call, value));
+  }
+};
+
+// Fixed-length values keep their image.
+struct bytes {
+  template <class V>
+  static std::int32_t write(const Call& call, const V&) {
+    return write_bytes(call, call.source, sizeof(V));
+  }
+};
+
+struct counted_bytes {
+  template <class V>
+  static std::int32_t write(const Call& call, const V&) {
+    return write_varbin(call, call.source, sizeof(V));
+  }
+};
+
+}  // namespace vdx
+
+#endif

@@ -1,0 +1,153 @@
+#include "convert/scan.h"
+
+#include "frame/check.h"
+#include "vdxcomn/convert.h"
+
+namespace vdx {
+
+namespace {
+
+// The characters of a text one by one, each folded to a single byte.
+template <bool kMultibyte>
+class Characters {
+ public:
+  Characters(const std::uint8_t* text, std::int32_t length, const vdx_charattr* attributes)
+      : at_(text), end_(text + length), attributes_(attributes) {}
+
+  bool more() const { return at_ != end_; }
+
+  std::uint8_t peek() {
+    if constexpr (!kMultibyte) return *at_;
+    bytes_ = char_bytes(*attributes_, at_, end_ - at_);
+    return char_fold(*attributes_, at_, bytes_);
+  }
+
+  void next() { at_ += kMultibyte ? bytes_ : 1; }
+
+ private:
+  const std::uint8_t* at_;
+  const std::uint8_t* end_;
+  const vdx_charattr* attributes_;
+  std::int32_t bytes_ = 1;
+};
+
+// One digit more, away from zero; false, with the value as it stands, when it would leave the range.
+template <class T>
+bool append_digit(T& value, T digit, bool minus) {
+  using Limits = std::numeric_limits<T>;
+  if (minus) {
+    if (value < Limits::min() / 10) return false;
+    value = static_cast<T>(value * 10);
+    if (value < Limits::min() + digit) return false;
+    value = static_cast<T>(value - digit);
+  } else {
+    if (value > Limits::max() / 10) return false;
+    value = static_cast<T>(value * 10);
+    if (value > Limits::max() - digit) return false;
+    value = static_cast<T>(value + digit);
+  }
+  return true;
+}
+
+template <class T, bool kMultibyte>
+std::int32_t run_machine(Characters<kMultibyte> characters, T& out) {
+  enum { leading, digits, trailing } state = leading;
+  bool sign = false;
+  bool minus = false;
+  T value = 0;
+  while (characters.more()) {
+    const std::uint8_t c = characters.peek();
+    if (state == leading) {
+      if (c == '-' || c == '+') {
+        if (sign || (std::is_unsigned_v<T> && c == '-')) {
+          out = 0;
+          return kScanSyntax;
+        }
+        sign = true;
+        minus = c == '-';
+      } else if (c != ' ') {
+        state = digits;
+        continue;
+      }
+    } else if (state == digits && c >= '0' && c <= '9') {
+      if (!append_digit(value, static_cast<T>(c - '0'), minus)) {
+        out = std::is_unsigned_v<T> ? std::numeric_limits<T>::max() : value;
+        return kScanOverflow;
+      }
+    } else if (c == ' ') {
+      state = trailing;
+    } else {
+      out = value;
+      return kScanSyntax;
+    }
+    characters.next();
+  }
+  out = value;
+  return kScanDone;
+}
+
+}  // namespace
+
+PlainInteger plain_integer_long(const std::uint8_t* text, std::uint32_t n) {
+  constexpr std::uint64_t kBlanks = 0x2020202020202020;
+  while (n > 32 && load<std::uint64_t>(text + n - 8) == kBlanks) n -= 8;
+  while (n > 32 && *text == ' ') ++text, --n;
+  if (n > 32) return {};
+  if (n <= 16) return plain_integer_16(text, n);
+  const Block first = Block::whole(text);
+  const Block second = Block::of(text + 16, n - 16);
+  const NumberShape shape(first.digits() | second.digits() << 16, first.equal(' ') | second.equal(' ') << 16,
+                          first.equal('-') | second.equal('-') << 16, first.equal('+') | second.equal('+') << 16,
+                          0xFFFFFFFFU >> (32 - n));
+  const std::uint32_t count = shape.end - shape.start;
+  if (!shape.plain || count > 19) return {};
+  if (shape.end < 16) return {true, shape.minus, number_of(first.words(), shape.end, count)};
+  const Words last = Block::whole(text + shape.end - 16).words();
+  if (count <= 16) return {true, shape.minus, number_of(last, 16, count)};
+  std::uint64_t head = 0;
+  for (std::uint32_t i = shape.start; i + 16 < shape.end; ++i) head = head * 10 + (text[i] - std::uint64_t{'0'});
+  return {true, shape.minus, head * 10000000000000000 + number_of(last, 16, 16)};
+}
+
+template <class T>
+[[gnu::noinline]] std::int32_t scan_any_integer(const std::uint8_t* text, std::int32_t length, T& out,
+                                                const vdx_charattr* attributes) {
+  if (attributes == nullptr || attributes->max_bytes <= 1)
+    return run_machine(Characters<false>(text, length, attributes), out);
+  return run_machine(Characters<true>(text, length, attributes), out);
+}
+
+template std::int32_t scan_any_integer(const std::uint8_t*, std::int32_t, std::int32_t&, const vdx_charattr*);
+template std::int32_t scan_any_integer(const std::uint8_t*, std::int32_t, std::int64_t&, const vdx_charattr*);
+template std::int32_t scan_any_integer(const std::uint8_t*, std::int32_t, std::uint32_t&, const vdx_charattr*);
+template std::int32_t scan_any_integer(const std::uint8_t*, std::int32_t, std::uint64_t&, const vdx_charattr*);
+
+}  // namespace vdx
+
+// The parsers of each width.
+#define VDX_PARSER(name, type)                                                                    \
+  std::int32_t name(const std::uint8_t* text, std::int32_t length, type* value,                   \
+                    const vdx_charattr* attributes) {                                             \
+    VDX_CHECK_POINTER(text, 0);                                                                   \
+    VDX_CHECK_POINTER(value, 0);                                                                  \
+    return vdx::scan_integer(text, length, *value, attributes);                                   \
+  }
+VDX_PARSER(com__chtoi2_mb, std::int16_t)
+VDX_PARSER(com__chtoi4_mb, std::int32_t)
+VDX_PARSER(com__chtoi8_mb, std::int64_t)
+VDX_PARSER(com__chtoui2_mb, std::uint16_t)
+VDX_PARSER(com__chtoui4_mb, std::uint32_t)
+VDX_PARSER(com__chtoui8_mb, std::uint64_t)
+#undef VDX_PARSER
+
+std::int32_t com__itochar(std::int32_t value, char* text, std::int32_t size) {
+  VDX_CHECK_POINTER(text, 0);
+  const vdx::ShortText digits = vdx::integer_text(vdx::magnitude_of(value), value < 0);
+  const auto length = static_cast<std::int32_t>(digits.length);
+  if (size > 0 && length > size) {
+    *text = '*';
+    return 1;
+  }
+  std::memcpy(text, digits.words, digits.length);
+  return length;
+}

@@ -1,0 +1,122 @@
+// Text to integer.
+//
+// Nearly every text is blanks, a sign, digits and blanks. Its shape is recognised from byte masks
+// and its digits are converted sixteen at a time. Every other text, and every number that does not
+// fit, goes through the state machine, which alone decides what such texts mean.
+#ifndef VDX_CONVERT_SCAN_H
+#define VDX_CONVERT_SCAN_H
+
+#include <concepts>
+#include <limits>
+
+#include "intl/charattr.h"
+#include "number/digits.h"
+
+namespace vdx {
+
+// Results of the integer parsers.
+inline constexpr std::int32_t kScanEmpty = 0;
+inline constexpr std::int32_t kScanOverflow = -1;
+inline constexpr std::int32_t kScanSyntax = -2;
+inline constexpr std::int32_t kScanDone = 4;
+
+struct PlainInteger {
+  bool plain;  // the text has the plain shape and at most nineteen digits
+  bool minus;
+  std::uint64_t magnitude;
+};
+
+// Masks of a text of at most 32 bytes: which bytes are digits, which have no place in a number.
+struct NumberShape {
+  std::uint32_t start, end;  // of the digits
+  bool plain, minus;
+
+  NumberShape(std::uint32_t digits, std::uint32_t blanks, std::uint32_t minuses, std::uint32_t pluses,
+              std::uint32_t inside) {
+    digits &= inside;
+    start = static_cast<std::uint32_t>(std::countr_zero(digits));
+    end = 32 - static_cast<std::uint32_t>(std::countl_zero(digits));
+    // Adding the lowest bit of one unbroken run carries it out of the run.
+    const bool unbroken = (digits & (digits + (digits & (0 - digits)))) == 0;
+    const std::uint32_t sign_place = (digits & (0 - digits)) >> 1;
+    const std::uint32_t others = inside & ~digits & ~blanks & ~((minuses | pluses) & sign_place);
+    plain = digits != 0 && unbroken && others == 0;
+    minus = (minuses & sign_place) != 0;
+  }
+};
+
+inline PlainInteger plain_integer_16(const std::uint8_t* text, std::uint32_t n) {
+  const Block block = Block::of(text, n);
+  const NumberShape shape(block.digits(), block.equal(' '), block.equal('-'), block.equal('+'),
+                          (std::uint32_t{1} << n) - 1);
+  if (!shape.plain) [[unlikely]] return {};
+  return {true, shape.minus, number_of(block.words(), shape.end, shape.end - shape.start)};
+}
+
+PlainInteger plain_integer_long(const std::uint8_t* text, std::uint32_t n);
+
+inline PlainInteger plain_integer(const std::uint8_t* text, std::uint32_t n) {
+  return n <= 16 ? plain_integer_16(text, n) : plain_integer_long(text, n);
+}
+
+// The state machine, for any text and any character set; a null record means single bytes.
+template <class T>
+std::int32_t scan_any_integer(const std::uint8_t* text, std::int32_t length, T& out, const vdx_charattr* attributes);
+
+// Reads `length` bytes of text into out. Blank text is 0. On overflow signed types receive the
+// value as far as it was read, unsigned types their maximum; on a syntax error the value before
+// the offending character, 0 for a wrong sign.
+template <class T>
+  requires std::same_as<T, std::int32_t> || std::same_as<T, std::int64_t> || std::same_as<T, std::uint32_t> ||
+           std::same_as<T, std::uint64_t>
+inline std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, T& out,
+                                 const vdx_charattr* attributes) {
+  if (length <= 0) [[unlikely]] {
+    out = 0;
+    return kScanEmpty;
+  }
+  // The plain shape is made of single bytes that stand for themselves in every character set.
+  const PlainInteger number = plain_integer(text, static_cast<std::uint32_t>(length));
+  const std::uint64_t top = static_cast<std::uint64_t>(std::numeric_limits<T>::max());
+  if constexpr (std::is_signed_v<T>) {
+    const std::uint64_t negate = number.minus ? ~std::uint64_t{0} : 0;
+    if (number.plain && number.magnitude <= top - negate) [[likely]] {
+      out = static_cast<T>((number.magnitude ^ negate) - negate);
+      return kScanDone;
+    }
+  } else {
+    if (number.plain && !number.minus && number.magnitude <= top) [[likely]] {
+      out = static_cast<T>(number.magnitude);
+      return kScanDone;
+    }
+  }
+  return scan_any_integer(text, length, out, attributes);
+}
+
+// The 16-bit types parse as 32 bits; what does not fit leaves the low 16 bits, what does not parse 0.
+template <class T, class Wide>
+inline std::int32_t scan_narrow_integer(const std::uint8_t* text, std::int32_t length, T& out,
+                                        const vdx_charattr* attributes) {
+  Wide wide;
+  const std::int32_t result = scan_integer(text, length, wide, attributes);
+  if (result != kScanDone) [[unlikely]] {
+    out = 0;
+    return result;
+  }
+  out = static_cast<T>(wide);
+  return out == wide ? kScanDone : kScanOverflow;
+}
+
+inline std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, std::int16_t& out,
+                                 const vdx_charattr* attributes) {
+  return scan_narrow_integer<std::int16_t, std::int32_t>(text, length, out, attributes);
+}
+
+inline std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, std::uint16_t& out,
+                                 const vdx_charattr* attributes) {
+  return scan_narrow_integer<std::uint16_t, std::uint32_t>(text, length, out, attributes);
+}
+
+}  // namespace vdx
+
+#endif

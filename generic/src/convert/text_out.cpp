@@ -1,0 +1,61 @@
+#include "convert/text_out.h"
+
+namespace vdx {
+
+namespace {
+
+void fill(void* destination, std::int32_t from, std::int32_t to, int byte) {
+  std::memset(static_cast<unsigned char*>(destination) + from, byte, static_cast<std::size_t>(to - from));
+}
+
+}  // namespace
+
+std::int32_t finish_text(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length) {
+  auto* const bytes = static_cast<unsigned char*>(destination);
+  const std::int32_t room = format.maxlength;
+  const bool terminate = (format.format & VDX_FMT_TERMINATE) != 0;
+  if (!text_fits(format, n)) {
+    if (terminate && room >= 1) bytes[room - 1] = 0;
+    return VDX_OVERFLOW;
+  }
+  if ((format.format & VDX_FMT_PADNULL) != 0) {
+    if ((format.format & VDX_FMT_PADBLANK) != 0) return VDX_BAD_PADDING;
+    fill(bytes, n, room, 0);
+    length = room;
+  } else if ((format.format & VDX_FMT_PADBLANK) != 0) {
+    fill(bytes, n, room, ' ');
+    if (terminate) bytes[room - 1] = 0;
+    length = room;
+  } else if (terminate) {
+    bytes[n] = 0;
+    length = n + 1;
+  }
+  return VDX_SUCCESS;
+}
+
+std::int32_t finish_bytes(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length) {
+  if ((format.format & VDX_FMT_PADNULL) != 0 && format.maxlength > n) {
+    fill(destination, n, format.maxlength, 0);
+    length = format.maxlength;
+  }
+  return VDX_SUCCESS;
+}
+
+std::int32_t misfit(const Call& call, const ShortText& text, Misfit style) {
+  auto* const bytes = static_cast<unsigned char*>(call.destination);
+  const std::int32_t room = call.format->maxlength;
+  const auto n = static_cast<std::int32_t>(text.length);
+  *call.length = n < room ? n : room;
+  if (style == Misfit::cut) {
+    std::memcpy(bytes, text.words, static_cast<std::size_t>(*call.length));
+  } else if (room > 1) {
+    bytes[0] = '*';
+    bytes[1] = 0;
+    *call.length = 1;
+    static_cast<void>(finish_text(*call.format, bytes, 1, *call.length));
+  }
+  if ((call.format->format & VDX_FMT_TERMINATE) != 0 && room >= 1) bytes[room - 1] = 0;
+  return VDX_OVERFLOW;
+}
+
+}  // namespace vdx

@@ -1,0 +1,105 @@
+// What each datatype is, and the ways a value takes from one to another.
+#ifndef VDX_CONVERT_WAYS_H
+#define VDX_CONVERT_WAYS_H
+
+#include "convert/kinds.h"
+#include "number/com_num.h"
+
+namespace vdx {
+
+template <Family>
+struct datatype;
+
+// clang-format off
+template <> struct datatype<family_i1>      : integer<std::uint8_t> {};
+template <> struct datatype<family_i2>      : integer<std::int16_t> {};
+template <> struct datatype<family_i4>      : integer<std::int32_t> {};
+template <> struct datatype<family_i8>      : integer<std::int64_t> {};
+template <> struct datatype<family_ui2>     : integer<std::uint16_t> {};
+template <> struct datatype<family_ui4>     : integer<std::uint32_t> {};
+template <> struct datatype<family_ui8>     : integer<std::uint64_t> {};
+template <> struct datatype<family_bit>     : bits {};
+template <> struct datatype<family_flt4>    : floating<float> {};
+template <> struct datatype<family_flt8>    : floating<double> {};
+template <> struct datatype<family_money>   : money_count<std::int64_t> {};
+template <> struct datatype<family_mny4>    : money_count<std::int32_t> {};
+template <> struct datatype<family_char>    : characters {};
+template <> struct datatype<family_varchar> : counted_characters {};
+template <> struct datatype<family_bin>     : bytes {};
+template <> struct datatype<family_varbin>  : counted_bytes {};
+// clang-format on
+
+// Most sources are values whatever their bytes; the others say so.
+template <class Kind>
+inline bool readable(const Call& call) {
+  if constexpr (requires { Kind::readable(call); })
+    return Kind::readable(call);
+  else
+    return true;
+}
+
+// The pair in one inlined piece: what rows of real data meet.
+struct direct {
+  template <Family Source, Family Destination>
+  static std::int32_t convert(const Call& call) {
+    if (!readable<datatype<Source>>(call)) [[unlikely]] return VDX_INVALID;
+    return datatype<Destination>::write(call, datatype<Source>::read(call));
+  }
+};
+
+inline Exact exact_of(Bit bit) { return exact_integer(static_cast<std::uint64_t>(bit), false); }
+template <Integral V>
+inline Exact exact_of(V value) {
+  return exact_integer(magnitude_of(value), value < 0);
+}
+template <class M>
+inline Exact exact_of(Money<M> money) {
+  return exact_money(money.count);
+}
+
+std::int32_t write_exact(const Call& call, const Exact& value);
+
+// Through the exact value: a sign, a magnitude and a scale that lose nothing. One writer serves
+// every source.
+struct exact {
+  template <Family Source, Family Destination>
+  static std::int32_t convert(const Call& call) {
+    static_assert(Destination == family_num);
+    if (!readable<datatype<Source>>(call)) [[unlikely]] return VDX_INVALID;
+    return write_exact(call, exact_of(datatype<Source>::read(call)));
+  }
+};
+
+// A bit as a byte string: a destination without room gets nothing and is told it got a byte.
+struct bit_as_byte {
+  template <Family, Family>
+  static std::int32_t convert(const Call& call) {
+    if (!bits::readable(call)) return VDX_INVALID;
+    if (call.format->maxlength == 0) {
+      *call.length = 1;
+      return VDX_SUCCESS;
+    }
+    return bytes::write(call, bits::read(call));
+  }
+};
+
+// A bit as a varbin is the character of its value, and the output length stays as it was.
+struct bit_as_character {
+  template <Family, Family>
+  static std::int32_t convert(const Call& call) {
+    if (!bits::readable(call)) return VDX_INVALID;
+    const auto digit = static_cast<std::uint8_t>('0' + static_cast<int>(bits::read(call)));
+    std::int32_t ignored;
+    return write_varbin({nullptr, nullptr, nullptr, call.format, call.destination, &ignored}, &digit, 1);
+  }
+};
+
+template <Family Source, Family Destination, class Way>
+[[gnu::always_inline]] inline std::int32_t run(const Call& call, const char* file, std::int32_t line) {
+  if (!contract_holds<Source, Destination>(call)) [[unlikely]] return contract_failed(call, file, line);
+  return Way::template convert<Source, Destination>(call);
+}
+
+}  // namespace vdx
+
+#endif

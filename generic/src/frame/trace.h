@@ -1,0 +1,31 @@
+// The tracer's inside: the test that every status return makes, and the source of its depth.
+#ifndef VDX_FRAME_TRACE_H
+#define VDX_FRAME_TRACE_H
+
+#include <atomic>
+#include <cstdint>
+
+#include "vdxcomn/frame.h"
+
+namespace vdx {
+
+inline constexpr std::int32_t kTraceNone = 1;
+inline constexpr std::int32_t kTraceUnusual = 2;
+inline constexpr std::int32_t kTraceAll = 3;
+
+extern std::atomic<std::int32_t> trace_mode;
+
+// How deep calls are nested, one "." each in front of a traced line. 0 unless somebody counts.
+using DepthProvider = std::int32_t (*)();
+extern std::atomic<DepthProvider> depth_provider;
+
+// com_errtrace without the call while nothing is traced.
+inline std::int32_t trace(std::int32_t value, const char* file, std::int32_t line) {
+  if (trace_mode.load(std::memory_order_relaxed) != kTraceNone) [[unlikely]]
+    com_errtrace(value, file, line);
+  return value;
+}
+
+}  // namespace vdx
+
+#endif

@@ -1,0 +1,107 @@
+// Locale records.
+#include "intl/locale.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace vdx {
+
+constinit const vdx_locale kDefaultLocale{kCharsets[0]};
+
+namespace {
+
+bool set_number(std::int32_t& setting, std::int32_t low, std::int32_t high, const void* value,
+                std::int32_t length) {
+  std::int32_t number;
+  if (length != static_cast<std::int32_t>(sizeof number)) return false;
+  std::memcpy(&number, value, sizeof number);
+  if (number < low || number > high) return false;
+  setting = number;
+  return true;
+}
+
+template <std::int32_t Count>
+bool set_name(NameTable<Count>& names, std::int32_t index, const void* value,
+              std::int32_t length) {
+  if (index < 0 || index >= Count) return false;
+  const bool is_terminated = length == VDX_NULLTERM;
+  if (!is_terminated && (length < 1 || length > VDX_LOC_NAME_MAX)) return false;
+  const std::size_t limit = is_terminated ? VDX_LOC_NAME_MAX + 1 : static_cast<std::size_t>(length);
+  // A name stops at its zero byte: one that has it early, or none where it needs one, is refused.
+  std::size_t bytes = 0;
+  while (bytes < limit && static_cast<const char*>(value)[bytes] != '\0') ++bytes;
+  if (bytes == 0 || is_terminated == (bytes == limit)) return false;
+  names.set(index, static_cast<const char*>(value), static_cast<std::int32_t>(bytes));
+  return true;
+}
+
+bool set(vdx_locale& locale, std::int32_t what, const void* value, std::int32_t length) {
+  switch (what) {
+    case VDX_LOC_DATE_ORDER:
+      return set_number(locale.date_order, 1, 6, value, length);
+    case VDX_LOC_DATE_STYLE:
+      return set_number(locale.date_style, INT32_MIN, INT32_MAX, value, length);
+    case VDX_LOC_TWELVE_HOUR:
+      return set_number(locale.twelve_hour, 0, 1, value, length);
+    case VDX_LOC_FIRST_DAY:
+      return set_number(locale.first_day, 1, 7, value, length);
+    default:
+      if (what >= VDX_LOC_WEEKDAY)
+        return set_name(locale.weekdays, what - VDX_LOC_WEEKDAY, value, length);
+      if (what >= VDX_LOC_SHORT_MONTH)
+        return set_name(locale.short_months, what - VDX_LOC_SHORT_MONTH, value, length);
+      return set_name(locale.months, what - VDX_LOC_MONTH, value, length);
+  }
+}
+
+}  // namespace
+}  // namespace vdx
+
+extern "C" {
+
+std::int32_t comn_loc_alloc(vdx_context* context, const char* charset, vdx_locale** locale) {
+  VDX_CHECK_POINTER(charset, XS_FAIL);
+  VDX_CHECK_POINTER(locale, XS_FAIL);
+  *locale = nullptr;
+  const vdx::NamedCharset* set = vdx::find_charset(charset);
+  if (set == nullptr) return VDX_TRACE(XS_FAIL);
+  void* memory = context != nullptr && context->allocate != nullptr
+                     ? context->allocate(context, sizeof(vdx_locale))
+                     : std::malloc(sizeof(vdx_locale));
+  if (memory == nullptr) return VDX_TRACE(XS_MEM_ERROR);
+  *locale = new (memory) vdx_locale(*set);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+std::int32_t comn_loc_copy(vdx_context*, const vdx_locale* source, vdx_locale* destination) {
+  VDX_CHECK_POINTER(source, XS_FAIL);
+  VDX_CHECK_POINTER(destination, XS_FAIL);
+  VDX_ASSERT(source->is_loaded() && destination->is_loaded(), XS_FAIL);
+  *destination = *source;
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+std::int32_t comn_loc_drop(vdx_context*, vdx_locale* locale) {
+  VDX_CHECK_POINTER(locale, XS_FAIL);
+  VDX_ASSERT(locale->is_loaded(), XS_FAIL);
+  // Volatile, or the compiler would drop a store into memory that is released.
+  *const_cast<volatile std::uint32_t*>(&locale->loaded) = 0;
+  std::free(locale);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+std::int32_t comn_loc_set(vdx_locale* locale, std::int32_t what, const void* value,
+                          std::int32_t length) {
+  VDX_CHECK_POINTER(locale, XS_FAIL);
+  VDX_CHECK_POINTER(value, XS_FAIL);
+  VDX_ASSERT(locale->is_loaded(), XS_FAIL);
+  return VDX_TRACE(vdx::set(*locale, what, value, length) ? XS_SUCCEED : XS_FAIL);
+}
+
+const vdx_charattr* com_get_charattrib(void) { return &vdx::kLatin1; }
+
+const vdx_charattr* com_intl_charattr(const vdx_context* context, const vdx_datafmt* format) {
+  return &vdx::attributes_of(context, format);
+}
+
+}  // extern "C"

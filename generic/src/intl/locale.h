@@ -1,0 +1,100 @@
+// The locale record and the way to the one that governs a value.
+#ifndef VDX_INTL_LOCALE_H
+#define VDX_INTL_LOCALE_H
+
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+
+#include "frame/check.h"
+#include "intl/charattr.h"
+#include "vdxcomn/intl.h"
+#include "vdxcomn/types.h"
+
+namespace vdx {
+
+// A set of names: their bytes, and the table of pointers to them that readers and writers of dates
+// take. The pointers lead into the record itself, so it is assigned by copying the bytes alone.
+template <std::int32_t Count>
+class NameTable {
+ public:
+  constexpr explicit NameTable(const char* const (&names)[Count]) {
+    for (std::int32_t i = 0; i < Count; ++i) {
+      for (std::int32_t at = 0; names[i][at] != '\0'; ++at) bytes_[i][at] = names[i][at];
+      pointers_[i] = bytes_[i];
+    }
+  }
+  NameTable(const NameTable&) = delete;
+  NameTable& operator=(const NameTable& other) {
+    std::memmove(bytes_, other.bytes_, sizeof bytes_);
+    return *this;
+  }
+
+  static constexpr std::int32_t count() { return Count; }
+  const char* const* table() const { return pointers_; }
+
+  // length: 1 to VDX_LOC_NAME_MAX
+  void set(std::int32_t index, const char* name, std::int32_t length) {
+    std::memmove(bytes_[index], name, static_cast<std::size_t>(length));
+    bytes_[index][length] = '\0';
+  }
+
+ private:
+  char bytes_[Count][VDX_LOC_NAME_MAX + 1] = {};
+  const char* pointers_[Count] = {};
+};
+
+inline constexpr const char* kEnglishMonths[] = {
+    "January", "February", "March",     "April",   "May",      "June",
+    "July",    "August",   "September", "October", "November", "December"};
+inline constexpr const char* kEnglishShortMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                      "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+inline constexpr const char* kEnglishWeekdays[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                                                   "Thursday", "Friday", "Saturday"};
+
+}  // namespace vdx
+
+struct vdx_locale {
+  static constexpr std::uint32_t kLoaded = 0x4C6F6361;  // a mark; a dropped locale has it no more
+
+  constexpr explicit vdx_locale(const vdx::NamedCharset& set)
+      : charset(&set),
+        months(vdx::kEnglishMonths),
+        short_months(vdx::kEnglishShortMonths),
+        weekdays(vdx::kEnglishWeekdays) {}
+  vdx_locale& operator=(const vdx_locale&) = default;
+
+  bool is_loaded() const { return loaded == kLoaded; }
+
+  std::uint32_t loaded = kLoaded;
+  const vdx::NamedCharset* charset;
+  std::int32_t date_order = 1;   // 1 to 6
+  std::int32_t date_style = 0;   // as it was set, not checked against the styles there are
+  std::int32_t twelve_hour = 0;  // 1 or 0
+  std::int32_t first_day = 7;    // 1 Monday to 7 Sunday
+  vdx::NameTable<12> months;     // from January
+  vdx::NameTable<12> short_months;
+  vdx::NameTable<7> weekdays;    // from Sunday
+};
+
+namespace vdx {
+
+extern const vdx_locale kDefaultLocale;
+
+// The locale of a value: the format's, else the context's, else the default; the arguments may be
+// null. One that is not loaded is a failed assertion; resumed, the default takes its place.
+inline const vdx_locale& locale_of(const vdx_context* context, const vdx_datafmt* format) {
+  const vdx_locale* locale = format != nullptr ? format->locale : nullptr;
+  if (locale == nullptr && context != nullptr) locale = context->locale;
+  if (locale == nullptr) [[likely]] return kDefaultLocale;
+  VDX_ASSERT(locale->is_loaded(), kDefaultLocale);
+  return *locale;
+}
+
+inline const vdx_charattr& attributes_of(const vdx_context* context, const vdx_datafmt* format) {
+  return *locale_of(context, format).charset->attributes;
+}
+
+}  // namespace vdx
+
+#endif
