@@ -30,11 +30,32 @@ std::int64_t count(vdx_money money) {
 Wide absolute(Wide v) { return v < 0 ? -v : v; }
 
 std::int64_t noise(Random& random) {
-  static constexpr std::int64_t kEdges[] = {
-      0, 1, -1, 9, 10, -10, 9999, 10000, -10000, 5000, 0x7fffffff, 0x80000000, -0x7fffffff,
-      -0x80000000LL, -0x80000001LL, 0xffffffff, 0x100000000, 1844674407370955, 1844674407370956,
-      303700049997LL, 922337203685477580, -922337203685477580, kMoneyMax, kMoneyMax - 1,
-      kMoneyMin + 1, kMoneyMin};
+  static constexpr std::int64_t kEdges[] = {0,
+                                            1,
+                                            -1,
+                                            9,
+                                            10,
+                                            -10,
+                                            9999,
+                                            10000,
+                                            -10000,
+                                            5000,
+                                            0x7fffffff,
+                                            0x80000000,
+                                            -0x7fffffff,
+                                            -0x80000000LL,
+                                            -0x80000001LL,
+                                            0xffffffff,
+                                            0x100000000,
+                                            1844674407370955,
+                                            1844674407370956,
+                                            303700049997LL,
+                                            922337203685477580,
+                                            -922337203685477580,
+                                            kMoneyMax,
+                                            kMoneyMax - 1,
+                                            kMoneyMin + 1,
+                                            kMoneyMin};
   const std::uint64_t pick = random.below(64);
   if (pick < std::size(kEdges)) return kEdges[pick];
   const auto size = static_cast<std::int64_t>(random.sized());
@@ -296,7 +317,8 @@ TEST(MoneyText, FormatsLikeDigitByDigit) {
                                   {1234560000, -3, true, "123,456.00"},
                                   {kMoneyMin, 4, true, "-922,337,203,685,477.5808"},
                                   {kMoneyMax, 1, false, "922337203685477.6"}};
-  for (const Row& row : kRows) EXPECT_EQ(slow_text(row.value, row.places, row.separators), row.text);
+  for (const Row& row : kRows)
+    EXPECT_EQ(slow_text(row.value, row.places, row.separators), row.text);
   Random random(4);
   for (int i = 0; i < 100000; ++i) {
     const bool listed = i < static_cast<int>(std::size(kRows));
@@ -306,16 +328,15 @@ TEST(MoneyText, FormatsLikeDigitByDigit) {
     const bool separators = listed ? kRows[i].separators : random.below(2) == 0;
     const std::string text = slow_text(value, places, separators);
     char out[32];
-    ASSERT_EQ(std::string(out, static_cast<std::size_t>(
-                                   vdx::format_money(value, places, separators, out))),
+    ASSERT_EQ(std::string(
+                  out, static_cast<std::size_t>(vdx::format_money(value, places, separators, out))),
               text);
     const vdx_money money = words(value);
     const auto size = static_cast<std::int32_t>(text.size());
     const std::int32_t flags = separators ? 1 : static_cast<std::int32_t>(random.below(2)) * 5;
     for (std::int32_t room = -1; room <= 2; ++room) {
       std::string buffer(40, '#');
-      char* const start =
-          com_precmnytochar(&money, buffer.data() + 8, size + room, flags, places);
+      char* const start = com_precmnytochar(&money, buffer.data() + 8, size + room, flags, places);
       if (room < 0) {
         ASSERT_EQ(start, nullptr);
         ASSERT_EQ(buffer, std::string(40, '#'));
@@ -359,8 +380,10 @@ TEST(MoneyText, Grammar) {
       {"7.", 0, 70000},
       {"-  $  12", 0, -120000},
       {" $ - 12 ", 0, -120000},
-      {"\xA3" "12", 0, 120000},  // pound sign
-      {"\t12", 2, 0},            // only byte 32 may lead
+      {"\xA3"
+       "12",
+       0, 120000},     // pound sign
+      {"\t12", 2, 0},  // only byte 32 may lead
       {"12\t \n", 0, 120000},
       {"\t", 0, 0},  // it ends a number that never began
       {"--1", 2, 0},
