@@ -52,8 +52,6 @@ function(put path content)
   endif()
   if(NOT old STREQUAL content)
     file(WRITE ${path} "${content}")
-  else()
-    file(TOUCH_NOCREATE ${path})
   endif()
 endfunction()
 

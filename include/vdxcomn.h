@@ -1,0 +1,13 @@
+/* The whole public interface of libvdxcomn. Each header below also stands alone. */
+#ifndef VDXCOMN_H
+#define VDXCOMN_H
+
+#include "vdxcomn/conversions.h"
+#include "vdxcomn/convert.h"
+#include "vdxcomn/frame.h"
+#include "vdxcomn/intl.h"
+#include "vdxcomn/money.h"
+#include "vdxcomn/number.h"
+#include "vdxcomn/types.h"
+
+#endif
