@@ -52,14 +52,16 @@ inline Words shift_left_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
   const unsigned bits = 8 * (bytes & 7);
   const std::uint64_t carry = (w.low >> 1) >> (63 - bits);
   const Words shifted{w.low << bits, (w.high << bits) | carry};
-  return bytes < 8 ? shifted : Words{0, shifted.low};
+  const std::uint64_t far = 0 - static_cast<std::uint64_t>(bytes >> 3);  // a mask: no branch to guess
+  return {shifted.low & ~far, (shifted.high & ~far) | (shifted.low & far)};
 }
 
 inline Words shift_right_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
   const unsigned bits = 8 * (bytes & 7);
   const std::uint64_t carry = (w.high << 1) << (63 - bits);
   const Words shifted{(w.low >> bits) | carry, w.high >> bits};
-  return bytes < 8 ? shifted : Words{shifted.high, 0};
+  const std::uint64_t far = 0 - static_cast<std::uint64_t>(bytes >> 3);
+  return {(shifted.low & ~far) | (shifted.high & far), shifted.high & ~far};
 }
 
 // Text block of sixteen bytes.
@@ -182,7 +184,7 @@ inline ShortText integer_text(std::uint64_t magnitude, bool negative) {
                                ? static_cast<unsigned>(std::countr_zero(digits.low)) / 8
                                : 8 + static_cast<unsigned>(std::countr_zero(digits.high | 1ULL << 63)) / 8;
     Words text = shift_right_bytes({digits.low | kAsciiZeros, digits.high | kAsciiZeros}, zeros - sign);
-    if (negative) text.low = (text.low & ~0xFFULL) | '-';
+    text.low -= (text.low - '-') & (0xFF & (0 - static_cast<std::uint64_t>(sign)));
     return {{text.low, text.high, 0}, 16 - zeros + sign};
   }
   const std::uint64_t top = magnitude / 10000000000000000;

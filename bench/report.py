@@ -1,0 +1,155 @@
+#!/usr/bin/env python3
+"""Runs benchmark programs and prints, row by row, how the library stands against its peers.
+
+    report.py [--rounds N] [--min-time S] [--filter REGEX] [--output FILE] PROGRAM...
+
+The table is Markdown; figures are nanoseconds of processor time an item, medians over the rounds.
+A shared machine changes its speed from second to second, so times are compared within a round,
+where the contenders of a row ran one right after the other: a ratio is the median of the ratios
+of the rounds, which is not always the ratio of the medians. A row is met when the ratio to the
+fastest peer is at most its reach; up to a fifth above that it is a tie.
+"""
+
+import argparse
+import datetime
+import json
+import platform
+import statistics
+import subprocess
+import sys
+
+# Row as the programs name it, what it measures, the ratio to the fastest peer to reach.
+ROWS = [
+    ("i4_to_i8", "one checked conversion, `i4` to `i8`", 1.0),
+    ("i4_to_i2", "one checked conversion, `i4` to `i2` in range", 1.0),
+    ("text_to_i4", "text to `i4`, 1-11 bytes mixed", 0.8),
+    ("char14_to_i4", "text to `i4`, `char(14)` padded behind", 0.5),
+    ("char14_right_to_i4", "text to `i4`, `char(14)` padded before", 0.5),
+    ("text_to_i8", "text to `i8`, 1-20 bytes mixed", 0.8),
+    ("i4_to_text", "`i4` to text, mixed lengths", 0.8),
+    ("i8_to_text", "`i8` to text, mixed lengths", 0.7),
+    ("money_add", "money add", 4.0),
+    ("money_multiply", "money multiply", 0.8),
+    ("money_divide", "money divide", 0.8),
+    ("money_to_text", "money to text, 2 places", 0.8),
+    ("money_to_text_separators", "money to text, with separators", 0.5),
+    ("text_to_money", "text to money, 4 places", 0.9),
+]
+
+OURS = "ours"
+FLOOR = "(floor)"  # end of the name of a contender that does less than the operation
+TIE = 1.2
+
+
+def processor():
+    try:
+        with open("/proc/cpuinfo", encoding="utf-8") as lines:
+            for line in lines:
+                if line.startswith("model name"):
+                    return line.split(":", 1)[1].strip()
+    except OSError:
+        pass
+    return platform.processor() or platform.machine()
+
+
+def run(program, options):
+    command = [
+        program,
+        "--benchmark_format=json",
+        f"--benchmark_min_time={options.min_time}",
+    ]
+    if options.filter:
+        command.append(f"--benchmark_filter={options.filter}")
+    done = subprocess.run(command, stdout=subprocess.PIPE, check=False)
+    if done.returncode != 0:
+        sys.exit(f"{program} ended with code {done.returncode}")
+    if not done.stdout.strip():
+        return {"context": {}, "benchmarks": []}  # nothing matched the filter
+    return json.loads(done.stdout)
+
+
+def collect(results, times, errors):
+    """Appends to times[row][contender] and notes failures in errors."""
+    for one in results["benchmarks"]:
+        row, contender = one["run_name"].split("/", 1)
+        if one.get("error_occurred"):
+            errors[row, contender] = one.get("error_message", "failed")
+        else:
+            nanoseconds = times.setdefault(row, {}).setdefault(contender, [])
+            nanoseconds.append(1e9 / one["items_per_second"])
+
+
+def describe(title, reach, contenders):
+    medians = {name: statistics.median(ns) for name, ns in contenders.items()}
+    ours = contenders.get(OURS)
+    peers = sorted((ns, name) for name, ns in medians.items() if name != OURS)
+    ratios = {}
+    if ours:
+        for _, name in peers:
+            if not name.endswith(FLOOR):
+                ratios[name] = statistics.median(a / b for a, b in zip(ours, contenders[name]))
+    fastest = max(ratios, key=ratios.get) if ratios else None
+    ratio = ratios.get(fastest)
+    cells = [
+        title,
+        f"{medians[OURS]:.1f}" if ours else "-",
+        ", ".join(f"{name} {ns:.1f}" for ns, name in peers) or "-",
+        fastest or "-",
+        f"{ratio:.2f}" if ratio else "-",
+        f"{reach:.2f}",
+        "not measured" if not ratio else
+        "yes" if ratio <= reach else "tie" if ratio <= reach * TIE else "**no**",
+    ]
+    return f"| {' | '.join(cells)} |"
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--rounds", type=int, default=9)
+    parser.add_argument("--min-time", type=float, default=0.05, help="seconds a contender")
+    parser.add_argument("--filter", help="only the benchmarks (row/contender) that match")
+    parser.add_argument("--output", help="file for the table, instead of standard output")
+    parser.add_argument("program", nargs="+")
+    options = parser.parse_args()
+
+    times, errors, context = {}, {}, {}
+    for number in range(1, options.rounds + 1):
+        print(f"round {number} of {options.rounds}", file=sys.stderr)
+        for program in options.program:
+            results = run(program, options)
+            context = results["context"] or context
+            collect(results, times, errors)
+    for row, contender in errors:
+        times.get(row, {}).pop(contender, None)
+
+    lines = [
+        f"Machine: {processor()}, {platform.system()} {platform.machine()}, "
+        f"load average {context.get('load_avg', [0])[0]:.1f} at the start of the last run. "
+        f"Compiler: {context.get('compiler', 'unknown')}, flags `{context.get('flags', '')}`. "
+        f"Date: {datetime.date.today().isoformat()}. "
+        f"Nanoseconds an item, medians of {options.rounds} rounds, "
+        f"{context.get('items_a_pass', '?')} items a pass.",
+        "",
+        "| Operation | Ours | Peers | Fastest peer | Ratio | Reach | Met |",
+        "|---|---:|---|---|---:|---:|---|",
+    ]
+    known = {row for row, _, _ in ROWS}
+    for row, title, reach in ROWS:
+        if times.get(row):
+            lines.append(describe(title, reach, times[row]))
+    table = "\n".join(lines) + "\n"
+    if options.output:
+        with open(options.output, "w", encoding="utf-8") as file:
+            file.write(table)
+    else:
+        sys.stdout.write(table)
+
+    for (row, contender), message in sorted(errors.items()):
+        print(f"{row}/{contender}: {message}", file=sys.stderr)
+    for row in sorted(set(times) - known):
+        print(f"{row}: measured but not in the table of rows", file=sys.stderr)
+    return 1 if errors or set(times) - known else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

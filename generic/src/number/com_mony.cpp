@@ -1,0 +1,476 @@
+#include "number/com_mony.h"
+
+#include "intl/charattr.h"
+#include "number/digits.h"
+#include "vdxcomn/money.h"
+
+namespace vdx {
+namespace {
+
+// The rows for 2 and 6 come from callers that share the translation.
+std::int32_t to_public(std::int32_t status) {
+  static constexpr std::int32_t kCodes[] = {VDX_SUCCESS, VDX_OVERFLOW, VDX_SYNTAX,  VDX_ARITHMETIC,
+                                            VDX_SUCCESS, VDX_SUCCESS,  VDX_OVERFLOW};
+  return kCodes[status];
+}
+
+inline std::int64_t get(const vdx_money* money) { return money_value(*money); }
+inline std::int32_t get(const vdx_mny4* money) { return *money; }
+inline void put(vdx_money* money, std::int64_t value) { set_money(*money, value); }
+inline void put(vdx_mny4* money, std::int32_t value) { *money = value; }
+
+template <typename Int>
+using Operation = std::int32_t (*)(Int a, Int b, Int& result);
+
+template <auto kOperation, typename Money>
+inline std::int32_t binary(const Money* a, const Money* b, Money* result) {
+  auto value = get(a);
+  const std::int32_t status = kOperation(value, get(b), value);
+  put(result, value);
+  return status;
+}
+
+// Products and quotients of short money are those of money, narrowed.
+template <Operation<std::int64_t> kOperation>
+std::int32_t narrowed(std::int32_t a, std::int32_t b, std::int32_t& result) {
+  std::int64_t wide;
+  std::int32_t status = kOperation(a, b, wide);
+  if (status == kMoneyDone && narrow_money(wide, result) < 0) status = kMoneyOverflow;
+  if (status != kMoneyDone) result = 0;
+  return status;
+}
+
+std::int32_t multiply(std::int64_t a, std::int64_t b, std::int64_t& result) {
+  return multiply_money(a, b, result);
+}
+
+std::int32_t divide(std::int64_t a, std::int64_t b, std::int64_t& result) {
+  return divide_money(a, b, result);
+}
+
+std::int32_t no_remainder() { return kMoneyOverflow; }
+
+std::int32_t minus(const vdx_money* a, vdx_money* result) {
+  const std::int64_t value = with_sign(static_cast<std::uint64_t>(get(a)), true);
+  put(result, value);
+  return value == kMoneyMin ? kMoneyOverflow : kMoneyDone;
+}
+
+std::int32_t minus(const vdx_mny4* a, vdx_mny4* result) {
+  if (*a == std::numeric_limits<std::int32_t>::min()) return kMoneyOverflow;
+  *result = -*a;
+  return kMoneyDone;
+}
+
+// Adds 1 or -1; the wrapped value stays.
+template <int kStep>
+std::int32_t step(vdx_money* money) {
+  const auto bits = static_cast<std::uint64_t>(get(money)) + static_cast<std::uint64_t>(kStep);
+  const auto value = static_cast<std::int64_t>(bits);
+  put(money, value);
+  return value == (kStep > 0 ? kMoneyMin : kMoneyMax) ? kMoneyOverflow : kMoneyDone;
+}
+
+std::int32_t scale(vdx_money* money, std::uint32_t factor, std::int32_t addend) {
+  std::int64_t value = get(money);
+  const std::int32_t status = scale_money(value, factor, addend);
+  put(money, value);
+  return status;
+}
+
+std::int32_t down(vdx_money* money, std::uint32_t divisor) {
+  std::int64_t value = get(money);
+  const std::int32_t remainder = divide_small(value, divisor);
+  put(money, value);
+  return remainder;
+}
+
+std::int32_t peel_digit(vdx_money* money, char* digit) {
+  *digit = static_cast<char>('0' + down(money, 10));
+  return get(money) != 0 ? 1 : 0;
+}
+
+std::int32_t prepare(vdx_money* money, std::int32_t count) {
+  const std::int64_t value = get(money);
+  std::uint64_t size = magnitude(value);
+  std::uint64_t remainder = 0;
+  // Eight bytes hold the magnitude; each division drops one leading zero byte, and the last one
+  // that goes ends the work.
+  for (int bytes = 8; count > 0 && bytes > 0; --count) {
+    remainder = size % 10;
+    size /= 10;
+    if ((size >> (8 * (bytes - 1))) == 0) --bytes;
+  }
+  if (remainder >= 5) ++size;
+  std::int64_t result;
+  signed_result(size, false, result);
+  put(money, result);
+  return value < 0 ? -1 : 0;
+}
+
+template <typename Money>
+std::int32_t copy(const Money* source, Money* destination) {
+  put(destination, get(source));
+  return kMoneyDone;
+}
+
+template <typename Money>
+std::int32_t compare(const Money* a, const Money* b) {
+  return (get(a) > get(b) ? 1 : 0) - (get(a) < get(b) ? 1 : 0);
+}
+
+void divide_by_word(const vdx_money* dividend, const vdx_money* divisor, vdx_money* quotient) {
+  put(quotient,
+      static_cast<std::int64_t>(static_cast<std::uint64_t>(get(dividend)) / divisor->low));
+}
+
+// What dropping decimals takes, by the places that stay: half of the unit dropped, the unit, and
+// its reciprocal times 2^24, exact for all of 0 to 10499.
+struct Dropping {
+  std::uint32_t half, unit, reciprocal;
+};
+constexpr Dropping kDropping[] = {{}, {500, 1000, 16778}, {50, 100, 167773}, {5, 10, 1677722}, {0, 1, 1 << 24}};
+
+// Two groups of three digits, given as six digit values, with a comma before each.
+inline std::uint64_t groups_of_3(std::uint64_t digits) {
+  return ((digits & 0xffffff) << 8 | (digits >> 24) << 40) + 0x3030302C3030302C;
+}
+
+// The whole part with separators; returns where it ends. Groups go out in pairs, the first pair
+// without its leading zeros.
+char* write_groups(std::uint64_t whole, char* out) {
+  std::uint64_t pairs[3];
+  pairs[2] = whole % 1000000;
+  const std::uint64_t above = whole / 1000000;
+  pairs[1] = above % 1000000;
+  pairs[0] = above / 1000000;
+  int i = pairs[0] != 0 ? 0 : pairs[1] != 0 ? 1 : 2;
+  const std::uint64_t digits = digits_of_8(pairs[i]) >> 16;
+  const int zeros = std::countr_zero(digits | 1ULL << 40) / 8;  // 0 to 5 of the six
+  const int skipped = zeros + (zeros < 3 ? 1 : 2);
+  store(out, groups_of_3(digits) >> (8 * skipped));
+  out += 8 - skipped;
+  while (++i < 3) {
+    store(out, groups_of_3(digits_of_8(pairs[i]) >> 16));
+    out += 8;
+  }
+  return out;
+}
+
+// A copy of at most 25 bytes between buffers that do not overlap, without a call.
+inline void copy_text(char* to, const char* from, std::uint32_t n) {
+  const auto ends = [=]<typename Word>(Word) {
+    const Word first = load<Word>(from), last = load<Word>(from + n - sizeof(Word));
+    store(to, first);
+    store(to + n - sizeof(Word), last);
+  };
+  if (n >= 16) {
+    store(to, load<Words>(from));
+    store(to + n - 16, load<Words>(from + n - 16));
+  } else if (n >= 8) {
+    ends(std::uint64_t{});
+  } else if (n >= 4) {
+    ends(std::uint32_t{});
+  } else {
+    ends(std::uint16_t{});  // no text is shorter than three bytes
+  }
+}
+
+char* write_at_end(std::int64_t value, char* buffer, std::int32_t length, std::int32_t flags) {
+  const bool separators = (flags & 255) == 1;
+  const std::int32_t places = flags >> 8;
+  char text[32];
+  const std::int32_t size = format_money(value, places, separators, text);
+  if (size > length) return nullptr;
+  char* const start = buffer + (length - size);
+  copy_text(start, text, static_cast<std::uint32_t>(size));
+  if (separators && value >= 0 && size < length) {
+    // Three whole digits, or three after a comma, leave the place of the next comma blank.
+    const std::int32_t kept = places <= 0 ? 2 : places > 4 ? 4 : places;
+    if ((size - kept) % 4 == 0) start[-1] = ' ';
+  }
+  return start;
+}
+
+}  // namespace
+
+std::int32_t format_money(std::int64_t ten_thousandths, std::int32_t places, bool separators,
+                          char out[32]) {
+  const std::uint32_t kept = places <= 0 ? 2 : places > 4 ? 4 : static_cast<std::uint32_t>(places);
+  const Dropping drop = kDropping[kept];
+  const bool negative = ten_thousandths < 0;
+  const std::uint64_t size = magnitude(ten_thousandths);
+  std::uint64_t whole = size / kMoneyUnit;
+  const std::uint64_t fraction = size - whole * kMoneyUnit + drop.half;
+  std::uint64_t rounded = ((fraction * drop.reciprocal) >> 24) * drop.unit;
+  const bool carry = rounded >= kMoneyUnit;
+  whole += carry ? 1 : 0;
+  rounded -= carry ? kMoneyUnit : 0;
+
+  char* end = out;
+  if (separators) {
+    *end = '-';
+    end = write_groups(whole, end + (negative ? 1 : 0));
+  } else {
+    const ShortText text = integer_text(whole, negative);
+    store(end, text.words[0]);
+    store(end + 8, text.words[1]);
+    end += text.length;
+  }
+  // The four decimals of `rounded` stand first, the rest of the word is cut off.
+  store(end, (digits_of_8(rounded * 10000) | kAsciiZeros) << 8 | '.');
+  return static_cast<std::int32_t>(end - out) + 1 + static_cast<std::int32_t>(kept);
+}
+
+std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text,
+                                 std::int32_t length, const vdx_charattr& attributes) {
+  constexpr std::int64_t kBeforeSmallest = -(kMoneyMin / 10);
+  const std::uint8_t* p = text;
+  std::int64_t left = length;
+  std::int32_t size = 0;
+  const auto advance = [&] {
+    p += size;
+    left -= size;
+  };
+  value = 0;
+  int sign = 0;
+  bool currency = false;
+  bool started = false;
+  bool at_smallest = false;
+  bool fifth = false;     // a fifth decimal has been seen
+  int fraction = -1;      // decimals; -1 before the point
+  std::int32_t group = -4;  // digits since the last comma; the first group starts lower
+  for (; left > 0; advance()) {
+    size = char_bytes(attributes, p, left);
+    const std::uint8_t c = char_fold(attributes, p, size);
+    if (!started) {
+      if (c == ' ') continue;
+      if (c == '+' || c == '-') {
+        if (sign != 0) return kMoneySyntax;
+        sign = c == '+' ? 1 : -1;
+        continue;
+      }
+      if ((char_class(attributes, p, size) & kClassCurrency) != 0) {
+        if (currency) return kMoneySyntax;
+        currency = true;
+        continue;
+      }
+      started = true;
+    }
+    if (c >= '0' && c <= '9') {
+      const std::int32_t digit = c - '0';
+      if (fraction < 4) {
+        ++group;
+        if (fraction >= 0) ++fraction;
+        if (sign < 0 && value == kBeforeSmallest && digit == 8) {
+          value = kMoneyMin;  // scaling cannot reach this magnitude
+          at_smallest = true;
+        } else if (scale_money(value, 10, digit) != kMoneyDone) {
+          return kMoneyOverflow;
+        }
+      } else if (!fifth) {
+        fifth = true;
+        if (at_smallest && digit != 0) return kMoneyOverflow;
+        // May wrap to the smallest money, which the end sorts out by the sign.
+        if (digit >= 5) value = with_sign(static_cast<std::uint64_t>(value) + 1, false);
+      }
+    } else if (c == '.' && fraction < 0) {
+      fraction = 0;
+    } else if (c == ',' && (group < 0 || group == 3)) {
+      group = 0;
+    } else {
+      break;
+    }
+  }
+  for (; left > 0; advance()) {
+    size = char_bytes(attributes, p, left);
+    if ((char_class(attributes, p, size) & kClassBlank) == 0) return kMoneySyntax;
+  }
+  if (fraction < 4) {
+    static constexpr std::uint32_t kFactors[] = {10000, 1000, 100, 10};
+    if (scale_money(value, kFactors[fraction < 0 ? 0 : fraction], 0) != kMoneyDone) {
+      return kMoneyOverflow;
+    }
+  }
+  if (value < 0) return sign < 0 && value == kMoneyMin ? kMoneyDone : kMoneyOverflow;
+  if (sign < 0) value = -value;
+  return kMoneyDone;
+}
+
+std::int32_t parse_money(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
+                         const vdx_charattr& attributes) {
+  // The plain shape: blanks and a sign, up to 14 digits, a point, up to four digits, all in sixteen
+  // bytes, then blanks. Every other text takes the long way, from the start.
+  if (attributes.max_bytes != 1) return parse_money_grammar(value, text, length, attributes);
+  const std::uint8_t* p = text;
+  std::int64_t left = length;
+  const auto skip_blanks = [&] {
+    for (; left > 0 && *p == ' '; --left) ++p;
+  };
+  skip_blanks();
+  bool negative = false;
+  if (left > 0) {
+    // "+" is 0x2B and "-" 0x2D; signs are unpredictable, so that nothing here branches on them.
+    const unsigned sign = ((*p - 0x2Bu) & ~2u) == 0 ? 1 : 0;
+    negative = (sign & (*p >> 2)) != 0;
+    p += sign;
+    left -= sign;
+    skip_blanks();
+  }
+  if (left <= 0) {
+    value = 0;
+    return kMoneyDone;
+  }
+  const std::uint32_t seen = left < 16 ? static_cast<std::uint32_t>(left) : 16;
+  const Block block = Block::of(p, seen);
+  const std::uint32_t others = ~block.digits() | 1U << seen;
+  const auto whole = static_cast<unsigned>(std::countr_zero(others));
+  if (whole > 14) return parse_money_grammar(value, text, length, attributes);
+  const Words words = block.words();
+  std::uint64_t result = number_of(words, whole, whole) * kMoneyUnit;
+  unsigned end = whole;
+  if (whole < seen && p[whole] == '.') {
+    const unsigned start = whole + 1;
+    const auto decimals = static_cast<unsigned>(std::countr_zero(others >> start));
+    if (decimals > 4) return parse_money_grammar(value, text, length, attributes);
+    end = start + decimals;
+    // Digit values in bytes 0 to 3, zero after the last one: already ten-thousandths.
+    std::uint64_t digits = shift_right_bytes(words, start).low & 0x0F0F0F0F;
+    digits &= (1ULL << (8 * decimals)) - 1;
+    digits = digits * 10 + (digits >> 8);
+    result += (digits & 255) * 100 + ((digits >> 16) & 255);
+  }
+  for (std::int64_t i = end; i < left; ++i) {
+    if ((attributes.single->bits[p[i]] & kClassBlank) == 0) {
+      return parse_money_grammar(value, text, length, attributes);
+    }
+  }
+  value = with_sign(result, negative);
+  return kMoneyDone;
+}
+
+}  // namespace vdx
+
+using namespace vdx;
+
+// The three layers of one operation: two hand back its status, the third translates it.
+#define VDX_INNER_LAYERS(internal, legacy, parameters, operation) \
+  std::int32_t internal parameters { return operation; }          \
+  std::int32_t legacy parameters { return operation; }
+#define VDX_LAYERS(internal, legacy, current, parameters, operation) \
+  VDX_INNER_LAYERS(internal, legacy, parameters, operation)          \
+  std::int32_t current parameters { return to_public(operation); }
+
+// The two layers of an operation whose result is no status.
+#define VDX_PAIR(Result, legacy, current, parameters, operation) \
+  Result legacy parameters { return operation; }                 \
+  Result current parameters { return operation; }
+
+#define VDX_BINARY(internal, legacy, current, Money, operation)                                 \
+  VDX_LAYERS(internal, legacy, current, (const Money* a, const Money* b, Money* result), \
+             binary<operation>(a, b, result))
+#define VDX_COMPARISON(legacy, current, Money) \
+  VDX_PAIR(std::int32_t, legacy, current, (const Money* a, const Money* b), compare(a, b))
+#define VDX_CONSTANT(legacy, current, Money, constant) \
+  VDX_PAIR(void, legacy, current, (Money * value), put(value, constant))
+
+extern "C" {
+
+VDX_BINARY(com__mnyadd, com_mnyadd, comn_mnyadd, vdx_money, add_money<std::int64_t>)
+VDX_BINARY(com__mnysub, com_mnysub, comn_mnysub, vdx_money, subtract_money<std::int64_t>)
+VDX_BINARY(com__mnymul, com_mnymul, comn_mnymul, vdx_money, multiply)
+VDX_BINARY(com__mnydiv, com_mnydivide, comn_mnydivide, vdx_money, divide)
+VDX_BINARY(com__mnyadd4, com_mny4add, comn_mny4add, vdx_mny4, add_money<std::int32_t>)
+VDX_BINARY(com__mnysub4, com_mny4sub, comn_mny4sub, vdx_mny4, subtract_money<std::int32_t>)
+VDX_BINARY(com__mnymul4, com_mny4mul, comn_mny4mul, vdx_mny4, narrowed<multiply>)
+VDX_BINARY(com__mnydiv4, com_mny4divide, comn_mny4divide, vdx_mny4, narrowed<divide>)
+
+std::int32_t com__mnyrem(const vdx_money*, const vdx_money*, vdx_money*) { return no_remainder(); }
+std::int32_t com__mnyrem4(const vdx_mny4*, const vdx_mny4*, vdx_mny4*) { return no_remainder(); }
+
+VDX_LAYERS(com__mnyminus, com_mnyminus, comn_mnyminus, (const vdx_money* a, vdx_money* result),
+           minus(a, result))
+VDX_LAYERS(com__mnyminus4, com_mny4minus, comn_mny4minus, (const vdx_mny4* a, vdx_mny4* result),
+           minus(a, result))
+VDX_LAYERS(com__mnyinc, com_mnyinc, comn_mnyinc, (vdx_money * value), step<1>(value))
+std::int32_t com_mnydec(vdx_money* value) { return step<-1>(value); }
+std::int32_t comn_mnydec(vdx_money* value) { return to_public(step<-1>(value)); }
+VDX_LAYERS(com__mnyscale, com_mnyscale, comn_mnyscale,
+           (vdx_money * value, std::uint32_t factor, std::int32_t addend),
+           scale(value, factor, addend))
+VDX_LAYERS(com__mnycopy, com_mnycopy, comn_mnycopy,
+           (const vdx_money* source, vdx_money* destination), copy(source, destination))
+std::int32_t com_mny4copy(const vdx_mny4* source, vdx_mny4* destination) {
+  return copy(source, destination);
+}
+std::int32_t comn_mny4copy(const vdx_mny4* source, vdx_mny4* destination) {
+  return to_public(copy(source, destination));
+}
+
+VDX_PAIR(std::int32_t, com_mnydown, comn_mnydown, (vdx_money * value, std::uint32_t divisor),
+         down(value, divisor))
+VDX_PAIR(std::int32_t, com_mnyndigit, comn_mnyndigit, (vdx_money * value, char* digit),
+         peel_digit(value, digit))
+std::int32_t com__mnyndigit(vdx_money* value, char* digit) { return peel_digit(value, digit); }
+VDX_PAIR(std::int32_t, com_mnyinit, comn_mnyinit, (vdx_money * value, std::int32_t count),
+         prepare(value, count))
+VDX_PAIR(void, com_mnyxdiv, comn_mnyxdiv,
+         (const vdx_money* dividend, const vdx_money* divisor, vdx_money* quotient),
+         divide_by_word(dividend, divisor, quotient))
+VDX_COMPARISON(com_mnycmp, comn_mnycmp, vdx_money)
+VDX_COMPARISON(com_mny4cmp, comn_mny4cmp, vdx_mny4)
+VDX_CONSTANT(com_mnyzero, comn_mnyzero, vdx_money, 0)
+VDX_CONSTANT(com_mnymaxpos, comn_mnymaxpos, vdx_money, kMoneyMax)
+VDX_CONSTANT(com_mnymaxneg, comn_mnymaxneg, vdx_money, kMoneyMin)
+VDX_CONSTANT(com_mny4zero, comn_mny4zero, vdx_mny4, 0)
+
+std::int32_t com__mny4tomny(const vdx_mny4* source, vdx_money* destination) {
+  put(destination, *source);
+  return sizeof *destination;
+}
+
+char* com__mnytochar(const vdx_money* value, char* buffer, std::int32_t length,
+                     std::int32_t flags) {
+  return write_at_end(get(value), buffer, length, flags);
+}
+char* com_cvtmnytochar(const vdx_money* value, char* buffer, std::int32_t length,
+                       std::int32_t flags) {
+  return write_at_end(get(value), buffer, length, flags);
+}
+char* com__mny4tochar(const vdx_mny4* value, char* buffer, std::int32_t length,
+                      std::int32_t flags) {
+  return write_at_end(*value, buffer, length, flags);
+}
+char* com_cvtmny4tochar(const vdx_mny4* value, char* buffer, std::int32_t length,
+                        std::int32_t flags) {
+  return write_at_end(*value, buffer, length, flags);
+}
+char* com_precmnytochar(const vdx_money* value, char* buffer, std::int32_t length,
+                        std::int32_t flags, std::int32_t places) {
+  return write_at_end(get(value), buffer, length, flags | static_cast<std::int32_t>(static_cast<std::uint32_t>(places) << 8));
+}
+
+std::int32_t com__mnyfromchar_mb(vdx_money* result, const std::uint8_t* text, std::int32_t length,
+                                 std::int32_t, const vdx_charattr* attributes) {
+  std::int64_t value;
+  const std::int32_t status = parse_money(value, text, length, *attributes);
+  put(result, value);
+  return status;
+}
+
+std::int32_t com__mnytoflt8(const vdx_money* source, std::int32_t, double* destination,
+                            std::int32_t, std::int32_t) {
+  *destination = money_to_double(get(source));
+  return sizeof *destination;
+}
+
+std::int32_t com__flt8tomny(const double* source, std::int32_t source_length,
+                            vdx_money* destination, std::int32_t, std::int32_t) {
+  std::int64_t value = 0;
+  const bool fits =
+      source == nullptr || source_length == 0 || double_to_money(*source, value);
+  put(destination, value);
+  return fits ? static_cast<std::int32_t>(sizeof *destination) : -1;
+}
+
+}  // extern "C"

@@ -1,0 +1,209 @@
+// Money as a native 64-bit count of ten-thousandths: words, arithmetic, text, doubles. The two
+// words exist in memory only; everything here computes on the assembled value.
+#ifndef VDX_NUMBER_COM_MONY_H
+#define VDX_NUMBER_COM_MONY_H
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+#include "number/wide.h"
+#include "vdxcomn/types.h"
+
+namespace vdx {
+
+enum MoneyStatus : std::int32_t {
+  kMoneyDone = 0,
+  kMoneyOverflow = 1,
+  kMoneySyntax = 2,
+  kMoneyZeroDivisor = 3,
+};
+
+inline constexpr std::int64_t kMoneyMax = std::numeric_limits<std::int64_t>::max();
+inline constexpr std::int64_t kMoneyMin = std::numeric_limits<std::int64_t>::min();
+inline constexpr std::uint64_t kMoneyUnit = 10000;
+
+// The words, which may be unaligned. The high word comes first whatever the byte order, so that a
+// little-endian 64-bit load has them the wrong way round.
+inline std::int64_t money_value(const void* words) {
+  std::uint64_t bits;
+  std::memcpy(&bits, words, sizeof bits);
+  if constexpr (std::endian::native == std::endian::little) bits = std::rotl(bits, 32);
+  return static_cast<std::int64_t>(bits);
+}
+
+inline std::int64_t money_value(const vdx_money& money) {
+  return money_value(static_cast<const void*>(&money));
+}
+
+inline void set_money(void* words, std::int64_t value) {
+  std::uint64_t bits = static_cast<std::uint64_t>(value);
+  if constexpr (std::endian::native == std::endian::little) bits = std::rotl(bits, 32);
+  std::memcpy(words, &bits, sizeof bits);
+}
+
+inline void set_money(vdx_money& money, std::int64_t value) {
+  set_money(static_cast<void*>(&money), value);
+}
+
+// The magnitude of any value, the smallest included.
+constexpr std::uint64_t magnitude(std::int64_t value) {
+  const std::uint64_t bits = static_cast<std::uint64_t>(value);
+  return value < 0 ? 0 - bits : bits;
+}
+
+constexpr std::int64_t with_sign(std::uint64_t size, bool negative) {
+  const std::uint64_t mask = 0 - static_cast<std::uint64_t>(negative);  // signs are unpredictable
+  return static_cast<std::int64_t>((size ^ mask) - mask);
+}
+
+// Sum and difference of either width of money; zero on overflow.
+template <typename Int>
+inline std::int32_t add_money(Int a, Int b, Int& result) {
+  using Unsigned = std::make_unsigned_t<Int>;
+  const Int sum = static_cast<Int>(static_cast<Unsigned>(a) + static_cast<Unsigned>(b));
+  const bool overflow = ((a ^ sum) & (b ^ sum)) < 0;
+  result = overflow ? Int{0} : sum;
+  return overflow ? kMoneyOverflow : kMoneyDone;
+}
+
+template <typename Int>
+inline std::int32_t subtract_money(Int a, Int b, Int& result) {
+  using Unsigned = std::make_unsigned_t<Int>;
+  const Int difference = static_cast<Int>(static_cast<Unsigned>(a) - static_cast<Unsigned>(b));
+  const bool overflow = ((a ^ b) & (a ^ difference)) < 0;
+  result = overflow ? Int{0} : difference;
+  return overflow ? kMoneyOverflow : kMoneyDone;
+}
+
+// A sign and a magnitude as a value; zero where they do not fit.
+inline std::int32_t signed_result(std::uint64_t size, bool negative, std::int64_t& result) {
+  const bool overflow =
+      size > static_cast<std::uint64_t>(kMoneyMax) + static_cast<std::uint64_t>(negative);
+  result = overflow ? 0 : with_sign(size, negative);
+  return overflow ? kMoneyOverflow : kMoneyDone;
+}
+
+// The product at four places, halves rounded away from zero.
+template <typename Arithmetic = Wide>
+inline std::int32_t multiply_money(std::int64_t a, std::int64_t b, std::int64_t& result) {
+  U128 product = Arithmetic::multiply(magnitude(a), magnitude(b));
+  product.low += kMoneyUnit / 2;  // truncation then rounds
+  product.high += product.low < kMoneyUnit / 2 ? 1 : 0;
+  if (product.high > kMoneyUnit / 2) [[unlikely]] {  // the quotient passes 2^63
+    result = 0;
+    return kMoneyOverflow;
+  }
+  // 10000 is 16 * 625. The top 64 of the remaining 73 bits times 512 / 625 give a quotient that is
+  // at most two too small; the low 64 bits of what is left over tell how much.
+  constexpr std::uint64_t kOdd = kMoneyUnit / 16;
+  constexpr std::uint64_t kTwo64 = std::numeric_limits<std::uint64_t>::max() / kOdd;
+  constexpr std::uint64_t kRest = std::numeric_limits<std::uint64_t>::max() % kOdd + 1;
+  constexpr std::uint64_t kReciprocal = kTwo64 * 512 + kRest * 512 / kOdd;  // 2^64 * 512 / 625
+  const std::uint64_t low = (product.high << 60) | (product.low >> 4);
+  const std::uint64_t top = (product.high << 51) | (product.low >> 13);
+  std::uint64_t quotient = Arithmetic::multiply(top, kReciprocal).high;
+  const std::uint64_t left = low - quotient * kOdd;
+  quotient += (left >= kOdd ? 1 : 0) + (left >= 2 * kOdd ? 1 : 0);
+  return signed_result(quotient, (a ^ b) < 0, result);
+}
+
+// The quotient at four places, truncated.
+template <typename Arithmetic = Wide>
+inline std::int32_t divide_money(std::int64_t a, std::int64_t b, std::int64_t& result) {
+  result = 0;
+  if (b == 0) [[unlikely]] return kMoneyZeroDivisor;
+  const std::uint64_t dividend = magnitude(a), divisor = magnitude(b);
+  std::uint64_t quotient;
+  if (dividend <= std::numeric_limits<std::uint64_t>::max() / kMoneyUnit) {
+    quotient = dividend * kMoneyUnit / divisor;
+  } else {
+    const U128 scaled = Arithmetic::multiply(dividend, kMoneyUnit);
+    if (scaled.high >= divisor) return kMoneyOverflow;
+    quotient = Arithmetic::divide(scaled.high, scaled.low, divisor).quotient;
+  }
+  return signed_result(quotient, (a ^ b) < 0, result);
+}
+
+// The magnitude times the factor plus the addend (its 32 bits taken as unsigned), with the sign
+// kept; factor 0 stores the addend. Unchanged on overflow, which 2^63 is for either sign.
+inline std::int32_t scale_money(std::int64_t& value, std::uint32_t factor, std::int32_t addend) {
+  if (factor == 0) {
+    value = addend;
+    return kMoneyDone;
+  }
+  const U128 product = Wide::multiply(magnitude(value), factor);
+  const std::uint64_t sum = product.low + static_cast<std::uint32_t>(addend);
+  if (product.high != 0 || sum < product.low || (sum >> 63) != 0) return kMoneyOverflow;
+  value = with_sign(sum, value < 0);
+  return kMoneyDone;
+}
+
+// Divides by the low 16 bits of the divisor, truncating toward zero; returns the remainder of the
+// magnitude. A divisor without low bits changes nothing and gives 0.
+inline std::int32_t divide_small(std::int64_t& value, std::uint32_t divisor) {
+  const std::uint64_t small = divisor & 0xffff;
+  if (small == 0) return 0;
+  const std::uint64_t size = magnitude(value);
+  value = with_sign(size / small, value < 0);
+  return static_cast<std::int32_t>(size % small);
+}
+
+inline std::int32_t narrow_money(std::int64_t value, vdx_mny4& result) {
+  const auto narrow = static_cast<std::int32_t>(value);
+  const bool fits = narrow == value;
+  result = fits     ? narrow
+           : value < 0 ? std::numeric_limits<std::int32_t>::min()
+                       : std::numeric_limits<std::int32_t>::max();
+  return fits ? 4 : -1;
+}
+
+// 2^32 ten-thousandths, and the double nearest to 2^63 of them.
+inline constexpr double kMoneyHighWord = 429496.7296;
+inline constexpr double kMoneyLimit = 922337203685477.6;
+
+inline double money_to_double(std::int64_t value) {
+  const double high = static_cast<double>(static_cast<std::int32_t>(value >> 32));
+  const double low = static_cast<double>(static_cast<std::uint32_t>(value));
+  return high * kMoneyHighWord + low / 10000.0;
+}
+
+// Rounds half away from zero, in double steps. False, with zero, where the value is outside money
+// or not a number.
+inline bool double_to_money(double source, std::int64_t& value) {
+  value = 0;
+  const bool negative = source < 0;
+  const double size = (negative ? -source : source) + 0.00005;
+  if (!(size <= kMoneyLimit)) return false;
+  if (size == kMoneyLimit) {
+    value = negative ? -kMoneyMax : kMoneyMax;
+    return true;
+  }
+  const auto high = static_cast<std::int64_t>(size / kMoneyHighWord);
+  // Rounding may put the rest a little outside of one high word: let it carry or borrow.
+  const auto low =
+      static_cast<std::int64_t>((size - static_cast<double>(high) * kMoneyHighWord) * 10000.0);
+  value = high * (std::int64_t{1} << 32) + low;
+  if (negative) value = -value;
+  return true;
+}
+
+// Writes the text at out[0] and returns its length, at most 25. Places of 0 or less mean 2, above
+// 4 mean 4; dropped digits round half away from zero. Bytes after the text may be overwritten.
+std::int32_t format_money(std::int64_t ten_thousandths, std::int32_t places, bool separators,
+                          char out[32]);
+
+// Text in the given character set as money; gives a MoneyStatus. After a failure the value holds
+// what was read so far, without its sign.
+std::int32_t parse_money(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
+                         const vdx_charattr& attributes);
+
+// The same by the whole grammar, one character at a time.
+std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text,
+                                 std::int32_t length, const vdx_charattr& attributes);
+
+}  // namespace vdx
+
+#endif

@@ -1,0 +1,296 @@
+// Failed checks, the tracer and the debug stream.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <setjmp.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "frame/check.h"
+#include "vdxcomn/frame.h"
+
+namespace {
+
+using testing::ExitedWithCode;
+using testing::KilledBySignal;
+
+std::string contents(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+template <class Call>
+std::string stdout_of(Call call) {
+  testing::internal::CaptureStdout();
+  call();
+  return testing::internal::GetCapturedStdout();
+}
+
+std::int32_t vprint(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  const std::int32_t result = comn_debug_vprint(format, arguments);
+  va_end(arguments);
+  return result;
+}
+
+void set_handler(void (*handler)(int)) {
+  struct sigaction action = {};
+  action.sa_handler = handler;
+  sigaction(SIGABRT, &action, nullptr);
+}
+
+sigjmp_buf left;
+void leave(int) { siglongjmp(left, 1); }
+void resume(int) {}
+
+// Fails a check under a handler and exits: 10 when the check was resumed and gave its function's
+// result, 30 when the handler left it. Then descriptor 2 must still be taken, and a second report
+// shows whether standard error is still heard.
+[[noreturn]] void fail_under(void (*handler)(int), std::int32_t mode) {
+  set_handler(handler);
+  com_toggle_abort(mode);
+  const auto checked = [] {
+    VDX_CHECK_POINTER(static_cast<void*>(nullptr), 10);
+    return 20;
+  };
+  if (sigsetjmp(left, 1) == 0) _exit(checked());
+  if (fcntl(STDERR_FILENO, F_GETFD) == -1) _exit(40);
+  if (sigsetjmp(left, 1) == 0) com_bomb("again.cpp", 3);
+  _exit(30);
+}
+
+class Frame : public testing::Test {
+ protected:
+  Frame() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+  ~Frame() override { com_errset(1); }
+};
+using FrameDeath = Frame;
+
+TEST_F(FrameDeath, ReportsAreExactAndEndTheProcess) {
+  struct Row {
+    const char* what;
+    void (*call)();
+    const char* report;
+  } const rows[] = {
+      {"null", [] { com_raise_invalid_null_pointer("com_x.cpp", 12); },
+       "^\nInvalid NULL pointer , file 'com_x.cpp' line 12\n$"},
+      {"bomb", [] { com_bomb("com_y.cpp", -7); },
+       "^\n\rassertion failed, file 'com_y.cpp' line -7\n\r$"},
+      {"no file name", [] { com_bomb(nullptr, 1); },
+       "^\n\rassertion failed, file '\\(null\\)' line 1\n\r$"},
+      {"mode 0", [] { com_errset(0); },
+       "^\n\rassertion failed, file 'com_trace.cpp' line [0-9]+\n\r$"},
+      {"mode 4", [] { com_errset(4); },
+       "^\n\rassertion failed, file 'com_trace.cpp' line [0-9]+\n\r$"},
+      {"null panic", [] { com_panic(nullptr); },
+       "^\nInvalid NULL pointer , file 'com_check.cpp' line [0-9]+\n$"},
+      {"negative depth",
+       [] {
+         com_errset(3);
+         vdx::depth_provider = [] { return std::int32_t{-1}; };
+         com_errtrace(0, "x", 1);
+       },
+       "^\n\rassertion failed, file 'com_trace.cpp' line [0-9]+\n\r$"},
+  };
+  for (const Row& row : rows)
+    for (std::int32_t mode : {1, 2}) {
+      SCOPED_TRACE(testing::Message() << row.what << ", abort mode " << mode);
+      EXPECT_EXIT((com_toggle_abort(mode), row.call()), KilledBySignal(SIGABRT), row.report);
+    }
+}
+
+TEST_F(FrameDeath, HandlersLeaveOrResume) {
+  const std::string report = "^\nInvalid NULL pointer , file 'frame_test.cpp' line [0-9]+\n";
+  const std::string again = "\n\rassertion failed, file 'again.cpp' line 3\n\r";
+  EXPECT_EXIT(fail_under(resume, 0), ExitedWithCode(10), report + "$");
+  EXPECT_EXIT(fail_under(leave, 0), ExitedWithCode(30), report + again + "$");
+  // Mode 1 is not resumed, and what is reported after it is dropped.
+  EXPECT_EXIT(fail_under(resume, 1), KilledBySignal(SIGABRT), report + "$");
+  EXPECT_EXIT(fail_under(leave, 1), ExitedWithCode(30), report + "$");
+}
+
+[[noreturn]] void resume_everything() {
+  set_handler(resume);
+  com_toggle_abort(2);
+  char out[2] = {'?', '?'};
+  const std::uint8_t byte = 1;
+  com_prhex(nullptr, out);
+  com_prhex(&byte, nullptr);
+  com_perr(nullptr);
+  com_panic(nullptr);
+  com_errset(9);
+  const bool is_held = comn_debug_print(nullptr) == 0 && vprint(nullptr) == 0 && out[0] == '?' &&
+                       vdx::trace_mode == 1;
+  _exit(is_held ? 0 : 1);
+}
+
+TEST_F(FrameDeath, ResumedCallsReturnTheirFailure) {
+  EXPECT_EXIT(resume_everything(), ExitedWithCode(0),
+              "^(\nInvalid NULL[^\n]*\n){4}\n\rassertion[^\n]*\n\r"
+              "(\nInvalid NULL[^\n]*\n){2}$");
+}
+
+TEST_F(FrameDeath, PanicExits) {
+  EXPECT_EXIT(com_panic("disk %s gone"), ExitedWithCode(255),
+              "^\nINTERNAL ERROR: unrecoverable error: disk %s gone\n$");
+}
+
+TEST_F(Frame, PersistentReportsGoToBothPlaces) {
+  std::string name = testing::TempDir() + "/vdxframeXXXXXX";
+  ASSERT_NE(mkdtemp(name.data()), nullptr);
+  char* home = getcwd(nullptr, 0);
+  ASSERT_EQ(chdir(name.c_str()), 0);
+  testing::internal::CaptureStderr();
+  com_perr("one\n");
+  com_perr("100%% of %s %n%");
+  const std::string expected = "one\n100% of %s %n%";
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), expected);
+  EXPECT_EQ(contents("vdxinit.err"), expected);
+  unlink("vdxinit.err");
+  ASSERT_EQ(mkdir("vdxinit.err", 0700), 0);  // a name that cannot be opened for writing
+  testing::internal::CaptureStderr();
+  com_perr("two");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "two");
+  rmdir("vdxinit.err");
+  ASSERT_EQ(chdir(home), 0);
+  free(home);
+  rmdir(name.c_str());
+}
+
+TEST_F(Frame, TraceModes) {
+  struct Row {
+    std::int32_t value;
+    const char* name;
+    bool unusual;
+  } const rows[] = {
+      {1, "XS_SUCCEED", false},        {0, "XS_FAIL", true},
+      {-1, "XS_MEM_ERROR", true},      {-2, "XS_PENDING", false},
+      {-3, "XS_QUIET", true},          {-4, "XS_BUSY", true},
+      {-5, "XS_INTERRUPT", false},     {-202, "XS_CANCELED", true},
+      {-203, "XS_ROW_FAIL", true},     {-204, "XS_END_DATA", false},
+      {-205, "XS_END_RESULTS", false}, {-206, "XS_END_ITEM", false},
+      {-207, "XS_NOMSG", true},        {-208, "XS_TIMED_OUT", true},
+      {-210, "XS_PASSTHRU_EOM", true}, {-211, "XS_PASSTHRU_MORE", true},
+      {-213, "XS_TRYING", true},       {-101, "-101", true},
+      {-209, "-209", true},            {INT32_MIN, "-2147483648", true},
+      {0x01040603, "17040899", true},
+  };
+  for (const Row& row : rows)
+    for (std::int32_t mode : {1, 2, 3}) {
+      SCOPED_TRACE(testing::Message() << row.name << ", mode " << mode);
+      com_errset(mode);
+      const bool printed = mode == 3 || (mode == 2 && row.unusual);
+      const std::string line = std::string("(") + row.name + ") file x, line 7\n";
+      std::int32_t outer = 0, inner = 0;
+      const std::string text = stdout_of([&] {
+        outer = com_errtrace(row.value, "a/b/x", 7);
+        inner = vdx::trace(row.value, "x", 7);
+      });
+      EXPECT_EQ(text, printed ? line + line : "");
+      EXPECT_EQ(outer, row.value);
+      EXPECT_EQ(inner, row.value);
+    }
+}
+
+TEST_F(Frame, TracedPlaces) {
+  com_errset(3);
+  const auto trace = [](const char* file, vdx::DepthProvider depth) {
+    vdx::depth_provider = depth;
+    const std::string text = stdout_of([file] { com_errtrace(0, file, -2); });
+    vdx::depth_provider = nullptr;
+    return text;
+  };
+  EXPECT_EQ(trace("a\\b.cpp", nullptr), "(XS_FAIL) file a\\b.cpp, line -2\n");
+  EXPECT_EQ(trace("dir/", nullptr), "(XS_FAIL) file , line -2\n");
+  EXPECT_EQ(trace(nullptr, nullptr), "(XS_FAIL) file (null), line -2\n");
+  EXPECT_EQ(trace("x", [] { return std::int32_t{3}; }), "...(XS_FAIL) file x, line -2\n");
+}
+
+TEST_F(Frame, DebugFormatter) {
+  const std::string illegal = "illegal format specification\n";
+  struct Row {
+    const char* format;
+    std::int32_t number;
+    std::string expected;
+  } const numbers[] = {
+      {"", 0, ""},
+      {"a%%b%dc", -5, "a%b-5c"},
+      {"[%6d|", 42, "[    42|"},
+      {"[%-6d|%%", 42, "[42    |%"},
+      {"%+06d", 42, "+00042"},
+      {"%.3d", 7, "007"},
+      {"%x %%x", 0xAB, "ab %x"},
+      {"%#X", 0xAB, "0XAB"},
+      {"%hd", 0x12345, "9029"},
+      {"%ld!", -1, "-1!"},
+      {"%8lx", -1, "ffffffff"},
+      {"%l,", 12, "12,"},
+      {"%lu", 12, "12u"},
+      {"%l", 12, "12"},
+      {"%3c|", 'q', "  q|"},
+      {"ab%", 1, "ab" + illegal},
+      {"ab%5", 1, "ab" + illegal},
+      {"ab%5.2 f and d", 1, "ab" + illegal},
+      {"%n then %d", 1, illegal},
+      {"%*d", 1, illegal},
+      {"%0000000000000000000000000000001d", 1, illegal},
+  };
+  for (const Row& row : numbers) {
+    SCOPED_TRACE(row.format);
+    EXPECT_EQ(stdout_of([&] { EXPECT_EQ(vprint(row.format, row.number), 1); }), row.expected);
+  }
+  EXPECT_EQ(stdout_of([] { vprint("%s|%5s|%-4.2s|", nullptr, "abc", "xyz"); }),
+            "(null)|  abc|xy  |");
+  // Arguments are taken in order, each its own kind.
+  EXPECT_EQ(stdout_of([] { vprint("%c%s%ld%x%lx%d", 'a', "b", 3, 12, 13, 6); }), "ab3cd6");
+  EXPECT_EQ(stdout_of([] { EXPECT_EQ(comn_debug_print("%s %5.2f\n", "pi", 3.14159), 1); }),
+            "pi  3.14\n");
+}
+
+TEST_F(Frame, DebugFile) {
+  const std::string first = testing::TempDir() + "/vdx_debug_1";
+  const std::string second = testing::TempDir() + "/vdx_debug_2";
+  std::ofstream(first) << "old";
+  EXPECT_EQ(comn_debug_setfile(nullptr, first.c_str(), 1), 1);
+  const std::string shown = stdout_of([&] {
+    vprint("%d", 1);
+    EXPECT_EQ(comn_debug_setfile(nullptr, second.c_str(), 5), 1);
+    comn_debug_print("two");
+    EXPECT_EQ(comn_debug_setfile(nullptr, first.c_str(), 0), 1);
+    EXPECT_EQ(comn_debug_setfile(nullptr, nullptr, 1), 1);
+    comn_debug_print("three ");
+    EXPECT_EQ(comn_debug_setfile(nullptr, second.c_str(), 1), 1);
+    EXPECT_EQ(comn_debug_setfile(nullptr, (first + "/none").c_str(), 1), 0);
+    comn_debug_print("four");
+  });
+  EXPECT_EQ(shown, "three four");
+  EXPECT_EQ(contents(first), "1");
+  EXPECT_EQ(contents(second), "");
+  unlink(first.c_str());
+  unlink(second.c_str());
+}
+
+TEST_F(Frame, SmallServices) {
+  char out[3] = {'?', '?', '?'};
+  const std::uint8_t byte = 0xAB;
+  com_prhex(&byte, out);
+  EXPECT_EQ(std::string(out, 3), "ab?");
+  EXPECT_EQ(comn_dbg_stack(nullptr, out, nullptr, nullptr), 0);
+
+  // Lengths of the codes 0 to 39, 0 where the caller's comes back.
+  const int lengths[40] = {0, 0, 0, 0, 0, 0, 1, 2, 4, 4,   8,   1, 8, 4, 8, 4, 35, 35, 258, 258,
+                           0, 0, 0, 0, 0, 2, 0, 4, 4, 0,   8,   2, 4, 8, 0, 8, 8,  0,  0,   0};
+  for (std::int32_t code = 0; code < 40; ++code)
+    EXPECT_EQ(comn_typelen(code, 17), lengths[code] != 0 ? lengths[code] : 17) << code;
+  for (std::int32_t code : {-1, 40, 4000, INT32_MIN, INT32_MAX})
+    EXPECT_EQ(comn_typelen(code, 17), 17) << code;
+}
+
+}  // namespace

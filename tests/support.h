@@ -1,0 +1,136 @@
+// Calls conversions the way a caller does, with guard bytes around everything they may write.
+#ifndef VDX_TESTS_SUPPORT_H
+#define VDX_TESTS_SUPPORT_H
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vdxcomn.h"
+
+namespace vdx_test {
+
+using Bytes = std::vector<std::uint8_t>;
+
+inline Bytes bytes_of(std::string_view text) { return Bytes(text.begin(), text.end()); }
+
+template <class T>
+Bytes image(const T& value) {
+  Bytes bytes(sizeof value);
+  std::memcpy(bytes.data(), &value, sizeof value);
+  return bytes;
+}
+
+inline Bytes varchar_image(std::string_view text) {
+  Bytes bytes = image(static_cast<std::int16_t>(text.size()));
+  bytes.insert(bytes.end(), text.begin(), text.end());
+  bytes.resize(258);
+  return bytes;
+}
+
+// A context with a table, for the length of a test.
+struct Table {
+  vdx_context context{};
+  Table() {
+    context.version = VDX_VERSION;
+    EXPECT_EQ(com_conv_init(&context), 1);
+  }
+  ~Table() { com_conv_free(&context); }
+  Table(const Table&) = delete;
+  Table& operator=(const Table&) = delete;
+};
+
+constexpr std::int32_t kUnset = -7777;  // an output length that nobody wrote
+constexpr std::uint8_t kGuard = 0xA5;
+
+struct Result {
+  std::int32_t code;
+  std::int32_t length;  // kUnset where the conversion left it alone
+  Bytes bytes;          // the whole destination; kGuard where nothing was written
+
+  Bytes written() const { return Bytes(bytes.begin(), bytes.begin() + (length < 0 ? 0 : length)); }
+  std::string text() const {
+    const Bytes w = written();
+    return std::string(w.begin(), w.end());
+  }
+  template <class T>
+  T as() const {
+    T value{};
+    std::memcpy(&value, bytes.data(), std::min(sizeof value, bytes.size()));
+    return value;
+  }
+  bool operator==(const Result&) const = default;
+};
+
+inline std::ostream& operator<<(std::ostream& out, const Result& r) {
+  out << "code " << r.code << " length " << r.length << " bytes";
+  for (const int b : r.bytes) out << ' ' << std::hex << b << std::dec;
+  return out;
+}
+
+struct Format {
+  std::uint32_t flags = 0;
+  std::int32_t maxlength = -1;  // -1: the fixed length of the type, 64 without one
+  std::int32_t precision = 0;
+  std::int32_t scale = 0;
+  vdx_locale* locale = nullptr;  // of the source
+};
+
+inline Result convert(vdx_context& context, std::int32_t source, const Bytes& value, std::int32_t destination,
+                      const Format& format = {}) {
+  vdx_datafmt from{};
+  from.datatype = source;
+  from.maxlength = static_cast<std::int32_t>(value.size());
+  from.locale = format.locale;
+  vdx_datafmt to{};
+  to.datatype = destination;
+  to.format = format.flags;
+  to.maxlength = format.maxlength >= 0 ? format.maxlength : comn_typelen(destination, 64);
+  to.precision = format.precision;
+  to.scale = format.scale;
+  const auto room = static_cast<std::size_t>(std::max(to.maxlength, comn_typelen(destination, 0)));
+  // Odd offsets: neither value needs an alignment.
+  Bytes source_bytes(value.size() + 1);
+  std::copy(value.begin(), value.end(), source_bytes.begin() + 1);
+  Bytes destination_bytes(room + 33, kGuard);
+  Result result{0, kUnset, {}};
+  const vdx_convfn function = com_conv_func(&context, source, destination);
+  if (function == nullptr) {
+    ADD_FAILURE() << "no conversion from " << source << " to " << destination;
+    return result;
+  }
+  result.code =
+      function(&context, &from, source_bytes.data() + 1, &to, destination_bytes.data() + 17, &result.length);
+  for (std::size_t i = 0; i < 17; ++i)
+    if (destination_bytes[i] != kGuard) ADD_FAILURE() << "wrote before the destination";
+  for (std::size_t i = 17 + room; i < destination_bytes.size(); ++i)
+    if (destination_bytes[i] != kGuard) ADD_FAILURE() << "wrote behind the destination";
+  result.bytes.assign(destination_bytes.begin() + 17, destination_bytes.begin() + 17 + static_cast<long>(room));
+  return result;
+}
+
+// A seeded source of unpredictable numbers.
+class Random {
+ public:
+  explicit Random(std::uint64_t seed) : state_(seed) {}
+  std::uint64_t next() {
+    state_ ^= state_ << 13;
+    state_ ^= state_ >> 7;
+    state_ ^= state_ << 17;
+    return state_;
+  }
+  std::uint64_t below(std::uint64_t n) { return (next() >> 11) % n; }
+  // A number of any size: as many bits as come up.
+  std::uint64_t sized() { return next() >> below(64); }
+
+ private:
+  std::uint64_t state_;
+};
+
+}  // namespace vdx_test
+
+#endif
