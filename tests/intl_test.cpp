@@ -75,7 +75,7 @@ TEST(Charset, Characters) {
       {"ideograph that ends in a backslash byte", sjis, "\x95\x5C", 2, 0, "A"},
       {"greek alpha", sjis, "\x83\xBF", 2, 0, "AL"},
       {"half-width katakana", sjis, "\xB1", 1, 0, "A"}, {"open byte", sjis, "\xFD", 1, 0, ""},
-      {"lead without trail", sjis, "\x82", 2, 0, ""}, {"bad trail", sjis, "\x82\x20", 2, 0, ""},
+      {"cut wide 7", sjis, {"\x82\x56", 1}, 2, 0, ""}, {"bad trail", sjis, "\x82\x20", 2, 0, ""},
 
       {"e acute", utf8, "\xC3\xA9", 2, 0, "AL"}, {"capital alpha", utf8, "\xCE\x91", 2, 0, "AU"},
       {"pound", utf8, "\xC2\xA3", 2, 0, "P$"}, {"arabic digit", utf8, "\xD9\xA3", 2, 0, ""},
@@ -83,7 +83,7 @@ TEST(Charset, Characters) {
       {"wide blank", utf8, "\xE3\x80\x80", 3, ' ', "S"},
       {"ideograph", utf8, "\xE6\x9C\x88", 3, 0, "A"},
       {"ideograph of four bytes", utf8, "\xF0\xA0\x80\x80", 4, 0, "A"},
-      {"last code point", utf8, "\xF4\x8F\xBF\xBF", 4, 0, ""}, {"cut", utf8, "\xEF\xBC", 3, 0, ""},
+      {"last code point", utf8, "\xF4\x8F\xBF\xBF", 4, 0, ""}, {"cut wide 0", utf8, {"\xEF\xBC\x90", 2}, 3, 0, ""},
       {"bad continuation", utf8, "\xEF\xBC\x41", 3, 0, ""},
       {"bad second byte", utf8, "\xC3\x41", 2, 0, ""},
       {"overlong digit", utf8, "\xE0\x80\xB0", 3, 0, ""},
@@ -217,6 +217,7 @@ TEST(Locale, Settings) {
       {VDX_LOC_TWELVE_HOUR, 2, 0, locale->twelve_hour},
       {VDX_LOC_FIRST_DAY, 1, 1, locale->first_day},
       {VDX_LOC_FIRST_DAY, 8, 0, locale->first_day},
+      {VDX_LOC_FIRST_DAY, 0, 0, locale->first_day},
       {99, 1, 0, locale->date_order},
   };
   for (const Number& row : numbers) {
