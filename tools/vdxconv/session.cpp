@@ -32,8 +32,7 @@ Session::Session(vdx_context* context, const Settings& settings)
       out_(kStandardOutput, "standard output"),
       messages_(kStandardError, "standard error"),
       live_(is_terminal(kStandardOutput)),
-      progress_(settings.progress ||
-                (!settings.quiet && !live_ && is_terminal(kStandardError))) {}
+      progress_(settings.progress || (!settings.quiet && !live_ && is_terminal(kStandardError))) {}
 
 int Session::run() {
   const bool from_lines = settings_.values.empty();

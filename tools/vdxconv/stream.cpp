@@ -27,8 +27,8 @@ std::size_t printable(const uint8_t* text, std::size_t size) {
     uint8_t mask, lead;
     uint32_t smallest;
   };
-  static constexpr Form kForms[] = {{0x80, 0x00, 0x20}, {0xe0, 0xc0, 0xa0},
-                                    {0xf0, 0xe0, 0x800}, {0xf8, 0xf0, 0x10000}};
+  static constexpr Form kForms[] = {
+      {0x80, 0x00, 0x20}, {0xe0, 0xc0, 0xa0}, {0xf0, 0xe0, 0x800}, {0xf8, 0xf0, 0x10000}};
   std::size_t length = 1;
   for (const Form& form : kForms) {
     if ((text[0] & form.mask) != form.lead) {

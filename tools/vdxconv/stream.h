@@ -84,8 +84,8 @@ class Writer {
 
 struct Line {
   const uint8_t* text;
-  std::size_t size;  // without the line end
-  std::size_t whole; // with it
+  std::size_t size;   // without the line end
+  std::size_t whole;  // with it
 };
 
 // Splits a stream into lines. A newline ends a line; the last line may lack it.
@@ -98,17 +98,17 @@ class Reader {
   template <typename BeforeRead>
   bool next(Line& line, BeforeRead&& before_read) {
     while (found_ == count_) [[unlikely]] {
-      if (searched_ != end_) {
-        search();
-      } else if (finished_) {
-        line = {block_.data() + at_, end_ - at_, end_ - at_};
-        at_ = end_;
-        return line.size != 0;
-      } else {
-        before_read();
-        refill();
+        if (searched_ != end_) {
+          search();
+        } else if (finished_) {
+          line = {block_.data() + at_, end_ - at_, end_ - at_};
+          at_ = end_;
+          return line.size != 0;
+        } else {
+          before_read();
+          refill();
+        }
       }
-    }
     const std::size_t newline = newlines_[found_++];
     line = {block_.data() + at_, newline - at_, newline - at_ + 1};
     at_ = newline + 1;
@@ -118,7 +118,7 @@ class Reader {
   uint64_t consumed() const { return total_ - (end_ - at_); }
 
  private:
-  static constexpr std::size_t kWord = 64;      // bytes that one mask covers
+  static constexpr std::size_t kWord = 64;       // bytes that one mask covers
   static constexpr std::size_t kStretch = 4096;  // bytes searched at a time
 
   void refill();
