@@ -125,7 +125,7 @@ same 'bad lines of the sample file' want rejects
 bad_lines=$(wc -l < want)
 [ "$bad_lines" -ge 100 ] && [ "$bad_lines" -le 500 ] || fail "the sample file has $bad_lines bad lines"
 [ $(($(wc -l < out) + bad_lines)) = 100000 ] || fail 'each line is converted or rejected'
-summary="^vdxconv: 100,000 values, 99,$((1000 - bad_lines)) converted, $bad_lines failed, [0-9.]+ million lines/s\$"
+summary="^vdxconv: 100,000 values, 99,$((1000 - bad_lines)) converted, $bad_lines failed, [0-9.,]+( million)? lines/s\$"
 tail -n 1 err | grep -qE "$summary" || fail "summary: $(tail -n 1 err)"
 "$vdxconv" char money < "$values" 2> /dev/null | cmp -s - out || fail 'standard input equals file'
 cat "$values" | "$vdxconv" char money 2> /dev/null | cmp -s - out || fail 'pipe equals file'
