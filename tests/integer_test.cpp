@@ -533,7 +533,7 @@ TEST(ContractDeath, ReportsTheRowOfTheConversion) {
   to.maxlength = -1;
   EXPECT_DEATH(comn_i4tochar(&table.context, &from, &value, &to, out, &n), broken);
   to.maxlength = 20;
-  for (const std::int32_t wrong : {VDX_I2, VDX_VARCHAR, 45, -1, 64, INT32_MIN}) {
+  for (const std::int32_t wrong : std::initializer_list<std::int32_t>{VDX_I2, VDX_VARCHAR, 45, -1, 64, INT32_MIN}) {
     to.datatype = wrong;
     EXPECT_DEATH(comn_i4tochar(&table.context, &from, &value, &to, out, &n), broken);
     to.datatype = VDX_CHAR;
@@ -541,7 +541,7 @@ TEST(ContractDeath, ReportsTheRowOfTheConversion) {
     EXPECT_DEATH(comn_i4tochar(&table.context, &from, &value, &to, out, &n), broken);
     from.datatype = VDX_I4;
   }
-  for (const std::int32_t text : {VDX_CHAR, VDX_LONGCHAR, VDX_TEXT, VDX_XML, VDX_SENSITIVITY, VDX_BOUNDARY}) {
+  for (const std::int32_t text : std::initializer_list<std::int32_t>{VDX_CHAR, VDX_LONGCHAR, VDX_TEXT, VDX_XML, VDX_SENSITIVITY, VDX_BOUNDARY}) {
     to.datatype = text;
     EXPECT_EQ(comn_i4tochar(&table.context, &from, &value, &to, out, &n), 1);
   }

@@ -255,7 +255,7 @@ inline ShortText text_of(const Call&, Bit bit) { return {{static_cast<std::uint6
 
 template <class M>
 inline ShortText text_of(const Call& call, Money<M> money) {
-  return money_text(money.count, call.format->precision, false);
+  return money_text(money.count, call.format->precision);
 }
 
 // Integers that do not fit show an asterisk, everything else shows what there is room for.

@@ -124,13 +124,6 @@ void divide_by_word(const vdx_money* dividend, const vdx_money* divisor, vdx_mon
       static_cast<std::int64_t>(static_cast<std::uint64_t>(get(dividend)) / divisor->low));
 }
 
-// What dropping decimals takes, by the places that stay: half of the unit dropped, the unit, and
-// its reciprocal times 2^24, exact for all of 0 to 10499.
-struct Dropping {
-  std::uint32_t half, unit, reciprocal;
-};
-constexpr Dropping kDropping[] = {{}, {500, 1000, 16778}, {50, 100, 167773}, {5, 10, 1677722}, {0, 1, 1 << 24}};
-
 // Two groups of three digits, given as six digit values, with a comma before each.
 inline std::uint64_t groups_of_3(std::uint64_t digits) {
   return ((digits & 0xffffff) << 8 | (digits >> 24) << 40) + 0x3030302C3030302C;
@@ -196,30 +189,16 @@ char* write_at_end(std::int64_t value, char* buffer, std::int32_t length, std::i
 
 std::int32_t format_money(std::int64_t ten_thousandths, std::int32_t places, bool separators,
                           char out[32]) {
-  const std::uint32_t kept = places <= 0 ? 2 : places > 4 ? 4 : static_cast<std::uint32_t>(places);
-  const Dropping drop = kDropping[kept];
-  const bool negative = ten_thousandths < 0;
-  const std::uint64_t size = magnitude(ten_thousandths);
-  std::uint64_t whole = size / kMoneyUnit;
-  const std::uint64_t fraction = size - whole * kMoneyUnit + drop.half;
-  std::uint64_t rounded = ((fraction * drop.reciprocal) >> 24) * drop.unit;
-  const bool carry = rounded >= kMoneyUnit;
-  whole += carry ? 1 : 0;
-  rounded -= carry ? kMoneyUnit : 0;
-
-  char* end = out;
-  if (separators) {
-    *end = '-';
-    end = write_groups(whole, end + (negative ? 1 : 0));
-  } else {
-    const ShortText text = integer_text(whole, negative);
-    store(end, text.words[0]);
-    store(end + 8, text.words[1]);
-    end += text.length;
+  if (!separators) {
+    const ShortText text = money_text(ten_thousandths, places);
+    std::memcpy(out, text.words, sizeof text.words);
+    return static_cast<std::int32_t>(text.length);
   }
-  // The four decimals of `rounded` stand first, the rest of the word is cut off.
-  store(end, (digits_of_8(rounded * 10000) | kAsciiZeros) << 8 | '.');
-  return static_cast<std::int32_t>(end - out) + 1 + static_cast<std::int32_t>(kept);
+  const MoneyParts parts = money_parts(magnitude(ten_thousandths), places);
+  *out = '-';
+  char* const end = write_groups(parts.whole, out + (ten_thousandths < 0 ? 1 : 0));
+  store(end, fraction_text(parts.fraction));
+  return static_cast<std::int32_t>(end - out) + 1 + static_cast<std::int32_t>(parts.places);
 }
 
 std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text,

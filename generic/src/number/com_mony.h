@@ -9,6 +9,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "number/digits.h"
 #include "number/wide.h"
 #include "vdxcomn/types.h"
 
@@ -190,8 +191,54 @@ inline bool double_to_money(double source, std::int64_t& value) {
   return true;
 }
 
-// Writes the text at out[0] and returns its length, at most 25. Places of 0 or less mean 2, above
-// 4 mean 4; dropped digits round half away from zero. Bytes after the text may be overwritten.
+// A magnitude of ten-thousandths rounded to fewer places, halves up.
+struct MoneyParts {
+  std::uint64_t whole;
+  std::uint64_t fraction;  // ten-thousandths; the dropped digits are zero
+  std::uint32_t places;    // 1 to 4
+};
+
+inline MoneyParts money_parts(std::uint64_t size, std::int32_t places) {
+  // Half of the unit that goes, the unit, and its reciprocal times 2^24, exact for 0 to 10499.
+  struct Dropping {
+    std::uint32_t half, unit, reciprocal;
+  };
+  static constexpr Dropping kDropping[] = {
+      {}, {500, 1000, 16778}, {50, 100, 167773}, {5, 10, 1677722}, {0, 1, 1 << 24}};
+  const std::uint32_t kept = places <= 0 ? 2 : places > 4 ? 4 : static_cast<std::uint32_t>(places);
+  const Dropping drop = kDropping[kept];
+  const std::uint64_t whole = size / kMoneyUnit;
+  const std::uint64_t fraction = size - whole * kMoneyUnit + drop.half;
+  const std::uint64_t rounded = ((fraction * drop.reciprocal) >> 24) * drop.unit;
+  const std::uint64_t carry = rounded >= kMoneyUnit ? 1 : 0;
+  return {whole + carry, rounded - carry * kMoneyUnit, kept};
+}
+
+// The point and four decimals, of which the caller keeps the first.
+inline std::uint64_t fraction_text(std::uint64_t fraction) {
+  return ((digits_of_8(fraction * 10000) & 0xffffffff) | 0x30303030) << 8 | '.';
+}
+
+// Money without separators, at most 21 bytes. Places of 0 or less mean 2, above 4 mean 4; dropped
+// digits round half away from zero.
+inline ShortText money_text(std::int64_t ten_thousandths, std::int32_t places) {
+  const MoneyParts parts = money_parts(magnitude(ten_thousandths), places);
+  ShortText text = integer_text(parts.whole, ten_thousandths < 0);  // zero bytes follow it
+  const std::uint64_t tail = fraction_text(parts.fraction);
+  const std::uint32_t at = text.length, bits = 8 * (at & 7);
+  const std::uint64_t low = tail << bits, high = (tail >> 1) >> (63 - bits);
+  // The word where the tail starts: masks, because lengths are unpredictable.
+  const std::uint64_t first = 0 - static_cast<std::uint64_t>(at < 8);
+  const std::uint64_t last = 0 - static_cast<std::uint64_t>(at >> 4);
+  text.words[0] |= low & first;
+  text.words[1] |= (high & first) | (low & ~first & ~last);
+  text.words[2] = (high & ~first) | (low & last);
+  text.length += 1 + parts.places;
+  return text;
+}
+
+// The same text, or that with separators, at out[0]; returns its length, at most 25. Bytes after
+// the text may be overwritten.
 std::int32_t format_money(std::int64_t ten_thousandths, std::int32_t places, bool separators,
                           char out[32]);
 

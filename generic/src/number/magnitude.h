@@ -1,0 +1,114 @@
+// Unsigned magnitudes of 256 bits in little-endian limbs, and the powers of ten that fit them.
+#ifndef VDX_NUMBER_MAGNITUDE_H
+#define VDX_NUMBER_MAGNITUDE_H
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+#include "number/wide.h"
+
+namespace vdx {
+
+using Magnitude = std::array<std::uint64_t, 4>;
+
+inline constexpr std::int32_t kMaxPrecision = 77;  // the largest power of ten in 256 bits
+
+constexpr bool is_zero(const Magnitude& m) { return (m[0] | m[1] | m[2] | m[3]) == 0; }
+
+constexpr bool less(const Magnitude& a, const Magnitude& b) {
+  for (std::size_t i = 4; i-- > 0;)
+    if (a[i] != b[i]) return a[i] < b[i];
+  return false;
+}
+
+// m * factor + addend; the return value is the limb above.
+template <typename Arithmetic = Wide>
+constexpr std::uint64_t multiply_add(Magnitude& m, std::uint64_t factor, std::uint64_t addend) {
+  for (std::uint64_t& limb : m) {
+    const U128 product = Arithmetic::multiply(limb, factor);
+    limb = product.low + addend;
+    addend = product.high + (limb < addend ? 1 : 0);
+  }
+  return addend;
+}
+
+// m / divisor; the return value is the remainder.
+template <typename Arithmetic = Wide>
+inline std::uint64_t divide_limb(Magnitude& m, std::uint64_t divisor) {
+  std::uint64_t remainder = 0;
+  for (std::size_t i = 4; i-- > 0;) {
+    if (remainder == 0 && m[i] < divisor) {  // also skips the leading zeros
+      remainder = m[i];
+      m[i] = 0;
+    } else {
+      const Quotient step = Arithmetic::divide(remainder, m[i], divisor);
+      m[i] = step.quotient;
+      remainder = step.remainder;
+    }
+  }
+  return remainder;
+}
+
+inline constexpr std::array<Magnitude, kMaxPrecision + 1> kPowersOfTen = [] {
+  std::array<Magnitude, kMaxPrecision + 1> powers{};
+  Magnitude power{1, 0, 0, 0};
+  for (Magnitude& row : powers) {
+    row = power;
+    multiply_add<PortableWide>(power, 10, 0);
+  }
+  return powers;
+}();
+
+// Powers of ten in one limb: 10^0 to 10^19.
+inline constexpr std::int32_t kLimbDigits = 19;
+constexpr std::uint64_t limb_power(std::int32_t exponent) {
+  return kPowersOfTen[static_cast<std::size_t>(exponent)][0];
+}
+
+constexpr std::int32_t bytes_of(const Magnitude& m) {
+  for (std::size_t i = 4; i-- > 0;)
+    if (m[i] != 0) return static_cast<std::int32_t>(8 * i + (static_cast<unsigned>(std::bit_width(m[i])) + 7) / 8);
+  return 0;
+}
+
+// Bytes of a numeric of each precision: the sign and 10^p - 1, which takes as many bytes as 10^p
+// because no power of ten but the first is one of two.
+inline constexpr std::array<std::uint8_t, kMaxPrecision + 1> kBytesOfPrecision = [] {
+  std::array<std::uint8_t, kMaxPrecision + 1> table{};
+  for (std::size_t p = 0; p < table.size(); ++p)
+    table[p] = static_cast<std::uint8_t>(1 + bytes_of(kPowersOfTen[p]));
+  return table;
+}();
+
+// m times 10^exponent; false, with m undefined, where that passes 256 bits.
+inline bool scale_up(Magnitude& m, std::int32_t exponent) {
+  if (is_zero(m) || exponent == 0) return true;
+  if (exponent > kMaxPrecision) return false;
+  if ((m[1] | m[2] | m[3]) == 0) {
+    const std::uint64_t factor = m[0];
+    m = kPowersOfTen[static_cast<std::size_t>(exponent)];
+    return multiply_add(m, factor, 0) == 0;
+  }
+  for (; exponent > kLimbDigits; exponent -= kLimbDigits)
+    if (multiply_add(m, limb_power(kLimbDigits), 0) != 0) return false;
+  return multiply_add(m, limb_power(exponent), 0) == 0;
+}
+
+// m divided by 10^exponent, halves rounded up.
+inline void scale_down(Magnitude& m, std::int32_t exponent) {
+  if (exponent == 0) return;
+  if (exponent > kMaxPrecision + 1) {  // 256 bits stay below a tenth of what goes
+    m = {};
+    return;
+  }
+  // The digit removed last decides the rounding.
+  for (--exponent; exponent > 0; exponent -= kLimbDigits)
+    divide_limb(m, limb_power(exponent < kLimbDigits ? exponent : kLimbDigits));
+  if (divide_limb(m, 10) >= 5) multiply_add(m, 1, 1);
+}
+
+}  // namespace vdx
+
+#endif

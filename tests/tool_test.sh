@@ -1,0 +1,180 @@
+#!/bin/bash
+# Runs vdxconv as a user does: command lines, input and files in; output, messages, status out.
+#   tool_test.sh VDXCONV MAKE_VALUES EXAMPLE_CONVERT PROJECT_DIRECTORY
+set -u
+export LC_ALL=C
+vdxconv=$1 make_values=$2 example=$3 project=$4
+values=$project/examples/data/values.txt
+work=$(mktemp -d) || exit 1
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit 1
+failures=0
+
+fail() {
+  echo "FAILED: $*" >&2
+  failures=$((failures + 1))
+}
+
+# same WHAT FILE FILE
+same() { cmp -s "$2" "$3" || { fail "$1"; diff -a "$2" "$3" | head -6 >&2; }; }
+
+# row ARGUMENTS INPUT STATUS OUTPUT MESSAGES: texts in the escapes of printf, all compared exactly.
+row() {
+  printf '%b' "$2" > in
+  printf '%b' "$4" > want.out
+  printf '%b' "$5" > want.err
+  eval "\"\$vdxconv\" $1" < in > out 2> err
+  local status=$?
+  [ $status = "$3" ] || fail "vdxconv $1: status $status, not $3"
+  same "vdxconv $1: output" want.out out
+  same "vdxconv $1: messages" want.err err
+}
+
+hint="\nTry 'vdxconv --help'.\n"
+bad='not a value of the datatype (-105)\n'
+
+# Values and their display.
+row 'char i4 "  -42" +7 -8' '' 0 '-42\n7\n-8\n' ''
+row 'i4 money -- 12 -3' '' 0 '12.00\n-3.00\n' ''
+row '8 14 1' '' 0 '1.00\n' ''
+row 'char money -p 4 "$ 1,234.56785"' '' 0 '1234.5679\n' ''
+row 'char money --precision=3 1.0005' '' 0 '1.001\n' ''
+row 'char char "a\"b"' '' 0 'a"b\n' ''
+row 'i4 char -m5 --pad-blank 12' '' 0 '12   \n' ''
+row 'i4 char -m 5 --pad-blank -t --hex 12' '' 0 '3132202000\n' ''
+row 'i4 char --maxlength=4 --pad-null --raw 12 345' '' 0 '12\0000\0000345\0000' ''
+row 'i4 char -t --raw 12 3' '' 0 '12\00003\0000' ''
+row 'char bin --hex 0x00fF10' '' 0 '00ff10\n' ''
+row 'char bin 0a0B' '' 0 '0a0b\n' ''
+row 'char money --hex 1' '' 0 '0000000010270000\n' ''
+row 'char char -c utf8 ok' '' 0 'ok\n' ''
+
+# Failures are reported and the rest goes on.
+row 'char i4 1 x 3000000000 2' '' 1 '1\n2\n' "argument:2: \"x\": ${bad}argument:3: \"3000000000\": out of range or too long (-101)\n"
+row 'char i4 ""' '' 1 '' 'argument:1: "": empty (-105)\n'
+row 'bin bin --hex 0x 01' '' 1 '01\n' 'argument:1: "0x": not a value of the datatype (-105)\n'
+row 'char char -m 2 abc de' '' 1 'de\n' 'argument:1: "abc": would be shortened (-113)\n'
+row 'i4 char -m 2 -t 12 1' '' 1 '1\0000\n' 'argument:1: "12": out of range or too long (-101)\n'
+row 'char i4 -q' '\001\033[1m"\\\0303\0251\0200\0302\0205\0177' 1 '' \
+  'stdin:1: "\\x01\\x1b[1m\\"\\\\\0303\0251\\x80\\xc2\\x85\\x7f": '"$bad"
+
+# Lines.
+row 'char i4 -q' '' 0 '' ''
+row 'char i4 -q' '1\n2' 0 '1\n2\n' ''
+row 'char i4 -q' '1\r\n2\r\n' 0 '1\n2\n' ''
+row 'char i4 -q' '1\r\n2\r' 1 '1\n' "stdin:2: \"2\\\\x0d\": $bad"
+row 'char char -q --keep-cr -x' '1\r\n2\n' 0 '310d\n32\n' ''
+row 'char i4 -q -f -' '1\n\n\r\n3\n' 1 '1\n3\n' 'stdin:2: "": empty (-105)\nstdin:3: "": empty (-105)\n'
+row 'char i4 -q' '1\00002\n3' 1 '3\n' "stdin:1: \"1\\\\x002\": $bad"
+row 'char i4 -q -r rejects' 'a\r\n1\n\nb\0000' 1 '1\n' \
+  "stdin:1: \"a\": ${bad}stdin:3: \"\": empty (-105)\nstdin:4: \"b\\\\x00\": $bad"
+printf 'a\r\n\nb\0' > want
+same 'rejects keep line ends' want rejects
+row 'char i4 --rejects=rejects x' '' 1 '' "argument:1: \"x\": $bad"
+printf 'x\n' > want
+same 'rejects of arguments' want rejects
+
+# Wrong usage and trouble.
+usage() { row "$1" '' 2 '' "vdxconv: $2$hint"; }
+usage '' 'SOURCE and DEST are needed'
+usage 'char' 'SOURCE and DEST are needed'
+usage 'char integer 1' "'integer' is not a datatype; vdxconv --types lists them"
+usage 'char 40 1' "'40' is not a datatype; vdxconv --types lists them"
+usage 'char i4 --colour 1' "unknown option '--colour'"
+usage 'char i4 -z' "unknown option '-z'"
+usage 'char i4 --hex=1 1' '--hex takes no argument'
+usage 'char i4 1 -p' '-p needs an argument'
+usage 'char i4 --scale 1x 1' "--scale: '1x' is not a number of 32 bits"
+usage 'char i4 -s 2147483648 1' "-s: '2147483648' is not a number of 32 bits"
+usage 'char i4 --hex --raw 1' '--hex and --raw exclude each other'
+usage 'char char -m 9 --pad-null --pad-blank 1' '--pad-null and --pad-blank exclude each other'
+usage 'char char --pad-null 1' 'padding needs --maxlength'
+usage 'char char -m 0 1' '--maxlength must be at least 1'
+usage 'char char -f x 1' 'values come either from --file or from arguments'
+row 'money blob 1' '' 2 '' 'vdxconv: there is no conversion from money to blob; vdxconv --matrix shows all\n'
+row 'blob 20 1' '' 2 '' 'vdxconv: there is no conversion from char to blob; vdxconv --matrix shows all\n'
+row 'char i4 -f missing' '' 2 '' 'vdxconv: missing: No such file or directory\n'
+row 'char i4 -f .' '' 2 '' 'vdxconv: .: Is a directory\n'
+row 'char i4 -r no/where 1' '' 2 '' 'vdxconv: no/where: No such file or directory\n'
+row 'char i4 -c klingon 1' '' 2 '' 'vdxconv: klingon: unknown character set\n'
+row 'char i4 -r ./in' 'x\n' 2 '' 'vdxconv: ./in: rejects would overwrite the input\n'
+row 'char i4 1 > /dev/full' '' 2 '' 'vdxconv: standard output: No space left on device\n'
+row 'char i4 -r /dev/full x' '' 2 '' 'vdxconv: /dev/full: No space left on device\n'
+"$vdxconv" char char -q -f "$values" 2> err | true
+[ "${PIPESTATUS[0]}" = 2 ] || fail 'a closed pipe is trouble'
+printf 'vdxconv: standard output: Broken pipe\n' | cmp -s - err || fail 'a closed pipe is named'
+
+# Every byte value, lines longer than a block, and lines that end on every place of a block.
+for byte in {0..9} {11..255}; do printf "\\x$(printf %x "$byte")."'%s\n' x; done > bytes
+"$vdxconv" char char -q --keep-cr < bytes | cmp -s - bytes || fail 'every byte passes'
+"$vdxconv" char char -q -x --keep-cr < bytes | tr -d '\n' > got
+tr -d '\n' < bytes | od -An -v -tx1 | tr -d ' \n' > want
+same 'every byte in hexadecimal' want got
+"$vdxconv" char i4 -q -r rejects < bytes > out 2> err
+[ $? = 1 ] && cmp -s bytes rejects && [ "$(wc -l < err)" = 255 ] && [ ! -s out ] ||
+  fail 'every byte is rejected as it was'
+{
+  for size in 1048575 1048576 1 3000000 63 64 65; do head -c "$size" /dev/zero | tr '\0' y; echo; done
+  for size in {1..200}; do printf "%${size}s\n" z; done
+  head -c 5000000 /dev/zero
+} > long
+"$vdxconv" char char -q < long > out
+{ cat long; echo; } > want
+same 'long lines' want out
+"$vdxconv" char i4 -q -r rejects < long > out 2> err
+same 'long lines are rejected as they were' long rejects
+[ "$(tail -n +2 err | awk '{ if (length > 700) print }' | wc -l)" = 0 ] || fail 'long texts are cut'
+
+# The sample file: made again, and converted from a file, a pipe and standard input alike.
+"$make_values" > made
+same 'the sample file is what its program makes' "$values" made
+grep -aE '[A-Za-z#]|--|\$\$|\..*\.|^1,23,|^9000000000000000000' "$values" > want
+"$vdxconv" char money -f "$values" -r rejects > out 2> err
+[ $? = 1 ] || fail 'the sample file has failures'
+same 'bad lines of the sample file' want rejects
+bad_lines=$(wc -l < want)
+[ "$bad_lines" -ge 100 ] && [ "$bad_lines" -le 500 ] || fail "the sample file has $bad_lines bad lines"
+[ $(($(wc -l < out) + bad_lines)) = 100000 ] || fail 'each line is converted or rejected'
+summary="^vdxconv: 100,000 values, 99,$((1000 - bad_lines)) converted, $bad_lines failed, [0-9.]+ million lines/s\$"
+tail -n 1 err | grep -qE "$summary" || fail "summary: $(tail -n 1 err)"
+"$vdxconv" char money < "$values" 2> /dev/null | cmp -s - out || fail 'standard input equals file'
+cat "$values" | "$vdxconv" char money 2> /dev/null | cmp -s - out || fail 'pipe equals file'
+"$vdxconv" char money -q < out | cmp -s - out || fail 'what was converted converts to itself'
+"$vdxconv" char i4 --summary 1 2>&1 | grep -qE '^vdxconv: 1 value, 1 converted, 0 failed, ' || fail 'one value'
+"$vdxconv" char char --progress -q -f "$values" 2>&1 > /dev/null | tr '\r' '\n' |
+  grep -qE '^\[#{30}\] 100%  100,000 lines  ' || fail 'progress of a file'
+cat "$values" | "$vdxconv" char char --progress -q 2>&1 > /dev/null | tr '\r' '\n' |
+  grep -qE '^[0-9,]+ lines  ' || fail 'progress of a pipe'
+
+# A reader of a pipe sees results while the writer thinks.
+{ echo 1; for _ in {1..50}; do [ -s seen ] && break; sleep 0.1; done; [ -s seen ] && echo 2; } |
+  "$vdxconv" char i4 -q > seen
+printf '1\n2\n' | cmp -s - seen || fail 'results of a pipe come at once'
+
+# Listings, help and manual.
+"$vdxconv" --matrix > out
+cells=$(grep -aE '^[-a-z0-9]+ +[0-9]+( [x.]){40}$' out | grep -o ' x' | wc -l)
+grep -qx "$cells of 1600 pairs have a conversion." out || fail 'the matrix counts its cells'
+grep -qE '^i4 +8 x' out && ! grep -E '^(blob|-) ' out | grep -q x || fail 'cells of the matrix'
+"$vdxconv" --types > types
+[ "$(grep -cE '^ +[0-9]+  [-a-z0-9]+ +([0-9]+|var)  [A-Za-z0-9]' types)" = 40 ] || fail 'forty datatypes'
+for line in '14  money                8  ' '17  decimal             35  ' '18  varchar            258  '; do
+  grep -q "$line" types || fail "types: $line"
+done
+"$vdxconv" --help > help
+cat help out types | awk 'length > 100' | grep . && fail 'wider than 100 columns'
+for option in $(grep -oE '^ +(-[a-zA-Z], )?--[a-z-]+' help | grep -oE -- '--[a-z-]+'); do
+  sed 's/\\-/-/g' "$project/docs/vdxconv.1" | grep -q -e "$option" || fail "manual lacks $option"
+done
+"$vdxconv" -V | grep -qE '^vdxconv [0-9]+\.[0-9]+\.[0-9]+$' || fail 'version'
+row '--help > /dev/full' '' 2 '' 'vdxconv: standard output: No space left on device\n'
+if command -v groff > /dev/null; then
+  groff -t -man -Tutf8 -ww "$project/docs/vdxconv.1" 2>&1 > /dev/null | grep . && fail 'manual warns'
+fi
+
+printf '"  -42" is -42\n"2147483648" is out of range (-101)\n"4 2" is no integer (-105)\nprice 12.3456\n' > want
+"$example" > out || fail 'the example'
+same 'output of the example' want out
+
+[ $failures = 0 ] && echo "all passed"
+exit $((failures != 0))
