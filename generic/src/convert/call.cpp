@@ -8,7 +8,7 @@ std::int32_t write_exact(const Call& call, const Exact& value) {
   return write_numeric(value, call.format->precision, call.format->scale, call.destination);
 }
 
-std::int32_t contract_failed(const Call& call, const char* file, std::int32_t line) {
+std::int32_t contract_failed(Call call, const char* file, std::int32_t line) {
   const bool null = call.context == nullptr || call.source_format == nullptr || call.source == nullptr ||
                     call.format == nullptr || call.destination == nullptr || call.length == nullptr;
   if (null)

@@ -127,7 +127,7 @@ inline bool contract_holds(const Call& call) {
 
 // Reports the failed check at the conversion's own file and line; where a handler resumes, the
 // conversion returns this result.
-[[gnu::cold, gnu::noinline]] std::int32_t contract_failed(const Call& call, const char* file, std::int32_t line);
+[[gnu::cold, gnu::noinline]] std::int32_t contract_failed(Call call, const char* file, std::int32_t line);
 
 }  // namespace vdx
 

@@ -247,14 +247,18 @@ struct money_count : fixed<T> {
 
 // The text of a value: one writer a kind, for every destination that holds text.
 template <Integral V>
-inline ShortText text_of(const Call&, V value) {
-  return integer_text(magnitude_of(value), value < 0);
+VDX_INLINE ShortText text_of(const Call&, V value) {
+  using Limits = std::numeric_limits<V>;
+  return integer_text<signed_magnitude(std::is_signed_v<V> ? Limits::min() : Limits::max()).magnitude>(
+      signed_magnitude(value));
 }
 
-inline ShortText text_of(const Call&, Bit bit) { return {{static_cast<std::uint64_t>(bit) + '0', 0, 0}, 1}; }
+VDX_INLINE ShortText text_of(const Call&, Bit bit) {
+  return integer_text<1>({static_cast<std::uint64_t>(bit), 0});
+}
 
 template <class M>
-inline ShortText text_of(const Call& call, Money<M> money) {
+VDX_INLINE ShortText text_of(const Call& call, Money<M> money) {
   return money_text(money.count, call.format->precision);
 }
 

@@ -142,12 +142,12 @@ VDX_PARSER(com__chtoui8_mb, std::uint64_t)
 
 std::int32_t com__itochar(std::int32_t value, char* text, std::int32_t size) {
   VDX_CHECK_POINTER(text, 0);
-  const vdx::ShortText digits = vdx::integer_text(vdx::magnitude_of(value), value < 0);
-  const auto length = static_cast<std::int32_t>(digits.length);
+  const vdx::ShortText digits = vdx::integer_text(vdx::signed_magnitude(value));
+  const auto length = static_cast<std::int32_t>(digits.length());
   if (size > 0 && length > size) {
     *text = '*';
     return 1;
   }
-  std::memcpy(text, digits.words, digits.length);
+  std::memcpy(text, digits.data(), digits.length());
   return length;
 }

@@ -45,7 +45,7 @@ struct NumberShape {
   }
 };
 
-inline PlainInteger plain_integer_16(const std::uint8_t* text, std::uint32_t n) {
+VDX_INLINE PlainInteger plain_integer_16(const std::uint8_t* text, std::uint32_t n) {
   const Block block = Block::of(text, n);
   const NumberShape shape(block.digits(), block.equal(' '), block.equal('-'), block.equal('+'),
                           (std::uint32_t{1} << n) - 1);
@@ -55,7 +55,7 @@ inline PlainInteger plain_integer_16(const std::uint8_t* text, std::uint32_t n) 
 
 PlainInteger plain_integer_long(const std::uint8_t* text, std::uint32_t n);
 
-inline PlainInteger plain_integer(const std::uint8_t* text, std::uint32_t n) {
+VDX_INLINE PlainInteger plain_integer(const std::uint8_t* text, std::uint32_t n) {
   return n <= 16 ? plain_integer_16(text, n) : plain_integer_long(text, n);
 }
 

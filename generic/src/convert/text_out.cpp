@@ -41,13 +41,12 @@ std::int32_t finish_bytes(const vdx_datafmt& format, void* destination, std::int
   return VDX_SUCCESS;
 }
 
-std::int32_t misfit(const Call& call, const ShortText& text, Misfit style) {
+std::int32_t misfit(Call call, const unsigned char* text, std::int32_t n, Misfit style) {
   auto* const bytes = static_cast<unsigned char*>(call.destination);
   const std::int32_t room = call.format->maxlength;
-  const auto n = static_cast<std::int32_t>(text.length);
   *call.length = n < room ? n : room;
   if (style == Misfit::cut) {
-    std::memcpy(bytes, text.words, static_cast<std::size_t>(*call.length));
+    std::memcpy(bytes, text, static_cast<std::size_t>(*call.length));
   } else if (room > 1) {
     bytes[0] = '*';
     bytes[1] = 0;

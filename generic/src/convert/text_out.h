@@ -26,10 +26,10 @@ enum class Misfit {
   cut,       // as many bytes as there is room for
 };
 
-[[gnu::cold, gnu::noinline]] std::int32_t misfit(const Call& call, const ShortText& text, Misfit style);
+[[gnu::cold, gnu::noinline]] std::int32_t misfit(Call call, const unsigned char* text, std::int32_t n, Misfit style);
 
 // The low n (0 to 8) bytes of a word.
-inline std::uint64_t low_bytes(std::uint32_t n) {
+VDX_INLINE std::uint64_t low_bytes(std::uint32_t n) {
   static constexpr std::uint64_t kMasks[9] = {0,
                                               0xFF,
                                               0xFFFF,
@@ -42,40 +42,38 @@ inline std::uint64_t low_bytes(std::uint32_t n) {
   return kMasks[n];
 }
 
-inline void merge_word(unsigned char* to, std::uint64_t word, std::uint32_t n) {
+VDX_INLINE void merge_word(unsigned char* to, std::uint64_t word, std::uint32_t n) {
   const std::uint64_t keep = ~low_bytes(n);
   store(to, (load<std::uint64_t>(to) & keep) | (word & ~keep));
 }
 
 // Writes a text of at most `room` bytes. Lengths are as unpredictable as values, so no branch
 // looks at them: whole words are stored, and the bytes behind the text get back what they held.
-inline void put_text(void* destination, std::int32_t room, const ShortText& text) {
+VDX_INLINE void put_text(void* destination, std::int32_t room, const ShortText& text) {
   auto* const to = static_cast<unsigned char*>(destination);
-  const std::uint32_t n = text.length;
+  const unsigned char* const from = text.data();
+  const std::uint32_t n = text.length();
   const std::uint32_t head = n < 8 ? n : 8;
   if (room >= 16) [[likely]] {
-    merge_word(to, text.words[0], head);
-    const std::uint32_t rest = n - head;
-    merge_word(to + 8, text.words[1], rest < 8 ? rest : 8);
-    if (n > 16) std::memcpy(to + 16, &text.words[2], n - 16);
+    Block::merge(to, from, n < 16 ? n : 16);
+    for (std::uint32_t i = 16; i < n; ++i) to[i] = from[i];
   } else if (room >= 8) {
     // Two words that overlap where the room is short of sixteen; both agree on what they share.
     const auto back = static_cast<std::uint32_t>(room) - 8;
-    const std::uint64_t tail = shift_right_bytes({text.words[0], text.words[1]}, back).low;
     const std::uint64_t keep = ~low_bytes(n < back ? 0 : n - back);
-    const std::uint64_t last = (load<std::uint64_t>(to + back) & keep) | (tail & ~keep);
-    merge_word(to, text.words[0], head);
+    const std::uint64_t last = (load<std::uint64_t>(to + back) & keep) | (load<std::uint64_t>(from + back) & ~keep);
+    merge_word(to, load<std::uint64_t>(from), head);
     store(to + back, last);
   } else {
-    std::memcpy(to, text.words, n);
+    for (std::uint32_t i = 0; i < n; ++i) to[i] = from[i];
   }
 }
 
 // Text of a value into a destination of a text type.
-inline std::int32_t write_text(const Call& call, const ShortText& text, Misfit style) {
+VDX_INLINE std::int32_t write_text(const Call& call, const ShortText& text, Misfit style) {
   const vdx_datafmt& format = *call.format;
-  const auto n = static_cast<std::int32_t>(text.length);
-  if (!text_fits(format, n)) [[unlikely]] return misfit(call, text, style);
+  const auto n = static_cast<std::int32_t>(text.length());
+  if (!text_fits(format, n)) [[unlikely]] return misfit(call, text.data(), n, style);
   put_text(call.destination, format.maxlength, text);
   *call.length = n;
   if ((format.format & kFinishFlags) == 0) return VDX_SUCCESS;
@@ -83,8 +81,8 @@ inline std::int32_t write_text(const Call& call, const ShortText& text, Misfit s
 }
 
 // Text of a value into a varchar: format flags and capacity do not matter there.
-inline std::int32_t write_varchar(const Call& call, const ShortText& text) {
-  store(call.destination, static_cast<std::int16_t>(text.length));
+VDX_INLINE std::int32_t write_varchar(const Call& call, const ShortText& text) {
+  store(call.destination, static_cast<std::int16_t>(text.length()));
   put_text(static_cast<unsigned char*>(call.destination) + 2, 256, text);
   *call.length = sizeof(vdx_varchar);
   return VDX_SUCCESS;

@@ -50,7 +50,7 @@ struct direct {
 inline Exact exact_of(Bit bit) { return exact_integer(static_cast<std::uint64_t>(bit), false); }
 template <Integral V>
 inline Exact exact_of(V value) {
-  return exact_integer(magnitude_of(value), value < 0);
+  return exact_integer(signed_magnitude(value).magnitude, value < 0);
 }
 template <class M>
 inline Exact exact_of(Money<M> money) {

@@ -191,8 +191,8 @@ std::int32_t format_money(std::int64_t ten_thousandths, std::int32_t places, boo
                           char out[32]) {
   if (!separators) {
     const ShortText text = money_text(ten_thousandths, places);
-    std::memcpy(out, text.words, sizeof text.words);
-    return static_cast<std::int32_t>(text.length);
+    std::memcpy(out, text.data(), 24);
+    return static_cast<std::int32_t>(text.length());
   }
   const MoneyParts parts = money_parts(magnitude(ten_thousandths), places);
   *out = '-';

@@ -199,7 +199,7 @@ struct MoneyParts {
   std::uint32_t places;    // 1 to 4
 };
 
-inline MoneyParts money_parts(std::uint64_t size, std::int32_t places) {
+VDX_INLINE MoneyParts money_parts(std::uint64_t size, std::int32_t places) {
   // Half of the unit that goes, the unit, and its reciprocal times 2^24, exact for 0 to 10499.
   struct Dropping {
     std::uint32_t half, unit, reciprocal;
@@ -216,25 +216,22 @@ inline MoneyParts money_parts(std::uint64_t size, std::int32_t places) {
 }
 
 // The point and four decimals, of which the caller keeps the first.
-inline std::uint64_t fraction_text(std::uint64_t fraction) {
+VDX_INLINE std::uint64_t fraction_text(std::uint64_t fraction) {
   return ((digits_of_8(fraction * 10000) & 0xffffffff) | 0x30303030) << 8 | '.';
 }
 
+// Whole units of the largest money, rounded up.
+inline constexpr std::uint64_t kMoneyMost = 922337203685478;
+
 // Money without separators, at most 21 bytes. Places of 0 or less mean 2, above 4 mean 4; dropped
 // digits round half away from zero.
-inline ShortText money_text(std::int64_t ten_thousandths, std::int32_t places) {
-  const MoneyParts parts = money_parts(magnitude(ten_thousandths), places);
-  ShortText text = integer_text(parts.whole, ten_thousandths < 0);  // zero bytes follow it
-  const std::uint64_t tail = fraction_text(parts.fraction);
-  const std::uint32_t at = text.length, bits = 8 * (at & 7);
-  const std::uint64_t low = tail << bits, high = (tail >> 1) >> (63 - bits);
-  // The word where the tail starts: masks, because lengths are unpredictable.
-  const std::uint64_t first = 0 - static_cast<std::uint64_t>(at < 8);
-  const std::uint64_t last = 0 - static_cast<std::uint64_t>(at >> 4);
-  text.words[0] |= low & first;
-  text.words[1] |= (high & first) | (low & ~first & ~last);
-  text.words[2] = (high & ~first) | (low & last);
-  text.length += 1 + parts.places;
+VDX_INLINE ShortText money_text(std::int64_t ten_thousandths, std::int32_t places) {
+  const auto [size, sign] = signed_magnitude(ten_thousandths);
+  const MoneyParts parts = money_parts(size, places);
+  ShortText text;
+  put_integer<kMoneyMost>(text, {parts.whole, sign});
+  store(text.bytes + text.end, fraction_text(parts.fraction));
+  text.end += 1 + parts.places;
   return text;
 }
 

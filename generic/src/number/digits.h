@@ -27,6 +27,13 @@
 #define VDX_EXACT_LOADS 1
 #endif
 
+// Pieces of a conversion's straight path: a call between them would pass texts through memory.
+#if defined(__GNUC__)
+#define VDX_INLINE [[gnu::always_inline]] inline
+#else
+#define VDX_INLINE inline
+#endif
+
 namespace vdx {
 
 static_assert(std::endian::native == std::endian::little, "blocks hold text in little-endian words");
@@ -48,7 +55,7 @@ struct Words {
   std::uint64_t low, high;
 };
 
-inline Words shift_left_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
+VDX_INLINE Words shift_left_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
   const unsigned bits = 8 * (bytes & 7);
   const std::uint64_t carry = (w.low >> 1) >> (63 - bits);
   const Words shifted{w.low << bits, (w.high << bits) | carry};
@@ -56,7 +63,7 @@ inline Words shift_left_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
   return {shifted.low & ~far, (shifted.high & ~far) | (shifted.low & far)};
 }
 
-inline Words shift_right_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
+VDX_INLINE Words shift_right_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
   const unsigned bits = 8 * (bytes & 7);
   const std::uint64_t carry = (w.high << 1) << (63 - bits);
   const Words shifted{(w.low >> bits) | carry, w.high >> bits};
@@ -88,6 +95,22 @@ class Block {
     Block block;
     block.read(p);
     return block;
+  }
+
+  // Stores the first n (0 to 16) bytes at `from`; the bytes behind them keep what they hold. All
+  // sixteen are read and written at both places.
+  VDX_INLINE static void merge(void* to, const void* from, std::uint32_t n) {
+    alignas(16) static constexpr std::uint64_t kMask[4] = {~std::uint64_t{0}, ~std::uint64_t{0}, 0, 0};
+    const Block mask = whole(reinterpret_cast<const char*>(kMask) + 16 - n);
+#if defined(VDX_SSE2)
+    _mm_storeu_si128(static_cast<__m128i*>(to),
+                     _mm_or_si128(_mm_and_si128(mask.bytes_, whole(from).bytes_),
+                                  _mm_andnot_si128(mask.bytes_, whole(to).bytes_)));
+#else
+    const Words in = whole(from).words_, old = whole(to).words_;
+    store(to, (in.low & mask.words_.low) | (old.low & ~mask.words_.low));
+    store(static_cast<char*>(to) + 8, (in.high & mask.words_.high) | (old.high & ~mask.words_.high));
+#endif
   }
 
 #if defined(VDX_SSE2)
@@ -131,14 +154,14 @@ class Block {
 };
 
 // Eight digit values (bytes 0 to 9, the first in the lowest byte) as a number.
-inline std::uint64_t number_of_8(std::uint64_t digits) {
+VDX_INLINE std::uint64_t number_of_8(std::uint64_t digits) {
   digits = digits * 10 + (digits >> 8);  // pairs in bytes 0, 2, 4, 6
   return (((digits & 0x000000FF000000FF) * (100 + (1000000ULL << 32))) +
           (((digits >> 16) & 0x000000FF000000FF) * (1 + (10000ULL << 32)))) >> 32;
 }
 
 // The number written by the n (0 to 16) digits that end before byte `end` (n to 16) of the words.
-inline std::uint64_t number_of(Words text, unsigned end, unsigned n) {
+VDX_INLINE std::uint64_t number_of(Words text, unsigned end, unsigned n) {
   static constexpr std::uint8_t kKeep[32] = {0,  0,  0,  0,  0,  0,  0,  0,  0,  0,  0,
                                              0,  0,  0,  0,  0,  15, 15, 15, 15, 15, 15,
                                              15, 15, 15, 15, 15, 15, 15, 15, 15, 15};
@@ -149,7 +172,7 @@ inline std::uint64_t number_of(Words text, unsigned end, unsigned n) {
 }
 
 // The eight digits of v (below 10^8) as values 0 to 9, the most significant in the lowest byte.
-inline std::uint64_t digits_of_8(std::uint64_t v) {
+VDX_INLINE std::uint64_t digits_of_8(std::uint64_t v) {
   const std::uint64_t thousands = (v * 109951163) >> 40;  // v / 10000
   std::uint64_t x = thousands | (v - thousands * 10000) << 32;
   std::uint64_t quotient = ((x * 10486) >> 20) & 0x0000007F0000007F;  // each / 100
@@ -158,48 +181,120 @@ inline std::uint64_t digits_of_8(std::uint64_t v) {
   return quotient | (x - quotient * 10) << 8;
 }
 
-inline constexpr std::uint64_t kAsciiZeros = 0x3030303030303030;
+// Sixteen digits of a number, the most significant first.
+class Digits16 {
+ public:
+#if defined(VDX_SSE2)
+  // The upper and the lower eight digits, each below 10^8.
+  VDX_INLINE Digits16(std::uint64_t upper, std::uint64_t lower)
+      : bytes_(_mm_packus_epi16(lanes(upper), lanes(lower))) {}
 
-// A short text in registers, first byte lowest.
-struct ShortText {
-  std::uint64_t words[3];
-  std::uint32_t length;  // 1 to 24
+  // Bit i is set where digit i is not zero.
+  std::uint32_t nonzero() const {
+    return ~static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes_, _mm_setzero_si128()))) & 0xFFFF;
+  }
+  void put(unsigned char* to) const {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_or_si128(bytes_, _mm_set1_epi8('0')));
+  }
+
+ private:
+  // Eight digits in lanes of 16 bits: the number over 10^7, 10^6 and so on to 1, by reciprocals of
+  // its halves, then each less ten times its left neighbour.
+  VDX_INLINE static __m128i lanes(std::uint64_t value) {
+    const __m128i whole = _mm_cvtsi64_si128(static_cast<long long>(value));
+    const __m128i upper = _mm_srli_epi64(_mm_mul_epu32(whole, _mm_set1_epi32(static_cast<int>(0xD1B71759))), 45);
+    const __m128i lower = _mm_sub_epi32(whole, _mm_mul_epu32(upper, _mm_set1_epi32(10000)));
+    const __m128i pair = _mm_slli_epi64(_mm_unpacklo_epi16(upper, lower), 2);
+    const __m128i doubled = _mm_unpacklo_epi16(pair, pair);
+    const __m128i spread = _mm_unpacklo_epi32(doubled, doubled);
+    const __m128i scaled =
+        _mm_mulhi_epu16(spread, _mm_setr_epi16(8389, 5243, 13108, -32768, 8389, 5243, 13108, -32768));
+    const __m128i prefixes =
+        _mm_mulhi_epu16(scaled, _mm_setr_epi16(1 << 7, 1 << 11, 1 << 13, -32768, 1 << 7, 1 << 11, 1 << 13, -32768));
+    const __m128i tens = _mm_slli_epi64(_mm_mullo_epi16(prefixes, _mm_set1_epi16(10)), 16);
+    return _mm_sub_epi16(prefixes, tens);
+  }
+
+  __m128i bytes_;
+#else
+  Digits16(std::uint64_t upper, std::uint64_t lower) : words_{digits_of_8(upper), digits_of_8(lower)} {}
+
+  std::uint32_t nonzero() const { return bits(words_.low) | bits(words_.high) << 8; }
+  void put(unsigned char* to) const {
+    store(to, words_.low | kAsciiZeros);
+    store(to + 8, words_.high | kAsciiZeros);
+  }
+
+ private:
+  static std::uint32_t bits(std::uint64_t digits) {  // a digit above zero reaches 128 with 127 added
+    const std::uint64_t tops = (digits + 0x7F7F7F7F7F7F7F7F) & 0x8080808080808080;
+    return static_cast<std::uint32_t>(((tops >> 7) * 0x0102040810204080) >> 56);
+  }
+  static constexpr std::uint64_t kAsciiZeros = 0x3030303030303030;
+  Words words_;
+#endif
 };
 
-// The distance of an integer from zero.
+// A short text on the stack: bytes from begin to end, of which sixteen more than there are may be
+// read.
+struct ShortText {
+  unsigned char bytes[48];
+  std::uint32_t begin, end;
+
+  std::uint32_t length() const { return end - begin; }
+  const unsigned char* data() const { return bytes + begin; }
+};
+
+// The distance of an integer from zero, and its sign as 0 or 1: without a branch, because signs are
+// as unpredictable as values.
+struct SignedMagnitude {
+  std::uint64_t magnitude, sign;
+};
+
 template <std::integral T>
-constexpr std::uint64_t magnitude_of(T value) {
+constexpr SignedMagnitude signed_magnitude(T value) {
   const auto wide = static_cast<std::uint64_t>(value);
-  if constexpr (std::is_signed_v<T>) return value < 0 ? 0 - wide : wide;
-  return wide;
+  if constexpr (std::is_unsigned_v<T>) return {wide, 0};
+  const std::uint64_t sign = wide >> 63;
+  return {(wide ^ (0 - sign)) + sign, sign};
 }
 
-// The text of an integer: digits without leading zeros, a minus sign before them if asked for.
-inline ShortText integer_text(std::uint64_t magnitude, bool negative) {
-  const unsigned sign = negative ? 1 : 0;
-  if (magnitude < 1000000000000000) [[likely]] {  // 15 digits and the sign fit sixteen bytes
-    const std::uint64_t top = magnitude / 100000000;
-    const Words digits{digits_of_8(top), digits_of_8(magnitude - top * 100000000)};
-    const unsigned zeros = digits.low != 0
-                               ? static_cast<unsigned>(std::countr_zero(digits.low)) / 8
-                               : 8 + static_cast<unsigned>(std::countr_zero(digits.high | 1ULL << 63)) / 8;
-    Words text = shift_right_bytes({digits.low | kAsciiZeros, digits.high | kAsciiZeros}, zeros - sign);
-    text.low -= (text.low - '-') & (0xFF & (0 - static_cast<std::uint64_t>(sign)));
-    return {{text.low, text.high, 0}, 16 - zeros + sign};
+// Where digits end in a ShortText whose number was put there.
+inline constexpr std::uint32_t kDigitsEnd = 24;
+
+// Puts the digits of a number without leading zeros, at least one, before kDigitsEnd, and a minus
+// sign before them if there is one. kMost is the largest magnitude there can be.
+template <std::uint64_t kMost = ~std::uint64_t{0}>
+VDX_INLINE void put_integer(ShortText& text, SignedMagnitude value) {
+  const auto [magnitude, sign] = value;
+  constexpr std::uint64_t kTen8 = 100000000;
+  constexpr std::uint64_t kTen16 = kTen8 * kTen8;
+  std::uint64_t rest = magnitude;
+  std::uint32_t head_digits = 0;
+  if (kMost >= kTen16 && magnitude >= kTen16) [[unlikely]] {
+    const std::uint64_t head = magnitude / kTen16;  // at most four digits
+    rest = magnitude - head * kTen16;
+    const Digits16 digits(0, head);
+    head_digits = 16 - static_cast<std::uint32_t>(std::countr_zero(digits.nonzero()));
+    unsigned char spread[16];
+    digits.put(spread);
+    store(text.bytes + kDigitsEnd - 20, load<std::uint32_t>(spread + 12));
   }
-  const std::uint64_t top = magnitude / 10000000000000000;
-  const std::uint64_t rest = magnitude - top * 10000000000000000;
-  unsigned char out[40];
-  out[0] = '-';
-  const std::uint64_t head = digits_of_8(top);  // top has at most four digits
-  const unsigned zeros = top == 0 ? 8 : static_cast<unsigned>(std::countr_zero(head)) / 8;
-  store(out + sign, (head | kAsciiZeros) >> 1 >> (8 * zeros - 1));  // zeros is 4 to 8
-  const std::uint64_t middle = rest / 100000000;
-  std::uint64_t first = digits_of_8(middle) | kAsciiZeros;
-  store(out + sign + 8 - zeros, first);
-  store(out + sign + 16 - zeros, digits_of_8(rest - middle * 100000000) | kAsciiZeros);
-  std::uint32_t length = sign + 24 - zeros;
-  return {{load<std::uint64_t>(out), load<std::uint64_t>(out + 8), load<std::uint64_t>(out + 16)}, length};
+  const Digits16 digits(rest / kTen8, rest % kTen8);
+  digits.put(text.bytes + kDigitsEnd - 16);
+  // The last digit stays, and all of them behind a head.
+  const std::uint32_t keep = digits.nonzero() | (head_digits != 0 ? 1U : 0x8000U);
+  text.begin = kDigitsEnd - 16 + static_cast<std::uint32_t>(std::countr_zero(keep)) - head_digits;
+  text.bytes[text.begin - 1] = '-';
+  text.begin -= static_cast<std::uint32_t>(sign);
+  text.end = kDigitsEnd;
+}
+
+template <std::uint64_t kMost = ~std::uint64_t{0}>
+VDX_INLINE ShortText integer_text(SignedMagnitude value) {
+  ShortText text;
+  put_integer<kMost>(text, value);
+  return text;
 }
 
 }  // namespace vdx
