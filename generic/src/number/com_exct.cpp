@@ -53,7 +53,8 @@ struct Work {
 // The magnitude of a value times 10^exponent; false where the lengths or the power are too large.
 bool read_scaled(const vdx_exact& value, std::int32_t exponent, Work& work) {
   const std::size_t bytes = static_cast<std::size_t>(value.length) - 1;
-  const std::size_t power_bytes = exponent == 0 ? 0 : kBytesOfPrecision[static_cast<std::size_t>(exponent)] - 1U;
+  const std::size_t power_bytes =
+      exponent == 0 ? 0 : kBytesOfPrecision[static_cast<std::size_t>(exponent)] - 1U;
   if (bytes + power_bytes > kWorkBytes) return false;
   for (std::size_t i = 0; i < bytes; ++i)
     work.digits[i / 4] |= std::uint32_t{value.value[bytes - i]} << (8 * (i % 4));

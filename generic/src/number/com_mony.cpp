@@ -201,8 +201,8 @@ std::int32_t format_money(std::int64_t ten_thousandths, std::int32_t places, boo
   return static_cast<std::int32_t>(end - out) + 1 + static_cast<std::int32_t>(parts.places);
 }
 
-std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text,
-                                 std::int32_t length, const vdx_charattr& attributes) {
+std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
+                                 const vdx_charattr& attributes) {
   constexpr std::int64_t kBeforeSmallest = -(kMoneyMin / 10);
   const std::uint8_t* p = text;
   std::int64_t left = length;
@@ -216,8 +216,8 @@ std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text,
   bool currency = false;
   bool started = false;
   bool at_smallest = false;
-  bool fifth = false;     // a fifth decimal has been seen
-  int fraction = -1;      // decimals; -1 before the point
+  bool fifth = false;       // a fifth decimal has been seen
+  int fraction = -1;        // decimals; -1 before the point
   std::int32_t group = -4;  // digits since the last comma; the first group starts lower
   for (; left > 0; advance()) {
     size = char_bytes(attributes, p, left);
@@ -345,7 +345,7 @@ using namespace vdx;
   Result legacy parameters { return operation; }                 \
   Result current parameters { return operation; }
 
-#define VDX_BINARY(internal, legacy, current, Money, operation)                                 \
+#define VDX_BINARY(internal, legacy, current, Money, operation)                          \
   VDX_LAYERS(internal, legacy, current, (const Money* a, const Money* b, Money* result), \
              binary<operation>(a, b, result))
 #define VDX_COMPARISON(legacy, current, Money) \
@@ -426,7 +426,8 @@ char* com_cvtmny4tochar(const vdx_mny4* value, char* buffer, std::int32_t length
 }
 char* com_precmnytochar(const vdx_money* value, char* buffer, std::int32_t length,
                         std::int32_t flags, std::int32_t places) {
-  return write_at_end(get(value), buffer, length, flags | static_cast<std::int32_t>(static_cast<std::uint32_t>(places) << 8));
+  return write_at_end(get(value), buffer, length,
+                      flags | static_cast<std::int32_t>(static_cast<std::uint32_t>(places) << 8));
 }
 
 std::int32_t com__mnyfromchar_mb(vdx_money* result, const std::uint8_t* text, std::int32_t length,
@@ -446,8 +447,7 @@ std::int32_t com__mnytoflt8(const vdx_money* source, std::int32_t, double* desti
 std::int32_t com__flt8tomny(const double* source, std::int32_t source_length,
                             vdx_money* destination, std::int32_t, std::int32_t) {
   std::int64_t value = 0;
-  const bool fits =
-      source == nullptr || source_length == 0 || double_to_money(*source, value);
+  const bool fits = source == nullptr || source_length == 0 || double_to_money(*source, value);
   put(destination, value);
   return fits ? static_cast<std::int32_t>(sizeof *destination) : -1;
 }

@@ -115,7 +115,8 @@ inline std::int32_t multiply_money(std::int64_t a, std::int64_t b, std::int64_t&
 template <typename Arithmetic = Wide>
 inline std::int32_t divide_money(std::int64_t a, std::int64_t b, std::int64_t& result) {
   result = 0;
-  if (b == 0) [[unlikely]] return kMoneyZeroDivisor;
+  if (b == 0) [[unlikely]]
+    return kMoneyZeroDivisor;
   const std::uint64_t dividend = magnitude(a), divisor = magnitude(b);
   std::uint64_t quotient;
   if (dividend <= std::numeric_limits<std::uint64_t>::max() / kMoneyUnit) {
@@ -155,7 +156,7 @@ inline std::int32_t divide_small(std::int64_t& value, std::uint32_t divisor) {
 inline std::int32_t narrow_money(std::int64_t value, vdx_mny4& result) {
   const auto narrow = static_cast<std::int32_t>(value);
   const bool fits = narrow == value;
-  result = fits     ? narrow
+  result = fits        ? narrow
            : value < 0 ? std::numeric_limits<std::int32_t>::min()
                        : std::numeric_limits<std::int32_t>::max();
   return fits ? 4 : -1;
@@ -248,8 +249,8 @@ std::int32_t parse_money(std::int64_t& value, const std::uint8_t* text, std::int
                          const vdx_charattr& attributes);
 
 // The same by the whole grammar, one character at a time.
-std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text,
-                                 std::int32_t length, const vdx_charattr& attributes);
+std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
+                                 const vdx_charattr& attributes);
 
 }  // namespace vdx
 

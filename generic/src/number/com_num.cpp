@@ -26,8 +26,8 @@ bool rescale(Exact& value, std::int32_t scale) {
   const std::int64_t up = std::int64_t{scale} - value.scale;
   value.scale = scale;
   if (up > 0) {
-    return scale_up(value.magnitude, up > kMaxPrecision ? kMaxPrecision + 1
-                                                        : static_cast<std::int32_t>(up));
+    return scale_up(value.magnitude,
+                    up > kMaxPrecision ? kMaxPrecision + 1 : static_cast<std::int32_t>(up));
   }
   scale_down(value.magnitude,
              -up > kMaxPrecision + 1 ? kMaxPrecision + 2 : static_cast<std::int32_t>(-up));

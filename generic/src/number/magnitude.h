@@ -69,7 +69,9 @@ constexpr std::uint64_t limb_power(std::int32_t exponent) {
 
 constexpr std::int32_t bytes_of(const Magnitude& m) {
   for (std::size_t i = 4; i-- > 0;)
-    if (m[i] != 0) return static_cast<std::int32_t>(8 * i + (static_cast<unsigned>(std::bit_width(m[i])) + 7) / 8);
+    if (m[i] != 0)
+      return static_cast<std::int32_t>(8 * i +
+                                       (static_cast<unsigned>(std::bit_width(m[i])) + 7) / 8);
   return 0;
 }
 
