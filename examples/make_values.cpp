@@ -34,9 +34,10 @@ class Random {
 
 void append_whole(Random& random, std::string& line, bool separators) {
   // Many small prices, few large sums.
-  static constexpr std::uint64_t kLimits[] = {10, 100, 100, 1000, 1000, 1000, 10000, 10000,
-                                              100000, 1000000, 100000000, 100000000000};
-  const std::string digits = std::to_string(random.below(kLimits[random.below(std::size(kLimits))]));
+  static constexpr std::uint64_t kLimits[] = {
+      10, 100, 100, 1000, 1000, 1000, 10000, 10000, 100000, 1000000, 100000000, 100000000000};
+  const std::string digits =
+      std::to_string(random.below(kLimits[random.below(std::size(kLimits))]));
   for (std::size_t i = 0; i < digits.size(); ++i) {
     if (separators && i != 0 && (digits.size() - i) % 3 == 0) line += ',';
     line += digits[i];
@@ -71,15 +72,33 @@ void append_bad(Random& random, std::string& line) {
   std::string price;
   append_whole(random, price, false);
   switch (random.below(9)) {
-    case 0: line = kWords[random.below(3)]; break;
-    case 1: line = kWords[3 + random.below(3)]; break;
-    case 2: line = price + ".12.5"; break;
-    case 3: line = "--" + price + ".00"; break;
-    case 4: line = "$$" + price; break;
-    case 5: line = price + ".O0"; break;
-    case 6: line = "1,23,456.00"; break;
-    case 7: line = "9" + std::string(18, '0') + ".00"; break;
-    default: line = price + ".50 CR"; break;
+    case 0:
+      line = kWords[random.below(3)];
+      break;
+    case 1:
+      line = kWords[3 + random.below(3)];
+      break;
+    case 2:
+      line = price + ".12.5";
+      break;
+    case 3:
+      line = "--" + price + ".00";
+      break;
+    case 4:
+      line = "$$" + price;
+      break;
+    case 5:
+      line = price + ".O0";
+      break;
+    case 6:
+      line = "1,23,456.00";
+      break;
+    case 7:
+      line = "9" + std::string(18, '0') + ".00";
+      break;
+    default:
+      line = price + ".50 CR";
+      break;
   }
 }
 

@@ -45,8 +45,51 @@ static void conversions(vdx_context *context) {
   EXPECT(com_conv_free(context) == XS_SUCCEED);
 }
 
+static void frame(void) {
+  uint8_t byte = 0xa7;
+  char hex[2];
+  com_prhex(&byte, hex);
+  EXPECT(memcmp(hex, "a7", 2) == 0);
+  EXPECT(comn_typelen(VDX_MONEY, 0) == (int32_t)sizeof(vdx_money));
+  EXPECT(comn_typelen(VDX_CHAR, 7) == 7);
+  com_errset(1);
+  EXPECT(com_errtrace(XS_BUSY, __FILE__, __LINE__) == XS_BUSY);
+}
+
+static void locales(vdx_context *context) {
+  static const uint8_t wide_one[] = {0x82, 0x50};
+  int32_t order = 2;
+  vdx_locale *locale = NULL;
+  vdx_datafmt format = {.datatype = VDX_CHAR};
+  EXPECT(comn_loc_alloc(context, "sjis", &locale) == XS_SUCCEED);
+  EXPECT(comn_loc_set(locale, VDX_LOC_DATE_ORDER, &order, sizeof order) == XS_SUCCEED);
+  EXPECT(com_intl_charattr(context, &format) == com_get_charattrib());
+  format.locale = locale;
+  const vdx_charattr *attributes = com_intl_charattr(context, &format);
+  EXPECT(comn_to_ascii(attributes, wide_one, 2) == '1');
+  EXPECT(comn_isdigit(attributes, wide_one, 2) != 0);
+  EXPECT(comn_loc_drop(context, locale) == XS_SUCCEED);
+}
+
+static void money(void) {
+  const vdx_money a = {0, 15000}, b = {0, 20000};
+  vdx_money product;
+  vdx_mny4 short_sum;
+  const vdx_mny4 c = 15000, d = -20000;
+  EXPECT(comn_mnymul(&a, &b, &product) == VDX_SUCCESS);
+  EXPECT(product.high == 0 && product.low == 30000);
+  EXPECT(comn_mnycmp(&a, &b) < 0);
+  EXPECT(comn_mny4add(&c, &d, &short_sum) == VDX_SUCCESS && short_sum == -5000);
+}
+
+static void numbers(void) { EXPECT(comb_get_Prec_To_Len(1) >= 2); }
+
 int main(void) {
   vdx_context context = {.version = VDX_VERSION};
+  frame();
+  locales(&context);
   conversions(&context);
+  money();
+  numbers();
   return failures != 0;
 }

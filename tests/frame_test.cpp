@@ -60,10 +60,10 @@ void resume(int) {}
     VDX_CHECK_POINTER(static_cast<void*>(nullptr), 10);
     return 20;
   };
-  if (sigsetjmp(left, 1) == 0) _exit(checked());
-  if (fcntl(STDERR_FILENO, F_GETFD) == -1) _exit(40);
+  if (sigsetjmp(left, 1) == 0) exit(checked());
+  if (fcntl(STDERR_FILENO, F_GETFD) == -1) exit(40);
   if (sigsetjmp(left, 1) == 0) com_bomb("again.cpp", 3);
-  _exit(30);
+  exit(30);
 }
 
 class Frame : public testing::Test {
@@ -74,6 +74,7 @@ class Frame : public testing::Test {
 using FrameDeath = Frame;
 
 TEST_F(FrameDeath, ReportsAreExactAndEndTheProcess) {
+  const char* const in_trace = "^\n\rassertion failed, file 'com_trace.cpp' line [0-9]+\n\r$";
   struct Row {
     const char* what;
     void (*call)();
@@ -83,12 +84,8 @@ TEST_F(FrameDeath, ReportsAreExactAndEndTheProcess) {
        "^\nInvalid NULL pointer , file 'com_x.cpp' line 12\n$"},
       {"bomb", [] { com_bomb("com_y.cpp", -7); },
        "^\n\rassertion failed, file 'com_y.cpp' line -7\n\r$"},
-      {"no file name", [] { com_bomb(nullptr, 1); },
-       "^\n\rassertion failed, file '\\(null\\)' line 1\n\r$"},
-      {"mode 0", [] { com_errset(0); },
-       "^\n\rassertion failed, file 'com_trace.cpp' line [0-9]+\n\r$"},
-      {"mode 4", [] { com_errset(4); },
-       "^\n\rassertion failed, file 'com_trace.cpp' line [0-9]+\n\r$"},
+      {"mode 0", [] { com_errset(0); }, in_trace},
+      {"mode 4", [] { com_errset(4); }, in_trace},
       {"null panic", [] { com_panic(nullptr); },
        "^\nInvalid NULL pointer , file 'com_check.cpp' line [0-9]+\n$"},
       {"negative depth",
@@ -97,7 +94,7 @@ TEST_F(FrameDeath, ReportsAreExactAndEndTheProcess) {
          vdx::depth_provider = [] { return std::int32_t{-1}; };
          com_errtrace(0, "x", 1);
        },
-       "^\n\rassertion failed, file 'com_trace.cpp' line [0-9]+\n\r$"},
+       in_trace},
   };
   for (const Row& row : rows)
     for (std::int32_t mode : {1, 2}) {
@@ -128,7 +125,7 @@ TEST_F(FrameDeath, HandlersLeaveOrResume) {
   com_errset(9);
   const bool is_held = comn_debug_print(nullptr) == 0 && vprint(nullptr) == 0 && out[0] == '?' &&
                        vdx::trace_mode == 1;
-  _exit(is_held ? 0 : 1);
+  exit(is_held ? 0 : 1);
 }
 
 TEST_F(FrameDeath, ResumedCallsReturnTheirFailure) {
@@ -220,26 +217,15 @@ TEST_F(Frame, DebugFormatter) {
     std::int32_t number;
     std::string expected;
   } const numbers[] = {
-      {"", 0, ""},
-      {"a%%b%dc", -5, "a%b-5c"},
-      {"[%6d|", 42, "[    42|"},
-      {"[%-6d|%%", 42, "[42    |%"},
-      {"%+06d", 42, "+00042"},
-      {"%.3d", 7, "007"},
-      {"%x %%x", 0xAB, "ab %x"},
-      {"%#X", 0xAB, "0XAB"},
-      {"%hd", 0x12345, "9029"},
-      {"%ld!", -1, "-1!"},
-      {"%8lx", -1, "ffffffff"},
-      {"%l,", 12, "12,"},
-      {"%lu", 12, "12u"},
-      {"%l", 12, "12"},
-      {"%3c|", 'q', "  q|"},
-      {"ab%", 1, "ab" + illegal},
-      {"ab%5", 1, "ab" + illegal},
-      {"ab%5.2 f and d", 1, "ab" + illegal},
-      {"%n then %d", 1, illegal},
-      {"%*d", 1, illegal},
+      {"", 0, ""},                       {"a%%b%dc", -5, "a%b-5c"},
+      {"[%6d|", 42, "[    42|"},         {"[%-6d|%%", 42, "[42    |%"},
+      {"%+06.3d", 42, "  +042"},         {"%x %%x", 0xAB, "ab %x"},
+      {"%#X", 0xAB, "0XAB"},             {"%hd", 0x12345, "9029"},
+      {"%ld!", -1, "-1!"},               {"%8lx", -1, "ffffffff"},
+      {"%lu", 12, "12u"},                {"%l", 12, "12"},
+      {"%3c|", 'q', "  q|"},             {"ab%", 1, "ab" + illegal},
+      {"ab%5", 1, "ab" + illegal},       {"ab%5.2 f and d", 1, "ab" + illegal},
+      {"%n then %d", 1, illegal},        {"%*d", 1, illegal},
       {"%0000000000000000000000000000001d", 1, illegal},
   };
   for (const Row& row : numbers) {

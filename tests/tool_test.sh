@@ -3,7 +3,7 @@
 #   tool_test.sh VDXCONV MAKE_VALUES EXAMPLE_CONVERT PROJECT_DIRECTORY
 set -u
 export LC_ALL=C
-vdxconv=$1 make_values=$2 example=$3 project=$4
+vdxconv=$(realpath "$1") make_values=$(realpath "$2") example=$(realpath "$3") project=$(realpath "$4")
 values=$project/examples/data/values.txt
 work=$(mktemp -d) || exit 1
 trap 'rm -rf "$work"' EXIT
@@ -39,21 +39,17 @@ row 'i4 money -- 12 -3' '' 0 '12.00\n-3.00\n' ''
 row '8 14 1' '' 0 '1.00\n' ''
 row 'char money -p 4 "$ 1,234.56785"' '' 0 '1234.5679\n' ''
 row 'char money --precision=3 1.0005' '' 0 '1.001\n' ''
-row 'char char "a\"b"' '' 0 'a"b\n' ''
 row 'i4 char -m5 --pad-blank 12' '' 0 '12   \n' ''
 row 'i4 char -m 5 --pad-blank -t --hex 12' '' 0 '3132202000\n' ''
 row 'i4 char --maxlength=4 --pad-null --raw 12 345' '' 0 '12\0000\0000345\0000' ''
 row 'i4 char -t --raw 12 3' '' 0 '12\00003\0000' ''
-row 'char bin --hex 0x00fF10' '' 0 '00ff10\n' ''
-row 'char bin 0a0B' '' 0 '0a0b\n' ''
+row 'i4 bin --hex 258 -1' '' 0 '02010000\nffffffff\n' ''
 row 'char money --hex 1' '' 0 '0000000010270000\n' ''
-row 'char char -c utf8 ok' '' 0 'ok\n' ''
+row 'char i4 -q -c sjis' '\0202\0120\0202\0121\n' 0 '12\n' ''
 
 # Failures are reported and the rest goes on.
 row 'char i4 1 x 3000000000 2' '' 1 '1\n2\n' "argument:2: \"x\": ${bad}argument:3: \"3000000000\": out of range or too long (-101)\n"
 row 'char i4 ""' '' 1 '' 'argument:1: "": empty (-105)\n'
-row 'bin bin --hex 0x 01' '' 1 '01\n' 'argument:1: "0x": not a value of the datatype (-105)\n'
-row 'char char -m 2 abc de' '' 1 'de\n' 'argument:1: "abc": would be shortened (-113)\n'
 row 'i4 char -m 2 -t 12 1' '' 1 '1\0000\n' 'argument:1: "12": out of range or too long (-101)\n'
 row 'char i4 -q' '\001\033[1m"\\\0303\0251\0200\0302\0205\0177' 1 '' \
   'stdin:1: "\\x01\\x1b[1m\\"\\\\\0303\0251\\x80\\xc2\\x85\\x7f": '"$bad"
@@ -63,7 +59,7 @@ row 'char i4 -q' '' 0 '' ''
 row 'char i4 -q' '1\n2' 0 '1\n2\n' ''
 row 'char i4 -q' '1\r\n2\r\n' 0 '1\n2\n' ''
 row 'char i4 -q' '1\r\n2\r' 1 '1\n' "stdin:2: \"2\\\\x0d\": $bad"
-row 'char char -q --keep-cr -x' '1\r\n2\n' 0 '310d\n32\n' ''
+row 'char i4 -q --keep-cr' '1\r\n2\n' 1 '2\n' "stdin:1: \"1\\\\x0d\": $bad"
 row 'char i4 -q -f -' '1\n\n\r\n3\n' 1 '1\n3\n' 'stdin:2: "": empty (-105)\nstdin:3: "": empty (-105)\n'
 row 'char i4 -q' '1\00002\n3' 1 '3\n' "stdin:1: \"1\\\\x002\": $bad"
 row 'char i4 -q -r rejects' 'a\r\n1\n\nb\0000' 1 '1\n' \
@@ -100,30 +96,24 @@ row 'char i4 -c klingon 1' '' 2 '' 'vdxconv: klingon: unknown character set\n'
 row 'char i4 -r ./in' 'x\n' 2 '' 'vdxconv: ./in: rejects would overwrite the input\n'
 row 'char i4 1 > /dev/full' '' 2 '' 'vdxconv: standard output: No space left on device\n'
 row 'char i4 -r /dev/full x' '' 2 '' 'vdxconv: /dev/full: No space left on device\n'
-"$vdxconv" char char -q -f "$values" 2> err | true
+"$vdxconv" char money -q -f "$values" 2> err | true
 [ "${PIPESTATUS[0]}" = 2 ] || fail 'a closed pipe is trouble'
-printf 'vdxconv: standard output: Broken pipe\n' | cmp -s - err || fail 'a closed pipe is named'
+[ "$(tail -n 1 err)" = 'vdxconv: standard output: Broken pipe' ] || fail 'a closed pipe is named'
 
-# Every byte value, lines longer than a block, and lines that end on every place of a block.
-for byte in {0..9} {11..255}; do printf "\\x$(printf %x "$byte")."'%s\n' x; done > bytes
-"$vdxconv" char char -q --keep-cr < bytes | cmp -s - bytes || fail 'every byte passes'
-"$vdxconv" char char -q -x --keep-cr < bytes | tr -d '\n' > got
-tr -d '\n' < bytes | od -An -v -tx1 | tr -d ' \n' > want
-same 'every byte in hexadecimal' want got
+# Every byte value, lines longer than a block, and lines that end on every place of a word.
+for byte in {0..9} {11..255}; do printf "\\x$(printf %x "$byte")%s\n" x; done > bytes
 "$vdxconv" char i4 -q -r rejects < bytes > out 2> err
 [ $? = 1 ] && cmp -s bytes rejects && [ "$(wc -l < err)" = 255 ] && [ ! -s out ] ||
   fail 'every byte is rejected as it was'
-{
-  for size in 1048575 1048576 1 3000000 63 64 65; do head -c "$size" /dev/zero | tr '\0' y; echo; done
-  for size in {1..200}; do printf "%${size}s\n" z; done
-  head -c 5000000 /dev/zero
-} > long
-"$vdxconv" char char -q < long > out
-{ cat long; echo; } > want
+sizes="1048575 1048576 1 3000000 63 64 65 $(echo {1..200})"
+for size in $sizes; do head -c "$size" /dev/zero | tr '\0' ' '; echo "$size"; done > long
+"$vdxconv" char i4 -q < long > out
+printf '%s\n' $sizes > want
 same 'long lines' want out
-"$vdxconv" char i4 -q -r rejects < long > out 2> err
-same 'long lines are rejected as they were' long rejects
-[ "$(tail -n +2 err | awk '{ if (length > 700) print }' | wc -l)" = 0 ] || fail 'long texts are cut'
+{ tr ' ' y < long; head -c 5000000 /dev/zero; } > letters
+"$vdxconv" char i4 -q -r rejects < letters > out 2> err
+same 'long lines are rejected as they were' letters rejects
+awk 'length > 700' err | grep -q . && fail 'long texts are cut'
 
 # The sample file: made again, and converted from a file, a pipe and standard input alike.
 "$make_values" > made
@@ -135,15 +125,15 @@ same 'bad lines of the sample file' want rejects
 bad_lines=$(wc -l < want)
 [ "$bad_lines" -ge 100 ] && [ "$bad_lines" -le 500 ] || fail "the sample file has $bad_lines bad lines"
 [ $(($(wc -l < out) + bad_lines)) = 100000 ] || fail 'each line is converted or rejected'
-summary="^vdxconv: 100,000 values, 99,$((1000 - bad_lines)) converted, $bad_lines failed, [0-9.]+ million lines/s\$"
+summary="^vdxconv: 100,000 values, 99,$((1000 - bad_lines)) converted, $bad_lines failed, [0-9.,]+( million)? lines/s\$"
 tail -n 1 err | grep -qE "$summary" || fail "summary: $(tail -n 1 err)"
 "$vdxconv" char money < "$values" 2> /dev/null | cmp -s - out || fail 'standard input equals file'
 cat "$values" | "$vdxconv" char money 2> /dev/null | cmp -s - out || fail 'pipe equals file'
 "$vdxconv" char money -q < out | cmp -s - out || fail 'what was converted converts to itself'
 "$vdxconv" char i4 --summary 1 2>&1 | grep -qE '^vdxconv: 1 value, 1 converted, 0 failed, ' || fail 'one value'
-"$vdxconv" char char --progress -q -f "$values" 2>&1 > /dev/null | tr '\r' '\n' |
+"$vdxconv" char money --progress -q -f "$values" 2>&1 > /dev/null | tr '\r' '\n' |
   grep -qE '^\[#{30}\] 100%  100,000 lines  ' || fail 'progress of a file'
-cat "$values" | "$vdxconv" char char --progress -q 2>&1 > /dev/null | tr '\r' '\n' |
+cat "$values" | "$vdxconv" char money --progress -q 2>&1 > /dev/null | tr '\r' '\n' |
   grep -qE '^[0-9,]+ lines  ' || fail 'progress of a pipe'
 
 # A reader of a pipe sees results while the writer thinks.

@@ -19,12 +19,12 @@ struct FormatFlag {
 };
 
 // What an option does: fills a member, sets a flag of the destination's record, or chooses.
-using Effect = std::variant<Number Settings::*, const char* Settings::*, bool Settings::*,
+using Effect = std::variant<Number Settings::*, const char * Settings::*, bool Settings::*,
                             FormatFlag, Show, Action>;
 
 struct Option {
-  std::string_view group;     // heading in the help
-  char letter;                // 0: none
+  std::string_view group;  // heading in the help
+  char letter;             // 0: none
   std::string_view name;
   std::string_view argument;  // empty: takes none
   Effect effect;
@@ -61,8 +61,10 @@ const Option kOptions[] = {
     {kDestination, 0, "quote", "", FormatFlag{VDX_FMT_QUOTE}, "double each apostrophe in DEST"},
     {kDestination, 0, "swap", "", FormatFlag{VDX_FMT_SWAP},
      "swap the bytes of each unit of a UTF-16 DEST"},
-    {kOutput, 'x', "hex", "", Show::kHex, "show the bytes of DEST as hexadecimal, one value a line"},
-    {kOutput, 0, "raw", "", Show::kRaw, "write the bytes of DEST as they are, nothing between them"},
+    {kOutput, 'x', "hex", "", Show::kHex,
+     "show the bytes of DEST as hexadecimal, one value a line"},
+    {kOutput, 0, "raw", "", Show::kRaw,
+     "write the bytes of DEST as they are, nothing between them"},
     {kOutput, 'r', "rejects", "FILE", &Settings::rejects,
      "keep the lines that failed in FILE, byte for byte"},
     {kOutput, 'q', "quiet", "", &Settings::quiet, "no summary and no progress bar"},
@@ -156,8 +158,9 @@ Settings read_command_line(int count, char** words) {
     std::string_view name;
     if (is_long) {
       const char* const equals = std::strchr(word, '=');
-      name = equals == nullptr ? std::string_view(word + 2)
-                               : std::string_view(word + 2, static_cast<std::size_t>(equals - word - 2));
+      name = equals == nullptr
+                 ? std::string_view(word + 2)
+                 : std::string_view(word + 2, static_cast<std::size_t>(equals - word - 2));
       if (equals != nullptr) attached = equals + 1;
     } else if (word[2] != '\0') {
       attached = word + 2;
@@ -187,8 +190,10 @@ std::string help_text() {
   std::string text =
       "Usage: vdxconv [OPTION]... SOURCE DEST [VALUE]...\n"
       "       vdxconv --matrix | --types | --help | --version\n\n"
-      "Converts each VALUE, or each line of a file or of standard input, from text to the datatype\n"
-      "SOURCE, then to DEST, and shows it as text. Datatypes are names or codes, see --types. Words\n"
+      "Converts each VALUE, or each line of a file or of standard input, from text to the "
+      "datatype\n"
+      "SOURCE, then to DEST, and shows it as text. Datatypes are names or codes, see --types. "
+      "Words\n"
       "after -- are values even where they look like options; -42 is a value anyway.\n";
   std::string_view group;
   for (const Option& option : kOptions) {
@@ -207,7 +212,8 @@ std::string help_text() {
     text.append(line).append(rest).append("\n");
   }
   text +=
-      "\nA value that fails is reported on standard error and the rest goes on. The exit status is 0\n"
+      "\nA value that fails is reported on standard error and the rest goes on. The exit status is "
+      "0\n"
       "when all values were converted, 1 when some failed, 2 for wrong usage and for trouble with\n"
       "files.\n";
   return text;

@@ -64,8 +64,7 @@ void Pipeline::add(vdx_context* context, const vdx_datafmt& from, const vdx_data
 // apostrophes are, and the widest text of a number.
 int32_t Pipeline::room_for(int32_t length) {
   const int64_t room = int64_t{4} * length + static_cast<int64_t>(kLargestFixed);
-  return static_cast<int32_t>(
-      std::min(room, int64_t{std::numeric_limits<int32_t>::max()} - 1024));
+  return static_cast<int32_t>(std::min(room, int64_t{std::numeric_limits<int32_t>::max()} - 1024));
 }
 
 bool Pipeline::is_empty(const uint8_t* counted) {

@@ -15,12 +15,11 @@ namespace {
 constexpr std::chrono::milliseconds kFirstDraw{700};
 constexpr std::chrono::milliseconds kNextDraw{100};
 
-// Lines a second, and what one took.
 std::string rate(uint64_t lines, std::chrono::duration<double> time) {
+  const double each_second = static_cast<double>(lines) / std::max(time.count(), 1e-9);
+  if (each_second < 1e6) return grouped(static_cast<uint64_t>(each_second)) + " lines/s";
   char text[64];
-  const double seconds = std::max(time.count(), 1e-9);
-  const auto count = static_cast<double>(lines);
-  std::snprintf(text, sizeof text, "%.2f million lines/s", count / seconds / 1e6);
+  std::snprintf(text, sizeof text, "%.2f million lines/s", each_second / 1e6);
   return text;
 }
 
@@ -32,8 +31,7 @@ Session::Session(vdx_context* context, const Settings& settings)
       out_(kStandardOutput, "standard output"),
       messages_(kStandardError, "standard error"),
       live_(is_terminal(kStandardOutput)),
-      progress_(settings.progress ||
-                (!settings.quiet && !live_ && is_terminal(kStandardError))) {}
+      progress_(settings.progress || (!settings.quiet && !live_ && is_terminal(kStandardError))) {}
 
 int Session::run() {
   const bool from_lines = settings_.values.empty();
@@ -59,8 +57,9 @@ int Session::run() {
   if (rejects_) rejects_->close();
   out_.close();
   erase_progress();
-  summarise(settings_.summary || (from_lines && !settings_.quiet));
+  summarise(settings_.summary || (from_lines && !settings_.quiet && trouble_.empty()));
   messages_.flush();
+  if (!trouble_.empty()) give_up(trouble_);
   return failed_ == 0 ? 0 : kExitFailedValues;
 }
 
@@ -87,6 +86,7 @@ void Session::run_lines(int descriptor) {
     if (has_return) --line.size;
     convert(line);
   }
+  trouble_ = reader.trouble();
   if (descriptor != kStandardInput) close_file(descriptor);
 }
 

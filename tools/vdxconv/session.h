@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "options.h"
@@ -38,6 +39,7 @@ class Session {
   Writer messages_;
   std::unique_ptr<Writer> rejects_;
   std::string_view origin_;  // of the values, for messages
+  std::string trouble_;      // of the input, told when the good lines are done
   uint64_t lines_ = 0;
   uint64_t failed_ = 0;
   bool live_ = false;      // someone watches: results appear when they are there

@@ -27,8 +27,8 @@ std::size_t printable(const uint8_t* text, std::size_t size) {
     uint8_t mask, lead;
     uint32_t smallest;
   };
-  static constexpr Form kForms[] = {{0x80, 0x00, 0x20}, {0xe0, 0xc0, 0xa0},
-                                    {0xf0, 0xe0, 0x800}, {0xf8, 0xf0, 0x10000}};
+  static constexpr Form kForms[] = {
+      {0x80, 0x00, 0x20}, {0xe0, 0xc0, 0xa0}, {0xf0, 0xe0, 0x800}, {0xf8, 0xf0, 0x10000}};
   std::size_t length = 1;
   for (const Form& form : kForms) {
     if ((text[0] & form.mask) != form.lead) {
@@ -84,10 +84,12 @@ void give_up(std::string_view message) {
   std::exit(kExitTrouble);
 }
 
-void give_up_on(std::string_view name) {
+std::string reason_of_errno(std::string_view name) {
   const char* const reason = std::strerror(errno);
-  give_up(std::string(name).append(": ").append(reason));
+  return std::string(name).append(": ").append(reason);
 }
+
+void give_up_on(std::string_view name) { give_up(reason_of_errno(name)); }
 
 Buffer::~Buffer() { std::free(data_); }
 
@@ -122,15 +124,20 @@ Reader::Reader(int descriptor, std::string_view name)
 
 void Reader::refill() {
   const std::size_t left = end_ - at_;
-  if (left > kLongestLine) give_up(name_ + ": a line is longer than 2,147,483,647 bytes");
+  finished_ = true;
+  if (left > kLongestLine) {
+    trouble_ = name_ + ": a line is longer than 2,147,483,647 bytes";
+    return;
+  }
   if (left != 0 && at_ != 0) std::memmove(block_.data(), block_.data() + at_, left);
   at_ = 0;
   searched_ = end_ = left;
   // A block that one line fills is doubled, so the line is moved a bounded number of times.
   if (left > block_.size() / 2) block_.need(std::min(block_.size() * 2, kLongestLine + kBlock));
   const int64_t got = read_some(descriptor_, block_.data() + end_, block_.size() - kWord - end_);
-  if (got < 0) give_up_on(name_);
-  finished_ = got == 0;
+  if (got < 0) trouble_ = reason_of_errno(name_);
+  if (got <= 0) return;
+  finished_ = false;
   end_ += static_cast<std::size_t>(got);
   total_ += static_cast<uint64_t>(got);
 }

@@ -22,6 +22,9 @@ enum { kExitFailedValues = 1, kExitTrouble = 2 };
 // The same with the reason of errno: "vdxconv: name: No such file or directory".
 [[noreturn]] void give_up_on(std::string_view name);
 
+// "name: " and the reason of errno.
+std::string reason_of_errno(std::string_view name);
+
 // A growing block of memory; what it held is kept.
 class Buffer {
  public:
@@ -84,11 +87,12 @@ class Writer {
 
 struct Line {
   const uint8_t* text;
-  std::size_t size;  // without the line end
-  std::size_t whole; // with it
+  std::size_t size;   // without the line end
+  std::size_t whole;  // with it
 };
 
-// Splits a stream into lines. A newline ends a line; the last line may lack it.
+// Splits a stream into lines. A newline ends a line; the last line may lack it. Trouble ends the
+// stream too: the lines before it are good, what follows the last newline is dropped.
 class Reader {
  public:
   Reader(int descriptor, std::string_view name);
@@ -98,27 +102,30 @@ class Reader {
   template <typename BeforeRead>
   bool next(Line& line, BeforeRead&& before_read) {
     while (found_ == count_) [[unlikely]] {
-      if (searched_ != end_) {
-        search();
-      } else if (finished_) {
-        line = {block_.data() + at_, end_ - at_, end_ - at_};
-        at_ = end_;
-        return line.size != 0;
-      } else {
-        before_read();
-        refill();
+        if (searched_ != end_) {
+          search();
+        } else if (finished_) {
+          line = {block_.data() + at_, end_ - at_, end_ - at_};
+          at_ = end_;
+          return line.size != 0 && trouble_.empty();
+        } else {
+          before_read();
+          refill();
+        }
       }
-    }
     const std::size_t newline = newlines_[found_++];
     line = {block_.data() + at_, newline - at_, newline - at_ + 1};
     at_ = newline + 1;
     return true;
   }
 
+  // What went wrong, empty if nothing did.
+  const std::string& trouble() const { return trouble_; }
+
   uint64_t consumed() const { return total_ - (end_ - at_); }
 
  private:
-  static constexpr std::size_t kWord = 64;      // bytes that one mask covers
+  static constexpr std::size_t kWord = 64;       // bytes that one mask covers
   static constexpr std::size_t kStretch = 4096;  // bytes searched at a time
 
   void refill();
@@ -132,6 +139,7 @@ class Reader {
   std::size_t end_ = 0;
   uint64_t total_ = 0;
   bool finished_ = false;
+  std::string trouble_;
   std::size_t found_ = 0;  // next of the newlines found
   std::size_t count_ = 0;
   std::array<std::size_t, kStretch + 8> newlines_;  // search() writes up to 7 beyond the last

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "frame/check.h"
 #include "frame/platform.h"
@@ -19,10 +20,11 @@ void report(const char* format, const char* file, std::int32_t line) {
 // A message is format text, but it may quote something with a "%" in it, a path say, and there
 // are no arguments to read: nothing but "%%" may mean anything.
 void put_message(const char* message, std::FILE* stream) {
-  for (; *message != '\0'; ++message) {
-    if (message[0] == '%' && message[1] == '%') ++message;
-    std::fputc(*message, stream);
+  while (const char* pair = std::strstr(message, "%%")) {
+    std::fwrite(message, 1, static_cast<std::size_t>(pair + 1 - message), stream);
+    message = pair + 2;
   }
+  std::fputs(message, stream);
 }
 
 }  // namespace

@@ -81,18 +81,25 @@ namespace vdx {
 
 extern const vdx_locale kDefaultLocale;
 
-// The locale of a value: the format's, else the context's, else the default; the arguments may be
-// null. One that is not loaded is a failed assertion; resumed, the default takes its place.
-inline const vdx_locale& locale_of(const vdx_context* context, const vdx_datafmt* format) {
+// The locale of a value: the format's, else the context's; null where neither has one, and both
+// may be null. One that is not loaded is a failed assertion; resumed, it counts as none.
+inline const vdx_locale* given_locale(const vdx_context* context, const vdx_datafmt* format) {
   const vdx_locale* locale = format != nullptr ? format->locale : nullptr;
   if (locale == nullptr && context != nullptr) locale = context->locale;
-  if (locale == nullptr) [[likely]] return kDefaultLocale;
-  VDX_ASSERT(locale->is_loaded(), kDefaultLocale);
-  return *locale;
+  if (locale == nullptr) [[likely]] return nullptr;
+  VDX_ASSERT(locale->is_loaded(), nullptr);
+  return locale;
 }
 
+inline const vdx_locale& locale_of(const vdx_context* context, const vdx_datafmt* format) {
+  const vdx_locale* locale = given_locale(context, format);
+  return locale != nullptr ? *locale : kDefaultLocale;
+}
+
+// Without a locale no record is read on the way.
 inline const vdx_charattr& attributes_of(const vdx_context* context, const vdx_datafmt* format) {
-  return *locale_of(context, format).charset->attributes;
+  const vdx_locale* locale = given_locale(context, format);
+  return locale != nullptr ? *locale->charset->attributes : kLatin1;
 }
 
 }  // namespace vdx
