@@ -278,8 +278,8 @@ std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text, 
 
 std::int32_t parse_money(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
                          const vdx_charattr& attributes) {
-  // The plain shape: blanks and a sign, up to 14 digits, a point, up to four digits, all in sixteen
-  // bytes, then blanks. Every other text takes the long way, from the start.
+  // The plain shape: blanks and a sign, up to 14 digits, a point, up to four digits, then
+  // blanks. Every other text takes the long way, from the start.
   if (attributes.max_bytes != 1) return parse_money_grammar(value, text, length, attributes);
   const std::uint8_t* p = text;
   std::int64_t left = length;
@@ -305,17 +305,16 @@ std::int32_t parse_money(std::int64_t& value, const std::uint8_t* text, std::int
   const std::uint32_t others = ~block.digits() | 1U << seen;
   const auto whole = static_cast<unsigned>(std::countr_zero(others));
   if (whole > 14) return parse_money_grammar(value, text, length, attributes);
-  const Words words = block.words();
-  std::uint64_t result = number_of(words, whole, whole) * kMoneyUnit;
-  unsigned end = whole;
-  if (whole < seen && p[whole] == '.') {
-    const unsigned start = whole + 1;
-    const auto decimals = static_cast<unsigned>(std::countr_zero(others >> start));
+  std::uint64_t result = number_of(block.words(), whole, whole) * kMoneyUnit;
+  std::int64_t end = whole;
+  if (whole < seen && p[whole] == '.' && ++end < left) {
+    const std::uint32_t rest = left - end < 16 ? static_cast<std::uint32_t>(left - end) : 16;
+    const Block tail = Block::of(p + end, rest);
+    const auto decimals = static_cast<unsigned>(std::countr_zero(~tail.digits() | 1U << rest));
     if (decimals > 4) return parse_money_grammar(value, text, length, attributes);
-    end = start + decimals;
+    end += decimals;
     // Digit values in bytes 0 to 3, zero after the last one: already ten-thousandths.
-    std::uint64_t digits = shift_right_bytes(words, start).low & 0x0F0F0F0F;
-    digits &= (1ULL << (8 * decimals)) - 1;
+    std::uint64_t digits = tail.words().low & 0x0F0F0F0F & ((1ULL << (8 * decimals)) - 1);
     digits = digits * 10 + (digits >> 8);
     result += (digits & 255) * 100 + ((digits >> 16) & 255);
   }

@@ -224,7 +224,7 @@ inline std::uint64_t fraction_text(std::uint64_t fraction) {
 // digits round half away from zero.
 inline ShortText money_text(std::int64_t ten_thousandths, std::int32_t places) {
   const MoneyParts parts = money_parts(magnitude(ten_thousandths), places);
-  ShortText text = integer_text(parts.whole, ten_thousandths < 0);  // zero bytes follow it
+  ShortText text = text_of_15(parts.whole, ten_thousandths < 0);
   const std::uint64_t tail = fraction_text(parts.fraction);
   const std::uint32_t at = text.length, bits = 8 * (at & 7);
   const std::uint64_t low = tail << bits, high = (tail >> 1) >> (63 - bits);

@@ -174,19 +174,24 @@ constexpr std::uint64_t magnitude_of(T value) {
   return wide;
 }
 
-// The text of an integer: digits without leading zeros, a minus sign before them if asked for.
-inline ShortText integer_text(std::uint64_t magnitude, bool negative) {
+// The text of an integer of at most 15 digits: no leading zeros, a minus sign if asked for. Zero
+// bytes follow it.
+inline ShortText text_of_15(std::uint64_t magnitude, bool negative) {
   const unsigned sign = negative ? 1 : 0;
-  if (magnitude < 1000000000000000) [[likely]] {  // 15 digits and the sign fit sixteen bytes
-    const std::uint64_t top = magnitude / 100000000;
-    const Words digits{digits_of_8(top), digits_of_8(magnitude - top * 100000000)};
-    const unsigned zeros = digits.low != 0
-                               ? static_cast<unsigned>(std::countr_zero(digits.low)) / 8
-                               : 8 + static_cast<unsigned>(std::countr_zero(digits.high | 1ULL << 63)) / 8;
-    Words text = shift_right_bytes({digits.low | kAsciiZeros, digits.high | kAsciiZeros}, zeros - sign);
-    text.low -= (text.low - '-') & (0xFF & (0 - static_cast<std::uint64_t>(sign)));
-    return {{text.low, text.high, 0}, 16 - zeros + sign};
-  }
+  const std::uint64_t top = magnitude / 100000000;
+  const Words digits{digits_of_8(top), digits_of_8(magnitude - top * 100000000)};
+  const std::uint64_t far = 0 - static_cast<std::uint64_t>(top == 0);  // a mask: no branch to guess
+  const std::uint64_t leading = (digits.low & ~far) | (digits.high & far) | 1ULL << 63;
+  const unsigned zeros = static_cast<unsigned>(std::countr_zero(leading)) / 8 + static_cast<unsigned>(far & 8);
+  Words text = shift_right_bytes({digits.low | kAsciiZeros, digits.high | kAsciiZeros}, zeros - sign);
+  text.low -= (text.low - '-') & (0xFF & (0 - static_cast<std::uint64_t>(sign)));
+  return {{text.low, text.high, 0}, 16 - zeros + sign};
+}
+
+// The same for any integer.
+inline ShortText integer_text(std::uint64_t magnitude, bool negative) {
+  if (magnitude < 1000000000000000) [[likely]] return text_of_15(magnitude, negative);
+  const unsigned sign = negative ? 1 : 0;
   const std::uint64_t top = magnitude / 10000000000000000;
   const std::uint64_t rest = magnitude - top * 10000000000000000;
   unsigned char out[40];
