@@ -122,6 +122,8 @@ VDX_API int32_t com__mnyrem4(const vdx_mny4 *a, const vdx_mny4 *b, vdx_mny4 *res
 VDX_API int32_t com__mnyminus4(const vdx_mny4 *a, vdx_mny4 *result);
 VDX_API int32_t com_mny4minus(const vdx_mny4 *a, vdx_mny4 *result);
 VDX_API int32_t comn_mny4minus(const vdx_mny4 *a, vdx_mny4 *result);
+
+/* Copy (0 from the com_, VDX_SUCCESS from the comn_ function), compare (-1, 0 or 1), store zero. */
 VDX_API int32_t com_mny4copy(const vdx_mny4 *source, vdx_mny4 *destination);
 VDX_API int32_t comn_mny4copy(const vdx_mny4 *source, vdx_mny4 *destination);
 VDX_API int32_t com_mny4cmp(const vdx_mny4 *a, const vdx_mny4 *b);

@@ -129,60 +129,93 @@ inline std::uint64_t groups_of_3(std::uint64_t digits) {
   return ((digits & 0xffffff) << 8 | (digits >> 24) << 40) + 0x3030302C3030302C;
 }
 
-// The whole part with separators; returns where it ends. Groups go out in pairs, the first pair
-// without its leading zeros.
-char* write_groups(std::uint64_t whole, char* out) {
-  std::uint64_t pairs[3];
-  pairs[2] = whole % 1000000;
-  const std::uint64_t above = whole / 1000000;
-  pairs[1] = above % 1000000;
-  pairs[0] = above / 1000000;
-  int i = pairs[0] != 0 ? 0 : pairs[1] != 0 ? 1 : 2;
-  const std::uint64_t digits = digits_of_8(pairs[i]) >> 16;
-  const int zeros = std::countr_zero(digits | 1ULL << 40) / 8;  // 0 to 5 of the six
-  const int skipped = zeros + (zeros < 3 ? 1 : 2);
-  store(out, groups_of_3(digits) >> (8 * skipped));
-  out += 8 - skipped;
-  while (++i < 3) {
-    store(out, groups_of_3(digits_of_8(pairs[i]) >> 16));
-    out += 8;
+// A whole part with separators. Groups go out in pairs, the first pair without its leading zeros.
+class GroupedWhole {
+ public:
+  explicit GroupedWhole(std::uint64_t whole) {
+    const std::uint64_t above = whole / 1000000;
+    pairs_[0] = above / 1000000;
+    pairs_[1] = above - pairs_[0] * 1000000;
+    pairs_[2] = whole - above * 1000000;
+    first_ = pairs_[0] != 0 ? 0 : pairs_[1] != 0 ? 1 : 2;
+    const std::uint64_t digits = digits_of_8(pairs_[first_]) >> 16;
+    const int zeros = std::countr_zero(digits | 1ULL << 40) / 8;  // 0 to 5 of the six
+    const int skipped = zeros + (zeros < 3 ? 1 : 2);
+    head_ = groups_of_3(digits) >> (8 * skipped);
+    head_length_ = 8 - skipped;
   }
-  return out;
+
+  std::int32_t length() const { return head_length_ + 8 * (2 - first_); }
+  std::uint64_t head() const { return head_; }  // all of it below a million, zero bytes after it
+
+  // Writes eight bytes or more, and nothing more than eight past the start of the last pair.
+  void write(char* out) const {
+    store(out, head_);
+    out += head_length_;
+    for (int i = first_ + 1; i < 3; ++i, out += 8)
+      store(out, groups_of_3(digits_of_8(pairs_[i]) >> 16));
+  }
+
+ private:
+  std::uint64_t pairs_[3];
+  std::uint64_t head_;
+  std::int32_t head_length_;
+  int first_;
+};
+
+// The first n (2 to 8) bytes of a word, and nothing after them.
+inline void store_bytes(char* to, std::uint64_t word, std::int32_t n) {
+  if (n >= 4) {
+    store(to, static_cast<std::uint32_t>(word));
+    store(to + n - 4, static_cast<std::uint32_t>(word >> (8 * (n - 4))));
+  } else {
+    store(to, static_cast<std::uint16_t>(word));
+    store(to + n - 2, static_cast<std::uint16_t>(word >> (8 * (n - 2))));
+  }
 }
 
-// A copy of at most 25 bytes between buffers that do not overlap, without a call.
-inline void copy_text(char* to, const char* from, std::uint32_t n) {
-  const auto ends = [=]<typename Word>(Word) {
-    const Word first = load<Word>(from), last = load<Word>(from + n - sizeof(Word));
-    store(to, first);
-    store(to + n - sizeof(Word), last);
-  };
-  if (n >= 16) {
-    store(to, load<Words>(from));
-    store(to + n - 16, load<Words>(from + n - 16));
-  } else if (n >= 8) {
-    ends(std::uint64_t{});
-  } else if (n >= 4) {
-    ends(std::uint32_t{});
-  } else {
-    ends(std::uint16_t{});  // no text is shorter than three bytes
+char* write_plain(std::int64_t value, char* buffer, std::int32_t length, std::int32_t places) {
+  const ShortText text = money_text(value, places);
+  const auto size = static_cast<std::int32_t>(text.length());
+  if (size > length) return nullptr;
+  char* const start = buffer + (length - size);
+  const unsigned char* const from = text.data();
+  if (size <= 8) {
+    store_bytes(start, load<std::uint64_t>(from), size);
+    return start;
   }
+  store(start, load<std::uint64_t>(from));
+  if (size > 16) store(start + 8, load<std::uint64_t>(from + 8));
+  store(start + size - 8, load<std::uint64_t>(from + size - 8));
+  return start;
+}
+
+char* write_grouped(std::int64_t value, char* buffer, std::int32_t length, std::int32_t places) {
+  const MoneyParts parts = money_parts(magnitude(value), places);
+  const GroupedWhole whole(parts.whole);
+  const std::uint64_t tail = fraction_text(parts.fraction);
+  const std::int32_t tail_length = 1 + static_cast<std::int32_t>(parts.places);
+  const std::int32_t sign = value < 0 ? 1 : 0;
+  const std::int32_t size = whole.length() + tail_length;
+  if (sign + size > length) return nullptr;
+  char* const start = buffer + (length - size);
+  if (size < 8) {
+    store_bytes(start, whole.head() | tail << (8 * whole.length()), size);
+  } else {
+    whole.write(start);
+    store_bytes(start + whole.length(), tail, tail_length);
+  }
+  if (sign != 0) {
+    start[-1] = '-';
+  } else if (size < length && whole.length() % 4 == 3) {
+    start[-1] = ' ';  // where the next digit would have put a comma before it
+  }
+  return start - sign;
 }
 
 char* write_at_end(std::int64_t value, char* buffer, std::int32_t length, std::int32_t flags) {
-  const bool separators = (flags & 255) == 1;
-  const std::int32_t places = flags >> 8;
-  char text[32];
-  const std::int32_t size = format_money(value, places, separators, text);
-  if (size > length) return nullptr;
-  char* const start = buffer + (length - size);
-  copy_text(start, text, static_cast<std::uint32_t>(size));
-  if (separators && value >= 0 && size < length) {
-    // Three whole digits, or three after a comma, leave the place of the next comma blank.
-    const std::int32_t kept = places <= 0 ? 2 : places > 4 ? 4 : places;
-    if ((size - kept) % 4 == 0) start[-1] = ' ';
-  }
-  return start;
+  return (flags & 255) == 1 ? write_grouped(value, buffer, length, flags >> 8)
+                            : write_plain(value, buffer, length, flags >> 8);
 }
 
 }  // namespace
@@ -195,10 +228,12 @@ std::int32_t format_money(std::int64_t ten_thousandths, std::int32_t places, boo
     return static_cast<std::int32_t>(text.length());
   }
   const MoneyParts parts = money_parts(magnitude(ten_thousandths), places);
+  const GroupedWhole whole(parts.whole);
+  const std::int32_t sign = ten_thousandths < 0 ? 1 : 0;
   *out = '-';
-  char* const end = write_groups(parts.whole, out + (ten_thousandths < 0 ? 1 : 0));
-  store(end, fraction_text(parts.fraction));
-  return static_cast<std::int32_t>(end - out) + 1 + static_cast<std::int32_t>(parts.places);
+  whole.write(out + sign);
+  store(out + sign + whole.length(), fraction_text(parts.fraction));
+  return sign + whole.length() + 1 + static_cast<std::int32_t>(parts.places);
 }
 
 std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
@@ -278,8 +313,8 @@ std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text, 
 
 std::int32_t parse_money(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
                          const vdx_charattr& attributes) {
-  // The plain shape: blanks and a sign, up to 14 digits, a point, up to four digits, all in sixteen
-  // bytes, then blanks. Every other text takes the long way, from the start.
+  // The plain shape: blanks and a sign, up to 14 digits, a point, up to four digits, then
+  // blanks. Every other text takes the long way, from the start.
   if (attributes.max_bytes != 1) return parse_money_grammar(value, text, length, attributes);
   const std::uint8_t* p = text;
   std::int64_t left = length;
@@ -305,17 +340,16 @@ std::int32_t parse_money(std::int64_t& value, const std::uint8_t* text, std::int
   const std::uint32_t others = ~block.digits() | 1U << seen;
   const auto whole = static_cast<unsigned>(std::countr_zero(others));
   if (whole > 14) return parse_money_grammar(value, text, length, attributes);
-  const Words words = block.words();
-  std::uint64_t result = number_of(words, whole, whole) * kMoneyUnit;
-  unsigned end = whole;
-  if (whole < seen && p[whole] == '.') {
-    const unsigned start = whole + 1;
-    const auto decimals = static_cast<unsigned>(std::countr_zero(others >> start));
+  std::uint64_t result = number_of(block.words(), whole, whole) * kMoneyUnit;
+  std::int64_t end = whole;
+  if (whole < seen && p[whole] == '.' && ++end < left) {
+    const std::uint32_t rest = left - end < 16 ? static_cast<std::uint32_t>(left - end) : 16;
+    const Block tail = Block::of(p + end, rest);
+    const auto decimals = static_cast<unsigned>(std::countr_zero(~tail.digits() | 1U << rest));
     if (decimals > 4) return parse_money_grammar(value, text, length, attributes);
-    end = start + decimals;
+    end += decimals;
     // Digit values in bytes 0 to 3, zero after the last one: already ten-thousandths.
-    std::uint64_t digits = shift_right_bytes(words, start).low & 0x0F0F0F0F;
-    digits &= (1ULL << (8 * decimals)) - 1;
+    std::uint64_t digits = tail.words().low & 0x0F0F0F0F & ((1ULL << (8 * decimals)) - 1);
     digits = digits * 10 + (digits >> 8);
     result += (digits & 255) * 100 + ((digits >> 16) & 255);
   }

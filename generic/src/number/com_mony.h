@@ -192,32 +192,28 @@ inline bool double_to_money(double source, std::int64_t& value) {
   return true;
 }
 
-// A magnitude of ten-thousandths rounded to fewer places, halves up.
+// A magnitude of ten-thousandths, rounded for fewer places: half of the last digit kept is added,
+// and whoever writes the text cuts the digits that go.
 struct MoneyParts {
   std::uint64_t whole;
-  std::uint64_t fraction;  // ten-thousandths; the dropped digits are zero
+  std::uint64_t fraction;  // ten-thousandths
   std::uint32_t places;    // 1 to 4
 };
 
 VDX_INLINE MoneyParts money_parts(std::uint64_t size, std::int32_t places) {
-  // Half of the unit that goes, the unit, and its reciprocal times 2^24, exact for 0 to 10499.
-  struct Dropping {
-    std::uint32_t half, unit, reciprocal;
-  };
-  static constexpr Dropping kDropping[] = {
-      {}, {500, 1000, 16778}, {50, 100, 167773}, {5, 10, 1677722}, {0, 1, 1 << 24}};
+  static constexpr std::uint16_t kHalf[] = {0, 500, 50, 5, 0};
   const std::uint32_t kept = places <= 0 ? 2 : places > 4 ? 4 : static_cast<std::uint32_t>(places);
-  const Dropping drop = kDropping[kept];
+  size += kHalf[kept];
   const std::uint64_t whole = size / kMoneyUnit;
-  const std::uint64_t fraction = size - whole * kMoneyUnit + drop.half;
-  const std::uint64_t rounded = ((fraction * drop.reciprocal) >> 24) * drop.unit;
-  const std::uint64_t carry = rounded >= kMoneyUnit ? 1 : 0;
-  return {whole + carry, rounded - carry * kMoneyUnit, kept};
+  return {whole, size - whole * kMoneyUnit, kept};
 }
 
 // The point and four decimals, of which the caller keeps the first.
 VDX_INLINE std::uint64_t fraction_text(std::uint64_t fraction) {
-  return ((digits_of_8(fraction * 10000) & 0xffffffff) | 0x30303030) << 8 | '.';
+  const std::uint64_t hundreds = (fraction * 10486) >> 20;
+  const std::uint64_t pairs = hundreds | (fraction - hundreds * 100) << 16;
+  const std::uint64_t tens = ((pairs * 103) >> 10) & 0x000F000F;  // of each pair
+  return (tens | (pairs - tens * 10) << 8 | 0x30303030) << 8 | '.';
 }
 
 // Whole units of the largest money, rounded up.

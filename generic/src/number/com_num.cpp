@@ -1,5 +1,6 @@
 #include "number/com_num.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "number/digits.h"
@@ -23,14 +24,11 @@ inline void store_big(std::uint8_t* p, std::uint64_t value) { store(p, reverse_b
 }  // namespace
 
 bool rescale(Exact& value, std::int32_t scale) {
+  constexpr std::int64_t kBeyond = kMaxPrecision + 1;  // more digits than this change nothing
   const std::int64_t up = std::int64_t{scale} - value.scale;
   value.scale = scale;
-  if (up > 0) {
-    return scale_up(value.magnitude,
-                    up > kMaxPrecision ? kMaxPrecision + 1 : static_cast<std::int32_t>(up));
-  }
-  scale_down(value.magnitude,
-             -up > kMaxPrecision + 1 ? kMaxPrecision + 2 : static_cast<std::int32_t>(-up));
+  if (up > 0) return scale_up(value.magnitude, static_cast<std::int32_t>(std::min(up, kBeyond)));
+  scale_down(value.magnitude, static_cast<std::int32_t>(std::min(-up, kBeyond)));
   if (is_zero(value.magnitude)) value.negative = false;
   return true;
 }

@@ -101,7 +101,12 @@ inline bool scale_up(Magnitude& m, std::int32_t exponent) {
 // m divided by 10^exponent, halves rounded up.
 inline void scale_down(Magnitude& m, std::int32_t exponent) {
   if (exponent == 0) return;
-  if (exponent > kMaxPrecision + 1) {  // 256 bits stay below a tenth of what goes
+  if ((m[1] | m[2] | m[3]) == 0 && exponent <= kLimbDigits) {
+    const std::uint64_t power = limb_power(exponent), quotient = m[0] / power;
+    m[0] = quotient + (m[0] - quotient * power >= power / 2 ? 1 : 0);
+    return;
+  }
+  if (exponent > kMaxPrecision) {  // 256 bits stay below an eighth of what goes
     m = {};
     return;
   }
