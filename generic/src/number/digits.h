@@ -63,14 +63,6 @@ VDX_INLINE Words shift_left_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
   return {shifted.low & ~far, (shifted.high & ~far) | (shifted.low & far)};
 }
 
-VDX_INLINE Words shift_right_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
-  const unsigned bits = 8 * (bytes & 7);
-  const std::uint64_t carry = (w.high << 1) << (63 - bits);
-  const Words shifted{(w.low >> bits) | carry, w.high >> bits};
-  const std::uint64_t far = 0 - static_cast<std::uint64_t>(bytes >> 3);
-  return {(shifted.low & ~far) | (shifted.high & far), shifted.high & ~far};
-}
-
 // Eight digit values (bytes 0 to 9, the first in the lowest byte) as a number.
 VDX_INLINE std::uint64_t number_of_8(std::uint64_t digits) {
   digits = digits * 10 + (digits >> 8);  // pairs in bytes 0, 2, 4, 6
@@ -187,7 +179,7 @@ VDX_INLINE std::uint64_t Block::number(unsigned n) const {
 
 // The number written by the n (0 to 16) digits that end before byte `end` (n to 16) of a text, of
 // which `block` holds the first bytes.
-VDX_INLINE std::uint64_t number_in(const void* text, Block block, unsigned end, unsigned n) {
+VDX_INLINE std::uint64_t number_in([[maybe_unused]] const void* text, Block block, unsigned end, unsigned n) {
 #if !defined(VDX_EXACT_LOADS)
   // The bytes before the text share its page but for the first few of it.
   if ((reinterpret_cast<std::uintptr_t>(text) & 4095) >= 16) [[likely]]
