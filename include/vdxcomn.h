@@ -6,6 +6,7 @@
 #include "vdxcomn/convert.h"
 #include "vdxcomn/date.h"
 #include "vdxcomn/datepart.h"
+#include "vdxcomn/dateformat.h"
 #include "vdxcomn/frame.h"
 #include "vdxcomn/intl.h"
 #include "vdxcomn/money.h"
