@@ -60,6 +60,59 @@ VDX_API int32_t comn_loc_drop(vdx_context *context, vdx_locale *locale);
  * outside the setting's range. */
 VDX_API int32_t comn_loc_set(vdx_locale *locale, int32_t what, const void *value, int32_t length);
 
+/* What a locale says of dates. Each reader takes a locale or, where it is null, the context's; both
+ * may be null: the process-wide default. A locale that is not loaded is a failed assertion, resumed
+ * as that default. */
+
+/* The date style as it was set, known or not; 0 where none was. */
+VDX_API int32_t comn_intl_get_dtfmt(const vdx_context *context, const vdx_locale *locale);
+
+/* The style that dates and times become text in: the locale's date style where it is one that
+ * dateformat.h lists, else 0. */
+VDX_API uint32_t comn_get_datetochar_fmt(const vdx_context *context, const vdx_locale *locale);
+
+/* The order of a numeric date, 1 to 6 (VDX_LOC_DATE_ORDER). */
+VDX_API int32_t com_intl_dateorder(const vdx_context *context, const vdx_locale *locale);
+
+/* The first day of the week, 1 Monday to 7 Sunday. */
+VDX_API int32_t com_intl_firstday(const vdx_context *context, const vdx_locale *locale);
+
+/* The names of a month and of a weekday, in the locale's character set and without a zero byte.
+ *
+ * month     0 January to 11 December
+ * is_short  not 0: the short name
+ * day       0 Sunday to 6 Saturday
+ * buffer    receives the name; size, 0 or more, is its length in bytes: VDX_LOC_NAME_MAX always do
+ * length    receives the bytes placed
+ *
+ * Returns VDX_SUCCESS; VDX_INVALID with length 0 for a number out of range; VDX_OVERFLOW where
+ * buffer is too short, with the first bytes placed. Null buffers and lengths and a negative size
+ * are failed checks, VDX_OVERFLOW with nothing stored where they are resumed. */
+VDX_API int32_t comn_intl_month(const vdx_context *context, const vdx_locale *locale, int32_t month,
+                                int32_t is_short, char *buffer, int32_t size, int32_t *length);
+VDX_API int32_t comn_intl_day(const vdx_context *context, const vdx_locale *locale, int32_t day,
+                              char *buffer, int32_t size, int32_t *length);
+
+/* A date or time as text with the locale's short month names: in the style of
+ * comn_get_datetochar_fmt, or in the given one.
+ *
+ * style     a number that dateformat.h lists
+ * datatype  VDX_DATETIME, VDX_DATE4, VDX_DATEA, VDX_TIMEA, VDX_BIGDATETIME or VDX_BIGTIME
+ * value     of that type; may be unaligned
+ * buffer    receives the text without a zero byte; size, 0 or more, is its length in bytes
+ * length    receives the bytes placed, 0 on any failure but VDX_OVERFLOW
+ *
+ * Returns VDX_SUCCESS; VDX_OVERFLOW where buffer is too short, with the first bytes placed;
+ * VDX_BAD_STYLE for a style without a layout; VDX_INVALID for a value outside its type's range.
+ * Null pointers (other than context and locale), a negative size and other datatypes are failed
+ * checks, VDX_OVERFLOW where they are resumed. */
+VDX_API int32_t comn_dtloc_format(const vdx_context *context, const vdx_locale *locale,
+                                  int32_t datatype, const void *value, char *buffer, int32_t size,
+                                  int32_t *length);
+VDX_API int32_t comn_dtloc_format_fmt(const vdx_context *context, const vdx_locale *locale,
+                                      uint32_t style, int32_t datatype, const void *value,
+                                      char *buffer, int32_t size, int32_t *length);
+
 /* The character attributes of the process-wide default locale; never null. */
 VDX_API const vdx_charattr *com_get_charattrib(void);
 

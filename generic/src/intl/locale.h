@@ -81,14 +81,23 @@ namespace vdx {
 
 extern const vdx_locale kDefaultLocale;
 
-// The locale of a value: the format's, else the context's; null where neither has one, and both
-// may be null. One that is not loaded is a failed assertion; resumed, it counts as none.
-inline const vdx_locale* given_locale(const vdx_context* context, const vdx_datafmt* format) {
-  const vdx_locale* locale = format != nullptr ? format->locale : nullptr;
+// A locale or, where it is null, the context's; null where there is none, and the context may be
+// null. One that is not loaded is a failed assertion; resumed, it counts as none.
+inline const vdx_locale* given_locale(const vdx_context* context, const vdx_locale* locale) {
   if (locale == nullptr && context != nullptr) locale = context->locale;
   if (locale == nullptr) [[likely]] return nullptr;
   VDX_ASSERT(locale->is_loaded(), nullptr);
   return locale;
+}
+
+// The locale of a value: the format's, which may be null, else the context's.
+inline const vdx_locale* given_locale(const vdx_context* context, const vdx_datafmt* format) {
+  return given_locale(context, format != nullptr ? format->locale : nullptr);
+}
+
+inline const vdx_locale& chosen_locale(const vdx_context* context, const vdx_locale* locale) {
+  const vdx_locale* given = given_locale(context, locale);
+  return given != nullptr ? *given : kDefaultLocale;
 }
 
 inline const vdx_locale& locale_of(const vdx_context* context, const vdx_datafmt* format) {

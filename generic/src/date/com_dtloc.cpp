@@ -1,0 +1,80 @@
+// Dates and times as a locale shows them.
+#include "date/format_layout.h"
+#include "date/values.h"
+#include "frame/check.h"
+#include "intl/locale.h"
+#include "vdxcomn/intl.h"
+
+namespace vdx {
+namespace {
+
+std::uint32_t text_style(const vdx_locale& locale) {
+  const auto style = static_cast<std::uint32_t>(locale.date_style);
+  return is_style(style) ? style : 0;
+}
+
+struct Request {
+  const vdx_locale& locale;
+  std::uint32_t style;
+  const void* value;
+  char* buffer;
+  std::int32_t room;
+  std::int32_t& length;
+};
+
+template <class Type>
+std::int32_t show_as(const Request& request) {
+  request.length = 0;
+  if (!Type::is_valid(load<typename Type::Image>(request.value))) return VDX_INVALID;
+  return date_text<Type>(request.value, request.style, request.locale.short_months.table(),
+                         request.buffer, request.room, request.length);
+}
+
+std::int32_t show(std::int32_t datatype, const Request& request) {
+  switch (datatype) {
+    case VDX_DATETIME:
+      return show_as<DatetimeType>(request);
+    case VDX_DATE4:
+      return show_as<Date4Type>(request);
+    case VDX_DATEA:
+      return show_as<DateaType>(request);
+    case VDX_TIMEA:
+      return show_as<TimeaType>(request);
+    case VDX_BIGDATETIME:
+      return show_as<BigdatetimeType>(request);
+    case VDX_BIGTIME:
+      return show_as<BigtimeType>(request);
+    default:
+      VDX_ASSERT(false, VDX_OVERFLOW);
+      return VDX_OVERFLOW;
+  }
+}
+
+}  // namespace
+}  // namespace vdx
+
+extern "C" {
+
+std::uint32_t comn_get_datetochar_fmt(const vdx_context* context, const vdx_locale* locale) {
+  return vdx::text_style(vdx::chosen_locale(context, locale));
+}
+
+std::int32_t comn_dtloc_format(const vdx_context* context, const vdx_locale* locale,
+                               std::int32_t datatype, const void* value, char* buffer,
+                               std::int32_t size, std::int32_t* length) {
+  return comn_dtloc_format_fmt(context, locale, comn_get_datetochar_fmt(context, locale), datatype,
+                               value, buffer, size, length);
+}
+
+std::int32_t comn_dtloc_format_fmt(const vdx_context* context, const vdx_locale* locale,
+                                   std::uint32_t style, std::int32_t datatype, const void* value,
+                                   char* buffer, std::int32_t size, std::int32_t* length) {
+  VDX_CHECK_POINTER(value, VDX_OVERFLOW);
+  VDX_CHECK_POINTER(buffer, VDX_OVERFLOW);
+  VDX_CHECK_POINTER(length, VDX_OVERFLOW);
+  VDX_ASSERT(size >= 0, VDX_OVERFLOW);
+  return vdx::show(datatype, {vdx::chosen_locale(context, locale), style, value, buffer, size,
+                              *length});
+}
+
+}  // extern "C"

@@ -1,0 +1,245 @@
+// The styles of dates and times as text. Each style is a line of a small language that the
+// compiler unrolls into straight code: nothing is interpreted when a value is written.
+#ifndef VDX_DATE_FORMAT_LAYOUT_H
+#define VDX_DATE_FORMAT_LAYOUT_H
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+
+#include "number/digits.h"
+
+namespace vdx {
+
+// What a text shows. Fields wider than their place show their last digits.
+struct ShownFields {
+  std::uint32_t year, month /* 0 to 11 */, day;
+  std::uint32_t hour /* below 32 */, minute, second, millisecond, microsecond;
+};
+
+// Of a month's name, its first nine bytes.
+struct MonthName {
+  std::uint64_t bytes;  // 0 to 7
+  std::uint8_t ninth;
+  std::uint32_t length;  // 0 to 9
+};
+
+inline constexpr std::uint32_t kMonthNameMost = 9;
+inline constexpr std::int32_t kLongestDateText = 35;
+
+// The language: a letter of this table is a field, anything else stands for itself.
+//   M month name        Y year, four digits     y year, two digits    m month    d day
+//   D day, blank first  H hour of 24            h hour of 12, blank first        i minute
+//   s second            l millisecond           f microsecond         A AM or PM
+//   z a zero byte
+struct StyleRow {
+  std::int16_t style, twin;  // the numbers that have this layout; -1: none
+  std::string_view layout;
+};
+
+// clang-format off
+inline constexpr StyleRow kStyleRows[] = {
+    {0, 100, "M D Y h:iA"},      {9, 109, "M D Y h:i:s:lA"},
+    {1, -1, "m/d/y"},            {101, -1, "m/d/Y"},
+    {2, -1, "y.m.d"},            {102, -1, "Y.m.d"},
+    {3, -1, "d/m/y"},            {103, -1, "d/m/Y"},
+    {4, -1, "d.m.y"},            {104, -1, "d.m.Y"},
+    {5, -1, "d-m-y"},            {105, -1, "d-m-Y"},
+    {6, -1, "d M y"},            {106, -1, "d M Y"},
+    {7, -1, "M d, y"},           {107, -1, "M d,Y"},  // only the short one has a blank
+    {8, 108, "H:i:s"},
+    {10, -1, "m-d-y"},           {110, -1, "m-d-Y"},
+    {11, -1, "y/m/d"},           {111, -1, "Y/m/d"},
+    {12, -1, "ymd"},             {112, -1, "Ymd"},
+    {13, -1, "y/d/m"},           {113, -1, "Y/d/m"},
+    {14, -1, "m/y/d"},           {114, -1, "m/Y/d"},
+    {15, -1, "d/y/m"},           {115, -1, "d/Y/m"},
+    {16, 116, "M D Y H:i:s"},
+    {17, 117, "h:iA"},
+    {18, 118, "H:i"},
+    {19, -1, "h:i:s:lA"},
+    {20, -1, "H:i:s:l"},
+    {21, -1, "y/m/d H:i:s"},     {121, -1, "Y/m/d H:i:s"},
+    {22, -1, "y/m/d h:iA"},      {122, -1, "Y/m/d h:iA"},
+    {23, -1, "Y-m-dTH:i:s"},
+    {36, 136, "h:i:s.fA"},
+    {37, 137, "H:i:s.f"},
+    {38, -1, "M D y h:i:s.fA"},  {138, -1, "M D Y h:i:s.fA"},
+    {39, -1, "M D y H:i:s.f"},   {139, -1, "M D Y H:i:s.f"},
+    {40, -1, "y-m-d H:i:s.f"},   {140, -1, "Y-m-d H:i:s.f"},
+    {-1, -1, "M D Y"},  // a date alone, where a style would show a time
+    {-1, -1, "z"},      // a time in a style that has none
+};
+// clang-format on
+
+inline constexpr std::size_t kLayouts = std::size(kStyleRows);
+inline constexpr std::size_t kDateAlone = kLayouts - 2;
+inline constexpr std::size_t kNoTime = kLayouts - 1;
+
+// Bytes of a field; a month's name counts by itself.
+constexpr std::uint32_t field_width(char field) {
+  switch (field) {
+    case 'M':
+      return 0;
+    case 'Y':
+      return 4;
+    case 'l':
+      return 3;
+    case 'f':
+      return 6;
+    case 'y':
+    case 'm':
+    case 'd':
+    case 'D':
+    case 'H':
+    case 'h':
+    case 'i':
+    case 's':
+    case 'A':
+      return 2;
+    default:
+      return 1;
+  }
+}
+
+constexpr std::uint32_t layout_width(std::string_view layout) {
+  std::uint32_t width = 0;
+  for (const char field : layout) width += field_width(field);
+  return width;
+}
+
+// Two digits of 0 to 99 each, as the word that is stored; blank_first shows 5 as " 5".
+constexpr std::array<std::uint16_t, 100> digit_pairs(bool blank_first) {
+  std::array<std::uint16_t, 100> pairs{};
+  for (std::uint32_t i = 0; i < 100; ++i) {
+    const std::uint32_t tens = i < 10 && blank_first ? ' ' : '0' + i / 10;
+    pairs[i] = static_cast<std::uint16_t>(tens | ('0' + i % 10) << 8);
+  }
+  return pairs;
+}
+
+inline constexpr auto kPairs = digit_pairs(false);
+inline constexpr auto kBlankPairs = digit_pairs(true);
+inline constexpr auto kTwelveHours = [] {
+  std::array<std::uint16_t, 32> pairs{};
+  for (std::uint32_t hour = 0; hour < 32; ++hour)
+    pairs[hour] = kBlankPairs[hour == 0 ? 12 : hour > 12 ? hour - 12 : hour];
+  return pairs;
+}();
+
+VDX_INLINE void put_pair(char* to, std::uint32_t value) { store(to, kPairs[value]); }
+
+template <char Field, std::uint32_t Behind>
+VDX_INLINE void put_field(char* to, const ShownFields& fields, const MonthName& name) {
+  if constexpr (Field == 'M') {
+    if constexpr (Behind >= 8) {  // what is written too much, later fields overwrite
+      to[name.length > 8 ? 8 : 0] = static_cast<char>(name.ninth);
+      store(to, name.bytes);
+    } else {
+      for (std::uint32_t i = 0; i < name.length; ++i)
+        to[i] = static_cast<char>(i < 8 ? name.bytes >> (8 * i) : name.ninth);
+    }
+  } else if constexpr (Field == 'Y') {
+    const std::uint32_t year = fields.year % 10000;
+    put_pair(to, year / 100);
+    put_pair(to + 2, year % 100);
+  } else if constexpr (Field == 'y') {
+    put_pair(to, fields.year % 100);
+  } else if constexpr (Field == 'm') {
+    put_pair(to, fields.month + 1);
+  } else if constexpr (Field == 'd') {
+    put_pair(to, fields.day);
+  } else if constexpr (Field == 'D') {
+    store(to, kBlankPairs[fields.day]);
+  } else if constexpr (Field == 'H') {
+    put_pair(to, fields.hour);
+  } else if constexpr (Field == 'h') {
+    store(to, kTwelveHours[fields.hour]);
+  } else if constexpr (Field == 'i') {
+    put_pair(to, fields.minute);
+  } else if constexpr (Field == 's') {
+    put_pair(to, fields.second);
+  } else if constexpr (Field == 'l') {
+    const std::uint32_t millisecond = fields.millisecond % 1000;
+    to[0] = static_cast<char>('0' + millisecond / 100);
+    put_pair(to + 1, millisecond % 100);
+  } else if constexpr (Field == 'f') {
+    put_pair(to, fields.microsecond / 10000);
+    put_pair(to + 2, fields.microsecond / 100 % 100);
+    put_pair(to + 4, fields.microsecond % 100);
+  } else if constexpr (Field == 'A') {
+    to[0] = fields.hour < 12 ? 'A' : 'P';
+    to[1] = 'M';
+  } else {
+    *to = Field == 'z' ? '\0' : Field;
+  }
+}
+
+using LayoutWriter = void (*)(char* to, const ShownFields& fields, const MonthName& name);
+
+template <std::size_t Row>
+void write_layout(char* to, const ShownFields& fields, const MonthName& name) {
+  static constexpr std::string_view kLayout = kStyleRows[Row].layout;
+  [&]<std::size_t... At>(std::index_sequence<At...>) {
+    (put_field<kLayout[At], layout_width(kLayout.substr(At))>(
+         to + layout_width(kLayout.substr(0, At)) +
+             (kLayout.substr(0, At).find('M') != kLayout.npos ? name.length : 0),
+         fields, name),
+     ...);
+  }(std::make_index_sequence<kLayout.size()>{});
+}
+
+// What has to be known to write in a style.
+struct Style {
+  LayoutWriter write;  // null: no such style
+  std::uint8_t width;  // without the month's name
+  bool has_name, has_date, has_time;
+};
+
+inline constexpr auto kLayoutStyles = []<std::size_t... Row>(std::index_sequence<Row...>) {
+  constexpr auto any = [](std::string_view layout, std::string_view of) {
+    return layout.find_first_of(of) != layout.npos;
+  };
+  return std::array<Style, kLayouts>{
+      Style{&write_layout<Row>, static_cast<std::uint8_t>(layout_width(kStyleRows[Row].layout)),
+            any(kStyleRows[Row].layout, "M"), any(kStyleRows[Row].layout, "MYymdD"),
+            any(kStyleRows[Row].layout, "Hhislf")}...};
+}(std::make_index_sequence<kLayouts>{});
+
+inline constexpr std::uint32_t kLastStyle = 140;
+using StyleTable = std::array<Style, kLastStyle + 1>;
+
+inline constexpr StyleTable kStyles = [] {
+  StyleTable table{};
+  for (std::size_t row = 0; row < kLayouts; ++row)
+    for (const int style : {kStyleRows[row].style, kStyleRows[row].twin})
+      if (style >= 0) table[static_cast<std::size_t>(style)] = kLayoutStyles[row];
+  return table;
+}();
+
+// A time without a date shows none in the two plain styles; the other styles give it the date of
+// day 0, and those without a time show nothing of it.
+inline constexpr StyleTable kTimeStyles = [] {
+  StyleTable table = kStyles;
+  for (Style& style : table)
+    if (style.write != nullptr && !style.has_time) style = kLayoutStyles[kNoTime];
+  table[0] = table[17];
+  table[9] = table[19];
+  return table;
+}();
+
+// A date without a time shows none in the two plain styles.
+inline constexpr StyleTable kDateStyles = [] {
+  StyleTable table = kStyles;
+  table[0] = table[9] = kLayoutStyles[kDateAlone];
+  return table;
+}();
+
+constexpr bool is_style(std::uint32_t style) {
+  return style <= kLastStyle && kStyles[style].write != nullptr;
+}
+
+}  // namespace vdx
+
+#endif
