@@ -1,0 +1,414 @@
+// Parts of dates and their names, addition and differences.
+#include "vdxcomn/datepart.h"
+
+#include <charconv>
+#include <cstring>
+
+#include "date/calendar.h"
+#include "frame/check.h"
+#include "intl/locale.h"
+
+namespace vdx {
+namespace {
+
+// The two representations: their day number, and their time of day in units of their own grain.
+struct Ticks {
+  using Value = vdx_datetime;
+  static constexpr std::int64_t kPerSecond = kTicksPerSecond;
+
+  static std::int32_t day(const Value& value) { return value.day; }
+  static std::int64_t time(const Value& value) { return value.time & kTicksMask; }
+  static std::int32_t millisecond(std::int64_t time) {
+    return static_cast<std::int32_t>(time % kPerSecond * 10 / 3);
+  }
+  static std::int32_t microsecond(std::int64_t) { return 0; }
+};
+
+struct Micros {
+  using Value = vdx_bigdatetime;
+  static constexpr std::int64_t kPerSecond = kMicrosPerSecond;
+
+  static std::int32_t day(Value value) { return day_of_big(value); }
+  static std::int64_t time(Value value) { return micros_of_big(value); }
+  static std::int32_t millisecond(std::int64_t time) { return microsecond(time) / 1000; }
+  static std::int32_t microsecond(std::int64_t time) {
+    return static_cast<std::int32_t>(time % kPerSecond);
+  }
+};
+
+std::int32_t week_of_day(std::int32_t day) {
+  const std::int32_t day_of_year = civil_of_day(day).day_of_year;
+  const std::int32_t first_weekday = (weekday_of_day(day) + 371 - (day_of_year - 1)) % 7;
+  return (day_of_year + first_weekday + 6) / 7;
+}
+
+// part: 0 to VDX_PART_MICROSECOND
+template <class Grain>
+std::int32_t part_of(std::uint32_t part, const typename Grain::Value& value,
+                     std::int32_t first_day) {
+  const std::int32_t day = Grain::day(value);
+  const std::int64_t time = Grain::time(value);
+  const auto second_of_day = static_cast<std::int32_t>(time / Grain::kPerSecond);
+  switch (part) {
+    case VDX_PART_YEAR:
+      return civil_of_day(day).year;
+    case VDX_PART_QUARTER:
+      return civil_of_day(day).month / 3 + 1;
+    case VDX_PART_MONTH:
+      return civil_of_day(day).month + 1;
+    case VDX_PART_WEEKDAY: {
+      const std::int64_t number = weekday_of_day(day) + 1 - std::int64_t{first_day};
+      return static_cast<std::int32_t>(number < 1 ? number + 7 : number);
+    }
+    case VDX_PART_DAY:
+      return civil_of_day(day).day;
+    case VDX_PART_DAY_OF_YEAR:
+      return civil_of_day(day).day_of_year;
+    case VDX_PART_HOUR:
+      return second_of_day / 3600;
+    case VDX_PART_MINUTE:
+      return second_of_day / 60 % 60;
+    case VDX_PART_SECOND:
+      return second_of_day % 60;
+    case VDX_PART_MILLISECOND:
+      return Grain::millisecond(time);
+    case VDX_PART_WEEK:
+      return week_of_day(day);
+    case VDX_PART_ISO_YEAR:
+      return iso_week_of_day(day).year;
+    case VDX_PART_ISO_WEEK:
+      return iso_week_of_day(day).week;
+    case VDX_PART_ISO_WEEKDAY:
+      return iso_week_of_day(day).weekday;
+    default:
+      return Grain::microsecond(time);
+  }
+}
+
+template <class Grain>
+std::int32_t name_of(const vdx_context* context, std::uint32_t part,
+                     const typename Grain::Value& value, char* buffer, std::int32_t buffer_length,
+                     std::int32_t* length) {
+  char digits[12];
+  const char* text = digits;
+  std::size_t count = 0;
+  if (part == VDX_PART_MONTH || part == VDX_PART_WEEKDAY) {
+    const vdx_locale& locale = locale_of(context, nullptr);
+    const std::int32_t day = Grain::day(value);
+    text = part == VDX_PART_MONTH ? locale.months.table()[civil_of_day(day).month]
+                                  : locale.weekdays.table()[weekday_of_day(day)];
+    count = std::strlen(text);
+  } else {
+    const std::int32_t number = part_of<Grain>(part, value, 7);
+    count = static_cast<std::size_t>(std::to_chars(digits, digits + sizeof digits, number).ptr -
+                                     digits);
+  }
+  *length = static_cast<std::int32_t>(count);
+  if (buffer_length < *length) return 1;
+  std::memcpy(buffer, text, count);
+  return 0;
+}
+
+constexpr bool fits(std::int64_t value) { return value == static_cast<std::int32_t>(value); }
+
+enum class Shift { kDone, kYear, kOverflow };
+
+// Moves a day by years, quarters or months. kOverflow leaves it; kYear, a year outside of 1 to
+// 9999, makes it what a failed make leaves.
+Shift shift_months(std::uint32_t part, std::int32_t amount, std::int32_t& day) {
+  Civil civil = civil_of_day(day);
+  std::int64_t year = civil.year;
+  if (part == VDX_PART_YEAR || part == VDX_PART_ISO_YEAR) {
+    year += amount;
+    if (!fits(year)) return Shift::kOverflow;
+  } else {
+    const std::int64_t months = std::int64_t{amount} * (part == VDX_PART_QUARTER ? 3 : 1);
+    const std::int64_t sum = months + civil.month;
+    if (!fits(months) || !fits(sum)) return Shift::kOverflow;
+    civil.month = static_cast<std::int32_t>(sum) % 12;
+    year += static_cast<std::int32_t>(sum) / 12;
+    if (civil.month < 0) {
+      civil.month += 12;
+      --year;
+    }
+  }
+  civil.year = static_cast<std::int32_t>(year);
+  if (civil.year < 1 || civil.year > 9999) {
+    day = 0;
+    return Shift::kYear;
+  }
+  const std::int32_t last = days_in_month(civil.year, civil.month);
+  day = day_number(civil.year, civil.month, civil.day < last ? civil.day : last);
+  return Shift::kDone;
+}
+
+constexpr bool is_month_part(std::uint32_t part) {
+  return part <= VDX_PART_MONTH || part == VDX_PART_ISO_YEAR;
+}
+
+// Days that a unit of a part counts; 0 for the parts that count none.
+constexpr std::int32_t days_of_part(std::uint32_t part) {
+  switch (part) {
+    case VDX_PART_WEEKDAY:
+    case VDX_PART_DAY:
+    case VDX_PART_DAY_OF_YEAR:
+    case VDX_PART_ISO_WEEKDAY:
+      return 1;
+    case VDX_PART_WEEK:
+    case VDX_PART_ISO_WEEK:
+      return 7;
+    default:
+      return 0;
+  }
+}
+
+// Splits an amount into days and ticks.
+template <std::int32_t PerDay>
+std::int64_t split(std::int32_t amount, std::int64_t& days) {
+  days = amount / PerDay;
+  if constexpr (PerDay == 86'400'000)
+    return ticks_of_milliseconds(amount % PerDay);
+  else
+    return std::int64_t{amount % PerDay} * (kTicksPerDay / PerDay);
+}
+
+// part: 0 to VDX_PART_MILLISECOND and the parts of weeks
+std::int32_t add(std::uint32_t part, std::int32_t amount, vdx_datetime& value) {
+  if (is_month_part(part)) {
+    const Shift shift = shift_months(part, amount, value.day);
+    return shift != Shift::kDone;
+  }
+  std::int64_t days = std::int64_t{amount} * days_of_part(part);
+  std::int64_t time = value.time & kTicksMask;
+  const bool is_time = days_of_part(part) == 0;
+  if (is_time) {
+    if (time >= kTicksPerDay) return 1;
+    switch (part) {
+      case VDX_PART_HOUR:
+        time += split<24>(amount, days);
+        break;
+      case VDX_PART_MINUTE:
+        time += split<1440>(amount, days);
+        break;
+      case VDX_PART_SECOND:
+        time += split<86'400>(amount, days);
+        break;
+      default:
+        time += split<86'400'000>(amount, days);
+        break;
+    }
+    // The remainder is at most a day, so one step is enough.
+    if (time < 0) {
+      time += kTicksPerDay;
+      --days;
+    } else if (time >= kTicksPerDay) {
+      time -= kTicksPerDay;
+      ++days;
+    }
+  }
+  days += value.day;
+  if (!datea_in_range(days)) return 1;
+  value.day = static_cast<std::int32_t>(days);
+  if (is_time) value.time = static_cast<std::int32_t>(time);
+  return 0;
+}
+
+// part: 0 to VDX_PART_MICROSECOND
+std::int32_t add(std::uint32_t part, std::int32_t amount, vdx_bigdatetime& value) {
+  if (!bigdatetime_in_range(value)) return 1;
+  std::int64_t delta = amount;  // microseconds
+  if (is_month_part(part) || days_of_part(part) != 0) {
+    const std::int32_t from = day_of_big(value);
+    std::int64_t to = from + std::int64_t{amount} * days_of_part(part);
+    if (is_month_part(part)) {
+      std::int32_t day = from;
+      if (shift_months(part, amount, day) != Shift::kDone) return 1;
+      to = day;
+    }
+    if (!datea_in_range(to)) return 1;
+    delta = (to - from) * kMicrosPerDay;
+  } else if (part == VDX_PART_HOUR) {
+    delta *= kMicrosPerHour;
+  } else if (part == VDX_PART_MINUTE) {
+    delta *= kMicrosPerMinute;
+  } else if (part == VDX_PART_SECOND) {
+    delta *= kMicrosPerSecond;
+  } else if (part == VDX_PART_MILLISECOND) {
+    delta *= 1000;
+  }
+  // Neither 2^31 hours nor a value reach a third of 63 bits: the sum is exact, below 0 it wraps to
+  // a number far outside.
+  const std::uint64_t sum = value + static_cast<std::uint64_t>(delta);
+  if (!bigdatetime_in_range(sum)) return 1;
+  value = sum;
+  return 0;
+}
+
+std::int32_t store_difference(std::int64_t difference, std::int32_t* result) {
+  if (!fits(difference)) return 1;
+  *result = static_cast<std::int32_t>(difference);
+  return 0;
+}
+
+// Parts of whole days, VDX_PART_HOUR to VDX_PART_MILLISECOND excepted.
+std::int64_t day_difference(std::uint32_t part, std::int32_t first, std::int32_t second) {
+  const std::int64_t days = std::int64_t{second} - first;
+  switch (part) {
+    case VDX_PART_WEEKDAY:
+    case VDX_PART_ISO_WEEKDAY:
+      return days / 7;
+    case VDX_PART_DAY:
+    case VDX_PART_DAY_OF_YEAR:
+      return days;
+    case VDX_PART_WEEK:
+    case VDX_PART_ISO_WEEK:
+      return days >= 0 ? (days + weekday_of_day(first)) / 7 : (days - weekday_of_day(second)) / 7;
+    case VDX_PART_ISO_YEAR:
+      return iso_week_of_day(second).year - iso_week_of_day(first).year;
+    default:
+      break;
+  }
+  const Civil from = civil_of_day(first);
+  const Civil to = civil_of_day(second);
+  const std::int64_t years = to.year - from.year;
+  switch (part) {
+    case VDX_PART_YEAR:
+      return years;
+    case VDX_PART_QUARTER:
+      return to.month / 3 - from.month / 3 + 4 * years;
+    default:
+      return to.month - from.month + 12 * years;
+  }
+}
+
+constexpr bool is_time_part(std::uint32_t part) {
+  return part >= VDX_PART_HOUR && part <= VDX_PART_MILLISECOND;
+}
+
+std::int32_t difference_of(std::uint32_t part, const vdx_datetime& first,
+                           const vdx_datetime& second, std::int32_t* result) {
+  if (!is_time_part(part))
+    return store_difference(day_difference(part, first.day, second.day), result);
+  const std::int64_t days = std::int64_t{second.day} - first.day;
+  const std::int64_t times = Ticks::time(second) - Ticks::time(first);
+  const std::int64_t ticks = days * kTicksPerDay + times;
+  const auto more_than = [days](std::int64_t limit) { return days > limit || days < -limit; };
+  switch (part) {
+    case VDX_PART_HOUR:
+      return store_difference(ticks / kTicksPerHour, result);
+    case VDX_PART_MINUTE:
+      return more_than(1'491'308) ? 1 : store_difference(ticks / kTicksPerMinute, result);
+    case VDX_PART_SECOND:
+      return more_than(24'855) ? 1 : store_difference(ticks / kTicksPerSecond, result);
+    default:
+      return more_than(24) ? 1 : store_difference(days * 86'400'000 + times * 10 / 3, result);
+  }
+}
+
+std::int32_t difference_of(std::uint32_t part, vdx_bigdatetime first, vdx_bigdatetime second,
+                           std::int32_t* result) {
+  if (!bigdatetime_in_range(first) || !bigdatetime_in_range(second)) return 1;
+  const auto micros = static_cast<std::int64_t>(second - first);
+  switch (part) {
+    case VDX_PART_HOUR:
+      return store_difference(micros / kMicrosPerHour, result);
+    case VDX_PART_MINUTE:
+      return store_difference(micros / kMicrosPerMinute, result);
+    case VDX_PART_SECOND:
+      return store_difference(micros / kMicrosPerSecond, result);
+    case VDX_PART_MILLISECOND:
+      return store_difference(micros / 1000, result);
+    case VDX_PART_MICROSECOND:
+      return store_difference(micros, result);
+    default:
+      return store_difference(day_difference(part, day_of_big(first), day_of_big(second)), result);
+  }
+}
+
+}  // namespace
+}  // namespace vdx
+
+extern "C" {
+
+int32_t com__datepart(uint32_t part, const vdx_datetime* value, int32_t first_day) {
+  VDX_CHECK_POINTER(value, 0);
+  VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);
+  return vdx::part_of<vdx::Ticks>(part, *value, first_day);
+}
+
+int32_t com_datepart(uint32_t part, const vdx_datetime* value, int32_t first_day) {
+  VDX_CHECK_POINTER(value, 0);
+  VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);
+  return vdx::part_of<vdx::Ticks>(part, *value, first_day);
+}
+
+int32_t com__bigdatepart(uint32_t part, const vdx_bigdatetime* value, int32_t first_day) {
+  VDX_CHECK_POINTER(value, 0);
+  VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);
+  return vdx::part_of<vdx::Micros>(part, *value, first_day);
+}
+
+int32_t com__datename(const vdx_context* context, uint32_t part, const vdx_datetime* value,
+                      char* buffer, int32_t buffer_length, int32_t* length) {
+  VDX_CHECK_POINTER(value, 0);
+  VDX_CHECK_POINTER(buffer, 0);
+  VDX_CHECK_POINTER(length, 0);
+  VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);
+  return vdx::name_of<vdx::Ticks>(context, part, *value, buffer, buffer_length, length);
+}
+
+int32_t com_datename(const vdx_context* context, uint32_t part, const vdx_datetime* value,
+                     char* buffer, int32_t buffer_length, int32_t* length) {
+  VDX_CHECK_POINTER(value, 0);
+  VDX_CHECK_POINTER(buffer, 0);
+  VDX_CHECK_POINTER(length, 0);
+  VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);
+  return vdx::name_of<vdx::Ticks>(context, part, *value, buffer, buffer_length, length);
+}
+
+int32_t com__bigdatename(const vdx_context* context, uint32_t part, const vdx_bigdatetime* value,
+                         char* buffer, int32_t buffer_length, int32_t* length) {
+  VDX_CHECK_POINTER(value, 0);
+  VDX_CHECK_POINTER(buffer, 0);
+  VDX_CHECK_POINTER(length, 0);
+  VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);
+  return vdx::name_of<vdx::Micros>(context, part, *value, buffer, buffer_length, length);
+}
+
+int32_t com__date_add(uint32_t part, int32_t amount, vdx_datetime* value) {
+  VDX_CHECK_POINTER(value, 0);
+  VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);
+  return part == VDX_PART_MICROSECOND ? VDX_OVERFLOW : vdx::add(part, amount, *value);
+}
+
+int32_t com__dateadd_both(uint32_t part, int32_t amount, vdx_datetime* value) {
+  VDX_CHECK_POINTER(value, 0);
+  VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);
+  return part == VDX_PART_MICROSECOND ? VDX_OVERFLOW : vdx::add(part, amount, *value);
+}
+
+int32_t com__bigdateadd_both(uint32_t part, int32_t amount, vdx_bigdatetime* value) {
+  VDX_CHECK_POINTER(value, 0);
+  VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);
+  return vdx::add(part, amount, *value);
+}
+
+int32_t com__datediff(uint32_t part, const vdx_datetime* first, const vdx_datetime* second,
+                      int32_t* difference) {
+  VDX_CHECK_POINTER(first, 0);
+  VDX_CHECK_POINTER(second, 0);
+  VDX_CHECK_POINTER(difference, 0);
+  if (part >= VDX_PART_MICROSECOND) return 0;
+  return vdx::difference_of(part, *first, *second, difference);
+}
+
+int32_t com__bigdatediff(uint32_t part, const vdx_bigdatetime* first, const vdx_bigdatetime* second,
+                         int32_t* difference) {
+  VDX_CHECK_POINTER(first, 0);
+  VDX_CHECK_POINTER(second, 0);
+  VDX_CHECK_POINTER(difference, 0);
+  if (part > VDX_PART_MICROSECOND) return 0;
+  return vdx::difference_of(part, *first, *second, difference);
+}
+
+}  // extern "C"
