@@ -5,6 +5,7 @@
 #include "vdxcomn/conversions.h"
 #include "vdxcomn/convert.h"
 #include "vdxcomn/date.h"
+#include "vdxcomn/dateparse.h"
 #include "vdxcomn/datepart.h"
 #include "vdxcomn/frame.h"
 #include "vdxcomn/intl.h"
