@@ -7,6 +7,7 @@
 #include "vdxcomn/date.h"
 #include "vdxcomn/dateparse.h"
 #include "vdxcomn/datepart.h"
+#include "vdxcomn/dateformat.h"
 #include "vdxcomn/frame.h"
 #include "vdxcomn/intl.h"
 #include "vdxcomn/money.h"

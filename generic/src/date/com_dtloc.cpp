@@ -6,12 +6,13 @@
 #include "vdxcomn/intl.h"
 
 namespace vdx {
-namespace {
 
 std::uint32_t text_style(const vdx_locale& locale) {
   const auto style = static_cast<std::uint32_t>(locale.date_style);
   return is_style(style) ? style : 0;
 }
+
+namespace {
 
 struct Request {
   const vdx_locale& locale;

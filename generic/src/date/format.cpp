@@ -60,7 +60,7 @@ VDX_INLINE std::int32_t format(std::int32_t day, Time time, char* buffer, std::i
                                const char* const* months) {
   if (style > kLastStyle) return kUnknownStyle;
   const Style& how = styles[style];
-  if (how.write == nullptr) return kUnknownStyle;
+  if (how.width == 0) return kUnknownStyle;
   ShownFields fields;
   MonthName name;
   name.length = 0;

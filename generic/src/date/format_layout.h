@@ -192,8 +192,8 @@ void write_layout(char* to, const ShownFields& fields, const MonthName& name) {
 
 // What has to be known to write in a style.
 struct Style {
-  LayoutWriter write;  // null: no such style
-  std::uint8_t width;  // without the month's name
+  LayoutWriter write;
+  std::uint8_t width;  // without the month's name; 0: no such style
   bool has_name, has_date, has_time;
 };
 
@@ -223,7 +223,7 @@ inline constexpr StyleTable kStyles = [] {
 inline constexpr StyleTable kTimeStyles = [] {
   StyleTable table = kStyles;
   for (Style& style : table)
-    if (style.write != nullptr && !style.has_time) style = kLayoutStyles[kNoTime];
+    if (style.width != 0 && !style.has_time) style = kLayoutStyles[kNoTime];
   table[0] = table[17];
   table[9] = table[19];
   return table;
@@ -237,7 +237,7 @@ inline constexpr StyleTable kDateStyles = [] {
 }();
 
 constexpr bool is_style(std::uint32_t style) {
-  return style <= kLastStyle && kStyles[style].write != nullptr;
+  return style <= kLastStyle && kStyles[style].width != 0;
 }
 
 }  // namespace vdx

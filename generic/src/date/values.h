@@ -44,6 +44,9 @@ using BigdatetimeType = CalendarType<VDX_BIGDATETIME, vdx_bigdatetime, kMicrosPe
 using BigtimeType     = CalendarType<VDX_BIGTIME, vdx_bigtime, kMicrosPerSecond, is_valid_bigtime, com__bigtimetochar>;
 // clang-format on
 
+// The style that texts take in a locale.
+std::uint32_t text_style(const vdx_locale& locale);
+
 // The text of a value, a valid image of the type, in room (0 or more) bytes, and its code; length is
 // what was placed.
 template <class Type>

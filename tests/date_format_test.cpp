@@ -1,0 +1,274 @@
+// Dates and times as text, and what a locale says of them.
+#include <string>
+
+#include "support.h"
+
+namespace {
+
+constexpr const char* kShort[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                  "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+// 2008-01-02 13:05:09.123 (in ticks .12333) and 1999-12-31 00:00:07.9996.
+const vdx_datetime kAfternoon{39447, 14132737};
+const vdx_bigdatetime kDay0 = 59958230400000000;
+const vdx_bigdatetime kMidnight = kDay0 + 36523 * 86400000000 + 7999600;
+
+struct Row {
+  std::uint32_t style;
+  const char* afternoon;
+  const char* midnight;
+};
+
+const Row kRows[] = {
+    {0, "Jan  2 2008  1:05PM", "Dec 31 1999 12:00AM"},
+    {100, "Jan  2 2008  1:05PM", "Dec 31 1999 12:00AM"},
+    {1, "01/02/08", "12/31/99"},
+    {101, "01/02/2008", "12/31/1999"},
+    {2, "08.01.02", "99.12.31"},
+    {102, "2008.01.02", "1999.12.31"},
+    {3, "02/01/08", "31/12/99"},
+    {103, "02/01/2008", "31/12/1999"},
+    {4, "02.01.08", "31.12.99"},
+    {104, "02.01.2008", "31.12.1999"},
+    {5, "02-01-08", "31-12-99"},
+    {105, "02-01-2008", "31-12-1999"},
+    {6, "02 Jan 08", "31 Dec 99"},
+    {106, "02 Jan 2008", "31 Dec 1999"},
+    {7, "Jan 02, 08", "Dec 31, 99"},
+    {107, "Jan 02,2008", "Dec 31,1999"},
+    {8, "13:05:09", "00:00:07"},
+    {108, "13:05:09", "00:00:07"},
+    {9, "Jan  2 2008  1:05:09:123PM", "Dec 31 1999 12:00:07:000AM"},
+    {109, "Jan  2 2008  1:05:09:123PM", "Dec 31 1999 12:00:07:000AM"},
+    {10, "01-02-08", "12-31-99"},
+    {110, "01-02-2008", "12-31-1999"},
+    {11, "08/01/02", "99/12/31"},
+    {111, "2008/01/02", "1999/12/31"},
+    {12, "080102", "991231"},
+    {112, "20080102", "19991231"},
+    {13, "08/02/01", "99/31/12"},
+    {113, "2008/02/01", "1999/31/12"},
+    {14, "01/08/02", "12/99/31"},
+    {114, "01/2008/02", "12/1999/31"},
+    {15, "02/08/01", "31/99/12"},
+    {115, "02/2008/01", "31/1999/12"},
+    {16, "Jan  2 2008 13:05:09", "Dec 31 1999 00:00:07"},
+    {116, "Jan  2 2008 13:05:09", "Dec 31 1999 00:00:07"},
+    {17, " 1:05PM", "12:00AM"},
+    {117, " 1:05PM", "12:00AM"},
+    {18, "13:05", "00:00"},
+    {118, "13:05", "00:00"},
+    {19, " 1:05:09:123PM", "12:00:07:000AM"},
+    {20, "13:05:09:123", "00:00:07:000"},
+    {21, "08/01/02 13:05:09", "99/12/31 00:00:07"},
+    {121, "2008/01/02 13:05:09", "1999/12/31 00:00:07"},
+    {22, "08/01/02  1:05PM", "99/12/31 12:00AM"},
+    {122, "2008/01/02  1:05PM", "1999/12/31 12:00AM"},
+    {23, "2008-01-02T13:05:09", "1999-12-31T00:00:07"},
+    {36, " 1:05:09.123000PM", "12:00:07.999600AM"},
+    {136, " 1:05:09.123000PM", "12:00:07.999600AM"},
+    {37, "13:05:09.123000", "00:00:07.999600"},
+    {137, "13:05:09.123000", "00:00:07.999600"},
+    {38, "Jan  2 08  1:05:09.123000PM", "Dec 31 99 12:00:07.999600AM"},
+    {138, "Jan  2 2008  1:05:09.123000PM", "Dec 31 1999 12:00:07.999600AM"},
+    {39, "Jan  2 08 13:05:09.123000", "Dec 31 99 00:00:07.999600"},
+    {139, "Jan  2 2008 13:05:09.123000", "Dec 31 1999 00:00:07.999600"},
+    {40, "08-01-02 13:05:09.123000", "99-12-31 00:00:07.999600"},
+    {140, "2008-01-02 13:05:09.123000", "1999-12-31 00:00:07.999600"},
+};
+
+// What a formatter places: the text, or its negative result as digits. Nothing beyond may change.
+template <class T>
+std::string text(std::int32_t (*format)(const T*, char*, std::int32_t, std::uint32_t, const char* const*),
+                 const T& value, std::uint32_t style, const char* const* months = kShort,
+                 std::int32_t length = -1) {
+  char buffer[64];
+  std::memset(buffer, '~', sizeof buffer);
+  const std::int32_t placed = format(&value, buffer, length, style, months);
+  if (placed < 0) {
+    EXPECT_EQ(buffer[0], '~');
+    return std::to_string(placed);
+  }
+  const std::int32_t size = placed > 0 ? placed : length;
+  EXPECT_EQ(std::string(buffer + size, sizeof buffer - static_cast<std::size_t>(size)),
+            std::string(sizeof buffer - static_cast<std::size_t>(size), '~'));
+  return std::string(buffer, static_cast<std::size_t>(size)) + (placed == 0 ? "|" : "");
+}
+
+TEST(DateFormat, Styles) {
+  const vdx_timea time = kAfternoon.time;
+  const vdx_bigtime bigtime = 7999600;
+  const vdx_datea date = 36523;
+  std::uint32_t known = 0;
+  for (const Row& row : kRows) {
+    SCOPED_TRACE(row.style);
+    ++known;
+    const std::string afternoon = row.afternoon, midnight = row.midnight;
+    EXPECT_EQ(text(com__datetochar, kAfternoon, row.style), afternoon);
+    EXPECT_EQ(text(com__bigdatetimetochar, kMidnight, row.style), midnight);
+    // Every length: whole from the first that holds it, before that its first bytes.
+    const auto size = static_cast<std::int32_t>(afternoon.size());
+    for (std::int32_t room = 0; room < size; ++room)
+      EXPECT_EQ(text(com__datetochar, kAfternoon, row.style, kShort, room),
+                afternoon.substr(0, static_cast<std::size_t>(room)) + "|");
+    EXPECT_EQ(text(com__datetochar, kAfternoon, row.style, kShort, size), afternoon);
+
+    const bool has_name = afternoon.find("Jan") != afternoon.npos;
+    const bool has_time = afternoon.find("05") != afternoon.npos;
+    EXPECT_EQ(text(com__datetochar, kAfternoon, row.style, nullptr), has_name ? "-2" : afternoon);
+    for (const char* name : {"j", "", "Septembre", "Septembres"}) {
+      const char* names[12] = {name, name, name, name, name, name, name, name, name, name, name, name};
+      std::string expected = afternoon;
+      if (has_name) expected.replace(expected.find("Jan"), 3, std::string(name).substr(0, 9));
+      EXPECT_EQ(text(com__datetochar, kAfternoon, row.style, names), expected);
+    }
+
+    // A time alone stands on 1900-01-01, a date alone at midnight.
+    const bool plain = row.style == 0 || row.style == 9;
+    std::string ticks = text(com__datetochar, {0, time}, row.style).substr(plain ? 12 : 0);
+    std::string micros = text(com__bigdatetimetochar, kDay0 + bigtime, row.style).substr(plain ? 12 : 0);
+    if (!has_time) ticks = micros = std::string(1, '\0');
+    EXPECT_EQ(text(com__timeatochar, time, row.style), ticks);
+    EXPECT_EQ(text(com__bigtimetochar, bigtime, row.style), micros);
+    EXPECT_EQ(text(com__dateatochar, date, row.style),
+              plain ? "Dec 31 1999" : text(com__datetochar, {date, 0}, row.style));
+    EXPECT_EQ(text(com__date4tochar, {36523, 1439}, row.style),
+              text(com__datetochar, {36523, 1439 * 18000}, row.style));
+  }
+  for (std::uint32_t style = 0; style < 300; ++style)
+    if (text(com__datetochar, kAfternoon, style) != "-1") --known;
+  EXPECT_EQ(known, 0U);
+  EXPECT_EQ(text(com__timeatochar, time, 6, nullptr), std::string(1, '\0'));
+  EXPECT_EQ(text(com__timeatochar, time, 6, nullptr, 0), "|");
+  EXPECT_EQ(text(com__timeatochar, time, 24), "-1");
+  EXPECT_EQ(text(com__timeatochar, time, 100, nullptr), "-2");
+  EXPECT_EQ(text(com__dateatochar, date, 0, nullptr), "-2");
+}
+
+// Values that are none give some text of the style's length.
+TEST(DateFormat, TakesAnyValue) {
+  for (const std::int32_t day : {INT32_MIN, INT32_MIN + 1, -693596, -693960, 2958464, INT32_MAX})
+    for (const std::int32_t time : {-1, INT32_MIN, INT32_MAX, 25920000})
+      for (const Row& row : kRows) {
+        const std::size_t size = std::string(row.afternoon).size();
+        EXPECT_EQ(text(com__datetochar, {day, time}, row.style).size(), size);
+        EXPECT_GE(text(com__timeatochar, time, row.style).size(), 1U);
+        EXPECT_EQ(text(com__bigdatetimetochar, static_cast<vdx_bigdatetime>(day), row.style).size(), size);
+      }
+}
+
+struct Locale {
+  vdx_locale* record = nullptr;
+  Locale() { EXPECT_EQ(comn_loc_alloc(nullptr, "utf8", &record), 1); }
+  ~Locale() { comn_loc_drop(nullptr, record); }
+  void set(std::int32_t what, std::int32_t number) { EXPECT_EQ(comn_loc_set(record, what, &number, 4), 1); }
+  void name(std::int32_t what, const char* name) { EXPECT_EQ(comn_loc_set(record, what, name, VDX_NULLTERM), 1); }
+};
+
+TEST(DateLocale, ReadsSettings) {
+  Locale mine, other;
+  vdx_context context{};
+  context.locale = other.record;
+  mine.set(VDX_LOC_DATE_ORDER, 3);
+  mine.set(VDX_LOC_FIRST_DAY, 1);
+  other.set(VDX_LOC_DATE_ORDER, 5);
+  EXPECT_EQ(com_intl_dateorder(&context, mine.record), 3);
+  EXPECT_EQ(com_intl_dateorder(&context, nullptr), 5);
+  EXPECT_EQ(com_intl_dateorder(nullptr, nullptr), 1);
+  EXPECT_EQ(com_intl_firstday(nullptr, mine.record), 1);
+  EXPECT_EQ(com_intl_firstday(&context, nullptr), 7);
+
+  std::vector<bool> listed(400);
+  for (const Row& row : kRows) listed[row.style] = true;
+  for (std::int32_t style = -3; style < 400; ++style) {
+    mine.set(VDX_LOC_DATE_STYLE, style);
+    EXPECT_EQ(comn_intl_get_dtfmt(nullptr, mine.record), style);
+    const bool known = style >= 0 && listed[static_cast<std::size_t>(style)];
+    EXPECT_EQ(comn_get_datetochar_fmt(nullptr, mine.record), known ? static_cast<std::uint32_t>(style) : 0U);
+  }
+}
+
+TEST(DateLocale, GivesNames) {
+  Locale locale;
+  locale.name(VDX_LOC_MONTH + 1, "F\xC3\xA9vrier");
+  locale.name(VDX_LOC_SHORT_MONTH + 1, "f\xC3\xA9v");
+  locale.name(VDX_LOC_WEEKDAY + 6, "samedi");
+  struct {
+    char kind;
+    std::int32_t number, size, code;
+    const char* name;
+  } const rows[] = {
+      {'M', 1, 63, 1, "F\xC3\xA9vrier"}, {'S', 1, 4, 1, "f\xC3\xA9v"}, {'S', 1, 3, -101, "f\xC3\xA9"},
+      {'S', 11, 3, 1, "Dec"},            {'M', 12, 63, -107, ""},      {'M', -1, 63, -107, ""},
+      {'D', 6, 63, 1, "samedi"},         {'D', 0, 63, 1, "Sunday"},    {'D', 7, 63, -107, ""},
+      {'D', 0, 0, -101, ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.kind << row.number);
+    char buffer[64];
+    std::int32_t length = -1;
+    const std::int32_t code =
+        row.kind == 'D' ? comn_intl_day(nullptr, locale.record, row.number, buffer, row.size, &length)
+                        : comn_intl_month(nullptr, locale.record, row.number, row.kind == 'S', buffer, row.size, &length);
+    EXPECT_EQ(code, row.code);
+    EXPECT_EQ(std::string(buffer, static_cast<std::size_t>(length)), row.name);
+  }
+}
+
+TEST(DateLocale, ShowsValues) {
+  Locale locale;
+  locale.set(VDX_LOC_DATE_STYLE, 140);
+  locale.name(VDX_LOC_SHORT_MONTH + 11, "d\xC3\xA9" "c.");
+  const vdx_datetime datetime{36523, 25919999};
+  const vdx_date4 date4{36523, 1}, bad_date4{0, 1440};
+  const vdx_datea datea = 36523, bad_datea = 2958464;
+  const vdx_timea timea = 300, bad_timea = -1;
+  const vdx_bigtime bigtime = 1, bad_bigtime = 86400000000;
+  const vdx_bigdatetime bad_bigdatetime = 31622400000000 - 1;
+  const vdx_datetime early{-53691, 0}, late{2958464, 0}, long_day{0, 25920000};
+  struct {
+    std::int32_t datatype;
+    const void* value;
+    std::int32_t style, size, code;  // style -1: the locale's
+    const char* text;
+  } const rows[] = {
+      {VDX_DATETIME, &datetime, -1, 26, 1, "1999-12-31 23:59:59.996000"},
+      {VDX_DATETIME, &datetime, 106, 64, 1, "31 d\xC3\xA9" "c. 1999"},
+      {VDX_DATETIME, &datetime, 24, 64, -114, ""},
+      {VDX_DATE4, &date4, 12, 5, -101, "99123"},
+      {VDX_DATEA, &datea, 23, 64, 1, "1999-12-31T00:00:00"},
+      {VDX_TIMEA, &timea, 8, 64, 1, "00:00:01"},
+      {VDX_BIGDATETIME, &kMidnight, -1, 64, 1, "1999-12-31 00:00:07.999600"},
+      {VDX_BIGTIME, &bigtime, 37, 64, 1, "00:00:00.000001"},
+      {VDX_DATETIME, &early, -1, 64, -107, ""},
+      {VDX_DATETIME, &late, -1, 64, -107, ""},
+      {VDX_DATETIME, &long_day, -1, 64, -107, ""},
+      {VDX_DATE4, &bad_date4, -1, 64, -107, ""},
+      {VDX_DATEA, &bad_datea, -1, 64, -107, ""},
+      {VDX_TIMEA, &bad_timea, -1, 64, -107, ""},
+      {VDX_BIGDATETIME, &bad_bigdatetime, -1, 64, -107, ""},
+      {VDX_BIGTIME, &bad_bigtime, -1, 64, -107, ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.datatype << " " << row.text);
+    char buffer[64];
+    std::int32_t length = -1;
+    const std::int32_t code =
+        row.style < 0 ? comn_dtloc_format(nullptr, locale.record, row.datatype, row.value, buffer, row.size, &length)
+                      : comn_dtloc_format_fmt(nullptr, locale.record, static_cast<std::uint32_t>(row.style),
+                                              row.datatype, row.value, buffer, row.size, &length);
+    EXPECT_EQ(code, row.code);
+    EXPECT_EQ(std::string(buffer, static_cast<std::size_t>(length)), row.text);
+  }
+}
+
+TEST(DateFormatDeath, ReportsBrokenContracts) {
+  char buffer[64];
+  std::int32_t length;
+  const vdx_bigtime time = 0;
+  EXPECT_DEATH(com__bigtimetochar(nullptr, buffer, 64, 0, kShort), "Invalid NULL pointer , file 'format.cpp'");
+  EXPECT_DEATH(com__bigtimetochar(&time, nullptr, 64, 0, kShort), "Invalid NULL pointer , file 'format.cpp'");
+  EXPECT_DEATH(comn_dtloc_format(nullptr, nullptr, VDX_I4, &time, buffer, 64, &length), "assertion failed");
+  EXPECT_DEATH(comn_intl_day(nullptr, nullptr, 0, buffer, -1, &length), "assertion failed");
+}
+
+}  // namespace
