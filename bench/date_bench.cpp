@@ -4,6 +4,7 @@
 
 #include <time.h>
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstdio>
@@ -478,10 +479,11 @@ void format_rows(const std::vector<vdx_datetime>& values, const std::vector<Fiel
   auto& timestamps = keep_all(std::vector<timestamp>());
   for (const vdx_datetime& value : values)
     timestamps.push_back((unix_milliseconds(value) - 946684800000) * 1000);
-  // Without the zeros at the end.
+  // Without the zeros at the end, but none or two digits at least.
   const auto& short_iso = keep_all(bench::formatted(iso, [](const std::string& text) {
+    const std::size_t point = text.find('.');
     const std::size_t last = text.find_last_not_of('0');
-    return text.substr(0, text[last] == '.' ? last : last + 1);
+    return text.substr(0, last == point ? point : std::max(last, point + 2) + 1);
   }));
   add_writer(row, "pgtypes", results, short_iso,
              [from = timestamps.data()](char* at, std::size_t i) {
@@ -510,7 +512,12 @@ void format_rows(const std::vector<vdx_datetime>& values, const std::vector<Fiel
   });
 #endif
 #ifdef VDX_PEER_PGTYPES
-  add_writer(row, "pgtypes", results, named,
+  // It has no twelfth hour.
+  const auto& zero_hour = keep_all(bench::formatted(fields, [](const Fields& f) {
+    std::string text = named_text(f);
+    return f.hour % 12 == 0 ? text.replace(12, 2, " 0") : text;
+  }));
+  add_writer(row, "pgtypes", results, zero_hour,
              [from = timestamps.data(), layout](char* at, std::size_t i) {
                timestamp time = from[i];
                return PGTYPEStimestamp_fmt_asc(&time, at, kSlot, layout) == 0 ? std::strlen(at)
