@@ -170,6 +170,26 @@ for order in '' ymd; do
   esac || fail "now: $(cat out)"
 done
 
+# What the page on dates says of styles and orders.
+sed -n '/^| Style/,/^$/p; /^| Order/,/^$/p' "$project/docs/dates.md" |
+  sed 's/<code>&nbsp;/` /g; s/<.code>/`/g' |
+  awk -F '|' '
+    / year, | year \| / && NF == 5 {
+      gsub(/[^a-z, ]/, "", $3); split($3, word, ", ")
+      for (i in word) gsub(/ /, "", word[i])
+      print "--style 140 --date-order " substr(word[1], 1, 1) substr(word[2], 1, 1) \
+        substr(word[3], 1, 1) "\t01/02/03\t" substr($4, 2, 10) " 00:00:00.000000"
+    }
+    $3 ~ /`/ { for (cell = 2; cell <= 4; cell += 2) {
+      text = $(cell + 1); gsub(/^ *`|` *$/, "", text)
+      for (i = split($cell, style, ","); i > 0; --i) if (style[i] ~ /[0-9]/)
+        print "--style" style[i] "\t2008-01-02 13:05:09.123456\t" text
+    } }' > claims
+while IFS=$'\t' read -r options text want; do
+  [ "$("$vdxconv" char bigdatetime $options "$text" 2>&1)" = "$want" ] || fail "$options: not '$want'"
+done < claims
+[ "$(wc -l < claims)" = 61 ] || fail "the page makes $(wc -l < claims) claims"
+
 # A reader of a pipe sees results while the writer thinks.
 { echo 1; for _ in {1..50}; do [ -s seen ] && break; sleep 0.1; done; [ -s seen ] && echo 2; } |
   "$vdxconv" char i4 -q > seen
