@@ -130,8 +130,7 @@ VDX_INLINE bool read_month_first(const DateText& text, DateFields& fields) {
   const std::uint32_t digits = block.digits(), blanks = block.equal(' ');
   const std::uint64_t after = words.low >> 56 | words.high << 8;  // from byte 7 on
   const std::uint64_t numbers = pairs(after);
-  const std::int32_t month =
-      find_month(text, static_cast<std::uint32_t>(words.low & 0xDFDFDF));
+  const std::int32_t month = find_month(text, static_cast<std::uint32_t>(words.low & 0xDFDFDF));
   daterec& record = fields.record;
   record.month = month;
   record.day = byte_of(pairs(words.low), 4);
@@ -157,8 +156,7 @@ VDX_INLINE bool read_month_first(const DateText& text, DateFields& fields) {
 VDX_INLINE bool read_shape(const DateText& text, DateGrain grain, DateFields& fields) {
   const std::int32_t length = text.length;
   if (length < 10 || length > 26) return false;
-  if (text.bytes[0] >= 'A')
-    return (length == 11 || length == 19) && read_month_first(text, fields);
+  if (text.bytes[0] >= 'A') return (length == 11 || length == 19) && read_month_first(text, fields);
   // Lengths 10, 16, 19 and 21 to 26.
   return (0x7E90400 >> length & 1) != 0 && read_year_first(text, grain, fields);
 }
@@ -217,10 +215,10 @@ std::int32_t bigtime_from_text(vdx_bigtime* destination, const DateText& text) {
 }  // namespace vdx
 
 // The pointers that every entry but the clock's has, in their order.
-#define VDX_CHECK_TEXT() \
+#define VDX_CHECK_TEXT()             \
   VDX_CHECK_POINTER(destination, 0); \
-  VDX_CHECK_POINTER(text, 0); \
-  VDX_CHECK_POINTER(months, 0); \
+  VDX_CHECK_POINTER(text, 0);        \
+  VDX_CHECK_POINTER(months, 0);      \
   VDX_CHECK_POINTER(short_months, 0)
 
 extern "C" {

@@ -15,10 +15,10 @@ struct DateText {
   const std::uint8_t* bytes;
   std::int32_t length;
   std::int32_t style;
-  std::int32_t order;                // 1 to 6, of a numeric date
-  const char* const* months;         // twelve full names from January; null where none are known
-  const char* const* short_months;   // likewise
-  const vdx_charattr* attributes;    // null: bytes are characters, letters are those of ASCII
+  std::int32_t order;               // 1 to 6, of a numeric date
+  const char* const* months;        // twelve full names from January; null where none are known
+  const char* const* short_months;  // likewise
+  const vdx_charattr* attributes;   // null: bytes are characters, letters are those of ASCII
 };
 
 // What a reader wants of the text.

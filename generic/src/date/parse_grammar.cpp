@@ -13,13 +13,13 @@ enum class Kind : std::uint8_t {
   kSeparator,
   kPoint,  // a separator that may also open a fraction
   kColon,
-  kMark,      // the T between date and time
-  kHalfDay,   // value 0 AM, 1 PM
-  kMonth,     // value 0 to 11
-  kNumber,    // 1 to 3 digits
-  kFour,      // 4 digits
-  kFive,      // 5 digits
-  kCompact,   // 6 or 8 digits
+  kMark,     // the T between date and time
+  kHalfDay,  // value 0 AM, 1 PM
+  kMonth,    // value 0 to 11
+  kNumber,   // 1 to 3 digits
+  kFour,     // 4 digits
+  kFive,     // 5 digits
+  kCompact,  // 6 or 8 digits
 };
 
 struct Token {
@@ -128,12 +128,17 @@ class Parser {
 
   static Kind sign(std::uint8_t fold) {
     switch (fold) {
-      case ',': return Kind::kComma;
+      case ',':
+        return Kind::kComma;
       case '-':
-      case '/': return Kind::kSeparator;
-      case '.': return Kind::kPoint;
-      case ':': return Kind::kColon;
-      default: return Kind::kEnd;
+      case '/':
+        return Kind::kSeparator;
+      case '.':
+        return Kind::kPoint;
+      case ':':
+        return Kind::kColon;
+      default:
+        return Kind::kEnd;
     }
   }
 
@@ -147,9 +152,9 @@ class Parser {
       token.value = token.value * 10 + (c.fold - '0');
       at += c.bytes;
     }
-    static constexpr Kind kKinds[9] = {Kind::kEnd,  Kind::kNumber, Kind::kNumber,
-                                       Kind::kNumber, Kind::kFour, Kind::kFive,
-                                       Kind::kCompact, Kind::kEnd, Kind::kCompact};
+    static constexpr Kind kKinds[9] = {Kind::kEnd,     Kind::kNumber, Kind::kNumber,
+                                       Kind::kNumber,  Kind::kFour,   Kind::kFive,
+                                       Kind::kCompact, Kind::kEnd,    Kind::kCompact};
     token.kind = kKinds[digits];
     token.digits = static_cast<std::uint8_t>(digits);
     return at;
@@ -350,13 +355,40 @@ class Parser {
         if (four == 0 && order != 4) order = 3;
         break;
       }
-      case 1: case 10: order = 1; break;
-      case 2: case 11: case 21: case 22: case 23: order = 3; break;
-      case 3: case 4: case 5: order = 2; break;
-      case 101: case 110: order = 1; is_year_long = true; break;
-      case 102: case 111: order = 3; is_year_long = true; break;
-      case 103: case 104: case 105: order = 2; is_year_long = true; break;
-      default: return kDateBad;
+      case 1:
+      case 10:
+        order = 1;
+        break;
+      case 2:
+      case 11:
+      case 21:
+      case 22:
+      case 23:
+        order = 3;
+        break;
+      case 3:
+      case 4:
+      case 5:
+        order = 2;
+        break;
+      case 101:
+      case 110:
+        order = 1;
+        is_year_long = true;
+        break;
+      case 102:
+      case 111:
+        order = 3;
+        is_year_long = true;
+        break;
+      case 103:
+      case 104:
+      case 105:
+        order = 2;
+        is_year_long = true;
+        break;
+      default:
+        return kDateBad;
     }
     if (is_year_long) {
       const std::int32_t four = find(Kind::kFour);
