@@ -51,12 +51,14 @@ void our_parse(const std::string& row, std::int32_t to, const Texts& texts,
       });
 }
 
-// A value of fixed size to text, neither padded nor terminated.
+// A value of fixed size to text, neither padded nor terminated; locale may be null.
 template <class Item>
 void our_format(const std::string& row, std::int32_t from, const std::vector<Item>& values,
-                TextSlots& results, const std::vector<std::string>& expected) {
+                TextSlots& results, const std::vector<std::string>& expected,
+                vdx_locale* locale = nullptr) {
   auto& call = keep<ConversionCall>(from, static_cast<std::int32_t>(sizeof(Item)), VDX_CHAR,
                                     static_cast<std::int32_t>(TextSlots::kSlot));
+  call.context.locale = locale;
   text_contender(row, "ours", results, expected,
                  [&call, function = call.function, in = values.data(), out = results.bytes(),
                   lengths = results.lengths()](std::size_t i) {

@@ -34,6 +34,16 @@ ROWS = [
     ("money_to_text", "money to text, 2 places", 0.8),
     ("money_to_text_separators", "money to text, with separators", 0.5),
     ("text_to_money", "text to money, 4 places", 0.9),
+    ("day_to_date", "day number to year, month, day", 1.3),
+    ("datetime_to_fields", "`datetime` to all fields", 1.0),
+    ("fields_to_datetime", "fields to `datetime`, checked", 1.5),
+    ("parse_iso", "parse `2008-01-02 13:05:09.123`", 0.6),
+    ("parse_named", "parse `Jan  2 2008  1:05PM`", 0.15),
+    ("format_fraction", "format style 140, with fraction", 0.2),
+    ("format_named", "format style 0", 0.15),
+    ("iso_week", "ISO week", 1.2),
+    ("months_between", "months between", 1.2),
+    ("add_months", "add months", 1.2),
 ]
 
 OURS = "ours"

@@ -5,6 +5,7 @@ set -u
 export LC_ALL=C
 vdxconv=$(realpath "$1") make_values=$(realpath "$2") example=$(realpath "$3") project=$(realpath "$4")
 values=$project/examples/data/values.txt
+dates=$project/examples/data/dates.txt
 work=$(mktemp -d) || exit 1
 trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
@@ -47,6 +48,18 @@ row 'i4 bin --hex 258 -1' '' 0 '02010000\nffffffff\n' ''
 row 'char money --hex 1' '' 0 '0000000010270000\n' ''
 row 'char i4 -q -c sjis' '\0202\0120\0202\0121\n' 0 '12\n' ''
 
+# Dates. Style and order hold for both conversions of a value.
+row 'char datetime "Jan 2 2008 1:05:09.123PM" --style 9' '' 0 'Jan  2 2008  1:05:09:123PM\n' ''
+row 'char datetime --style=137 12:00:00.0005' '' 0 '12:00:00.000000\n' ''
+row 'char bigdatetime --style 121 --date-order dmy 3/4/05 2008/3/4 "3 jul 1752"' '' 0 \
+  '2005/04/03 00:00:00\n2008/03/04 00:00:00\n1752/07/03 00:00:00\n' ''
+row 'char datea --style 9 --date-order=ydm -c utf8 08-2-1' '' 0 'Jan  2 2008\n' ''
+row 'datea char --style 102 20080102 1.2.2008' '' 0 '2008.01.02\n2008.01.02\n' ''
+row 'char datetime --hex 1900-01-02T00:00:01' '' 0 '010000002c010000\n' ''
+far='out of range or too long (-101)\n'
+row 'char datetime 1752-12-31 2/30/2008 25:00 yesterday 2008-01-02' '' 1 'Jan  2 2008 12:00AM\n' \
+  "argument:1: \"1752-12-31\": ${far}argument:2: \"2/30/2008\": ${far}argument:3: \"25:00\": ${far}argument:4: \"yesterday\": $bad"
+
 # Failures are reported and the rest goes on.
 row 'char i4 1 x 3000000000 2' '' 1 '1\n2\n' "argument:2: \"x\": ${bad}argument:3: \"3000000000\": out of range or too long (-101)\n"
 row 'char i4 ""' '' 1 '' 'argument:1: "": empty (-105)\n'
@@ -83,6 +96,7 @@ usage 'char i4 1 -p' '-p needs an argument'
 usage 'char i4 --scale 1x 1' "--scale: '1x' is not a number of 32 bits"
 usage 'char i4 -s 2147483648 1' "-s: '2147483648' is not a number of 32 bits"
 usage 'char i4 --hex --raw 1' '--hex and --raw exclude each other'
+usage 'char datetime --date-order ymm 1' "--date-order: 'ymm' is not one of mdy, dmy, ymd, ydm, myd, dym"
 usage 'char char -m 9 --pad-null --pad-blank 1' '--pad-null and --pad-blank exclude each other'
 usage 'char char --pad-null 1' 'padding needs --maxlength'
 usage 'char char -m 0 1' '--maxlength must be at least 1'
@@ -93,6 +107,7 @@ row 'char i4 -f missing' '' 2 '' 'vdxconv: missing: No such file or directory\n'
 row 'char i4 -f .' '' 2 '' 'vdxconv: .: Is a directory\n'
 row 'char i4 -r no/where 1' '' 2 '' 'vdxconv: no/where: No such file or directory\n'
 row 'char i4 -c klingon 1' '' 2 '' 'vdxconv: klingon: unknown character set\n'
+row 'char datea --style 24 2008' '' 2 '' 'vdxconv: 24: unknown date style\n'
 row 'char i4 -r ./in' 'x\n' 2 '' 'vdxconv: ./in: rejects would overwrite the input\n'
 row 'char i4 1 > /dev/full' '' 2 '' 'vdxconv: standard output: No space left on device\n'
 row 'char i4 -r /dev/full x' '' 2 '' 'vdxconv: /dev/full: No space left on device\n'
@@ -135,6 +150,45 @@ cat "$values" | "$vdxconv" char money 2> /dev/null | cmp -s - out || fail 'pipe 
   grep -qE '^\[#{30}\] 100%  100,000 lines  ' || fail 'progress of a file'
 cat "$values" | "$vdxconv" char money --progress -q 2>&1 > /dev/null | tr '\r' '\n' |
   grep -qE '^[0-9,]+ lines  ' || fail 'progress of a pipe'
+
+# The dates likewise; each good line is the instant that was drawn for it.
+"$make_values" dates > made
+same 'the dates are what their program makes' "$dates" made
+"$make_values" instants > want
+"$vdxconv" char bigdatetime -q --style 140 -f "$dates" -r rejects > out 2> err
+same 'dates mean what was meant' want out
+bad_lines=$((20000 - $(wc -l < want)))
+[ "$bad_lines" -ge 30 ] && [ "$(wc -l < rejects)" = "$bad_lines" ] || fail "the dates have $bad_lines bad lines"
+"$vdxconv" char datetime -q --style 140 -f "$dates" > out 2> err
+[ "$(wc -l < out)" = "$(wc -l < want)" ] || fail 'the same dates fit a datetime'
+"$vdxconv" char datetime -q --style 140 < out | cmp -s - out || fail 'a date converts to itself'
+for order in '' ymd; do
+  "$vdxconv" --now ${order:+--date-order $order --twelve-hour} > out
+  case $order in
+    ymd) grep -qE '^[0-9]{2}/(0[1-9]|1[0-2])/[0-9]{2} (0[0-9]|1[0-2]):[0-5][0-9]:[0-6][0-9] [AP]M$' out ;;
+    *) grep -qE '^(0[1-9]|1[0-2])/[0-9]{2}/[0-9]{2} [0-2][0-9]:[0-5][0-9]:[0-6][0-9]$' out ;;
+  esac || fail "now: $(cat out)"
+done
+
+# What the page on dates says of styles and orders.
+sed -n '/^| Style/,/^$/p; /^| Order/,/^$/p' "$project/docs/dates.md" |
+  sed 's/<code>&nbsp;/` /g; s/<.code>/`/g' |
+  awk -F '|' '
+    / year, | year \| / && NF == 5 {
+      gsub(/[^a-z, ]/, "", $3); split($3, word, ", ")
+      for (i in word) gsub(/ /, "", word[i])
+      print "--style 140 --date-order " substr(word[1], 1, 1) substr(word[2], 1, 1) \
+        substr(word[3], 1, 1) "\t01/02/03\t" substr($4, 2, 10) " 00:00:00.000000"
+    }
+    $3 ~ /`/ { for (cell = 2; cell <= 4; cell += 2) {
+      text = $(cell + 1); gsub(/^ *`|` *$/, "", text)
+      for (i = split($cell, style, ","); i > 0; --i) if (style[i] ~ /[0-9]/)
+        print "--style" style[i] "\t2008-01-02 13:05:09.123456\t" text
+    } }' > claims
+while IFS=$'\t' read -r options text want; do
+  [ "$("$vdxconv" char bigdatetime $options "$text" 2>&1)" = "$want" ] || fail "$options: not '$want'"
+done < claims
+[ "$(wc -l < claims)" = 61 ] || fail "the page makes $(wc -l < claims) claims"
 
 # A reader of a pipe sees results while the writer thinks.
 { echo 1; for _ in {1..50}; do [ -s seen ] && break; sleep 0.1; done; [ -s seen ] && echo 2; } |

@@ -1,5 +1,6 @@
 #include "options.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <iterator>
@@ -18,9 +19,11 @@ struct FormatFlag {
   uint32_t flag;
 };
 
+struct DateOrder {};
+
 // What an option does: fills a member, sets a flag of the destination's record, or chooses.
 using Effect = std::variant<Number Settings::*, const char * Settings::*, bool Settings::*,
-                            FormatFlag, Show, Action>;
+                            FormatFlag, DateOrder, Show, Action>;
 
 struct Option {
   std::string_view group;  // heading in the help
@@ -33,6 +36,7 @@ struct Option {
 
 constexpr std::string_view kInput = "Input";
 constexpr std::string_view kDestination = "Conversion";
+constexpr std::string_view kDates = "Dates";
 constexpr std::string_view kOutput = "Output";
 constexpr std::string_view kAbout = "Instead of converting";
 
@@ -61,6 +65,10 @@ const Option kOptions[] = {
     {kDestination, 0, "quote", "", FormatFlag{VDX_FMT_QUOTE}, "double each apostrophe in DEST"},
     {kDestination, 0, "swap", "", FormatFlag{VDX_FMT_SWAP},
      "swap the bytes of each unit of a UTF-16 DEST"},
+    {kDates, 0, "style", "N", &Settings::date_style, "layout of a date as text (default 0)"},
+    {kDates, 0, "date-order", "ORDER", DateOrder{},
+     "order of a date in numbers: mdy (default), dmy, ymd, ydm, myd or dym"},
+    {kDates, 0, "twelve-hour", "", &Settings::twelve_hour, "a clock of twelve hours for --now"},
     {kOutput, 'x', "hex", "", Show::kHex,
      "show the bytes of DEST as hexadecimal, one value a line"},
     {kOutput, 0, "raw", "", Show::kRaw,
@@ -71,6 +79,7 @@ const Option kOptions[] = {
     {kOutput, 0, "summary", "", &Settings::summary, "a summary also for values given as arguments"},
     {kOutput, 0, "progress", "", &Settings::progress,
      "a progress bar even for short inputs and without a terminal"},
+    {kAbout, 0, "now", "", Action::kNow, "show the date and the time of day"},
     {kAbout, 0, "matrix", "", Action::kMatrix, "show which pairs have a conversion"},
     {kAbout, 0, "types", "", Action::kTypes, "list the datatypes"},
     {kAbout, 'h', "help", "", Action::kHelp, "show this text"},
@@ -86,6 +95,9 @@ bool parse_number(std::string_view text, int32_t* number) {
   return error == std::errc() && end == text.data() + text.size();
 }
 
+// By code less one.
+constexpr std::string_view kDateOrders[] = {"mdy", "dmy", "ymd", "ydm", "myd", "dym"};
+
 struct Apply {
   Settings& settings;
   std::string option;    // as the user wrote it
@@ -100,6 +112,12 @@ struct Apply {
   void operator()(const char* Settings::*member) const { settings.*member = argument; }
   void operator()(bool Settings::*member) const { settings.*member = true; }
   void operator()(FormatFlag row) const { settings.format |= row.flag; }
+  void operator()(DateOrder) const {
+    const auto* const order = std::ranges::find(kDateOrders, std::string_view(argument));
+    if (order == std::end(kDateOrders))
+      misuse(option + ": '" + argument + "' is not one of mdy, dmy, ymd, ydm, myd, dym");
+    settings.date_order = static_cast<int32_t>(order - kDateOrders) + 1;
+  }
   void operator()(Show show) const {
     if (settings.show != Show::kText && settings.show != show)
       misuse("--hex and --raw exclude each other");
@@ -189,7 +207,7 @@ std::string help_text() {
   constexpr std::size_t kWidth = 96;
   std::string text =
       "Usage: vdxconv [OPTION]... SOURCE DEST [VALUE]...\n"
-      "       vdxconv --matrix | --types | --help | --version\n\n"
+      "       vdxconv --now | --matrix | --types | --help | --version\n\n"
       "Converts each VALUE, or each line of a file or of standard input, from text to the "
       "datatype\n"
       "SOURCE, then to DEST, and shows it as text. Datatypes are names or codes, see --types. "

@@ -9,7 +9,7 @@
 
 namespace vdxconv {
 
-enum class Action { kConvert, kMatrix, kTypes, kHelp, kVersion };
+enum class Action { kConvert, kNow, kMatrix, kTypes, kHelp, kVersion };
 enum class Show { kText, kHex, kRaw };
 
 using Number = std::optional<int32_t>;
@@ -24,6 +24,8 @@ struct Settings {
   Number source_precision, source_scale;
   uint32_t format = 0;  // VDX_FMT_ flags of the destination
   const char* charset = nullptr;
+  Number date_style, date_order;  // of the locale
+  bool twelve_hour = false;
 
   const char* file = nullptr;  // null and "-": standard input
   bool keep_cr = false;
