@@ -74,6 +74,11 @@ Expected model(const Type& from, std::int64_t day, std::int64_t units, const Typ
   return {dropped ? -113 : 1, image_of(to, day, rounded)};
 }
 
+constexpr std::int64_t kDays[10] = {INT32_MIN, -53691, -53690, -1,      0,
+                                    65534,     65535,  65536,  2958463, INT32_MAX};
+// The ends of a day, half a tick, a tick in microseconds.
+constexpr std::int64_t kTimes[8] = {0, 3, 6, 15000, 9999, kDay - 1, kDay - 4998, kDay - 5001};
+
 TEST(DateConvert, AmongTheTypes) {
   Table table;
   vdx_test::Random random(1900);
@@ -82,39 +87,15 @@ TEST(DateConvert, AmongTheTypes) {
     for (const Type& to : kTypes) {
       if (com_conv_func(&table.context, from.code, to.code) == nullptr) continue;
       ++pairs;
-      const std::int64_t most = kDay / from.unit - 1;
       for (int i = 0; i < 3000; ++i) {
-        const std::int64_t days[] = {
-            from.first_day,
-            from.last_day,
-            -53691,
-            -53690,
-            -1,
-            0,
-            65534,
-            65535,
-            65536,
-            from.first_day + static_cast<std::int64_t>(random.below(
-                                 static_cast<std::uint64_t>(from.last_day - from.first_day + 1)))};
-        // The edges, half a tick, both sides of half a minute, and anything.
-        const std::int64_t minute =
-            static_cast<std::int64_t>(random.below(1440)) * kMinute / from.unit;
-        const std::int64_t times[] = {
-            0,
-            1,
-            2,
-            most,
-            most - 1,
-            most - 1666,
-            5000,
-            3333,
-            minute + kMinute / from.unit / 2,
-            minute + kMinute / from.unit / 2 - 1,
-            static_cast<std::int64_t>(random.below(static_cast<std::uint64_t>(most + 1)))};
-        const std::int64_t day =
-            std::clamp(days[random.below(std::size(days))], from.first_day, from.last_day);
-        const std::int64_t time =
-            std::clamp<std::int64_t>(times[random.below(std::size(times))], 0, most);
+        const auto days = static_cast<std::uint64_t>(from.last_day - from.first_day + 1);
+        std::int64_t day = from.first_day + static_cast<std::int64_t>(random.below(days));
+        std::int64_t time = static_cast<std::int64_t>(random.below(kDay)) / from.unit;
+        if (i % 3 != 0) day = std::clamp(kDays[random.below(10)], from.first_day, from.last_day);
+        if (i % 4 == 0) time = kTimes[random.below(8)] / from.unit;
+        if (i % 4 == 1)
+          time = (time * from.unit / kMinute * kMinute + kMinute / 2) / from.unit - i / 4 % 2;
+        if (time < 0) time = 0;
         const Bytes source = image_of(from, day, time);
         const Result result = convert(table.context, from.code, source, to.code);
         const Expected expected =
@@ -144,13 +125,17 @@ TEST(DateConvert, RefusesImagesThatAreNoValues) {
       {VDX_BIGDATETIME, image(std::uint64_t{31622399999999})},
       {VDX_BIGDATETIME, image(std::uint64_t{315569520000000000})},
       {VDX_BIGTIME, image(std::uint64_t{86400000000})}};
-  for (const auto& [source, bytes] : rows)
+  for (const auto& [source, bytes] : rows) {
+    char buffer[64];
+    std::int32_t length;
+    EXPECT_EQ(comn_dtloc_format(nullptr, nullptr, source, bytes.data(), buffer, 64, &length), -107);
     for (const std::int32_t destination : {0, 12, 13, 18, 19, 27, 28, 35, 36}) {
       if (com_conv_func(&table.context, source, destination) == nullptr) continue;
       const Result result = convert(table.context, source, bytes, destination);
       EXPECT_EQ(result.code, -107) << source << " to " << destination;
       EXPECT_EQ(result.bytes, Bytes(result.bytes.size(), vdx_test::kGuard));
     }
+  }
   // The upper bits of a time word do not count, but stay with the value.
   const vdx_datetime marked{1, 0x7E000001};
   EXPECT_EQ(convert(table.context, VDX_DATETIME, image(marked), VDX_DATETIME).written(),

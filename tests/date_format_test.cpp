@@ -286,12 +286,10 @@ TEST(DateLocale, ShowsValues) {
               "d\xC3\xA9"
               "c.");
   const vdx_datetime datetime{36523, 25919999};
-  const vdx_date4 date4{36523, 1}, bad_date4{0, 1440};
-  const vdx_datea datea = 36523, bad_datea = 2958464;
-  const vdx_timea timea = 300, bad_timea = -1;
-  const vdx_bigtime bigtime = 1, bad_bigtime = 86400000000;
-  const vdx_bigdatetime bad_bigdatetime = 31622400000000 - 1;
-  const vdx_datetime early{-53691, 0}, late{2958464, 0}, long_day{0, 25920000};
+  const vdx_date4 date4{36523, 1};
+  const vdx_datea datea = 36523;
+  const vdx_timea timea = 300;
+  const vdx_bigtime bigtime = 1;
   struct {
     std::int32_t datatype;
     const void* value;
@@ -308,14 +306,6 @@ TEST(DateLocale, ShowsValues) {
       {VDX_TIMEA, &timea, 8, 64, 1, "00:00:01"},
       {VDX_BIGDATETIME, &kMidnight, -1, 64, 1, "1999-12-31 00:00:07.999600"},
       {VDX_BIGTIME, &bigtime, 37, 64, 1, "00:00:00.000001"},
-      {VDX_DATETIME, &early, -1, 64, -107, ""},
-      {VDX_DATETIME, &late, -1, 64, -107, ""},
-      {VDX_DATETIME, &long_day, -1, 64, -107, ""},
-      {VDX_DATE4, &bad_date4, -1, 64, -107, ""},
-      {VDX_DATEA, &bad_datea, -1, 64, -107, ""},
-      {VDX_TIMEA, &bad_timea, -1, 64, -107, ""},
-      {VDX_BIGDATETIME, &bad_bigdatetime, -1, 64, -107, ""},
-      {VDX_BIGTIME, &bad_bigtime, -1, 64, -107, ""},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.datatype << " " << row.text);
