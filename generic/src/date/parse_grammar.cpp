@@ -76,8 +76,13 @@ bool is_name(const vdx_charattr& set, const Word& word, const char* name) {
 
 std::int32_t find_name(const vdx_charattr& set, const Word& word, const char* const* names) {
   if (names == nullptr) return -1;
-  for (std::int32_t i = 0; i < 12; ++i)
+  const std::uint8_t first = set.to_upper[character_at(set, word.bytes, word.length).fold];
+  for (std::int32_t i = 0; i < 12; ++i) {
+    // Most names are told by their first character.
+    const auto* q = reinterpret_cast<const std::uint8_t*>(names[i]);
+    if ((set.lead_class[*q] & 15) == 1 && set.to_upper[char_fold(set, q, 1)] != first) continue;
     if (is_name(set, word, names[i])) return i;
+  }
   return -1;
 }
 
