@@ -29,7 +29,8 @@ inline constexpr std::int64_t kMicrosPerDay = 24 * kMicrosPerHour;
 inline constexpr std::uint64_t kFirstBigdatetime = 366 * static_cast<std::uint64_t>(kMicrosPerDay);
 inline constexpr std::uint64_t kLastBigdatetime = 315'569'519'999'999'999;
 
-constexpr bool is_leap(std::int32_t year) { return year % (year % 100 == 0 ? 400 : 4) == 0; }
+// A year that 100 divides is one that 400 does where 16 divides it too.
+constexpr bool is_leap(std::int32_t year) { return (year & (year % 100 == 0 ? 15 : 3)) == 0; }
 
 // Days of a common and of a leap year before each month; the thirteenth entry is the whole year.
 inline constexpr std::int16_t kDaysBefore[2][13] = {
@@ -63,7 +64,7 @@ struct Civil {
 
 // Days outside of the years 1 to 9999: whatever the plain rule of leap years gives, with none before
 // year 1. Kept for its sound fields (a month from 0 to 11), not for its speed.
-constexpr Civil far_civil(std::int32_t day) {
+[[gnu::cold, gnu::noinline]] constexpr Civil far_civil(std::int32_t day) {
   const std::int64_t a = std::int64_t{day} - kFirstDay;
   const auto start = [](std::int64_t n) {
     return 365 * n + (n < 0 ? 0 : n / 4 - n / 100 + n / 400);
@@ -79,29 +80,37 @@ constexpr Civil far_civil(std::int32_t day) {
   return {year, month, rest - before[month] + 1, rest + 1};
 }
 
-// The date of a day number, by Neri and Schneider's Euclidean affine functions: years that start in
-// March, so that the leap day is the last, and every division by a constant.
-constexpr Civil civil_of_day(std::int32_t day) {
-  const std::uint32_t since =
-      static_cast<std::uint32_t>(day) - static_cast<std::uint32_t>(kFirstDay);
-  if (since > static_cast<std::uint32_t>(kLastDay - kFirstDay)) [[unlikely]]
-    return far_civil(day);
-  const std::uint32_t n1 = 4 * (since + 306) + 3;  // from 0000-03-01
+constexpr bool is_far(std::int32_t day) {
+  return static_cast<std::uint32_t>(day) - static_cast<std::uint32_t>(kFirstDay) >
+         static_cast<std::uint32_t>(kLastDay - kFirstDay);
+}
+
+// The date of a day of the years 1 to 9999, by Neri and Schneider's Euclidean affine functions: years
+// that start in March, so that the leap day is the last, every division by a constant, no branch.
+constexpr Civil near_civil(std::int32_t day) {
+  const auto since = static_cast<std::uint32_t>(day - kFirstDay + 306);  // from 0000-03-01
+  const std::uint32_t n1 = 4 * since + 3;
   const std::uint32_t century = n1 / 146097;
   const std::uint32_t n2 = n1 % 146097 | 3;
   const std::uint64_t p2 = std::uint64_t{2939745} * n2;
   const auto year_of_century = static_cast<std::uint32_t>(p2 >> 32);
   const std::uint32_t day_of_march_year = static_cast<std::uint32_t>(p2) / 2939745 / 4;
   const std::uint32_t n3 = 2141 * day_of_march_year + 197913;
-  const bool next_year = day_of_march_year >= 306;
-  const std::uint32_t year = 100 * century + year_of_century + next_year;
-  const bool leap = (year_of_century != 0 ? year_of_century : century) % 4 == 0;
-  const std::uint32_t month = (n3 >> 16) - (next_year ? 13 : 1);
-  const std::uint32_t day_of_year =
-      next_year ? day_of_march_year - 305 : day_of_march_year + 60 + leap;
+  // All ones for January and February, which belong to the next year.
+  const std::uint32_t next_year = 0U - static_cast<std::uint32_t>(day_of_march_year >= 306);
+  const std::uint32_t year = 100 * century + year_of_century - next_year;
+  const std::uint32_t leap = (year_of_century != 0 ? year_of_century : century) % 4 == 0;
+  const std::uint32_t month = (n3 >> 16) - 1 - (next_year & 12);
+  const std::uint32_t day_of_year = day_of_march_year + 60 + leap - (next_year & (365 + leap));
   return {static_cast<std::int32_t>(year), static_cast<std::int32_t>(month),
           static_cast<std::int32_t>((n3 & 0xFFFF) / 2141 + 1),
           static_cast<std::int32_t>(day_of_year)};
+}
+
+constexpr Civil civil_of_day(std::int32_t day) {
+  if (is_far(day)) [[unlikely]]
+    return far_civil(day);
+  return near_civil(day);
 }
 
 // 0 Sunday to 6 Saturday, for any day number.
@@ -130,14 +139,25 @@ constexpr IsoWeek iso_week_of_day(std::int32_t day) {
   return {civil.year, (civil.day_of_year - 1) / 7 + 1, iso_weekday};
 }
 
-// Fills year to weekday.
-constexpr void crack_day(std::int32_t day, daterec& record) {
-  const Civil civil = civil_of_day(day);
+constexpr void store_day(const Civil& civil, std::int32_t weekday, daterec& record) {
   record.year = civil.year;
   record.month = civil.month;
   record.day = civil.day;
   record.day_of_year = civil.day_of_year;
-  record.weekday = weekday_of_day(day);
+  record.weekday = weekday;
+}
+
+// A function of its own, so that the near days' path saves no registers for it.
+[[gnu::cold, gnu::noinline]] constexpr void crack_far_day(std::int32_t day, daterec& record) {
+  store_day(far_civil(day), weekday_of_day(day), record);
+}
+
+// Fills year to weekday.
+constexpr void crack_day(std::int32_t day, daterec& record) {
+  if (is_far(day)) [[unlikely]]
+    return crack_far_day(day, record);
+  store_day(near_civil(day),
+            static_cast<std::int32_t>(static_cast<std::uint32_t>(day - kFirstDay + 1) % 7), record);
 }
 
 // Fills hour to second.
