@@ -33,11 +33,13 @@ VDX_INLINE std::int32_t byte_of(std::uint64_t word, unsigned i) {
 // 1 to 6 digits. A slash or a point may stand for each minus sign.
 VDX_INLINE bool read_year_first(const DateText& text, DateGrain grain, DateFields& fields) {
   const std::int32_t length = text.length;
-  if ((text.style != 0 && text.style != 9) || text.order == 4) return false;
+  if ((text.style != 0 && text.style != 9) || text.order == 4) [[unlikely]]
+    return false;
   const Block block = Block::of(text.bytes, static_cast<std::uint32_t>(std::min(length, 16)));
   const Words words = block.words();
   const auto is_separator = [](std::int32_t c) { return static_cast<std::uint32_t>(c - '-') < 3; };
-  if (!is_separator(byte_of(words.low, 4)) || !is_separator(byte_of(words.low, 7))) return false;
+  if (!is_separator(byte_of(words.low, 4)) || !is_separator(byte_of(words.low, 7))) [[unlikely]]
+    return false;
   const std::uint64_t low = pairs(words.low), high = pairs(words.high);
   daterec& record = fields.record;
   record.year = byte_of(low, 0) * 100 + byte_of(low, 2);
@@ -46,8 +48,10 @@ VDX_INLINE bool read_year_first(const DateText& text, DateGrain grain, DateField
   if (length == 10) return (block.digits() & 0x3FF) == 0x36F;
 
   const std::int32_t between = byte_of(words.high, 2);
-  if (block.digits() != 0xDB6F || byte_of(words.high, 5) != ':') return false;
-  if (between != ' ' && (between | 0x20) != 't') return false;
+  if (block.digits() != 0xDB6F || byte_of(words.high, 5) != ':') [[unlikely]]
+    return false;
+  if (between != ' ' && (between | 0x20) != 't') [[unlikely]]
+    return false;
   record.hour = byte_of(high, 3);
   record.minute = byte_of(high, 6);
   if (length == 16) return true;
@@ -55,13 +59,15 @@ VDX_INLINE bool read_year_first(const DateText& text, DateGrain grain, DateField
   const auto rest = static_cast<std::uint32_t>(length - 16);
   const Block tail = Block::of(text.bytes + 16, rest);
   const Words last = tail.words();
-  if (byte_of(last.low, 0) != ':') return false;
+  if (byte_of(last.low, 0) != ':') [[unlikely]]
+    return false;
   record.second = byte_of(pairs(last.low), 1);
   const std::uint32_t digits = tail.digits();
   if (rest == 3) return (digits & 6) == 6;
   const unsigned places = rest - 4;  // 1 to 6
   const std::uint32_t wanted = 6U | ((1U << places) - 1) << 4;
-  if (byte_of(last.low, 3) != '.' || (digits & wanted) != wanted) return false;
+  if (byte_of(last.low, 3) != '.' || (digits & wanted) != wanted) [[unlikely]]
+    return false;
   // The digits behind two zeros, and zeros behind them up to six.
   const std::uint64_t fraction = (last.low >> 32 | last.high << 32) & kDigitValues;
   const std::uint64_t kept = fraction & ((std::uint64_t{1} << (8 * places)) - 1);
@@ -115,12 +121,15 @@ inline std::uint32_t start_of(const char* name) {
 // that which month it is leads no branch astray.
 std::int32_t find_three(std::uint32_t letters, const char* const* months,
                         const char* const* short_months) {
-  std::uint32_t found = 0;
   const auto is = [letters](const char* name) {
     return std::uint32_t{(start_of(name) & 0xFFDFDFDF) == letters};
   };
-  for (std::int32_t i = 0; i < 12; ++i)
-    found |= is(months[i]) << i | is(short_months[i]) << (12 + i);
+  std::uint32_t full = 0, brief = 0;  // bit i for month i
+  for (std::int32_t i = 11; i >= 0; --i) {
+    full = 2 * full + is(months[i]);
+    brief = 2 * brief + is(short_months[i]);
+  }
+  const std::uint32_t found = full | brief << 12;
   return found == 0 ? -1 : std::countr_zero(found) % 12;
 }
 
@@ -156,6 +165,7 @@ VDX_INLINE bool read_month_first(const DateText& text, DateFields& fields) {
            ((digits | blanks) & 0x10) != 0 && month >= 0;
   if ((digits & ~kEither) != 0xA7A0 || (blanks & 0x848) != 0x848 ||
       ((digits | blanks) & kEither) != kEither || byte_of(words.high, 6) != ':' || month < 0)
+      [[unlikely]]
     return false;
   const std::uint32_t last = text.bytes[16] - std::uint32_t{'0'};
   const std::uint32_t half = text.bytes[17] & 0xDFU;
@@ -171,7 +181,8 @@ VDX_INLINE bool read_month_first(const DateText& text, DateFields& fields) {
 
 VDX_INLINE bool read_shape(const DateText& text, DateGrain grain, DateFields& fields) {
   const std::int32_t length = text.length;
-  if (length < 10 || length > 26) return false;
+  if (length < 10 || length > 26) [[unlikely]]
+    return false;
   if (text.bytes[0] >= 'A') return (length == 11 || length == 19) && read_month_first(text, fields);
   // Lengths 10, 16, 19 and 21 to 26.
   return (0x7E90400 >> length & 1) != 0 && read_year_first(text, grain, fields);
@@ -209,7 +220,7 @@ VDX_INLINE std::int32_t make_big(const DateFields& fields, std::uint64_t& value)
 VDX_INLINE std::int32_t read_datetime(const DateText& text, DateMode mode, vdx_datetime& value,
                                       bool& rounded) {
   DateFields fields;
-  if (!read_shape(text, DateGrain::kTicks, fields)) {
+  if (!read_shape(text, DateGrain::kTicks, fields)) [[unlikely]] {
     const DateText copy = text;
     vdx_datetime read{0, 0};
     bool is_rounded = false;
@@ -225,7 +236,7 @@ VDX_INLINE std::int32_t read_datetime(const DateText& text, DateMode mode, vdx_d
 
 VDX_INLINE std::int32_t read_big(const DateText& text, DateMode mode, std::uint64_t& value) {
   DateFields fields;
-  if (!read_shape(text, DateGrain::kMicroseconds, fields)) {
+  if (!read_shape(text, DateGrain::kMicroseconds, fields)) [[unlikely]] {
     std::uint64_t read = 0;
     const std::int32_t code = big_by_grammar(text, mode, read);
     value = read;
