@@ -78,8 +78,10 @@ struct calendar : fixed<typename Type::Image> {
     fixed<Image>::set_length(call);
     const vdx_locale& locale = locale_of(call.context, call.source_format);
     Image image{};
+    std::int32_t length = text.length;
+    while (length > 0 && text.bytes[length - 1] == ' ') --length;  // columns are padded
     const std::int32_t result =
-        Kind::parse({text.bytes, text.length, 0, locale.date_order, locale.months.table(),
+        Kind::parse({text.bytes, length, 0, locale.date_order, locale.months.table(),
                      locale.short_months.table(), &text.attributes},
                     image);
     if (result == 0) store(call.destination, image);
