@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "convert/scan.h"
+#include "number/com_num.h"
 #include "support.h"
 
 namespace {
@@ -133,6 +134,23 @@ TEST(Integers, ToFloats) {
         EXPECT_EQ(narrow.as<float>(), static_cast<float>(value));
       }
     }
+}
+
+TEST(Integers, ToNumericThroughTheExactValue) {
+  Table table;
+  const std::pair<std::int32_t, std::int32_t> formats[] = {{38, 10}, {77, 57}, {5, 0}, {19, 4}, {4, 9}, {0, 0},
+                                                           {78, 0}, {10, -1}, {10, 78}};
+  for (const Type& from : kTypes)
+    for (const Wide value : values_of(from))
+      for (const auto& [precision, scale] : formats) {
+        const auto bits = static_cast<std::uint64_t>(value);
+        vdx::Exact exact = vdx::exact_integer(value < 0 ? 0 - bits : bits, value < 0);
+        exact.scale = from.unit == 1 ? 0 : 4;
+        Result expected{0, 35, Bytes(35, kGuard)};
+        expected.code = vdx::write_numeric(exact, precision, scale, expected.bytes.data());
+        const Format format{.precision = precision, .scale = scale};
+        ASSERT_EQ(convert(table.context, from.code, in_memory(from, value), VDX_DECIMAL, format), expected);
+      }
 }
 
 TEST(Floats, ToMoney) {

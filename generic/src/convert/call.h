@@ -127,13 +127,15 @@ inline bool accepts(std::int32_t datatype) {
     return static_cast<std::uint32_t>(datatype) < 64 && (Accepted >> datatype & 1) != 0;
 }
 
-// True when the caller kept its side: no null pointer, codes that this conversion serves, a source
-// that is there, a destination whose room is not negative.
+inline bool pointers_given(const Call& call) {
+  return call.context != nullptr && call.source != nullptr && call.source_format != nullptr &&
+         call.destination != nullptr && call.format != nullptr && call.length != nullptr;
+}
+
+// True when the caller kept its side: codes that this conversion serves, a source that is there, a
+// destination whose room is not negative.
 template <Family Source, Family Destination>
 inline bool contract_holds(const Call& call) {
-  if (call.context == nullptr || call.source == nullptr || call.source_format == nullptr ||
-      call.destination == nullptr || call.format == nullptr || call.length == nullptr)
-    return false;
   if (!accepts<accepted_sources(Source, Destination)>(call.source_format->datatype)) return false;
   if (!accepts<accepted_destinations(Destination, Source)>(call.format->datatype)) return false;
   if constexpr (Source == family_char || Source == family_bin || Source == family_unichar)
@@ -145,9 +147,10 @@ inline bool contract_holds(const Call& call) {
   return true;
 }
 
-// Reports the failed check at the conversion's own file and line; where a handler resumes, the
-// conversion returns this result.
-[[gnu::cold, gnu::noinline]] std::int32_t contract_failed(Call call, const char* file, std::int32_t line);
+// Report a failed check at the conversion's own file and line; where a handler resumes, the
+// conversion returns their result.
+[[gnu::cold, gnu::noinline]] std::int32_t pointer_missing(const char* file, std::int32_t line);
+[[gnu::cold, gnu::noinline]] std::int32_t contract_broken(const char* file, std::int32_t line);
 
 }  // namespace vdx
 

@@ -9,8 +9,15 @@
 #include "frame/check.h"
 #include "vdxcomn/conversions.h"
 
+// A pair is one piece of code: what it calls is inlined, but for what is cold.
+#if defined(__GNUC__)
+#define VDX_FLATTEN [[gnu::flatten]]
+#else
+#define VDX_FLATTEN
+#endif
+
 #define VDX_DEFINE(function, S, D, way)                                                            \
-  std::int32_t function(vdx_context* context, const vdx_datafmt* source_format, const void* source, \
+  VDX_FLATTEN std::int32_t function(vdx_context* context, const vdx_datafmt* source_format, const void* source, \
                         const vdx_datafmt* format, void* destination, std::int32_t* length) {       \
     return vdx::run<vdx::family_##S, vdx::family_##D, vdx::way>(                                    \
         {context, source_format, source, format, destination, length}, VDX_FILE, __LINE__);         \

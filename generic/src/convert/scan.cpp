@@ -88,25 +88,31 @@ std::int32_t run_machine(Characters<kMultibyte> characters, T& out) {
 
 }  // namespace
 
-PlainInteger plain_integer_long(const std::uint8_t* text, std::uint32_t n) {
+void plain_integer_long(const std::uint8_t* text, std::uint32_t n, PlainInteger& number) {
   constexpr std::uint64_t kBlanks = 0x2020202020202020;
   while (n > 32 && load<std::uint64_t>(text + n - 8) == kBlanks) n -= 8;
   while (n > 32 && *text == ' ') ++text, --n;
-  if (n > 32) return {};
-  if (n <= 16) return plain_integer_16(text, n);
+  if (n > 32) return;
+  if (n <= 16) {
+    number = plain_integer_16(text, n);
+    return;
+  }
   const Block first = Block::whole(text);
   const Block second = Block::of(text + 16, n - 16);
   const NumberShape shape(first.digits() | second.digits() << 16, first.equal(' ') | second.equal(' ') << 16,
                           first.equal('-') | second.equal('-') << 16, first.equal('+') | second.equal('+') << 16,
                           0xFFFFFFFFU >> (32 - n));
   const std::uint32_t count = shape.end - shape.start;
-  if (!shape.plain || count > 19) return {};
-  if (shape.end < 16) return {true, shape.minus, number_of(first.words(), shape.end, count)};
-  const Words last = Block::whole(text + shape.end - 16).words();
-  if (count <= 16) return {true, shape.minus, number_of(last, 16, count)};
-  std::uint64_t head = 0;
-  for (std::uint32_t i = shape.start; i + 16 < shape.end; ++i) head = head * 10 + (text[i] - std::uint64_t{'0'});
-  return {true, shape.minus, head * 10000000000000000 + number_of(last, 16, 16)};
+  if (shape.plain == 0 || count > 19) return;
+  number = {0, 1, shape.minus};
+  if (shape.end < 16) {
+    number.magnitude = number_in(text, first, shape.end, count);
+    return;
+  }
+  for (std::uint32_t i = shape.start; i + 16 < shape.end; ++i)
+    number.magnitude = number.magnitude * 10 + (text[i] - std::uint64_t{'0'});
+  number.magnitude *= 10000000000000000;
+  number.magnitude += Block::whole(text + shape.end - 16).number(count < 16 ? count : 16);
 }
 
 template <class T>

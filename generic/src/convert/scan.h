@@ -21,15 +21,15 @@ inline constexpr std::int32_t kScanSyntax = -2;
 inline constexpr std::int32_t kScanDone = 4;
 
 struct PlainInteger {
-  bool plain;  // the text has the plain shape and at most nineteen digits
-  bool minus;
   std::uint64_t magnitude;
+  std::uint32_t plain;  // 1: the text has the plain shape and at most nineteen digits
+  std::uint32_t minus;
 };
 
 // Masks of a text of at most 32 bytes: which bytes are digits, which have no place in a number.
 struct NumberShape {
   std::uint32_t start, end;  // of the digits
-  bool plain, minus;
+  std::uint32_t plain, minus;
 
   NumberShape(std::uint32_t digits, std::uint32_t blanks, std::uint32_t minuses, std::uint32_t pluses,
               std::uint32_t inside) {
@@ -37,11 +37,11 @@ struct NumberShape {
     start = static_cast<std::uint32_t>(std::countr_zero(digits));
     end = 32 - static_cast<std::uint32_t>(std::countl_zero(digits));
     // Adding the lowest bit of one unbroken run carries it out of the run.
-    const bool unbroken = (digits & (digits + (digits & (0 - digits)))) == 0;
+    const std::uint32_t broken = digits & (digits + (digits & (0 - digits)));
     const std::uint32_t sign_place = (digits & (0 - digits)) >> 1;
     const std::uint32_t others = inside & ~digits & ~blanks & ~((minuses | pluses) & sign_place);
-    plain = digits != 0 && unbroken && others == 0;
-    minus = (minuses & sign_place) != 0;
+    plain = digits != 0 && (broken | others) == 0 ? 1 : 0;
+    minus = (minuses & sign_place) != 0 ? 1 : 0;
   }
 };
 
@@ -50,13 +50,16 @@ VDX_INLINE PlainInteger plain_integer_16(const std::uint8_t* text, std::uint32_t
   const NumberShape shape(block.digits(), block.equal(' '), block.equal('-'), block.equal('+'),
                           (std::uint32_t{1} << n) - 1);
   if (!shape.plain) [[unlikely]] return {};
-  return {true, shape.minus, number_of(block.words(), shape.end, shape.end - shape.start)};
+  return {number_in(text, block, shape.end, shape.end - shape.start), 1, shape.minus};
 }
 
-PlainInteger plain_integer_long(const std::uint8_t* text, std::uint32_t n);
+void plain_integer_long(const std::uint8_t* text, std::uint32_t n, PlainInteger& number);
 
 VDX_INLINE PlainInteger plain_integer(const std::uint8_t* text, std::uint32_t n) {
-  return n <= 16 ? plain_integer_16(text, n) : plain_integer_long(text, n);
+  if (n <= 16) return plain_integer_16(text, n);
+  PlainInteger number{};
+  plain_integer_long(text, n, number);
+  return number;
 }
 
 // The state machine, for any text and any character set; a null record means single bytes.
@@ -69,7 +72,7 @@ std::int32_t scan_any_integer(const std::uint8_t* text, std::int32_t length, T& 
 template <class T>
   requires std::same_as<T, std::int32_t> || std::same_as<T, std::int64_t> || std::same_as<T, std::uint32_t> ||
            std::same_as<T, std::uint64_t>
-inline std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, T& out,
+VDX_INLINE std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, T& out,
                                  const vdx_charattr* attributes) {
   if (length <= 0) [[unlikely]] {
     out = 0;
@@ -79,13 +82,13 @@ inline std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, 
   const PlainInteger number = plain_integer(text, static_cast<std::uint32_t>(length));
   const std::uint64_t top = static_cast<std::uint64_t>(std::numeric_limits<T>::max());
   if constexpr (std::is_signed_v<T>) {
-    const std::uint64_t negate = number.minus ? ~std::uint64_t{0} : 0;
-    if (number.plain && number.magnitude <= top - negate) [[likely]] {
+    const std::uint64_t negate = 0 - std::uint64_t{number.minus};
+    if (number.plain != 0 && number.magnitude <= top - negate) [[likely]] {
       out = static_cast<T>((number.magnitude ^ negate) - negate);
       return kScanDone;
     }
   } else {
-    if (number.plain && !number.minus && number.magnitude <= top) [[likely]] {
+    if (number.plain > number.minus && number.magnitude <= top) [[likely]] {
       out = static_cast<T>(number.magnitude);
       return kScanDone;
     }
@@ -95,7 +98,7 @@ inline std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, 
 
 // The 16-bit types parse as 32 bits; what does not fit leaves the low 16 bits, what does not parse 0.
 template <class T, class Wide>
-inline std::int32_t scan_narrow_integer(const std::uint8_t* text, std::int32_t length, T& out,
+VDX_INLINE std::int32_t scan_narrow_integer(const std::uint8_t* text, std::int32_t length, T& out,
                                         const vdx_charattr* attributes) {
   Wide wide;
   const std::int32_t result = scan_integer(text, length, wide, attributes);
@@ -107,12 +110,12 @@ inline std::int32_t scan_narrow_integer(const std::uint8_t* text, std::int32_t l
   return out == wide ? kScanDone : kScanOverflow;
 }
 
-inline std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, std::int16_t& out,
+VDX_INLINE std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, std::int16_t& out,
                                  const vdx_charattr* attributes) {
   return scan_narrow_integer<std::int16_t, std::int32_t>(text, length, out, attributes);
 }
 
-inline std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, std::uint16_t& out,
+VDX_INLINE std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, std::uint16_t& out,
                                  const vdx_charattr* attributes) {
   return scan_narrow_integer<std::uint16_t, std::uint32_t>(text, length, out, attributes);
 }

@@ -41,19 +41,20 @@ std::int32_t finish_bytes(const vdx_datafmt& format, void* destination, std::int
   return VDX_SUCCESS;
 }
 
-std::int32_t misfit(Call call, const unsigned char* text, std::int32_t n, Misfit style) {
-  auto* const bytes = static_cast<unsigned char*>(call.destination);
-  const std::int32_t room = call.format->maxlength;
-  *call.length = n < room ? n : room;
+std::int32_t misfit(const vdx_datafmt& format, void* destination, std::int32_t& length, const unsigned char* text,
+                    std::int32_t n, Misfit style) {
+  auto* const bytes = static_cast<unsigned char*>(destination);
+  const std::int32_t room = format.maxlength;
+  length = n < room ? n : room;
   if (style == Misfit::cut) {
-    std::memcpy(bytes, text, static_cast<std::size_t>(*call.length));
+    std::memcpy(bytes, text, static_cast<std::size_t>(length));
   } else if (room > 1) {
     bytes[0] = '*';
     bytes[1] = 0;
-    *call.length = 1;
-    static_cast<void>(finish_text(*call.format, bytes, 1, *call.length));
+    length = 1;
+    static_cast<void>(finish_text(format, bytes, 1, length));
   }
-  if ((call.format->format & VDX_FMT_TERMINATE) != 0 && room >= 1) bytes[room - 1] = 0;
+  if ((format.format & VDX_FMT_TERMINATE) != 0 && room >= 1) bytes[room - 1] = 0;
   return VDX_OVERFLOW;
 }
 

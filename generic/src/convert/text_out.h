@@ -26,7 +26,8 @@ enum class Misfit {
   cut,       // as many bytes as there is room for
 };
 
-[[gnu::cold, gnu::noinline]] std::int32_t misfit(Call call, const unsigned char* text, std::int32_t n, Misfit style);
+[[gnu::cold, gnu::noinline]] std::int32_t misfit(const vdx_datafmt& format, void* destination, std::int32_t& length,
+                                                 const unsigned char* text, std::int32_t n, Misfit style);
 
 // The low n (0 to 8) bytes of a word.
 VDX_INLINE std::uint64_t low_bytes(std::uint32_t n) {
@@ -73,7 +74,8 @@ VDX_INLINE void put_text(void* destination, std::int32_t room, const ShortText& 
 VDX_INLINE std::int32_t write_text(const Call& call, const ShortText& text, Misfit style) {
   const vdx_datafmt& format = *call.format;
   const auto n = static_cast<std::int32_t>(text.length());
-  if (!text_fits(format, n)) [[unlikely]] return misfit(call, text.data(), n, style);
+  if (!text_fits(format, n)) [[unlikely]] 
+    return misfit(format, call.destination, *call.length, text.data(), n, style);
   put_text(call.destination, format.maxlength, text);
   *call.length = n;
   if ((format.format & kFinishFlags) == 0) return VDX_SUCCESS;

@@ -141,7 +141,8 @@ struct bit_as_character {
 
 template <Family Source, Family Destination, class Way>
 [[gnu::always_inline]] inline std::int32_t run(const Call& call, const char* file, std::int32_t line) {
-  if (!contract_holds<Source, Destination>(call)) [[unlikely]] return contract_failed(call, file, line);
+  if (!pointers_given(call)) [[unlikely]] return pointer_missing(file, line);
+  if (!contract_holds<Source, Destination>(call)) [[unlikely]] return contract_broken(file, line);
   return Way::template convert<Source, Destination>(call);
 }
 

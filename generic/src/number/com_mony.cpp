@@ -340,7 +340,7 @@ std::int32_t parse_money(std::int64_t& value, const std::uint8_t* text, std::int
   const std::uint32_t others = ~block.digits() | 1U << seen;
   const auto whole = static_cast<unsigned>(std::countr_zero(others));
   if (whole > 14) return parse_money_grammar(value, text, length, attributes);
-  std::uint64_t result = number_of(block.words(), whole, whole) * kMoneyUnit;
+  std::uint64_t result = number_in(p, block, whole, whole) * kMoneyUnit;
   std::int64_t end = whole;
   if (whole < seen && p[whole] == '.' && ++end < left) {
     const std::uint32_t rest = left - end < 16 ? static_cast<std::uint32_t>(left - end) : 16;

@@ -63,17 +63,24 @@ VDX_INLINE Words shift_left_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
   return {shifted.low & ~far, (shifted.high & ~far) | (shifted.low & far)};
 }
 
-VDX_INLINE Words shift_right_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
-  const unsigned bits = 8 * (bytes & 7);
-  const std::uint64_t carry = (w.high << 1) << (63 - bits);
-  const Words shifted{(w.low >> bits) | carry, w.high >> bits};
-  const std::uint64_t far = 0 - static_cast<std::uint64_t>(bytes >> 3);
-  return {(shifted.low & ~far) | (shifted.high & far), shifted.high & ~far};
+// Eight digit values (bytes 0 to 9, the first in the lowest byte) as a number.
+VDX_INLINE std::uint64_t number_of_8(std::uint64_t digits) {
+  digits = digits * 10 + (digits >> 8);  // pairs in bytes 0, 2, 4, 6
+  return (((digits & 0x000000FF000000FF) * (100 + (1000000ULL << 32))) +
+          (((digits >> 16) & 0x000000FF000000FF) * (1 + (10000ULL << 32)))) >> 32;
 }
+
+// Sixteen bytes from place n on keep the low halves of the last n of sixteen characters.
+inline constexpr unsigned char kKeepDigits[32] = {0,  0,  0,  0,  0,  0,  0,  0,  0,  0,  0,
+                                                  0,  0,  0,  0,  0,  15, 15, 15, 15, 15, 15,
+                                                  15, 15, 15, 15, 15, 15, 15, 15, 15, 15};
 
 // Text block of sixteen bytes.
 class Block {
  public:
+  // The number that the last n (0 to 16) of the bytes, all digits, write.
+  std::uint64_t number(unsigned n) const;
+
   // The n (0 to 16) bytes at p; what the bytes after them hold is not said.
   static Block of(const void* p, std::uint32_t n) {
     Block block;
@@ -153,22 +160,36 @@ class Block {
 #endif
 };
 
-// Eight digit values (bytes 0 to 9, the first in the lowest byte) as a number.
-VDX_INLINE std::uint64_t number_of_8(std::uint64_t digits) {
-  digits = digits * 10 + (digits >> 8);  // pairs in bytes 0, 2, 4, 6
-  return (((digits & 0x000000FF000000FF) * (100 + (1000000ULL << 32))) +
-          (((digits >> 16) & 0x000000FF000000FF) * (1 + (10000ULL << 32)))) >> 32;
+// Text block as a number: read a block that ends where the digits end.
+VDX_INLINE std::uint64_t Block::number(unsigned n) const {
+  const unsigned char* const keep = kKeepDigits + n;
+#if defined(VDX_SSE2)
+  const __m128i digits = _mm_and_si128(bytes_, _mm_loadu_si128(reinterpret_cast<const __m128i*>(keep)));
+  const __m128i pairs = _mm_add_epi16(_mm_mullo_epi16(_mm_and_si128(digits, _mm_set1_epi16(255)), _mm_set1_epi16(10)),
+                                      _mm_srli_epi16(digits, 8));
+  const __m128i fours = _mm_madd_epi16(pairs, _mm_set1_epi32(100 | 1 << 16));
+  const __m128i eights = _mm_madd_epi16(_mm_packs_epi32(fours, fours), _mm_set1_epi32(10000 | 1 << 16));
+  const auto both = static_cast<std::uint64_t>(_mm_cvtsi128_si64(eights));
+  return (both & 0xFFFFFFFF) * 100000000 + (both >> 32);
+#else
+  return number_of_8(words_.low & load<std::uint64_t>(keep)) * 100000000 +
+         number_of_8(words_.high & load<std::uint64_t>(keep + 8));
+#endif
 }
 
-// The number written by the n (0 to 16) digits that end before byte `end` (n to 16) of the words.
-VDX_INLINE std::uint64_t number_of(Words text, unsigned end, unsigned n) {
-  static constexpr std::uint8_t kKeep[32] = {0,  0,  0,  0,  0,  0,  0,  0,  0,  0,  0,
-                                             0,  0,  0,  0,  0,  15, 15, 15, 15, 15, 15,
-                                             15, 15, 15, 15, 15, 15, 15, 15, 15, 15};
-  const Words aligned = shift_left_bytes(text, 16 - end);
-  const std::uint64_t first = aligned.low & load<std::uint64_t>(kKeep + n);
-  const std::uint64_t last = aligned.high & load<std::uint64_t>(kKeep + n + 8);
-  return number_of_8(first) * 100000000 + number_of_8(last);
+// The number written by the n (0 to 16) digits that end before byte `end` (n to 16) of a text, of
+// which `block` holds the first bytes.
+VDX_INLINE std::uint64_t number_in([[maybe_unused]] const void* text, Block block, unsigned end, unsigned n) {
+#if !defined(VDX_EXACT_LOADS)
+  // The bytes before the text share its page but for the first few of it.
+  if ((reinterpret_cast<std::uintptr_t>(text) & 4095) >= 16) [[likely]]
+    return Block::whole(static_cast<const char*>(text) + end - 16).number(n);
+#endif
+  const Words aligned = shift_left_bytes(block.words(), 16 - end);
+  unsigned char copy[16];
+  store(copy, aligned.low);
+  store(copy + 8, aligned.high);
+  return Block::whole(copy).number(n);
 }
 
 // The eight digits of v (below 10^8) as values 0 to 9, the most significant in the lowest byte.
