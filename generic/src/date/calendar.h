@@ -129,13 +129,15 @@ struct IsoWeek {
   std::int32_t weekday;  // 1 Monday to 7 Sunday
 };
 
-// A week belongs to the year that its Thursday lies in.
+// A week belongs to the year that its Thursday lies in. CivilOf may be near_civil for a near day:
+// then so is its Thursday.
+template <Civil (*CivilOf)(std::int32_t) = civil_of_day>
 constexpr IsoWeek iso_week_of_day(std::int32_t day) {
   const std::int32_t weekday = weekday_of_day(day);
   const std::int32_t iso_weekday = weekday == 0 ? 7 : weekday;
   const auto thursday = static_cast<std::int32_t>(static_cast<std::uint32_t>(day) + 4U -
                                                   static_cast<std::uint32_t>(iso_weekday));
-  const Civil civil = civil_of_day(thursday);
+  const Civil civil = CivilOf(thursday);
   return {civil.year, (civil.day_of_year - 1) / 7 + 1, iso_weekday};
 }
 
@@ -263,8 +265,12 @@ constexpr std::int32_t make_ticks(const daterec& record, std::int32_t& time) {
       ticks += std::int64_t{record.second} * kTicksPerSecond;
       if (millisecond > 999) [[unlikely]]
         code = 7;
-      else  // the last millisecond stays inside its second
-        ticks += millisecond == 999 ? 299 : ticks_of_milliseconds(millisecond);
+      else if (millisecond == 999)  // the last millisecond stays inside its second
+        ticks += 299;
+      else if (millisecond >= 0) [[likely]]
+        ticks += static_cast<std::uint32_t>(3 * millisecond + 5) / 10;
+      else
+        ticks += ticks_of_milliseconds(millisecond);
     }
   }
   time = static_cast<std::int32_t>(ticks);

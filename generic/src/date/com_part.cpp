@@ -36,34 +36,34 @@ struct Micros {
   }
 };
 
-std::int32_t week_of_day(std::int32_t day) {
-  const std::int32_t day_of_year = civil_of_day(day).day_of_year;
+std::int32_t week_of_day(std::int32_t day, std::int32_t day_of_year) {
   const std::int32_t first_weekday = (weekday_of_day(day) + 371 - (day_of_year - 1)) % 7;
   return (day_of_year + first_weekday + 6) / 7;
 }
 
-// part: 0 to VDX_PART_MICROSECOND
-template <class Grain>
-std::int32_t part_of(std::uint32_t part, const typename Grain::Value& value,
-                     std::int32_t first_day) {
-  const std::int32_t day = Grain::day(value);
-  const std::int64_t time = Grain::time(value);
+// What follows comes twice: with near_civil for the days of the years 1 to 9999, and with
+// civil_of_day, out of the way, for all others. So the former save no registers for the latter.
+using CivilOf = Civil (*)(std::int32_t);
+
+template <class Grain, CivilOf Split>
+std::int32_t part_with(std::uint32_t part, std::int32_t day, std::int64_t time,
+                       std::int32_t first_day) {
   const auto second_of_day = static_cast<std::int32_t>(time / Grain::kPerSecond);
   switch (part) {
     case VDX_PART_YEAR:
-      return civil_of_day(day).year;
+      return Split(day).year;
     case VDX_PART_QUARTER:
-      return civil_of_day(day).month / 3 + 1;
+      return Split(day).month / 3 + 1;
     case VDX_PART_MONTH:
-      return civil_of_day(day).month + 1;
+      return Split(day).month + 1;
     case VDX_PART_WEEKDAY: {
       const std::int64_t number = weekday_of_day(day) + 1 - std::int64_t{first_day};
       return static_cast<std::int32_t>(number < 1 ? number + 7 : number);
     }
     case VDX_PART_DAY:
-      return civil_of_day(day).day;
+      return Split(day).day;
     case VDX_PART_DAY_OF_YEAR:
-      return civil_of_day(day).day_of_year;
+      return Split(day).day_of_year;
     case VDX_PART_HOUR:
       return second_of_day / 3600;
     case VDX_PART_MINUTE:
@@ -73,16 +73,33 @@ std::int32_t part_of(std::uint32_t part, const typename Grain::Value& value,
     case VDX_PART_MILLISECOND:
       return Grain::millisecond(time);
     case VDX_PART_WEEK:
-      return week_of_day(day);
+      return week_of_day(day, Split(day).day_of_year);
     case VDX_PART_ISO_YEAR:
-      return iso_week_of_day(day).year;
+      return iso_week_of_day<Split>(day).year;
     case VDX_PART_ISO_WEEK:
-      return iso_week_of_day(day).week;
+      return iso_week_of_day<Split>(day).week;
     case VDX_PART_ISO_WEEKDAY:
-      return iso_week_of_day(day).weekday;
+      return iso_week_of_day<Split>(day).weekday;
     default:
       return Grain::microsecond(time);
   }
+}
+
+template <class Grain>
+[[gnu::cold, gnu::noinline]] std::int32_t far_part(std::uint32_t part, std::int32_t day,
+                                                   std::int64_t time, std::int32_t first_day) {
+  return part_with<Grain, civil_of_day>(part, day, time, first_day);
+}
+
+// part: 0 to VDX_PART_MICROSECOND
+template <class Grain>
+std::int32_t part_of(std::uint32_t part, const typename Grain::Value& value,
+                     std::int32_t first_day) {
+  const std::int32_t day = Grain::day(value);
+  const std::int64_t time = Grain::time(value);
+  if (is_far(day)) [[unlikely]]
+    return far_part<Grain>(part, day, time, first_day);
+  return part_with<Grain, near_civil>(part, day, time, first_day);
 }
 
 template <class Grain>
@@ -250,8 +267,14 @@ std::int32_t store_difference(std::int64_t difference, std::int32_t* result) {
   return 0;
 }
 
-// Parts of whole days, VDX_PART_HOUR to VDX_PART_MILLISECOND excepted.
-std::int64_t day_difference(std::uint32_t part, std::int32_t first, std::int32_t second) {
+template <CivilOf Split>
+std::int64_t months_since_0(std::int32_t day) {
+  const Civil civil = Split(day);
+  return std::int64_t{civil.year} * 12 + civil.month;
+}
+
+template <CivilOf Split>
+std::int64_t day_difference_with(std::uint32_t part, std::int32_t first, std::int32_t second) {
   const std::int64_t days = std::int64_t{second} - first;
   switch (part) {
     case VDX_PART_WEEKDAY:
@@ -264,21 +287,29 @@ std::int64_t day_difference(std::uint32_t part, std::int32_t first, std::int32_t
     case VDX_PART_ISO_WEEK:
       return days >= 0 ? (days + weekday_of_day(first)) / 7 : (days - weekday_of_day(second)) / 7;
     case VDX_PART_ISO_YEAR:
-      return iso_week_of_day(second).year - iso_week_of_day(first).year;
+      return iso_week_of_day<Split>(second).year - iso_week_of_day<Split>(first).year;
+    case VDX_PART_YEAR:
+      return Split(second).year - Split(first).year;
+    case VDX_PART_MONTH:
+      return months_since_0<Split>(second) - months_since_0<Split>(first);
     default:
       break;
   }
-  const Civil from = civil_of_day(first);
-  const Civil to = civil_of_day(second);
-  const std::int64_t years = to.year - from.year;
-  switch (part) {
-    case VDX_PART_YEAR:
-      return years;
-    case VDX_PART_QUARTER:
-      return to.month / 3 - from.month / 3 + 4 * years;
-    default:
-      return to.month - from.month + 12 * years;
-  }
+  const Civil from = Split(first);
+  const Civil to = Split(second);
+  return to.month / 3 - from.month / 3 + 4 * (std::int64_t{to.year} - from.year);
+}
+
+[[gnu::cold, gnu::noinline]] std::int64_t far_day_difference(std::uint32_t part, std::int32_t first,
+                                                             std::int32_t second) {
+  return day_difference_with<civil_of_day>(part, first, second);
+}
+
+// Parts of whole days, VDX_PART_HOUR to VDX_PART_MILLISECOND excepted.
+std::int64_t day_difference(std::uint32_t part, std::int32_t first, std::int32_t second) {
+  if (is_far(first) || is_far(second)) [[unlikely]]
+    return far_day_difference(part, first, second);
+  return day_difference_with<near_civil>(part, first, second);
 }
 
 constexpr bool is_time_part(std::uint32_t part) {
