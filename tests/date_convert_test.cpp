@@ -14,7 +14,8 @@ using vdx_test::Result;
 using vdx_test::Table;
 using vdx_test::varchar_image;
 
-constexpr std::int64_t kDay = 86400000000 * 3;  // in thirds of a microsecond, which ticks are whole numbers of
+constexpr std::int64_t kDay =
+    86400000000 * 3;  // in thirds of a microsecond, which ticks are whole numbers of
 constexpr std::int64_t kTick = 10000, kMicro = 3, kMinute = 180000000;
 
 struct Type {
@@ -22,9 +23,12 @@ struct Type {
   bool has_date, has_time;
   std::int64_t unit, first_day, last_day;
 } const kTypes[] = {
-    {VDX_DATETIME, true, true, kTick, -53690, 2958463}, {VDX_DATE4, true, true, kMinute, 0, 65535},
-    {VDX_DATEA, true, false, kDay, -693595, 2958463},   {VDX_TIMEA, false, true, kTick, 0, 0},
-    {VDX_BIGDATETIME, true, true, kMicro, -693595, 2958463}, {VDX_BIGTIME, false, true, kMicro, 0, 0},
+    {VDX_DATETIME, true, true, kTick, -53690, 2958463},
+    {VDX_DATE4, true, true, kMinute, 0, 65535},
+    {VDX_DATEA, true, false, kDay, -693595, 2958463},
+    {VDX_TIMEA, false, true, kTick, 0, 0},
+    {VDX_BIGDATETIME, true, true, kMicro, -693595, 2958463},
+    {VDX_BIGTIME, false, true, kMicro, 0, 0},
 };
 
 Bytes image_of(const Type& type, std::int64_t day, std::int64_t units) {
@@ -45,7 +49,9 @@ Bytes image_of(const Type& type, std::int64_t day, std::int64_t units) {
 }
 
 // The nearest whole number of units; halves go up.
-std::int64_t nearest(std::int64_t time, std::int64_t unit) { return (2 * time + unit) / (2 * unit); }
+std::int64_t nearest(std::int64_t time, std::int64_t unit) {
+  return (2 * time + unit) / (2 * unit);
+}
 
 struct Expected {
   std::int32_t code;
@@ -68,6 +74,11 @@ Expected model(const Type& from, std::int64_t day, std::int64_t units, const Typ
   return {dropped ? -113 : 1, image_of(to, day, rounded)};
 }
 
+constexpr std::int64_t kDays[10] = {INT32_MIN, -53691, -53690, -1,      0,
+                                    65534,     65535,  65536,  2958463, INT32_MAX};
+// The ends of a day, half a tick, a tick in microseconds.
+constexpr std::int64_t kTimes[8] = {0, 3, 6, 15000, 9999, kDay - 1, kDay - 4998, kDay - 5001};
+
 TEST(DateConvert, AmongTheTypes) {
   Table table;
   vdx_test::Random random(1900);
@@ -76,25 +87,23 @@ TEST(DateConvert, AmongTheTypes) {
     for (const Type& to : kTypes) {
       if (com_conv_func(&table.context, from.code, to.code) == nullptr) continue;
       ++pairs;
-      const std::int64_t most = kDay / from.unit - 1;
       for (int i = 0; i < 3000; ++i) {
-        const std::int64_t days[] = {from.first_day, from.last_day, -53691, -53690, -1, 0, 65534, 65535, 65536,
-                                     from.first_day + static_cast<std::int64_t>(random.below(
-                                         static_cast<std::uint64_t>(from.last_day - from.first_day + 1)))};
-        // The edges, half a tick, both sides of half a minute, and anything.
-        const std::int64_t minute = static_cast<std::int64_t>(random.below(1440)) * kMinute / from.unit;
-        const std::int64_t times[] = {0, 1, 2, most, most - 1, most - 1666, 5000, 3333, minute + kMinute / from.unit / 2,
-                                      minute + kMinute / from.unit / 2 - 1,
-                                      static_cast<std::int64_t>(random.below(static_cast<std::uint64_t>(most + 1)))};
-        const std::int64_t day = std::clamp(days[random.below(std::size(days))], from.first_day, from.last_day);
-        const std::int64_t time = std::clamp<std::int64_t>(times[random.below(std::size(times))], 0, most);
+        const auto days = static_cast<std::uint64_t>(from.last_day - from.first_day + 1);
+        std::int64_t day = from.first_day + static_cast<std::int64_t>(random.below(days));
+        std::int64_t time = static_cast<std::int64_t>(random.below(kDay)) / from.unit;
+        if (i % 3 != 0) day = std::clamp(kDays[random.below(10)], from.first_day, from.last_day);
+        if (i % 4 == 0) time = kTimes[random.below(8)] / from.unit;
+        if (i % 4 == 1)
+          time = (time * from.unit / kMinute * kMinute + kMinute / 2) / from.unit - i / 4 % 2;
+        if (time < 0) time = 0;
         const Bytes source = image_of(from, day, time);
         const Result result = convert(table.context, from.code, source, to.code);
         const Expected expected =
             from.code == to.code ? Expected{1, source} : model(from, day, time, to);
         ASSERT_TRUE(result.code == expected.code && result.bytes == expected.bytes &&
                     result.length == comn_typelen(to.code, 0))
-            << from.code << " to " << to.code << " day " << day << " time " << time << ": " << result;
+            << from.code << " to " << to.code << " day " << day << " time " << time << ": "
+            << result;
         ASSERT_EQ(convert(table.context, from.code, source, VDX_VARBIN).as<std::int16_t>(),
                   static_cast<std::int16_t>(source.size()));
       }
@@ -105,21 +114,32 @@ TEST(DateConvert, AmongTheTypes) {
 TEST(DateConvert, RefusesImagesThatAreNoValues) {
   Table table;
   const std::pair<std::int32_t, Bytes> rows[] = {
-      {VDX_DATETIME, image(vdx_datetime{-53691, 0})}, {VDX_DATETIME, image(vdx_datetime{2958464, 0})},
-      {VDX_DATETIME, image(vdx_datetime{0, 25920000})}, {VDX_DATE4, image(vdx_date4{0, 1440})},
-      {VDX_DATEA, image(-693596)}, {VDX_DATEA, image(2958464)}, {VDX_TIMEA, image(-1)}, {VDX_TIMEA, image(25920000)},
+      {VDX_DATETIME, image(vdx_datetime{-53691, 0})},
+      {VDX_DATETIME, image(vdx_datetime{2958464, 0})},
+      {VDX_DATETIME, image(vdx_datetime{0, 25920000})},
+      {VDX_DATE4, image(vdx_date4{0, 1440})},
+      {VDX_DATEA, image(-693596)},
+      {VDX_DATEA, image(2958464)},
+      {VDX_TIMEA, image(-1)},
+      {VDX_TIMEA, image(25920000)},
       {VDX_BIGDATETIME, image(std::uint64_t{31622399999999})},
-      {VDX_BIGDATETIME, image(std::uint64_t{315569520000000000})}, {VDX_BIGTIME, image(std::uint64_t{86400000000})}};
-  for (const auto& [source, bytes] : rows)
+      {VDX_BIGDATETIME, image(std::uint64_t{315569520000000000})},
+      {VDX_BIGTIME, image(std::uint64_t{86400000000})}};
+  for (const auto& [source, bytes] : rows) {
+    char buffer[64];
+    std::int32_t length;
+    EXPECT_EQ(comn_dtloc_format(nullptr, nullptr, source, bytes.data(), buffer, 64, &length), -107);
     for (const std::int32_t destination : {0, 12, 13, 18, 19, 27, 28, 35, 36}) {
       if (com_conv_func(&table.context, source, destination) == nullptr) continue;
       const Result result = convert(table.context, source, bytes, destination);
       EXPECT_EQ(result.code, -107) << source << " to " << destination;
       EXPECT_EQ(result.bytes, Bytes(result.bytes.size(), vdx_test::kGuard));
     }
+  }
   // The upper bits of a time word do not count, but stay with the value.
   const vdx_datetime marked{1, 0x7E000001};
-  EXPECT_EQ(convert(table.context, VDX_DATETIME, image(marked), VDX_DATETIME).written(), image(marked));
+  EXPECT_EQ(convert(table.context, VDX_DATETIME, image(marked), VDX_DATETIME).written(),
+            image(marked));
   EXPECT_EQ(convert(table.context, VDX_DATETIME, image(marked), VDX_TIMEA).as<std::int32_t>(), 1);
 }
 
@@ -140,7 +160,9 @@ TEST(DateConvert, FromText) {
   const auto at = [](std::int64_t day, std::int64_t ticks) {
     return image_of(kTypes[0], day, ticks);
   };
-  const auto big = [](std::int64_t day, std::int64_t micros) { return image_of(kTypes[4], day, micros); };
+  const auto big = [](std::int64_t day, std::int64_t micros) {
+    return image_of(kTypes[4], day, micros);
+  };
   struct {
     const char* text;
     std::int32_t type;
@@ -185,12 +207,15 @@ TEST(DateConvert, FromText) {
     Format format;
     if (row.local) format.locale = day_first.record;
     const Result fixed = convert(table.context, VDX_CHAR, bytes_of(row.text), row.type, format);
-    const Result counted = convert(table.context, VDX_VARCHAR, varchar_image(row.text), row.type, format);
+    const Result counted =
+        convert(table.context, VDX_VARCHAR, varchar_image(row.text), row.type, format);
     EXPECT_EQ(fixed, counted);
     EXPECT_EQ(fixed.code, row.code);
     EXPECT_EQ(fixed.length, row.code == -105 ? 0 : comn_typelen(row.type, 0));
-    if (row.code == 1) EXPECT_EQ(fixed.bytes, row.value);
-    else EXPECT_EQ(fixed.bytes, Bytes(fixed.bytes.size(), vdx_test::kGuard));
+    if (row.code == 1)
+      EXPECT_EQ(fixed.bytes, row.value);
+    else
+      EXPECT_EQ(fixed.bytes, Bytes(fixed.bytes.size(), vdx_test::kGuard));
   }
 }
 
@@ -208,13 +233,16 @@ TEST(DateConvert, ToText) {
     std::string text;
   } const rows[] = {
       {VDX_DATETIME, datetime, nullptr, 0, 19, 1, "Jan  2 2008  1:05PM"},
-      {VDX_DATETIME, datetime, nullptr, VDX_FMT_TERMINATE, 20, 1, std::string("Jan  2 2008  1:05PM\0", 20)},
-      {VDX_DATETIME, datetime, nullptr, VDX_FMT_TERMINATE, 19, -101, std::string("Jan  2 2008  1:05P\0", 19)},
+      {VDX_DATETIME, datetime, nullptr, VDX_FMT_TERMINATE, 20, 1,
+       std::string("Jan  2 2008  1:05PM\0", 20)},
+      {VDX_DATETIME, datetime, nullptr, VDX_FMT_TERMINATE, 19, -101,
+       std::string("Jan  2 2008  1:05P\0", 19)},
       {VDX_DATETIME, datetime, nullptr, 0, 6, -101, "Jan  2"},
       {VDX_DATETIME, datetime, nullptr, VDX_FMT_TERMINATE, 6, -101, std::string("Jan  \0", 6)},
       {VDX_DATETIME, datetime, nullptr, 0, 0, -101, ""},
       {VDX_DATETIME, datetime, nullptr, VDX_FMT_PADBLANK, 22, 1, "Jan  2 2008  1:05PM   "},
-      {VDX_DATETIME, datetime, nullptr, VDX_FMT_PADBLANK | VDX_FMT_PADNULL, 22, -106, "Jan  2 2008  1:05PM"},
+      {VDX_DATETIME, datetime, nullptr, VDX_FMT_PADBLANK | VDX_FMT_PADNULL, 22, -106,
+       "Jan  2 2008  1:05PM"},
       {VDX_DATETIME, datetime, french.record, 0, 64, 1, "02 jnv 2008"},
       {VDX_DATETIME, datetime, unknown.record, 0, 64, 1, "jnv  2 2008  1:05PM"},
       {VDX_DATE4, image(vdx_date4{65535, 0}), nullptr, 0, 64, 1, "Jun  6 2079 12:00AM"},
@@ -229,7 +257,8 @@ TEST(DateConvert, ToText) {
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.type << " " << row.text);
     table.context.locale = row.locale;
-    const Result result = convert(table.context, row.type, row.value, VDX_CHAR, {row.flags, row.room});
+    const Result result =
+        convert(table.context, row.type, row.value, VDX_CHAR, {row.flags, row.room});
     EXPECT_EQ(result.code, row.code);
     EXPECT_EQ(result.text(), row.text);
     if (row.code != 1 || row.flags != 0) continue;
@@ -237,14 +266,17 @@ TEST(DateConvert, ToText) {
     EXPECT_EQ(counted.code, 1);
     EXPECT_EQ(counted.length, 258);
     EXPECT_EQ(counted.as<std::int16_t>(), static_cast<std::int16_t>(row.text.size()));
-    EXPECT_EQ(std::string(counted.bytes.begin() + 2, counted.bytes.begin() + 2 + static_cast<long>(row.text.size())),
+    EXPECT_EQ(std::string(counted.bytes.begin() + 2,
+                          counted.bytes.begin() + 2 + static_cast<long>(row.text.size())),
               row.text);
   }
 }
 
 TEST(DateConvert, SharesFunctions) {
   Table table;
-  const auto function = [&](std::int32_t from, std::int32_t to) { return com_conv_func(&table.context, from, to); };
+  const auto function = [&](std::int32_t from, std::int32_t to) {
+    return com_conv_func(&table.context, from, to);
+  };
   for (const std::int32_t code : {VDX_DATETIME, VDX_BIGDATETIME}) {
     EXPECT_EQ(function(code, VDX_TEXT), &comn_datetochar);
     EXPECT_EQ(function(code, VDX_VARCHAR), &comn_datetovarchar);
@@ -266,7 +298,8 @@ TEST(DateConvertDeath, ServesItsOwnTypesAlone) {
   vdx_bigdatetime value = 31622400000000, result;
   from.datatype = VDX_BIGDATETIME;
   to.datatype = VDX_DATE4;
-  EXPECT_DEATH(comn_datetodate4(&table.context, &from, &value, &to, &result, &length), "file 'com_date.list' line");
+  EXPECT_DEATH(comn_datetodate4(&table.context, &from, &value, &to, &result, &length),
+               "file 'com_date.list' line");
 }
 
 }  // namespace

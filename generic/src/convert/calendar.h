@@ -38,7 +38,8 @@ inline std::int32_t in_units(const MicroMoment& moment, TickMoment& result) {
 }
 
 inline std::int32_t parse_code(const Call& call, std::int32_t result) {
-  if (result == 0) [[likely]] return VDX_SUCCESS;
+  if (result == 0) [[likely]]
+    return VDX_SUCCESS;
   if (result > 0) return VDX_OVERFLOW;
   *call.length = 0;
   return VDX_SYNTAX;
@@ -69,7 +70,8 @@ struct calendar : fixed<typename Type::Image> {
     const std::int32_t exactness = in_units(moment, value);
     Image image{};
     const std::int32_t code = Kind::make(value, image);
-    return fixed<Image>::put(call, image, code == VDX_SUCCESS && Kind::kTellsDigits ? exactness : code);
+    return fixed<Image>::put(call, image,
+                             code == VDX_SUCCESS && Kind::kTellsDigits ? exactness : code);
   }
 
   // Texts are read as the plain style and the locale have it. A text that is none leaves the
@@ -139,8 +141,8 @@ struct instant<DatetimeType> : calendar<instant<DatetimeType>, DatetimeType> {
   }
   static std::int32_t parse(const DateText& text, vdx_datetime& value) {
     std::int32_t rounded;
-    return com__datefromchar_mb(&value, text.bytes, text.length, text.style, text.order, text.months,
-                                text.short_months, text.attributes, &rounded);
+    return com__datefromchar_mb(&value, text.bytes, text.length, text.style, text.order,
+                                text.months, text.short_months, text.attributes, &rounded);
   }
 };
 
@@ -184,16 +186,17 @@ template <class Type>
 VDX_INLINE std::int32_t date_text_for(const Call& call, void* buffer, std::int32_t room,
                                       std::int32_t& length) {
   const vdx_locale& locale = locale_of(call.context, call.format);
-  return date_text<Type>(call.source, text_style(locale), locale.short_months.table(), buffer, room,
-                         length);
+  const std::uint32_t style = locale.date_style == 0 ? 0 : text_style(locale);
+  return date_text<Type>(call.source, style, locale.short_months.table(), buffer, room, length);
 }
 
 template <class Value>
 VDX_INLINE std::int32_t write_calendar_text(const Call& call, const Value&) {
   const vdx_datafmt& format = *call.format;
-  const std::int32_t code = date_text_for<typename Value::Calendar>(
-      call, call.destination, format.maxlength, *call.length);
-  if (code == VDX_SUCCESS && (format.format & kFinishFlags) == 0) [[likely]] return code;
+  const std::int32_t code = date_text_for<typename Value::Calendar>(call, call.destination,
+                                                                    format.maxlength, *call.length);
+  if (code == VDX_SUCCESS && (format.format & kFinishFlags) == 0) [[likely]]
+    return code;
   if (code != VDX_SUCCESS && code != VDX_OVERFLOW) return code;
   // A text that was cut is one byte too long for the room at least.
   const std::int32_t size = code == VDX_SUCCESS ? *call.length : format.maxlength + 1;

@@ -77,7 +77,8 @@ std::int32_t show(std::int32_t day, Time time, char* buffer, std::int32_t length
   MonthName name;
   name.length = 0;
   if constexpr (shows_name(Row))
-    if (months == nullptr) [[unlikely]] return kNoMonthNames;
+    if (months == nullptr) [[unlikely]]
+      return kNoMonthNames;
   if constexpr (shows_date(Row)) {
     const Civil date = civil_of_day(day);
     fields.year = static_cast<std::uint32_t>(date.year);
@@ -96,13 +97,15 @@ std::int32_t show(std::int32_t day, Time time, char* buffer, std::int32_t length
 template <class Time>
 inline constexpr auto kShow = []<std::size_t... Row>(std::index_sequence<Row...>) {
   return std::array{&show<Time, Row>...};
-}(std::make_index_sequence<kLayouts>{});
+}
+(std::make_index_sequence<kLayouts>{});
 
 template <class Time>
 VDX_INLINE std::int32_t format(std::int32_t day, Time time, char* buffer, std::int32_t length,
                                const StyleTable& styles, std::uint32_t style,
                                const char* const* months) {
-  if (style > kLastStyle || styles[style] == kNoLayout) [[unlikely]] return kUnknownStyle;
+  if (style > kLastStyle || styles[style] == kNoLayout) [[unlikely]]
+    return kUnknownStyle;
   return kShow<Time>[styles[style]](day, time, buffer, length, months);
 }
 

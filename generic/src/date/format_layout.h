@@ -189,8 +189,7 @@ VDX_INLINE void write_fields(char* to, const ShownFields& fields, const MonthNam
 
 template <std::size_t Row>
 VDX_INLINE void write_layout(char* to, const ShownFields& fields, const MonthName& name) {
-  write_fields<Row>(to, fields, name,
-                    std::make_index_sequence<kStyleRows[Row].layout.size()>{});
+  write_fields<Row>(to, fields, name, std::make_index_sequence<kStyleRows[Row].layout.size()>{});
 }
 
 constexpr bool shows(std::size_t row, std::string_view any_of) {
