@@ -26,6 +26,9 @@ auto fields(const daterec& r) {
                     r.reserved, r.fraction, r.scale);
 }
 
+// For the long loops, where the sanitizers would spend their time on tuples.
+bool is_same(const daterec& a, const daterec& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
 template <class Number>
 std::int32_t int_of(Number number) {
   return static_cast<std::int32_t>(number);
@@ -55,7 +58,7 @@ TEST(DateValue, EveryDayCracksAndMakesBackAndHasItsParts) {
     daterec cracked = kMarked, cracked_big = kMarked;
     com__datecrack(&day, &cracked);
     (day % 2 == 0 ? com_bigdatecrack : com__bigdatecrack)(day % 3 == 0 ? &big : &late, &cracked_big);
-    bool right = fields(cracked) == fields(expected) && fields(cracked_big) == fields(expected);
+    bool right = is_same(cracked, expected) && is_same(cracked_big, expected);
     vdx_datetime made{kMark, kMark};
     vdx_bigdatetime made_big = 5;
     if (day <= vdx::kLastDay)
@@ -72,9 +75,10 @@ TEST(DateValue, EveryDayCracksAndMakesBackAndHasItsParts) {
         int_of((weekday_of_date - weekday{static_cast<unsigned>(first)}).count()) + 1,
         expected.day, expected.day_of_year, 0, 0, 0, 0, int_of((date - first_sunday).count()) / 7 + 1,
         int{iso}, int_of((date - iso_start(iso)).count()) / 7 + 1, int_of(weekday_of_date.iso_encoding())};
+    const auto turn = static_cast<std::uint32_t>(day - vdx::kFirstDay) % 14;  // the same body at another grain
+    right &= com__bigdatepart(turn, &big, first) == parts[turn];
     for (std::uint32_t part = 0; part < 14; ++part)
-      right &= (day % 2 == 0 ? com__datepart : com_datepart)(part, &value, first) == parts[part] &&
-               com__bigdatepart(part, &big, first) == parts[part];
+      right &= (day % 2 == 0 ? com__datepart : com_datepart)(part, &value, first) == parts[part];
     if (!right && ++wrong != 0) ADD_FAILURE() << "day " << day;
   }
 }
@@ -98,8 +102,7 @@ TEST(DateValue, EveryTickCracksAndMakesBack) {
     com__timecrack(&value, &record);
     const std::int32_t hms[] = {int_of(tick / 1'080'000), int_of(tick / 18'000 % 60), int_of(tick / 300 % 60),
                                 int_of(tick % 300 * 10 / 3)};
-    bool right = fields(record) == std::tuple(kMark, kMark, kMark, kMark, kMark, hms[0], hms[1], hms[2], hms[3],
-                                              kMark, 0, 300);
+    bool right = is_same(record, {kMark, kMark, kMark, kMark, kMark, hms[0], hms[1], hms[2], hms[3], kMark, 0, 300});
     vdx_datetime made{4, kMark};
     right &= com_timemake(&made, &record) == 0 && made.day == 4 && made.time == int_of(tick);
     right &= com__datepart(6 + tick % 4, &value, 7) == hms[tick % 4] && com__datepart(14, &value, 7) == 0;
