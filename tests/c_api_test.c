@@ -84,6 +84,25 @@ static void money(void) {
 
 static void numbers(void) { EXPECT(comb_get_Prec_To_Len(1) >= 2); }
 
+static void dates(vdx_context *context) {
+  static const char *const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  static const char text[] = "2 jan 2008 13:05";
+  char shown[32];
+  int32_t rounded = 1, length = 0;
+  vdx_datetime value;
+  daterec record = {.year = 2008, .month = 0, .day = 31};
+  EXPECT(com__datefromchar_mb(&value, (const uint8_t *)text, sizeof text - 1, 0, 1, months, months,
+                              NULL, &rounded) == 0);
+  EXPECT(com__datetochar(&value, shown, sizeof shown, 22, months) == 16 && rounded == 0);
+  EXPECT(memcmp(shown, "08/01/02  1:05PM", 16) == 0);
+  EXPECT(com_datemake(&value, &record) == 0 && com__date_add(VDX_PART_MONTH, 1, &value) == 0);
+  EXPECT(com_datepart(VDX_PART_DAY, &value, com_intl_firstday(context, NULL)) == 29);
+  EXPECT(comn_dtloc_format(context, NULL, VDX_DATETIME, &value, shown, sizeof shown, &length) ==
+             VDX_SUCCESS &&
+         length == 19);
+}
+
 int main(void) {
   vdx_context context = {.version = VDX_VERSION};
   frame();
@@ -91,5 +110,6 @@ int main(void) {
   conversions(&context);
   money();
   numbers();
+  dates(&context);
   return failures != 0;
 }

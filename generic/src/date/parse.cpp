@@ -3,6 +3,7 @@
 #include "date/parse.h"
 
 #include <algorithm>
+#include <bit>
 
 #include "date/calendar.h"
 #include "frame/check.h"
@@ -32,11 +33,13 @@ VDX_INLINE std::int32_t byte_of(std::uint64_t word, unsigned i) {
 // 1 to 6 digits. A slash or a point may stand for each minus sign.
 VDX_INLINE bool read_year_first(const DateText& text, DateGrain grain, DateFields& fields) {
   const std::int32_t length = text.length;
-  if ((text.style != 0 && text.style != 9) || text.order == 4) return false;
+  if ((text.style != 0 && text.style != 9) || text.order == 4) [[unlikely]]
+    return false;
   const Block block = Block::of(text.bytes, static_cast<std::uint32_t>(std::min(length, 16)));
   const Words words = block.words();
   const auto is_separator = [](std::int32_t c) { return static_cast<std::uint32_t>(c - '-') < 3; };
-  if (!is_separator(byte_of(words.low, 4)) || !is_separator(byte_of(words.low, 7))) return false;
+  if (!is_separator(byte_of(words.low, 4)) || !is_separator(byte_of(words.low, 7))) [[unlikely]]
+    return false;
   const std::uint64_t low = pairs(words.low), high = pairs(words.high);
   daterec& record = fields.record;
   record.year = byte_of(low, 0) * 100 + byte_of(low, 2);
@@ -45,8 +48,10 @@ VDX_INLINE bool read_year_first(const DateText& text, DateGrain grain, DateField
   if (length == 10) return (block.digits() & 0x3FF) == 0x36F;
 
   const std::int32_t between = byte_of(words.high, 2);
-  if (block.digits() != 0xDB6F || byte_of(words.high, 5) != ':') return false;
-  if (between != ' ' && (between | 0x20) != 't') return false;
+  if (block.digits() != 0xDB6F || byte_of(words.high, 5) != ':') [[unlikely]]
+    return false;
+  if (between != ' ' && (between | 0x20) != 't') [[unlikely]]
+    return false;
   record.hour = byte_of(high, 3);
   record.minute = byte_of(high, 6);
   if (length == 16) return true;
@@ -54,13 +59,15 @@ VDX_INLINE bool read_year_first(const DateText& text, DateGrain grain, DateField
   const auto rest = static_cast<std::uint32_t>(length - 16);
   const Block tail = Block::of(text.bytes + 16, rest);
   const Words last = tail.words();
-  if (byte_of(last.low, 0) != ':') return false;
+  if (byte_of(last.low, 0) != ':') [[unlikely]]
+    return false;
   record.second = byte_of(pairs(last.low), 1);
   const std::uint32_t digits = tail.digits();
   if (rest == 3) return (digits & 6) == 6;
   const unsigned places = rest - 4;  // 1 to 6
   const std::uint32_t wanted = 6U | ((1U << places) - 1) << 4;
-  if (byte_of(last.low, 3) != '.' || (digits & wanted) != wanted) return false;
+  if (byte_of(last.low, 3) != '.' || (digits & wanted) != wanted) [[unlikely]]
+    return false;
   // The digits behind two zeros, and zeros behind them up to six.
   const std::uint64_t fraction = (last.low >> 32 | last.high << 32) & kDigitValues;
   const std::uint64_t kept = fraction & ((std::uint64_t{1} << (8 * places)) - 1);
@@ -97,16 +104,33 @@ VDX_INLINE std::int32_t english_month(std::uint32_t letters) {
   return entry.letters == letters ? entry.month : -1;
 }
 
-// The first of twelve names that is the three letters.
-std::int32_t find_three(std::uint32_t letters, const char* const* names) {
-  for (std::int32_t i = 0; i < 12; ++i) {
-    const char* name = names[i];
-    // One byte after the other: none behind the terminator is read.
-    if ((name[0] & 0xDF) == static_cast<std::int32_t>(letters & 0xFF) && name[1] != '\0' &&
-        name[2] != '\0' && three(name) == letters && name[3] == '\0')
-      return i;
+// Up to four bytes of a name, its terminator among them if it is that short; what follows that is
+// not said.
+inline std::uint32_t start_of(const char* name) {
+#if !defined(VDX_EXACT_LOADS)
+  if ((reinterpret_cast<std::uintptr_t>(name) & 4095) <= 4092) [[likely]]
+    return load<std::uint32_t>(name);  // inside one page
+#endif
+  std::uint32_t bytes = 0;
+  for (unsigned i = 0; i < 4 && name[i] != '\0'; ++i)
+    bytes |= static_cast<std::uint32_t>(static_cast<unsigned char>(name[i])) << (8 * i);
+  return bytes;
+}
+
+// The first name that is the three letters, full ones before short ones: every name is compared, so
+// that which month it is leads no branch astray.
+std::int32_t find_three(std::uint32_t letters, const char* const* months,
+                        const char* const* short_months) {
+  const auto is = [letters](const char* name) {
+    return std::uint32_t{(start_of(name) & 0xFFDFDFDF) == letters};
+  };
+  std::uint32_t full = 0, brief = 0;  // bit i for month i
+  for (std::int32_t i = 11; i >= 0; --i) {
+    full = 2 * full + is(months[i]);
+    brief = 2 * brief + is(short_months[i]);
   }
-  return -1;
+  const std::uint32_t found = full | brief << 12;
+  return found == 0 ? -1 : std::countr_zero(found) % 12;
 }
 
 VDX_INLINE std::int32_t find_month(const DateText& text, std::uint32_t letters) {
@@ -119,8 +143,7 @@ VDX_INLINE std::int32_t find_month(const DateText& text, std::uint32_t letters) 
   // Longer characters fold to letters too.
   if (text.attributes != nullptr && text.attributes->max_bytes > 1) return -1;
   if (text.months == nullptr || text.short_months == nullptr) return -1;
-  const std::int32_t month = find_three(letters, text.months);
-  return month >= 0 ? month : find_three(letters, text.short_months);
+  return find_three(letters, text.months, text.short_months);
 }
 
 // Jan  2 2008, followed by nothing or a blank and 1:05PM; day and hour have two places.
@@ -142,43 +165,85 @@ VDX_INLINE bool read_month_first(const DateText& text, DateFields& fields) {
            ((digits | blanks) & 0x10) != 0 && month >= 0;
   if ((digits & ~kEither) != 0xA7A0 || (blanks & 0x848) != 0x848 ||
       ((digits | blanks) & kEither) != kEither || byte_of(words.high, 6) != ':' || month < 0)
+      [[unlikely]]
     return false;
   const std::uint32_t last = text.bytes[16] - std::uint32_t{'0'};
   const std::uint32_t half = text.bytes[17] & 0xDFU;
-  const std::int32_t hour = byte_of(numbers, 5);
-  if (last > 9 || (half != 'A' && half != 'P') || (text.bytes[18] & 0xDF) != 'M') return false;
-  if (hour < 1 || hour > 12) return false;
-  record.hour = (hour == 12 ? 0 : hour) + (half == 'P' ? 12 : 0);
+  const auto is_afternoon = static_cast<std::uint32_t>(half == 'P');
+  const auto hour = static_cast<std::uint32_t>(byte_of(numbers, 5));
+  // Half of all texts are of either half: no branch between them.
+  const bool is_time = (static_cast<std::uint32_t>(half == 'A') | is_afternoon) != 0 &&
+                       (text.bytes[18] & 0xDF) == 'M' && last <= 9 && hour - 1 < 12;
+  record.hour = static_cast<std::int32_t>(hour % 12 + 12 * is_afternoon);
   record.minute = (byte_of(words.high, 7) & 15) * 10 + static_cast<std::int32_t>(last);
-  return true;
+  return is_time;
 }
 
 VDX_INLINE bool read_shape(const DateText& text, DateGrain grain, DateFields& fields) {
   const std::int32_t length = text.length;
-  if (length < 10 || length > 26) return false;
+  if (length < 10 || length > 26) [[unlikely]]
+    return false;
   if (text.bytes[0] >= 'A') return (length == 11 || length == 19) && read_month_first(text, fields);
   // Lengths 10, 16, 19 and 21 to 26.
   return (0x7E90400 >> length & 1) != 0 && read_year_first(text, grain, fields);
 }
 
-template <DateGrain Grain>
-VDX_INLINE std::int32_t read(const DateText& text, DateMode mode, DateFields& fields) {
-  if (mode != DateMode::kClock && read_shape(text, Grain, fields)) [[likely]] {
-    fields.has_date = true;
-    return 0;
-  }
-  return parse_by_grammar(text, mode, Grain, fields);
+VDX_INLINE std::int32_t make_datetime(const DateFields& fields, vdx_datetime& value) {
+  if (make_ticks(fields.record, value.time) != 0) return kDateBadYear;
+  return fields.has_date ? make_day(fields.record, value.day) : 0;
+}
+
+VDX_INLINE std::int32_t make_big(const DateFields& fields, std::uint64_t& value) {
+  if (fields.has_date) return make_bigdatetime(fields.record, value);
+  const std::int32_t code = make_micros(fields.record, value);
+  if (code == 0) value += kFirstBigdatetime;
+  return code;
+}
+
+// Apart from the straight path, whose fields then stay in registers.
+[[gnu::noinline]] std::int32_t datetime_by_grammar(const DateText& text, DateMode mode,
+                                                   vdx_datetime& value, bool& rounded) {
+  DateFields fields;
+  const std::int32_t code = parse_by_grammar(text, mode, DateGrain::kTicks, fields);
+  rounded = fields.rounded;
+  return code != 0 ? code : make_datetime(fields, value);
+}
+
+[[gnu::noinline]] std::int32_t big_by_grammar(const DateText& text, DateMode mode,
+                                              std::uint64_t& value) {
+  DateFields fields;
+  const std::int32_t code = parse_by_grammar(text, mode, DateGrain::kMicroseconds, fields);
+  return code != 0 ? code : make_big(fields, value);
 }
 
 // Every entry that counts ticks makes a whole datetime and keeps what it wants of it.
 VDX_INLINE std::int32_t read_datetime(const DateText& text, DateMode mode, vdx_datetime& value,
                                       bool& rounded) {
   DateFields fields;
-  const std::int32_t code = read<DateGrain::kTicks>(text, mode, fields);
+  if (!read_shape(text, DateGrain::kTicks, fields)) [[unlikely]] {
+    const DateText copy = text;
+    vdx_datetime read{0, 0};
+    bool is_rounded = false;
+    const std::int32_t code = datetime_by_grammar(copy, mode, read, is_rounded);
+    value = read;
+    rounded = is_rounded;
+    return code;
+  }
+  fields.has_date = true;
   rounded = fields.rounded;
-  if (code != 0) return code;
-  if (make_ticks(fields.record, value.time) != 0) return 1;
-  return fields.has_date ? make_day(fields.record, value.day) : 0;
+  return make_datetime(fields, value);
+}
+
+VDX_INLINE std::int32_t read_big(const DateText& text, DateMode mode, std::uint64_t& value) {
+  DateFields fields;
+  if (!read_shape(text, DateGrain::kMicroseconds, fields)) [[unlikely]] {
+    std::uint64_t read = 0;
+    const std::int32_t code = big_by_grammar(text, mode, read);
+    value = read;
+    return code;
+  }
+  fields.has_date = true;
+  return make_big(fields, value);
 }
 
 }  // namespace
@@ -190,25 +255,16 @@ bool parse_by_shape(const DateText& text, DateGrain grain, DateFields& fields) {
 }
 
 std::int32_t bigdatetime_from_text(vdx_bigdatetime* destination, const DateText& text) {
-  *destination = 0;
-  DateFields fields;
-  const std::int32_t code = read<DateGrain::kMicroseconds>(text, DateMode::kWhole, fields);
-  if (code != 0) return code;
-  if (!fields.has_date) {
-    fields.record.year = 1;
-    fields.record.month = 0;
-    fields.record.day = 1;
-  }
-  return make_bigdatetime(fields.record, *destination);
+  std::uint64_t value = 0;
+  const std::int32_t code = read_big(text, DateMode::kWhole, value);
+  *destination = code == 0 ? value : 0;
+  return code;
 }
 
 std::int32_t bigtime_from_text(vdx_bigtime* destination, const DateText& text) {
-  DateFields fields;
-  std::int32_t code = read<DateGrain::kMicroseconds>(text, DateMode::kTime, fields);
-  std::uint64_t date = 0, time = 0;
-  if (code == 0 && fields.has_date) code = make_bigdate(fields.record, date);
-  if (code == 0) code = make_micros(fields.record, time);
-  if (code == 0) *destination = time;
+  std::uint64_t value = 0;
+  const std::int32_t code = read_big(text, DateMode::kTime, value);
+  if (code == 0) *destination = static_cast<std::uint64_t>(micros_of_big(value));
   return code;
 }
 
@@ -278,8 +334,8 @@ int32_t com__timefromchar_mb(vdx_datetime* destination, const uint8_t* text, int
   vdx_datetime value{0, 0};
   bool is_rounded = false;
   const std::int32_t code =
-      vdx::read_datetime({text, length, style, 0, nullptr, nullptr, attributes},
-                         vdx::DateMode::kClock, value, is_rounded);
+      vdx::datetime_by_grammar({text, length, style, 0, nullptr, nullptr, attributes},
+                               vdx::DateMode::kClock, value, is_rounded);
   *destination = value;
   *rounded = is_rounded;
   return code;

@@ -37,11 +37,17 @@ struct Character {
   std::uint8_t bits;  // CharClass
 };
 
-// The character at p; one that `left` cuts short is none.
-Character character_at(const vdx_charattr& set, const std::uint8_t* p, std::int64_t left) {
+Character long_character_at(const vdx_charattr& set, const std::uint8_t* p, std::int64_t left) {
   const std::int32_t n = whole_char_bytes(set, p, left);
   if (n > left) return {static_cast<std::int32_t>(left), 0, 0};
   return {n, char_fold(set, p, n), char_class(set, p, n)};
+}
+
+// The character at p; one that `left` cuts short is none.
+inline Character character_at(const vdx_charattr& set, const std::uint8_t* p, std::int64_t left) {
+  if ((set.lead_class[*p] & 15) == 1) [[likely]]
+    return {1, char_fold(set, p, 1), char_class(set, p, 1)};
+  return long_character_at(set, p, left);
 }
 
 constexpr bool is_digit(std::uint8_t fold) { return fold >= '0' && fold <= '9'; }
@@ -76,8 +82,13 @@ bool is_name(const vdx_charattr& set, const Word& word, const char* name) {
 
 std::int32_t find_name(const vdx_charattr& set, const Word& word, const char* const* names) {
   if (names == nullptr) return -1;
-  for (std::int32_t i = 0; i < 12; ++i)
+  const std::uint8_t first = set.to_upper[character_at(set, word.bytes, word.length).fold];
+  for (std::int32_t i = 0; i < 12; ++i) {
+    // Most names are told by their first character.
+    const auto* q = reinterpret_cast<const std::uint8_t*>(names[i]);
+    if ((set.lead_class[*q] & 15) == 1 && set.to_upper[char_fold(set, q, 1)] != first) continue;
     if (is_name(set, word, names[i])) return i;
+  }
   return -1;
 }
 
