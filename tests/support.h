@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <ostream>
 #include <string>
@@ -26,9 +27,10 @@ Bytes image(const T& value) {
 }
 
 inline Bytes varchar_image(std::string_view text) {
-  Bytes bytes = image(static_cast<std::int16_t>(text.size()));
-  bytes.insert(bytes.end(), text.begin(), text.end());
-  bytes.resize(258);
+  Bytes bytes(258);
+  const auto length = static_cast<std::int16_t>(text.size());
+  std::memcpy(bytes.data(), &length, sizeof length);
+  std::copy_n(text.begin(), std::min<std::size_t>(text.size(), 256), bytes.begin() + 2);
   return bytes;
 }
 

@@ -18,15 +18,15 @@ VDX_BEGIN_DECLS
 
 /* What comn_loc_set sets. Numbers are read from an int32_t; names are copied. */
 enum {
-  VDX_LOC_DATE_ORDER = 1,  /* order of a numeric date: 1 month-day-year, 2 day-month-year,
+  VDX_LOC_DATE_ORDER = 1,    /* order of a numeric date: 1 month-day-year, 2 day-month-year,
                               3 year-month-day, 4 year-day-month, 5 month-year-day,
                               6 day-year-month */
-  VDX_LOC_DATE_STYLE = 2,  /* style of dates as text; any number, unknown ones count as 0 */
-  VDX_LOC_TWELVE_HOUR = 3, /* 1: clock of twelve hours, 0: of twenty-four */
-  VDX_LOC_FIRST_DAY = 4,   /* first day of the week, 1 Monday to 7 Sunday */
-  VDX_LOC_MONTH = 100,     /* full name of a month: + 0 January to + 11 December */
+  VDX_LOC_DATE_STYLE = 2,    /* style of dates as text; any number, unknown ones count as 0 */
+  VDX_LOC_TWELVE_HOUR = 3,   /* 1: clock of twelve hours, 0: of twenty-four */
+  VDX_LOC_FIRST_DAY = 4,     /* first day of the week, 1 Monday to 7 Sunday */
+  VDX_LOC_MONTH = 100,       /* full name of a month: + 0 January to + 11 December */
   VDX_LOC_SHORT_MONTH = 200, /* short name of a month, likewise */
-  VDX_LOC_WEEKDAY = 300    /* name of a weekday: + 0 Sunday to + 6 Saturday */
+  VDX_LOC_WEEKDAY = 300      /* name of a weekday: + 0 Sunday to + 6 Saturday */
 };
 
 /* Longest name of a month or weekday, in bytes. */

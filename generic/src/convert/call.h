@@ -93,10 +93,30 @@ constexpr Codes codes_of(const std::array<Family, kCodes>& families, Family fami
 
 inline constexpr Codes kTextCodes = codes_of(kSourceFamily, family_char);
 
+// The big calendar types share the conversions of their smaller kin from and to text.
+constexpr Family big_kin(Family family) {
+  if (family == family_datetime) return family_bigdatetime;
+  if (family == family_timea) return family_bigtime;
+  return family_none;
+}
+
+constexpr bool is_text(Family family) {
+  return family == family_char || family == family_varchar || family == family_unichar;
+}
+
 // A conversion from text takes every text code, one to text likewise produces every text code.
-constexpr Codes accepted_sources(Family family) { return codes_of(kSourceFamily, family); }
-constexpr Codes accepted_destinations(Family family) {
-  return family == family_char ? kTextCodes : codes_of(kDestinationFamily, family);
+constexpr Codes accepted_sources(Family family, Family destination) {
+  Codes codes = codes_of(kSourceFamily, family);
+  if (is_text(destination) && big_kin(family) != family_none)
+    codes |= codes_of(kSourceFamily, big_kin(family));
+  return codes;
+}
+constexpr Codes accepted_destinations(Family family, Family source = family_none) {
+  if (family == family_char) return kTextCodes;
+  Codes codes = codes_of(kDestinationFamily, family);
+  if (is_text(source) && big_kin(family) != family_none)
+    codes |= codes_of(kDestinationFamily, big_kin(family));
+  return codes;
 }
 
 template <Codes Accepted>
@@ -114,8 +134,8 @@ inline bool contract_holds(const Call& call) {
   if (call.context == nullptr || call.source == nullptr || call.source_format == nullptr ||
       call.destination == nullptr || call.format == nullptr || call.length == nullptr)
     return false;
-  if (!accepts<accepted_sources(Source)>(call.source_format->datatype)) return false;
-  if (!accepts<accepted_destinations(Destination)>(call.format->datatype)) return false;
+  if (!accepts<accepted_sources(Source, Destination)>(call.source_format->datatype)) return false;
+  if (!accepts<accepted_destinations(Destination, Source)>(call.format->datatype)) return false;
   if constexpr (Source == family_char || Source == family_bin || Source == family_unichar)
     if (call.source_format->maxlength < 1) return false;
   if constexpr (Source == family_varchar || Source == family_varbin)

@@ -262,6 +262,10 @@ VDX_INLINE ShortText text_of(const Call& call, Money<M> money) {
   return money_text(money.count, call.format->precision);
 }
 
+// Values of the calendar kinds have texts of their own making.
+template <class V>
+concept CalendarValue = requires { typename V::Calendar; };
+
 // Integers that do not fit show an asterisk, everything else shows what there is room for.
 template <class V>
 inline constexpr Misfit kMisfit = Integral<V> || std::same_as<V, Bit> ? Misfit::asterisk : Misfit::cut;
@@ -274,7 +278,10 @@ struct characters {
 
   template <class V>
   static std::int32_t write(const Call& call, const V& value) {
-    return write_text(call, text_of(call, value), kMisfit<V>);
+    if constexpr (CalendarValue<V>)
+      return write_calendar_text(call, value);
+    else
+      return write_text(call, text_of(call, value), kMisfit<V>);
   }
 };
 
@@ -287,7 +294,10 @@ struct counted_characters {
 
   template <class V>
   static std::int32_t write(const Call& call, const V& value) {
-    return write_varchar(call, text_of(call, value));
+    if constexpr (CalendarValue<V>)
+      return write_calendar_varchar(call, value);
+    else
+      return write_varchar(call, text_of(call, value));
   }
 };
 

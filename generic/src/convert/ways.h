@@ -2,6 +2,7 @@
 #ifndef VDX_CONVERT_WAYS_H
 #define VDX_CONVERT_WAYS_H
 
+#include "convert/calendar.h"
 #include "convert/kinds.h"
 #include "number/com_num.h"
 
@@ -27,6 +28,12 @@ template <> struct datatype<family_char>    : characters {};
 template <> struct datatype<family_varchar> : counted_characters {};
 template <> struct datatype<family_bin>     : bytes {};
 template <> struct datatype<family_varbin>  : counted_bytes {};
+template <> struct datatype<family_datetime>    : instant<DatetimeType> {};
+template <> struct datatype<family_date4>       : instant<Date4Type> {};
+template <> struct datatype<family_datea>       : day_count {};
+template <> struct datatype<family_timea>       : time_of_day<TimeaType> {};
+template <> struct datatype<family_bigdatetime> : instant<BigdatetimeType> {};
+template <> struct datatype<family_bigtime>     : time_of_day<BigtimeType> {};
 // clang-format on
 
 // Most sources are values whatever their bytes; the others say so.
@@ -67,6 +74,44 @@ struct exact {
     static_assert(Destination == family_num);
     if (!readable<datatype<Source>>(call)) [[unlikely]] return VDX_INVALID;
     return write_exact(call, exact_of(datatype<Source>::read(call)));
+  }
+};
+
+// A value that stays what it is keeps its image.
+struct same_image {
+  template <Family Source, Family Destination>
+  static std::int32_t convert(const Call& call) {
+    static_assert(Source == Destination);
+    using Kind = datatype<Source>;
+    if (!readable<Kind>(call)) [[unlikely]] return VDX_INVALID;
+    Kind::set_length(call);
+    std::memmove(call.destination, call.source, Kind::kLength);
+    return VDX_SUCCESS;
+  }
+};
+
+// A value as the bytes of its image.
+struct image_bytes {
+  template <Family Source, Family Destination>
+  static std::int32_t convert(const Call& call) {
+    static_assert(Destination == family_varbin);
+    if (!readable<datatype<Source>>(call)) [[unlikely]] return VDX_INVALID;
+    return write_varbin(call, call.source, datatype<Source>::kLength);
+  }
+};
+
+// Between text and the small calendar types: the big ones take the same functions, and their codes
+// tell which it is.
+struct by_code {
+  template <Family Source, Family Destination>
+  static std::int32_t convert(const Call& call) {
+    if constexpr (big_kin(Destination) != family_none) {
+      if (accepts<codes_of(kDestinationFamily, big_kin(Destination))>(call.format->datatype))
+        return direct::convert<Source, big_kin(Destination)>(call);
+    } else if (accepts<codes_of(kSourceFamily, big_kin(Source))>(call.source_format->datatype)) {
+      return direct::convert<big_kin(Source), Destination>(call);
+    }
+    return direct::convert<Source, Destination>(call);
   }
 };
 

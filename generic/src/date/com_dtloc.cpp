@@ -74,8 +74,8 @@ std::int32_t comn_dtloc_format_fmt(const vdx_context* context, const vdx_locale*
   VDX_CHECK_POINTER(buffer, VDX_OVERFLOW);
   VDX_CHECK_POINTER(length, VDX_OVERFLOW);
   VDX_ASSERT(size >= 0, VDX_OVERFLOW);
-  return vdx::show(datatype, {vdx::chosen_locale(context, locale), style, value, buffer, size,
-                              *length});
+  return vdx::show(datatype,
+                   {vdx::chosen_locale(context, locale), style, value, buffer, size, *length});
 }
 
 }  // extern "C"

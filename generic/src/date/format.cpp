@@ -10,7 +10,7 @@ namespace {
 constexpr std::int32_t kUnknownStyle = -1;
 constexpr std::int32_t kNoMonthNames = -2;
 
-MonthName month_name(const char* name) {
+VDX_INLINE MonthName month_name(const char* name) {
 #if !defined(VDX_EXACT_LOADS)
   // Sixteen bytes that stay inside one page can be read whenever the first of them can.
   if ((reinterpret_cast<std::uintptr_t>(name) & 4095) <= 4096 - 16) [[likely]] {
@@ -55,35 +55,58 @@ struct Microseconds {
 };
 
 template <class Time>
-VDX_INLINE std::int32_t format(std::int32_t day, Time time, char* buffer, std::int32_t length,
-                               const StyleTable& styles, std::uint32_t style,
-                               const char* const* months) {
-  if (style > kLastStyle) return kUnknownStyle;
-  const Style& how = styles[style];
-  if (how.width == 0) return kUnknownStyle;
+using Show = std::int32_t(std::int32_t day, Time time, char* buffer, std::int32_t length,
+                          const char* const* months);
+
+// The first `length` bytes of a text that is longer.
+template <class Time>
+[[gnu::cold, gnu::noinline]] std::int32_t cut(Show<Time>* show, std::int32_t day, Time time,
+                                              char* buffer, std::int32_t length,
+                                              const char* const* months) {
+  char whole[kLongestDateText];
+  static_cast<void>(show(day, time, whole, -1, months));
+  std::memcpy(buffer, whole, static_cast<std::size_t>(length));
+  return 0;
+}
+
+// A whole style in one piece of code: only what it shows is told from the value.
+template <class Time, std::size_t Row>
+std::int32_t show(std::int32_t day, Time time, char* buffer, std::int32_t length,
+                  const char* const* months) {
   ShownFields fields;
   MonthName name;
   name.length = 0;
-  if (how.has_date) {
+  if constexpr (shows_name(Row))
+    if (months == nullptr) [[unlikely]]
+      return kNoMonthNames;
+  if constexpr (shows_date(Row)) {
     const Civil date = civil_of_day(day);
     fields.year = static_cast<std::uint32_t>(date.year);
     fields.month = static_cast<std::uint32_t>(date.month);
     fields.day = static_cast<std::uint32_t>(date.day);
-    if (how.has_name) {
-      if (months == nullptr) return kNoMonthNames;
-      name = month_name(months[fields.month]);
-    }
+    if constexpr (shows_name(Row)) name = month_name(months[fields.month]);
   }
-  if (how.has_time) time.fill(fields);
-  const std::int32_t size = static_cast<std::int32_t>(how.width + name.length);
-  if (length < 0 || size <= length) [[likely]] {
-    how.write(buffer, fields, name);
-    return size;
-  }
-  char whole[kLongestDateText];
-  how.write(whole, fields, name);
-  std::memcpy(buffer, whole, static_cast<std::size_t>(length));
-  return 0;
+  if constexpr (shows_time(Row)) time.fill(fields);
+  const auto size = static_cast<std::int32_t>(layout_width(kStyleRows[Row].layout) + name.length);
+  if (length >= 0 && length < size) [[unlikely]]
+    return cut<Time>(&show<Time, Row>, day, time, buffer, length, months);
+  write_layout<Row>(buffer, fields, name);
+  return size;
+}
+
+template <class Time>
+inline constexpr auto kShow = []<std::size_t... Row>(std::index_sequence<Row...>) {
+  return std::array{&show<Time, Row>...};
+}
+(std::make_index_sequence<kLayouts>{});
+
+template <class Time>
+VDX_INLINE std::int32_t format(std::int32_t day, Time time, char* buffer, std::int32_t length,
+                               const StyleTable& styles, std::uint32_t style,
+                               const char* const* months) {
+  if (style > kLastStyle || styles[style] == kNoLayout) [[unlikely]]
+    return kUnknownStyle;
+  return kShow<Time>[styles[style]](day, time, buffer, length, months);
 }
 
 constexpr Ticks ticks_of_word(std::int32_t word) {

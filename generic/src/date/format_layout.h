@@ -176,45 +176,40 @@ VDX_INLINE void put_field(char* to, const ShownFields& fields, const MonthName& 
   }
 }
 
-using LayoutWriter = void (*)(char* to, const ShownFields& fields, const MonthName& name);
-
-template <std::size_t Row>
-void write_layout(char* to, const ShownFields& fields, const MonthName& name) {
+template <std::size_t Row, std::size_t... At>
+VDX_INLINE void write_fields(char* to, const ShownFields& fields, const MonthName& name,
+                             std::index_sequence<At...>) {
   static constexpr std::string_view kLayout = kStyleRows[Row].layout;
-  [&]<std::size_t... At>(std::index_sequence<At...>) {
-    (put_field<kLayout[At], layout_width(kLayout.substr(At))>(
-         to + layout_width(kLayout.substr(0, At)) +
-             (kLayout.substr(0, At).find('M') != kLayout.npos ? name.length : 0),
-         fields, name),
-     ...);
-  }(std::make_index_sequence<kLayout.size()>{});
+  (put_field<kLayout[At], layout_width(kLayout.substr(At))>(
+       to + layout_width(kLayout.substr(0, At)) +
+           (kLayout.substr(0, At).find('M') != kLayout.npos ? name.length : 0),
+       fields, name),
+   ...);
 }
 
-// What has to be known to write in a style.
-struct Style {
-  LayoutWriter write;
-  std::uint8_t width;  // without the month's name; 0: no such style
-  bool has_name, has_date, has_time;
-};
+template <std::size_t Row>
+VDX_INLINE void write_layout(char* to, const ShownFields& fields, const MonthName& name) {
+  write_fields<Row>(to, fields, name, std::make_index_sequence<kStyleRows[Row].layout.size()>{});
+}
 
-inline constexpr auto kLayoutStyles = []<std::size_t... Row>(std::index_sequence<Row...>) {
-  constexpr auto any = [](std::string_view layout, std::string_view of) {
-    return layout.find_first_of(of) != layout.npos;
-  };
-  return std::array<Style, kLayouts>{
-      Style{&write_layout<Row>, static_cast<std::uint8_t>(layout_width(kStyleRows[Row].layout)),
-            any(kStyleRows[Row].layout, "M"), any(kStyleRows[Row].layout, "MYymdD"),
-            any(kStyleRows[Row].layout, "Hhislf")}...};
-}(std::make_index_sequence<kLayouts>{});
+constexpr bool shows(std::size_t row, std::string_view any_of) {
+  return kStyleRows[row].layout.find_first_of(any_of) != std::string_view::npos;
+}
+constexpr bool shows_name(std::size_t row) { return shows(row, "M"); }
+constexpr bool shows_date(std::size_t row) { return shows(row, "MYymdD"); }
+constexpr bool shows_time(std::size_t row) { return shows(row, "Hhislf"); }
 
+// The layout of each style, as the number of its row.
 inline constexpr std::uint32_t kLastStyle = 140;
-using StyleTable = std::array<Style, kLastStyle + 1>;
+inline constexpr std::uint8_t kNoLayout = 255;
+using StyleTable = std::array<std::uint8_t, kLastStyle + 1>;
 
 inline constexpr StyleTable kStyles = [] {
-  StyleTable table{};
+  StyleTable table;
+  table.fill(kNoLayout);
   for (std::size_t row = 0; row < kLayouts; ++row)
     for (const int style : {kStyleRows[row].style, kStyleRows[row].twin})
-      if (style >= 0) table[static_cast<std::size_t>(style)] = kLayoutStyles[row];
+      if (style >= 0) table[static_cast<std::size_t>(style)] = static_cast<std::uint8_t>(row);
   return table;
 }();
 
@@ -222,8 +217,8 @@ inline constexpr StyleTable kStyles = [] {
 // day 0, and those without a time show nothing of it.
 inline constexpr StyleTable kTimeStyles = [] {
   StyleTable table = kStyles;
-  for (Style& style : table)
-    if (style.width != 0 && !style.has_time) style = kLayoutStyles[kNoTime];
+  for (std::uint8_t& row : table)
+    if (row != kNoLayout && !shows_time(row)) row = kNoTime;
   table[0] = table[17];
   table[9] = table[19];
   return table;
@@ -232,12 +227,12 @@ inline constexpr StyleTable kTimeStyles = [] {
 // A date without a time shows none in the two plain styles.
 inline constexpr StyleTable kDateStyles = [] {
   StyleTable table = kStyles;
-  table[0] = table[9] = kLayoutStyles[kDateAlone];
+  table[0] = table[9] = kDateAlone;
   return table;
 }();
 
 constexpr bool is_style(std::uint32_t style) {
-  return style <= kLastStyle && kStyles[style].width != 0;
+  return style <= kLastStyle && kStyles[style] != kNoLayout;
 }
 
 }  // namespace vdx

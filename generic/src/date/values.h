@@ -53,8 +53,7 @@ template <class Type>
 VDX_INLINE std::int32_t date_text(const void* value, std::uint32_t style, const char* const* months,
                                   void* buffer, std::int32_t room, std::int32_t& length) {
   const auto image = load<typename Type::Image>(value);
-  const std::int32_t placed =
-      Type::format(&image, static_cast<char*>(buffer), room, style, months);
+  const std::int32_t placed = Type::format(&image, static_cast<char*>(buffer), room, style, months);
   if (placed > 0) [[likely]] {
     length = placed;
     return VDX_SUCCESS;

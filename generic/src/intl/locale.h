@@ -44,9 +44,9 @@ class NameTable {
   const char* pointers_[Count] = {};
 };
 
-inline constexpr const char* kEnglishMonths[] = {
-    "January", "February", "March",     "April",   "May",      "June",
-    "July",    "August",   "September", "October", "November", "December"};
+inline constexpr const char* kEnglishMonths[] = {"January",   "February", "March",    "April",
+                                                 "May",       "June",     "July",     "August",
+                                                 "September", "October",  "November", "December"};
 inline constexpr const char* kEnglishShortMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 inline constexpr const char* kEnglishWeekdays[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
@@ -74,7 +74,7 @@ struct vdx_locale {
   std::int32_t first_day = 7;    // 1 Monday to 7 Sunday
   vdx::NameTable<12> months;     // from January
   vdx::NameTable<12> short_months;
-  vdx::NameTable<7> weekdays;    // from Sunday
+  vdx::NameTable<7> weekdays;  // from Sunday
 };
 
 namespace vdx {
@@ -85,7 +85,8 @@ extern const vdx_locale kDefaultLocale;
 // null. One that is not loaded is a failed assertion; resumed, it counts as none.
 inline const vdx_locale* given_locale(const vdx_context* context, const vdx_locale* locale) {
   if (locale == nullptr && context != nullptr) locale = context->locale;
-  if (locale == nullptr) [[likely]] return nullptr;
+  if (locale == nullptr) [[likely]]
+    return nullptr;
   VDX_ASSERT(locale->is_loaded(), nullptr);
   return locale;
 }
