@@ -44,14 +44,16 @@ std::string shown(std::int32_t day, std::uint64_t micros, std::int32_t unit) {
 
 // Ticks are shown as the milliseconds that they crack to.
 std::string shown(std::int32_t day, std::int32_t ticks) {
-  const auto whole = static_cast<std::uint32_t>(ticks / 300), part = static_cast<std::uint32_t>(ticks % 300);
+  const auto whole = static_cast<std::uint32_t>(ticks / 300),
+             part = static_cast<std::uint32_t>(ticks % 300);
   return shown(day, whole * std::uint64_t{1000000} + part * 10 / 3 * 1000, 1000);
 }
 
 enum Entry { kDatetime, kDatea, kTimea, kClock, kBig, kBigTime };
 
 // The value read, yyyy-mm-dd hh:mm:ss.fff, or the code of a failure.
-std::string parse(int entry, std::string_view text, const Options& o, std::int32_t* flag = nullptr) {
+std::string parse(int entry, std::string_view text, const Options& o,
+                  std::int32_t* flag = nullptr) {
   const Exact in(text);
   const std::uint8_t* p = in.bytes.get();
   std::int32_t rounded = -1, code = 0, word = 7;
@@ -59,12 +61,14 @@ std::string parse(int entry, std::string_view text, const Options& o, std::int32
   std::uint64_t big = 77;
   const DateText whole{p, in.length, o.style, o.order, o.months, o.short_months, o.attributes};
   if (entry == kDatetime)
-    code = com__datefromchar_mb(&value, p, in.length, o.style, o.order, o.months, o.short_months, o.attributes,
-                                &rounded);
+    code = com__datefromchar_mb(&value, p, in.length, o.style, o.order, o.months, o.short_months,
+                                o.attributes, &rounded);
   else if (entry == kDatea)
-    code = com__dateafromchar_mb(&word, p, in.length, o.style, o.order, o.months, o.short_months, o.attributes);
+    code = com__dateafromchar_mb(&word, p, in.length, o.style, o.order, o.months, o.short_months,
+                                 o.attributes);
   else if (entry == kTimea)
-    code = com__timeafromchar_mb(&word, p, in.length, o.style, o.order, o.months, o.short_months, o.attributes);
+    code = com__timeafromchar_mb(&word, p, in.length, o.style, o.order, o.months, o.short_months,
+                                 o.attributes);
   else if (entry == kClock)
     code = com__timefromchar_mb(&value, p, in.length, o.style, o.attributes, &rounded);
   else
@@ -89,7 +93,9 @@ TEST(DateParse, Texts) {
     std::int32_t style = 0, order = 1;
   } rows[] = {
       // With the name of a month.
-      {"2008-01-02", {"Jan 2 2008", "2 January 2008", "JANUARY 2, 2008", "02.jan.08", "02/jan,08", "Jan , 2 , 2008"}},
+      {"2008-01-02",
+       {"Jan 2 2008", "2 January 2008", "JANUARY 2, 2008", "02.jan.08", "02/jan,08",
+        "Jan , 2 , 2008"}},
       {"2008-01-02", {"02-Jan-08", "Jan 2 08", "2008Jan2"}, 77, 9},
       {"2008-02-01", {"2008 Feb", "Feb, 2008", "1-feb-2008"}},
       {"2049-01-02", {"Jan 2, 49"}},
@@ -131,9 +137,11 @@ TEST(DateParse, Texts) {
       {"1900-01-01 10:15", {"10:15", "10:15:00", "10 : 15 AM", "T10:15"}},
       {"1900-01-01 01:02:03.003", {" 1 : 2 : 3 : 4 ", "1:2:3.004"}},
       {"1900-01-01 10:15:00.500", {"10:15.5", "10:15:0.50"}},
-      {"1900-01-01 12:00:00.123", {"12:00:00.123", "12:00:00.1230", "12:00:00.12300", "12:00:00.123000", "12:00:00.00123000"}},
+      {"1900-01-01 12:00:00.123",
+       {"12:00:00.123", "12:00:00.1230", "12:00:00.12300", "12:00:00.123000", "12:00:00.00123000"}},
       {"1900-01-01 12:00:00.996", {"12:00:00.00999999", "12:00:00.01000499", "12:00:00.9999"}},
-      {"-1", {"12:00:00.01000500", "12:00:00.1234567", "12:00:00.", "12:00:00.PM", "12:00:00:1234"}},
+      {"-1",
+       {"12:00:00.01000500", "12:00:00.1234567", "12:00:00.", "12:00:00.PM", "12:00:00:1234"}},
       {"-1", {"10:", "10:15:", "10:15:30:", "10:2008", "2008:10", "2008 PM"}},
       {"-2", {":10", ":10:15", "10:15 10:15", "10:15 5 PM"}},
       {"1", {"24:00", "23:60", "23:59:60", "12:00:123:1", "24 PM"}},
@@ -148,20 +156,24 @@ TEST(DateParse, Texts) {
       {"1753-01-01", {"1753-01-01"}},
       {"-1", {"Jan  2 2008\t", "2008-01-02\n", "2008_01_02", "10:15 Uhr", "\xFF"}},
       {"-2", {"1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1", "1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1:1"}},
-      {"-1", {"1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1", "1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1:"}},
+      {"-1",
+       {"1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1", "1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1:"}},
   };
   for (const auto& row : rows) {
     const std::size_t n = row.result.size();
     const std::string rest = n == 10 ? " 00:00:00.000" : n == 16 ? ":00.000" : "";
     for (const std::string& text : row.texts)
-      for (const vdx_charattr* set : {&kLatin1, &kAscii, &kUtf8, &kSjis, static_cast<const vdx_charattr*>(nullptr)})
+      for (const vdx_charattr* set :
+           {&kLatin1, &kAscii, &kUtf8, &kSjis, static_cast<const vdx_charattr*>(nullptr)})
         EXPECT_EQ(parse(kDatetime, text, {row.style, row.order, set}), row.result + rest) << text;
   }
 }
 
 // Which order a style gives to three numbers, and whether the year has to be a long one.
 TEST(DateParse, Styles) {
-  const std::string_view known = " 0:3 9:3 1:1 10:1 2:3 11:3 21:3 22:3 23:3 3:2 4:2 5:2 101:1 110:1 102:3 111:3 103:2 104:2 105:2";
+  const std::string_view known =
+      " 0:3 9:3 1:1 10:1 2:3 11:3 21:3 22:3 23:3 3:2 4:2 5:2 101:1 110:1 102:3 111:3 103:2 104:2 "
+      "105:2";
   const char* const brief[] = {"-1", "2003-01-02", "2003-02-01", "2001-02-03"};
   const char* const wide[] = {"-1", "2008-03-04", "2008-04-03", "2008-03-04"};
   for (std::int32_t style = -2; style < 150; ++style) {
@@ -169,8 +181,12 @@ TEST(DateParse, Styles) {
     const std::size_t at = known.find(key);
     const int order = at == known.npos ? 0 : known[at + key.size()] - '0';
     const bool is_either = style == 0 || style == 9;
-    EXPECT_EQ(parse(kDatetime, "01/02/03", {style, 3}).substr(0, 10), style > 100 ? "-1" : brief[order]) << style;
-    EXPECT_EQ(parse(kDatetime, "03/2008/04", {style, 3}).substr(0, 10), style > 100 || is_either ? wide[order] : "-1") << style;
+    EXPECT_EQ(parse(kDatetime, "01/02/03", {style, 3}).substr(0, 10),
+              style > 100 ? "-1" : brief[order])
+        << style;
+    EXPECT_EQ(parse(kDatetime, "03/2008/04", {style, 3}).substr(0, 10),
+              style > 100 || is_either ? wide[order] : "-1")
+        << style;
     EXPECT_EQ(parse(kDatetime, "Jan 2 2008 10:15", {style, 3}), "2008-01-02 10:15:00.000");
   }
 }
@@ -181,13 +197,17 @@ TEST(DateParse, EachEntryKeepsItsPart) {
     const char* text;
     std::string results[6];  // of datetime, datea, timea, a clock, bigdatetime, bigtime
   } rows[] = {
-      {"2008-01-02 13:05:09.1234", {"2008-01-02 13:05:09.123", "2008-01-02 00:00:00.000", "1900-01-01 13:05:09.123", "-2",
-                                    "2008-01-02 13:05:09.123400", "1900-01-01 13:05:09.123400"}},
-      {"13:05:09.9999", {"1900-01-01 13:05:09.996", day0, "1900-01-01 13:05:09.996", "1900-01-01 13:05:09.996",
-                         "0001-01-01 13:05:09.999900", "1900-01-01 13:05:09.999900"}},
-      {"13:05:09:7", {"1900-01-01 13:05:09.006", day0, "1900-01-01 13:05:09.006", "1900-01-01 13:05:09.006",
-                      "0001-01-01 13:05:09.007000", "1900-01-01 13:05:09.007000"}},
-      {"0001-01-01", {"1", "0001-01-01 00:00:00.000", day0, "-2", "0001-01-01 00:00:00.000000", day0 + "000"}},
+      {"2008-01-02 13:05:09.1234",
+       {"2008-01-02 13:05:09.123", "2008-01-02 00:00:00.000", "1900-01-01 13:05:09.123", "-2",
+        "2008-01-02 13:05:09.123400", "1900-01-01 13:05:09.123400"}},
+      {"13:05:09.9999",
+       {"1900-01-01 13:05:09.996", day0, "1900-01-01 13:05:09.996", "1900-01-01 13:05:09.996",
+        "0001-01-01 13:05:09.999900", "1900-01-01 13:05:09.999900"}},
+      {"13:05:09:7",
+       {"1900-01-01 13:05:09.006", day0, "1900-01-01 13:05:09.006", "1900-01-01 13:05:09.006",
+        "0001-01-01 13:05:09.007000", "1900-01-01 13:05:09.007000"}},
+      {"0001-01-01",
+       {"1", "0001-01-01 00:00:00.000", day0, "-2", "0001-01-01 00:00:00.000000", day0 + "000"}},
       {"Jan 2 2008 5 6", {"-2", "2008-01-02 00:00:00.000", day0, "-1", "-2", day0 + "000"}},
       {"2008 5", {"-2", "2008-01-01 00:00:00.000", day0, "-2", "-2", day0 + "000"}},
       {"5", {"-2", "-2", "-2", "-2", "-2", "-2"}},
@@ -214,69 +234,149 @@ TEST(DateParse, RoundsFractionsInsideTheirSecond) {
     for (const Entry entry : {kDatetime, kClock}) {
       std::int32_t rounded = -1;
       EXPECT_EQ(parse(entry, text + (entry == kClock ? 11 : 0), {}, &rounded),
-                shown(0, 12 * kTicksPerHour + 59 * kTicksPerSecond + ticks)) << text;
+                shown(0, 12 * kTicksPerHour + 59 * kTicksPerSecond + ticks))
+          << text;
       EXPECT_EQ(rounded, micros % 1000 != 0) << text;
     }
     EXPECT_EQ(parse(kBig, text, {}), text);
   }
 }
 
-const char* const kOdd[12] = {"x", "Jan", "yy", "", "Feb", "zzzz", "J", "Ja", "JanX", "mar", "a", "mar"};
+const char* const kOdd[12] = {"x", "Jan", "yy",   "",    "Feb", "zzzz",
+                              "J", "Ja",  "JanX", "mar", "a",   "mar"};
 
 TEST(DateParse, NamesOfMonths) {
-  const char* const kanji[12] = {"\x88\xEA\x8C\x8E", "\x93\xF1\x8C\x8E", "\x8E\x4F\x8C\x8E", "\x8E\x6C\x8C\x8E",
-                                 "\x8C\xDC\x8C\x8E", "\x98\x5A\x8C\x8E", "\x8E\xB5\x8C\x8E", "\x94\xAA\x8C\x8E",
-                                 "\x8B\xE3\x8C\x8E", "\x8F\x5C\x8C\x8E", "\x8F\x5C\x88\xEA\x8C\x8E", "\x8F\x5C\x93\xF1\x8C\x8E"};
-  const char* const latin[12] = {"janvier", "f\xE9vrier", "mars", "avril", "mai", "juin", "juillet", "ao\xFBt",
-                                 "septembre", "octobre", "novembre", "d\xE9" "cembre"};
-  const char* const cut[12] = {"jan", "f\xE9v", "mar", "avr", "mai", "jui", "jui", "ao\xFB", "sep", "oct", "nov", "d\xE9" "c"};
-  const char* const utf8[12] = {"tammikuu", "helmikuu", "maaliskuu", "\xD0\xBC\xD0\xB0\xD0\xB9", "\xE4\xB8\x80\xE6\x9C\x88", "T", "",
-                                "\xC3", "am", "October", "marraskuu", "joulukuu"};
+  const char* const kanji[12] = {
+      "\x88\xEA\x8C\x8E", "\x93\xF1\x8C\x8E",         "\x8E\x4F\x8C\x8E",
+      "\x8E\x6C\x8C\x8E", "\x8C\xDC\x8C\x8E",         "\x98\x5A\x8C\x8E",
+      "\x8E\xB5\x8C\x8E", "\x94\xAA\x8C\x8E",         "\x8B\xE3\x8C\x8E",
+      "\x8F\x5C\x8C\x8E", "\x8F\x5C\x88\xEA\x8C\x8E", "\x8F\x5C\x93\xF1\x8C\x8E"};
+  const char* const latin[12] = {"janvier",
+                                 "f\xE9vrier",
+                                 "mars",
+                                 "avril",
+                                 "mai",
+                                 "juin",
+                                 "juillet",
+                                 "ao\xFBt",
+                                 "septembre",
+                                 "octobre",
+                                 "novembre",
+                                 "d\xE9"
+                                 "cembre"};
+  const char* const cut[12] = {"jan",
+                               "f\xE9v",
+                               "mar",
+                               "avr",
+                               "mai",
+                               "jui",
+                               "jui",
+                               "ao\xFB",
+                               "sep",
+                               "oct",
+                               "nov",
+                               "d\xE9"
+                               "c"};
+  const char* const utf8[12] = {"tammikuu",
+                                "helmikuu",
+                                "maaliskuu",
+                                "\xD0\xBC\xD0\xB0\xD0\xB9",
+                                "\xE4\xB8\x80\xE6\x9C\x88",
+                                "T",
+                                "",
+                                "\xC3",
+                                "am",
+                                "October",
+                                "marraskuu",
+                                "joulukuu"};
   const struct {
     const vdx_charattr* set;
     const char* const* months;
     const char* const* short_months;
     std::vector<std::pair<const char*, int>> words;  // with the month from 1, 0 for no name
   } rows[] = {
-      {&kSjis, kanji, cut, {{"\x88\xEA\x8C\x8E", 1}, {"\x8F\x5C\x93\xF1\x8C\x8E", 12}, {"\x88\xEA", 0}, {"\x88\xEA\x8C", 0}}},
+      {&kSjis,
+       kanji,
+       cut,
+       {{"\x88\xEA\x8C\x8E", 1},
+        {"\x8F\x5C\x93\xF1\x8C\x8E", 12},
+        {"\x88\xEA", 0},
+        {"\x88\xEA\x8C", 0}}},
       // Jan in wide letters, whole, cut and mixed.
-      {&kSjis, kEnglishMonths, kEnglishShortMonths, {{"\x82\x69\x82\x81\x82\x8E", 1}, {"\x82\x69\x82\x81\x8E", 0}, {"J\x82\x81N", 1}}},
+      {&kSjis,
+       kEnglishMonths,
+       kEnglishShortMonths,
+       {{"\x82\x69\x82\x81\x82\x8E", 1}, {"\x82\x69\x82\x81\x8E", 0}, {"J\x82\x81N", 1}}},
       {nullptr, kanji, latin, {{"\x88\xEA\x8C\x8E", 0}, {"NOVEMBRE", 11}, {"ao\xFBt", 0}}},
-      {&kLatin1, latin, cut, {{"F\xC9VRIER", 2}, {"f\xE9v", 2}, {"AO\xDBT", 8}, {"Jui", 6}, {"mai", 5}}},
+      {&kLatin1,
+       latin,
+       cut,
+       {{"F\xC9VRIER", 2}, {"f\xE9v", 2}, {"AO\xDBT", 8}, {"Jui", 6}, {"mai", 5}}},
       {&kAscii, latin, cut, {{"f\xE9v", 0}, {"nov", 11}}},
-      {&kUtf8, utf8, cut, {{"Tammikuu", 1}, {"\xD0\xBC\xD0\xB0\xD0\xB9", 4}, {"\xE4\xB8\x80\xE6\x9C\x88", 5}, {"\xE4\xB8\x80", 0},
-                           {"\xEF\xBC\xAF" "ctober", 10}, {"T", 0}, {"am", 0}, {"\xC3", 0}}},
-      {&kLatin1, kOdd, kOdd, {{"jan", 2}, {"mar", 10}, {"yyy", 0}, {"j", 7}, {"ja", 8}, {"janx", 9}}},
+      {&kUtf8,
+       utf8,
+       cut,
+       {{"Tammikuu", 1},
+        {"\xD0\xBC\xD0\xB0\xD0\xB9", 4},
+        {"\xE4\xB8\x80\xE6\x9C\x88", 5},
+        {"\xE4\xB8\x80", 0},
+        {"\xEF\xBC\xAF"
+         "ctober",
+         10},
+        {"T", 0},
+        {"am", 0},
+        {"\xC3", 0}}},
+      {&kLatin1,
+       kOdd,
+       kOdd,
+       {{"jan", 2}, {"mar", 10}, {"yyy", 0}, {"j", 7}, {"ja", 8}, {"janx", 9}}},
       {&kLatin1, kOdd, cut, {{"nov", 11}, {"jui", 6}}},
   };
   for (const auto& row : rows)
     for (const auto& [word, month] : row.words)
       for (const char* rest : {" 3 2008", "  3 2008  1:05PM"}) {
-        const std::string got = parse(kDatetime, std::string(word) + rest, {0, 1, row.set, row.months, row.short_months});
+        const std::string got = parse(kDatetime, std::string(word) + rest,
+                                      {0, 1, row.set, row.months, row.short_months});
         EXPECT_EQ(got.size() > 2 ? std::stoi(got.substr(5)) : 0, month) << word;
       }
   // Digits, signs, blank and letters of Shift-JIS in their wide forms.
-  EXPECT_EQ(parse(kDatetime, "\x82\x51\x82\x4F\x82\x4F\x82\x57\x81\x5E\x82\x50\x81\x5E\x82\x51\x81\x40\x82\x50\x81\x46\x82\x4F\x82\x54\x82\x6F\x82\x6C",
-                  {0, 1, &kSjis}), "2008-01-02 13:05:00.000");
+  EXPECT_EQ(parse(kDatetime,
+                  "\x82\x51\x82\x4F\x82\x4F\x82\x57\x81\x5E\x82\x50\x81\x5E\x82\x51\x81\x40\x82\x50"
+                  "\x81\x46\x82\x4F\x82\x54\x82\x6F\x82\x6C",
+                  {0, 1, &kSjis}),
+            "2008-01-02 13:05:00.000");
   // Every English name, by the tables that hold without a locale and by the same ones elsewhere.
   for (std::int32_t month = 0; month < 12; ++month)
     for (const char* const* names : {kEnglishMonths, kEnglishShortMonths}) {
       const std::string text = std::string(names[month]) + "  9 2008 12:05AM";
       const std::string expected = shown(day_number(2008, month, 9), 5 * kTicksPerMinute);
       EXPECT_EQ(parse(kDatetime, text, {}), expected);
-      EXPECT_EQ(parse(kDatetime, text, {0, 1, &kUtf8, kDefaultLocale.months.table(), kDefaultLocale.short_months.table()}), expected);
+      EXPECT_EQ(
+          parse(kDatetime, text,
+                {0, 1, &kUtf8, kDefaultLocale.months.table(), kDefaultLocale.short_months.table()}),
+          expected);
     }
 }
 
 // What the straight path accepts the grammar reads the same way, whatever the text.
 TEST(DateParse, StraightPathAgrees) {
-  const char* const samples[] = {"2008-01-02 13:05:09.123", "2008-01-02", "1999/12/31T23:59", "2000.02.29t00:00:00",
-                                 "2008-01-02 13:05:09.000999", "2008-01-02 13:05:09.1", "Jan  2 2008  1:05PM",
-                                 "dec 31 1999 12:59am", "Feb 29 2000", "May  9 2049"};
+  const char* const samples[] = {"2008-01-02 13:05:09.123",
+                                 "2008-01-02",
+                                 "1999/12/31T23:59",
+                                 "2000.02.29t00:00:00",
+                                 "2008-01-02 13:05:09.000999",
+                                 "2008-01-02 13:05:09.1",
+                                 "Jan  2 2008  1:05PM",
+                                 "dec 31 1999 12:59am",
+                                 "Feb 29 2000",
+                                 "May  9 2049"};
   for (const char* text : samples) {
     DateFields fields;
-    EXPECT_TRUE(parse_by_shape({reinterpret_cast<const std::uint8_t*>(text), static_cast<std::int32_t>(std::strlen(text)), 0, 1,
-                                kEnglishMonths, kEnglishShortMonths, &kLatin1}, DateGrain::kTicks, fields)) << text;
+    EXPECT_TRUE(parse_by_shape(
+        {reinterpret_cast<const std::uint8_t*>(text), static_cast<std::int32_t>(std::strlen(text)),
+         0, 1, kEnglishMonths, kEnglishShortMonths, &kLatin1},
+        DateGrain::kTicks, fields))
+        << text;
   }
   const std::string_view letters = "0123456789 -/.:,TtAaPpMmJjNnx\t[{@`\xC9";
   const vdx_charattr* const sets[] = {&kLatin1, &kUtf8, nullptr, &kSjis};
@@ -290,17 +390,28 @@ TEST(DateParse, StraightPathAgrees) {
       const std::size_t at = random.below(text.size());
       const char letter = letters[random.below(letters.size())];
       switch (random.below(8)) {
-        case 0: text.insert(at, 1, letter); break;
-        case 1: text.erase(at, 1); break;
-        case 2: text.resize(at + 1); break;
-        default: text[at] = letter;
+        case 0:
+          text.insert(at, 1, letter);
+          break;
+        case 1:
+          text.erase(at, 1);
+          break;
+        case 2:
+          text.resize(at + 1);
+          break;
+        default:
+          text[at] = letter;
       }
     }
     const Exact in(text);
     const bool plain = random.below(2) == 0;
-    const DateText whole{in.bytes.get(), in.length, static_cast<std::int32_t>(random.below(3) == 0 ? random.below(12) : 0),
-                         static_cast<std::int32_t>(random.below(8)), plain ? kDefaultLocale.months.table() : tables[random.below(4)],
-                         plain ? kDefaultLocale.short_months.table() : tables[random.below(4)], sets[random.below(4)]};
+    const DateText whole{in.bytes.get(),
+                         in.length,
+                         static_cast<std::int32_t>(random.below(3) == 0 ? random.below(12) : 0),
+                         static_cast<std::int32_t>(random.below(8)),
+                         plain ? kDefaultLocale.months.table() : tables[random.below(4)],
+                         plain ? kDefaultLocale.short_months.table() : tables[random.below(4)],
+                         sets[random.below(4)]};
     for (const DateGrain grain : {DateGrain::kTicks, DateGrain::kMicroseconds}) {
       DateFields fast;
       if (!parse_by_shape(whole, grain, fast)) continue;
@@ -318,13 +429,19 @@ TEST(DateParse, StraightPathAgrees) {
 
 // Every prefix of texts in buffers without a byte to spare, in every set; a sanitizer watches.
 TEST(DateParse, ReadsNothingBehindTheText) {
-  const std::string_view texts[] = {"January 2, 2008 13:05:09.123456PM", "2008-01-02T13:05:09.123456", "Jan  2 2008  1:05PM",
-                                    "01/02/03 10 PM 20080102 1234567", "\x82\x51\x82\x4F\x82\x4F\x82\x57\x81\x5E\x82\x6F\x82\x6C\x88\xEA\x8C\x8E",
-                                    "\xE4\xB8\x80\xE6\x9C\x88 \xF0\x9F\x98\x80 \xEF\xBC\x91"};
+  const std::string_view texts[] = {
+      "January 2, 2008 13:05:09.123456PM",
+      "2008-01-02T13:05:09.123456",
+      "Jan  2 2008  1:05PM",
+      "01/02/03 10 PM 20080102 1234567",
+      "\x82\x51\x82\x4F\x82\x4F\x82\x57\x81\x5E\x82\x6F\x82\x6C\x88\xEA\x8C\x8E",
+      "\xE4\xB8\x80\xE6\x9C\x88 \xF0\x9F\x98\x80 \xEF\xBC\x91"};
   for (const std::string_view text : texts)
     for (std::size_t n = 0; n <= text.size(); ++n)
-      for (const vdx_charattr* set : {&kLatin1, &kUtf8, &kSjis, static_cast<const vdx_charattr*>(nullptr)})
-        for (int entry = 0; entry < 6; ++entry) EXPECT_NE(parse(entry, text.substr(0, n), {0, 1, set}), "");
+      for (const vdx_charattr* set :
+           {&kLatin1, &kUtf8, &kSjis, static_cast<const vdx_charattr*>(nullptr)})
+        for (int entry = 0; entry < 6; ++entry)
+          EXPECT_NE(parse(entry, text.substr(0, n), {0, 1, set}), "");
 }
 
 TEST(DateParseDeathTest, ChecksItsPointers) {
@@ -336,12 +453,21 @@ TEST(DateParseDeathTest, ChecksItsPointers) {
   const char* const null = "NULL pointer , file 'parse.cpp'";
   for (int bad = 0; bad < 5; ++bad) {
     const auto pick = [bad](int i, auto* p) { return bad == i ? nullptr : p; };
-    EXPECT_DEATH(com__datefromchar_mb(pick(0, &value), pick(1, text), 5, 0, 1, pick(2, m), pick(3, m), nullptr, pick(4, &rounded)), null);
-    EXPECT_DEATH(com__dateafromchar_mb(pick(0, &word), bad == 4 ? nullptr : pick(1, text), 5, 0, 1, pick(2, m), pick(3, m), nullptr), null);
-    EXPECT_DEATH(com__timeafromchar_mb(pick(0, &word), bad == 4 ? nullptr : pick(1, text), 5, 0, 1, pick(2, m), pick(3, m), nullptr), null);
-    EXPECT_DEATH(com__timefromchar_mb(pick(0, &value), pick(1, text), 5, 0, nullptr, bad < 2 ? &rounded : nullptr), null);
+    EXPECT_DEATH(com__datefromchar_mb(pick(0, &value), pick(1, text), 5, 0, 1, pick(2, m),
+                                      pick(3, m), nullptr, pick(4, &rounded)),
+                 null);
+    EXPECT_DEATH(com__dateafromchar_mb(pick(0, &word), bad == 4 ? nullptr : pick(1, text), 5, 0, 1,
+                                       pick(2, m), pick(3, m), nullptr),
+                 null);
+    EXPECT_DEATH(com__timeafromchar_mb(pick(0, &word), bad == 4 ? nullptr : pick(1, text), 5, 0, 1,
+                                       pick(2, m), pick(3, m), nullptr),
+                 null);
+    EXPECT_DEATH(com__timefromchar_mb(pick(0, &value), pick(1, text), 5, 0, nullptr,
+                                      bad < 2 ? &rounded : nullptr),
+                 null);
   }
-  EXPECT_DEATH(com__timefromchar_mb(&value, text, -1, 0, nullptr, &rounded), "assertion failed, file 'parse.cpp'");
+  EXPECT_DEATH(com__timefromchar_mb(&value, text, -1, 0, nullptr, &rounded),
+               "assertion failed, file 'parse.cpp'");
 }
 
 }  // namespace
