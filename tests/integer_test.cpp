@@ -195,7 +195,8 @@ TEST(Floats, ToMoney) {
     const Result there = convert(table.context, VDX_MNY4, image(count), VDX_FLT8);
     ASSERT_EQ(convert(table.context, VDX_FLT8, there.bytes, VDX_MNY4).as<std::int32_t>(), count);
   }
-  EXPECT_EQ(convert(table.context, VDX_FLT4, image(-1.5F), VDX_MONEY).bytes, in_memory(kTypes[9], -15000));
+  for (const Type& money : {kTypes[8], kTypes[9]})
+    EXPECT_EQ(convert(table.context, VDX_FLT4, image(-1.5F), money.code).bytes, in_memory(money, -15000));
 }
 
 TEST(Integers, ImagesKeepTheBytes) {
@@ -224,6 +225,7 @@ TEST(Integers, ImagesKeepTheBytes) {
     EXPECT_EQ(r.length, 258);
     EXPECT_EQ(r.as<std::int16_t>(), from.size);
     EXPECT_EQ(Bytes(r.bytes.begin() + 2, r.bytes.begin() + 2 + from.size), source);
+    EXPECT_EQ(convert(table.context, from.code, source, VDX_BIN).written(), source);
   }
   // Bit has its own ways.
   const Result nothing = convert(table.context, VDX_BIT, {1}, VDX_BIN, {.maxlength = 0});
@@ -513,6 +515,10 @@ TEST(Text, ToIntegersMapsResultsToCodes) {
       {"1x", VDX_I1, VDX_SYNTAX, 0, 0},     {"-7", VDX_BIT, 1, 1, 1},
       {"0", VDX_BIT, 1, 1, 0},              {"99999999999", VDX_BIT, VDX_OVERFLOW, 1, 1},
       {"yes", VDX_BIT, VDX_SYNTAX, 0, 0},
+      {" -$1.5", VDX_MNY4, 1, 4, -15000},   {"300000", VDX_MNY4, VDX_OVERFLOW, 4, INT32_MAX},
+      {"1.2.3", VDX_MNY4, VDX_SYNTAX, 0, 0}, {"$1,234.56785", VDX_MONEY, 1, 8, 12345679},
+      {"-922337203685477.5808", VDX_MONEY, 1, 8, INT64_MIN}, {"$$1", VDX_MONEY, VDX_SYNTAX, 0, 0},
+      {"922337203685477.5808", VDX_MONEY, VDX_OVERFLOW, 8, 922337203685477580},
   };
   for (const auto& row : rows)
     for (const bool counted : {false, true}) {
@@ -521,7 +527,7 @@ TEST(Text, ToIntegersMapsResultsToCodes) {
       const Result r = convert(table.context, counted ? VDX_VARCHAR : VDX_CHAR, source, row.to);
       EXPECT_EQ(r.code, row.code);
       EXPECT_EQ(r.length, row.length);
-      Bytes expected = image(row.value);
+      Bytes expected = row.to == VDX_MONEY ? in_memory(kTypes[9], row.value) : image(row.value);
       expected.resize(static_cast<std::size_t>(row.length));
       EXPECT_EQ(r.written(), expected);
     }
