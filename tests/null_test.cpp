@@ -27,7 +27,8 @@ struct Got {
 };
 
 std::ostream& operator<<(std::ostream& out, const Got& got) {
-  return out << got.code << " length " << got.length << " bytes " << testing::PrintToString(got.bytes);
+  return out << got.code << " length " << got.length << " bytes "
+             << testing::PrintToString(got.bytes);
 }
 
 // Checks that nothing is written beyond the room and cuts off what was never written.
@@ -61,8 +62,8 @@ Bytes numeric(std::uint8_t precision, std::uint8_t scale, std::size_t length = 3
 }
 
 TEST(Null, DefaultsOfEveryDatatype) {
-  const int lengths[40] = {0, 0,  0,  0,   0,   0, 1, 2, 4, 4, 8, 1, 8, 8, 8, 8, 35, 35, 258, 258,
-                           4, 0,  0,  4,   2,   1, 4, 4, 4, 1, 8, 2, 4, 8, 0, 8, 8,  32, 32,  32};
+  const int lengths[40] = {0, 0, 0, 0, 0, 0, 1, 2, 4, 4, 8, 1, 8, 8, 8, 8, 35, 35, 258, 258,
+                           4, 0, 0, 4, 2, 1, 4, 4, 4, 1, 8, 2, 4, 8, 0, 8, 8,  32, 32,  32};
   Nulls nulls;
   ASSERT_EQ(com_null_init(&nulls.context), 1);
   EXPECT_EQ(nulls.context.null_count, 40);
@@ -145,7 +146,8 @@ TEST(Null, FollowsTheDestination) {
       {VDX_DECIMAL, 35, 0, {1, 4, {0, 2, 'c', 'd'}}, 0, 2},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.datatype << " room " << row.room << " flags " << row.flags);
+    SCOPED_TRACE(testing::Message()
+                 << row.datatype << " room " << row.room << " flags " << row.flags);
     EXPECT_EQ(get(c, row.datatype, row.room, row.flags, row.precision, row.scale), row.expected);
   }
 }
@@ -275,11 +277,12 @@ TEST(OldNull, FixedTypes) {
   const struct {
     Filler filler;
     std::int32_t size;
-  } rows[] = {{com_seti1null, 1},       {com_seti2null, 2},    {com_seti4null, 4},       {com_seti8null, 8},
-              {com_setui2null, 2},      {com_setui4null, 4},   {com_setui8null, 8},      {com_setbitnull, 1},
-              {com_setflt4null, 4},     {com_setflt8null, 8},  {com_setmoneynull, 8},    {com_setmny4null, 4},
-              {com_setdatetimenull, 8}, {com_setdate4null, 4}, {com_setdateanull, 4},    {com_settimeanull, 4},
-              {com_setbigtimenull, 8},  {com_setbigdatetimenull, 8}};
+  } rows[] = {{com_seti1null, 1},       {com_seti2null, 2},      {com_seti4null, 4},
+              {com_seti8null, 8},       {com_setui2null, 2},     {com_setui4null, 4},
+              {com_setui8null, 8},      {com_setbitnull, 1},     {com_setflt4null, 4},
+              {com_setflt8null, 8},     {com_setmoneynull, 8},   {com_setmny4null, 4},
+              {com_setdatetimenull, 8}, {com_setdate4null, 4},   {com_setdateanull, 4},
+              {com_settimeanull, 4},    {com_setbigtimenull, 8}, {com_setbigdatetimenull, 8}};
   const char value[] = "123456789";
   for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
@@ -289,7 +292,8 @@ TEST(OldNull, FixedTypes) {
         const std::int32_t fits = room > 0 ? std::min(room, size) : size;
         const std::int32_t given = length < 0 ? size : length;
         Bytes expected(static_cast<std::size_t>(fits));
-        EXPECT_EQ(fill(row.filler, room, nullptr, length), (Got{fits < size ? -5 : size, 0, expected}));
+        EXPECT_EQ(fill(row.filler, room, nullptr, length),
+                  (Got{fits < size ? -5 : size, 0, expected}));
         std::copy_n(value, std::min(given, fits), expected.begin());
         EXPECT_EQ(fill(row.filler, room, value, length < 0 ? VDX_UNUSED : length),
                   (Got{fits < size || given > size ? -5 : size, 0, expected}));
@@ -375,7 +379,8 @@ TEST(OldNull, Numerics) {
     for (const auto& row : rows) {
       SCOPED_TRACE(&row - rows);
       Bytes bytes(48, kGuard);
-      EXPECT_EQ(function(bytes.data(), row.room, row.value, row.length, row.precision, row.scale), row.code);
+      EXPECT_EQ(function(bytes.data(), row.room, row.value, row.length, row.precision, row.scale),
+                row.code);
       EXPECT_EQ(written(bytes, row.room > 0 ? static_cast<std::size_t>(row.room) : 35), row.bytes);
     }
 }
@@ -384,7 +389,8 @@ TEST(OldNullDeath, ReportsBrokenContracts) {
   const char *null = "Invalid NULL pointer , file 'com_setnull.cpp' line",
              *contract = "assertion failed, file 'com_setnull.cpp' line";
   char b[300];
-  for (const Filler filler : {com_seti4null, com_setbinarynull, com_setcharnull, com_setvarycharnull}) {
+  for (const Filler filler :
+       {com_seti4null, com_setbinarynull, com_setcharnull, com_setvarycharnull}) {
     EXPECT_DEATH(filler(nullptr, 4, "a", 1), null);
     EXPECT_DEATH(filler(b, 4, "a", -1), contract);
   }

@@ -32,7 +32,8 @@ VDX_API int32_t com_null_init(vdx_context *context);
  * where no entry of a user datatype could be made, nothing changed. A negative length or datatype
  * is an assertion; a null context, a missing table and a null value of a positive length are
  * reported. */
-VDX_API int32_t com_null_set(vdx_context *context, int32_t datatype, const void *value, int32_t length);
+VDX_API int32_t com_null_set(vdx_context *context, int32_t datatype, const void *value,
+                             int32_t length);
 
 /* Writes the null image of a datatype into a destination.
  *
@@ -57,8 +58,8 @@ VDX_API int32_t com_null_set(vdx_context *context, int32_t datatype, const void 
  * whole unit) being zero then and length that of the cut image; VDX_BAD_PADDING for both padding
  * flags, only the image being written then. Null pointers, a missing table and a datatype without
  * an image are reported; a negative datatype is an assertion. */
-VDX_API int32_t com_null_get(vdx_context *context, const vdx_datafmt *format, void *destination, int32_t maxlength,
-                             int32_t *length);
+VDX_API int32_t com_null_get(vdx_context *context, const vdx_datafmt *format, void *destination,
+                             int32_t maxlength, int32_t *length);
 
 /* Restores the default null image of a datatype. A user datatype has none: its entry, if there is
  * one, stays without an image.
@@ -93,36 +94,59 @@ enum {
  *
  * Fixed-length types write the length of the type, zero bytes behind a shorter value, and return
  * that length. A value longer than the type is cut to it. */
-VDX_API int32_t com_seti1null(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_seti2null(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_seti4null(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_seti8null(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setui2null(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setui4null(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setui8null(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setbitnull(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setflt4null(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setflt8null(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setmoneynull(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setmny4null(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setdatetimenull(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setdate4null(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setdateanull(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_settimeanull(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setbigdatetimenull(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setbigtimenull(void *destination, int32_t length, const void *value, int32_t value_length);
+VDX_API int32_t com_seti1null(void *destination, int32_t length, const void *value,
+                              int32_t value_length);
+VDX_API int32_t com_seti2null(void *destination, int32_t length, const void *value,
+                              int32_t value_length);
+VDX_API int32_t com_seti4null(void *destination, int32_t length, const void *value,
+                              int32_t value_length);
+VDX_API int32_t com_seti8null(void *destination, int32_t length, const void *value,
+                              int32_t value_length);
+VDX_API int32_t com_setui2null(void *destination, int32_t length, const void *value,
+                               int32_t value_length);
+VDX_API int32_t com_setui4null(void *destination, int32_t length, const void *value,
+                               int32_t value_length);
+VDX_API int32_t com_setui8null(void *destination, int32_t length, const void *value,
+                               int32_t value_length);
+VDX_API int32_t com_setbitnull(void *destination, int32_t length, const void *value,
+                               int32_t value_length);
+VDX_API int32_t com_setflt4null(void *destination, int32_t length, const void *value,
+                                int32_t value_length);
+VDX_API int32_t com_setflt8null(void *destination, int32_t length, const void *value,
+                                int32_t value_length);
+VDX_API int32_t com_setmoneynull(void *destination, int32_t length, const void *value,
+                                 int32_t value_length);
+VDX_API int32_t com_setmny4null(void *destination, int32_t length, const void *value,
+                                int32_t value_length);
+VDX_API int32_t com_setdatetimenull(void *destination, int32_t length, const void *value,
+                                    int32_t value_length);
+VDX_API int32_t com_setdate4null(void *destination, int32_t length, const void *value,
+                                 int32_t value_length);
+VDX_API int32_t com_setdateanull(void *destination, int32_t length, const void *value,
+                                 int32_t value_length);
+VDX_API int32_t com_settimeanull(void *destination, int32_t length, const void *value,
+                                 int32_t value_length);
+VDX_API int32_t com_setbigdatetimenull(void *destination, int32_t length, const void *value,
+                                       int32_t value_length);
+VDX_API int32_t com_setbigtimenull(void *destination, int32_t length, const void *value,
+                                   int32_t value_length);
 
 /* Bytes and text write the value and fill the room behind it: with zero bytes, with blanks
  * (com_setcharnull), or with UTF-16 blanks in native order (com_setunicharnull, an odd byte of room
  * being zero). Return the bytes of the value, 0 for the default one. */
-VDX_API int32_t com_setbinarynull(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setcharnull(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setunicharnull(void *destination, int32_t length, const void *value, int32_t value_length);
+VDX_API int32_t com_setbinarynull(void *destination, int32_t length, const void *value,
+                                  int32_t value_length);
+VDX_API int32_t com_setcharnull(void *destination, int32_t length, const void *value,
+                                int32_t value_length);
+VDX_API int32_t com_setunicharnull(void *destination, int32_t length, const void *value,
+                                   int32_t value_length);
 
 /* The same into a vdx_varbin or vdx_varchar: its length, the value of up to 256 bytes, and zero
  * bytes to the end of the record or of the room. A positive room below 2 is an assertion. */
-VDX_API int32_t com_setvarybinarynull(void *destination, int32_t length, const void *value, int32_t value_length);
-VDX_API int32_t com_setvarycharnull(void *destination, int32_t length, const void *value, int32_t value_length);
+VDX_API int32_t com_setvarybinarynull(void *destination, int32_t length, const void *value,
+                                      int32_t value_length);
+VDX_API int32_t com_setvarycharnull(void *destination, int32_t length, const void *value,
+                                    int32_t value_length);
 
 /* Exact numerics: value is a vdx_num, of which up to 35 bytes are read, and is rounded to the
  * precision (1 to 77) and scale (0 to 77); the default is zero in them.
@@ -130,10 +154,10 @@ VDX_API int32_t com_setvarycharnull(void *destination, int32_t length, const voi
  * Returns 35; VDX_NULL_BAD_PRECISION or VDX_NULL_BAD_SCALE, nothing written then; VDX_INVALID when
  * value is no exact numeric, nothing written; VDX_OVERFLOW when it does not fit the precision, the
  * largest number of its sign being written; VDX_NULL_CUT when the room is below 35. */
-VDX_API int32_t com_setnumnull(void *destination, int32_t length, const void *value, int32_t value_length,
-                               int32_t precision, int32_t scale);
-VDX_API int32_t com_setdecimalnull(void *destination, int32_t length, const void *value, int32_t value_length,
-                                   int32_t precision, int32_t scale);
+VDX_API int32_t com_setnumnull(void *destination, int32_t length, const void *value,
+                               int32_t value_length, int32_t precision, int32_t scale);
+VDX_API int32_t com_setdecimalnull(void *destination, int32_t length, const void *value,
+                                   int32_t value_length, int32_t precision, int32_t scale);
 
 VDX_END_DECLS
 

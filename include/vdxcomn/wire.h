@@ -22,7 +22,8 @@ enum {
  * datatype  code, any value
  * Returns XS_SUCCEED; VDX_NO_WIRE_TYPE for codes outside 0 to 39, varchar, varbin and the
  * unassigned codes. */
-VDX_API int32_t com_tds_get_fixed_tdstype(int32_t datatype, int32_t *token, int32_t *length_kind, int32_t *length);
+VDX_API int32_t com_tds_get_fixed_tdstype(int32_t datatype, int32_t *token, int32_t *length_kind,
+                                          int32_t *length);
 
 /* The same for a datatype that can be null: its nullable token where it has one. */
 VDX_API int32_t com_tds_get_nullable_tdstype(int32_t datatype, int32_t *token, int32_t *length_kind,

@@ -70,15 +70,19 @@ constexpr std::array<DefaultNull, VDX_DATATYPES> kDefaultNulls = [] {
   set({VDX_I2, 24, VDX_UI2}, 2, null_fixed);
   set({VDX_I4, VDX_FLT4, 20, VDX_VOID, VDX_BLOB, VDX_DATEA, VDX_TIMEA, VDX_UI4}, 4, null_fixed);
   // The short date and money types too: their images are those of their longer kin.
-  set({VDX_FLT8, VDX_DATETIME, VDX_DATE4, VDX_MONEY, VDX_MNY4, VDX_I8, VDX_UI8, VDX_BIGDATETIME, VDX_BIGTIME}, 8,
-      null_fixed);
+  set({VDX_FLT8, VDX_DATETIME, VDX_DATE4, VDX_MONEY, VDX_MNY4, VDX_I8, VDX_UI8, VDX_BIGDATETIME,
+       VDX_BIGTIME},
+      8, null_fixed);
   set({VDX_NUM, VDX_DECIMAL}, sizeof kNumeric, null_fixed, kNumeric);
   set({VDX_VARCHAR, VDX_VARBIN}, sizeof kZeros, null_fixed);
-  set({VDX_TEXTLOCATOR, VDX_IMAGELOCATOR, VDX_UNITEXTLOCATOR}, sizeof kLocator, null_fixed, kLocator.data());
+  set({VDX_TEXTLOCATOR, VDX_IMAGELOCATOR, VDX_UNITEXTLOCATOR}, sizeof kLocator, null_fixed,
+      kLocator.data());
   return nulls;
 }();
 
-const DefaultNull& default_null(std::int32_t datatype) { return kDefaultNulls[static_cast<std::size_t>(datatype)]; }
+const DefaultNull& default_null(std::int32_t datatype) {
+  return kDefaultNulls[static_cast<std::size_t>(datatype)];
+}
 
 void* copy_image(vdx_context* context, const void* image, std::int32_t length) {
   void* const copy = allocate(context, static_cast<std::size_t>(std::max(length, 1)));
@@ -92,7 +96,8 @@ void drop_image(vdx_null_value& value) {
   value.length = 0;
 }
 
-std::int32_t set_image(vdx_context* context, vdx_null_value& value, const void* image, std::int32_t length) {
+std::int32_t set_image(vdx_context* context, vdx_null_value& value, const void* image,
+                       std::int32_t length) {
   drop_image(value);
   if (length == 0) return XS_SUCCEED;
   value.image = copy_image(context, image, length);
@@ -102,7 +107,8 @@ std::int32_t set_image(vdx_context* context, vdx_null_value& value, const void* 
 }
 
 vdx_null_extension** find_extension(vdx_context* context, std::int32_t datatype) {
-  return find_link(&context->null_extensions, &vdx_null_extension::next, &vdx_null_extension::datatype, datatype);
+  return find_link(&context->null_extensions, &vdx_null_extension::next,
+                   &vdx_null_extension::datatype, datatype);
 }
 
 void release(vdx_context* context) {
@@ -119,7 +125,8 @@ void release(vdx_context* context) {
 bool is_numeric(std::int32_t datatype) { return datatype == VDX_NUM || datatype == VDX_DECIMAL; }
 
 // Bytes that the image takes of the destination.
-std::int32_t image_length(const vdx_datafmt& format, const vdx_null_value& value, std::int32_t room) {
+std::int32_t image_length(const vdx_datafmt& format, const vdx_null_value& value,
+                          std::int32_t room) {
   const bool sized = is_numeric(format.datatype) && format.precision >= 1 && format.precision <= 77;
   return std::min(sized ? comb_get_Prec_To_Len(format.precision) + 2 : value.length, room);
 }
@@ -136,7 +143,8 @@ std::int32_t com_null_init(vdx_context* context) {
   context->nulls = static_cast<vdx_null_value*>(vdx::allocate(context, bytes));
   if (context->nulls == nullptr) return VDX_TRACE(XS_MEM_ERROR);
   // Every entry is whole from the start, so that what a failure leaves can be released.
-  for (std::int32_t i = 0; i < VDX_DATATYPES; ++i) context->nulls[i] = {nullptr, 0, vdx::default_null(i).kind};
+  for (std::int32_t i = 0; i < VDX_DATATYPES; ++i)
+    context->nulls[i] = {nullptr, 0, vdx::default_null(i).kind};
   for (std::int32_t i = 0; i < VDX_DATATYPES; ++i) {
     const vdx::DefaultNull& initial = vdx::default_null(i);
     vdx_null_value& value = context->nulls[i];
@@ -147,7 +155,8 @@ std::int32_t com_null_init(vdx_context* context) {
   return VDX_TRACE(XS_SUCCEED);
 }
 
-std::int32_t com_null_set(vdx_context* context, std::int32_t datatype, const void* value, std::int32_t length) {
+std::int32_t com_null_set(vdx_context* context, std::int32_t datatype, const void* value,
+                          std::int32_t length) {
   VDX_CHECK_POINTER(context, XS_FAIL);
   if (length > 0) VDX_CHECK_POINTER(value, XS_FAIL);
   VDX_ASSERT(length >= 0 && datatype >= 0, XS_FAIL);
@@ -210,7 +219,8 @@ std::int32_t com_null_reinstall(vdx_context* context, std::int32_t datatype) {
   VDX_CHECK_POINTER(context, XS_FAIL);
   VDX_ASSERT(datatype >= 0, XS_FAIL);
   if (datatype >= VDX_USER) {
-    if (vdx_null_extension* const entry = *vdx::find_extension(context, datatype)) vdx::drop_image(entry->value);
+    if (vdx_null_extension* const entry = *vdx::find_extension(context, datatype))
+      vdx::drop_image(entry->value);
     return VDX_TRACE(XS_SUCCEED);
   }
   VDX_CHECK_POINTER(context->nulls, XS_FAIL);

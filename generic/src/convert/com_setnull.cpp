@@ -26,7 +26,8 @@ struct Filling {
 std::int32_t value_length(const void* value, std::int32_t length, std::int32_t fixed, bool text) {
   if (value == nullptr) return 0;
   if (length == VDX_UNUSED) return fixed;
-  if (length == VDX_NULLTERM && text) return static_cast<std::int32_t>(std::strlen(static_cast<const char*>(value)));
+  if (length == VDX_NULLTERM && text)
+    return static_cast<std::int32_t>(std::strlen(static_cast<const char*>(value)));
   return length;
 }
 
@@ -70,7 +71,8 @@ struct Open {
     if constexpr (Pad == Padding::utf16_blanks)
       fill_utf16_blanks(f.destination, n, room, false);
     else
-      std::memset(f.destination + n, Pad == Padding::blanks ? ' ' : 0, static_cast<std::size_t>(room - n));
+      std::memset(f.destination + n, Pad == Padding::blanks ? ' ' : 0,
+                  static_cast<std::size_t>(room - n));
     return n < f.length ? std::int32_t{VDX_NULL_CUT} : n;
   }
 };
@@ -124,27 +126,28 @@ struct Numeric {
 
 }  // namespace vdx
 
-#define VDX_FILLER(name, rule) \
-  std::int32_t com_set##name##null(void* destination, std::int32_t length, const void* value, \
-                                   std::int32_t value_length) { \
-    using Rule = vdx::rule; \
-    VDX_CHECK_POINTER(destination, 0); \
+#define VDX_FILLER(name, rule)                                                                 \
+  std::int32_t com_set##name##null(void* destination, std::int32_t length, const void* value,  \
+                                   std::int32_t value_length) {                                \
+    using Rule = vdx::rule;                                                                    \
+    VDX_CHECK_POINTER(destination, 0);                                                         \
     const std::int32_t n = vdx::value_length(value, value_length, Rule::kLength, Rule::kText); \
-    VDX_ASSERT(n >= 0 && (length <= 0 || length >= Rule::kLeastRoom), 0); \
-    return Rule::fill({static_cast<unsigned char*>(destination), length, value, n}); \
+    VDX_ASSERT(n >= 0 && (length <= 0 || length >= Rule::kLeastRoom), 0);                      \
+    return Rule::fill({static_cast<unsigned char*>(destination), length, value, n});           \
   }
 
-#define VDX_NUMERIC_FILLER(name) \
-  std::int32_t com_set##name##null(void* destination, std::int32_t length, const void* value, \
-                                   std::int32_t value_length, std::int32_t precision, \
-                                   std::int32_t scale) { \
-    using Rule = vdx::Numeric; \
-    VDX_CHECK_POINTER(destination, 0); \
-    if (precision < 1 || precision > 77) return VDX_NULL_BAD_PRECISION; \
-    if (scale < 0 || scale > 77) return VDX_NULL_BAD_SCALE; \
+#define VDX_NUMERIC_FILLER(name)                                                               \
+  std::int32_t com_set##name##null(void* destination, std::int32_t length, const void* value,  \
+                                   std::int32_t value_length, std::int32_t precision,          \
+                                   std::int32_t scale) {                                       \
+    using Rule = vdx::Numeric;                                                                 \
+    VDX_CHECK_POINTER(destination, 0);                                                         \
+    if (precision < 1 || precision > 77) return VDX_NULL_BAD_PRECISION;                        \
+    if (scale < 0 || scale > 77) return VDX_NULL_BAD_SCALE;                                    \
     const std::int32_t n = vdx::value_length(value, value_length, Rule::kLength, Rule::kText); \
-    VDX_ASSERT(n >= 0, 0); \
-    return Rule::fill({static_cast<unsigned char*>(destination), length, value, n}, precision, scale); \
+    VDX_ASSERT(n >= 0, 0);                                                                     \
+    return Rule::fill({static_cast<unsigned char*>(destination), length, value, n}, precision, \
+                      scale);                                                                  \
   }
 
 VDX_FILLER(i1, Fixed<1>)

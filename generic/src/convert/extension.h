@@ -12,7 +12,8 @@ namespace vdx {
 
 // Where the entry with the wanted code hangs, or would: the head or the last entry's link.
 template <class Entry>
-Entry** find_link(Entry** link, Entry* Entry::*next, std::int32_t Entry::*code, std::int32_t wanted) {
+Entry** find_link(Entry** link, Entry* Entry::*next, std::int32_t Entry::*code,
+                  std::int32_t wanted) {
   while (*link != nullptr && (*link)->*code != wanted) link = &((*link)->*next);
   return link;
 }

@@ -65,28 +65,18 @@ constexpr ByDatatype kPlain = {{
 
 // Where a value that can be null travels under a token of its own.
 constexpr WireType kNullableVariants[] = {
-    {39, VDX_CHAR, 255, 1, 1},
-    {37, VDX_BIN, 255, 0, 1},
-    {38, VDX_I1, 1, 0, 1},
-    {38, VDX_I2, 2, 0, 1},
-    {38, VDX_I4, 4, 0, 1},
-    {109, VDX_FLT4, 4, 0, 1},
-    {109, VDX_FLT8, 8, 0, 1},
-    {111, VDX_DATETIME, 8, 0, 1},
-    {111, VDX_DATE4, 4, 0, 1},
-    {110, VDX_MONEY, 8, 0, 1},
-    {110, VDX_MNY4, 4, 0, 1},
-    {123, VDX_DATEA, 4, 0, 1},
-    {147, VDX_TIMEA, 4, 0, 1},
-    {38, VDX_I8, 8, 0, 1},
-    {68, VDX_UI2, 2, 0, 1},
-    {68, VDX_UI4, 4, 0, 1},
-    {68, VDX_UI8, 8, 0, 1},
+    {39, VDX_CHAR, 255, 1, 1}, {37, VDX_BIN, 255, 0, 1},     {38, VDX_I1, 1, 0, 1},
+    {38, VDX_I2, 2, 0, 1},     {38, VDX_I4, 4, 0, 1},        {109, VDX_FLT4, 4, 0, 1},
+    {109, VDX_FLT8, 8, 0, 1},  {111, VDX_DATETIME, 8, 0, 1}, {111, VDX_DATE4, 4, 0, 1},
+    {110, VDX_MONEY, 8, 0, 1}, {110, VDX_MNY4, 4, 0, 1},     {123, VDX_DATEA, 4, 0, 1},
+    {147, VDX_TIMEA, 4, 0, 1}, {38, VDX_I8, 8, 0, 1},        {68, VDX_UI2, 2, 0, 1},
+    {68, VDX_UI4, 4, 0, 1},    {68, VDX_UI8, 8, 0, 1},
 };
 
 constexpr ByDatatype kNullable = [] {
   ByDatatype rows = kPlain;
-  for (const WireType& variant : kNullableVariants) rows[static_cast<std::size_t>(variant.datatype)] = variant;
+  for (const WireType& variant : kNullableVariants)
+    rows[static_cast<std::size_t>(variant.datatype)] = variant;
   return rows;
 }();
 
@@ -132,24 +122,12 @@ constexpr WireType kTokens[] = {
 
 // Nullable tokens, which the length tells apart; looked at where the token is not above.
 constexpr WireType kNullableTokens[] = {
-    {37, VDX_BIN, 255, 1, 1},
-    {39, VDX_CHAR, 255, 1, 1},
-    {38, VDX_I1, 1, 1, 1},
-    {38, VDX_I2, 2, 1, 1},
-    {38, VDX_I4, 4, 1, 1},
-    {109, VDX_FLT4, 4, 1, 1},
-    {109, VDX_FLT8, 8, 1, 1},
-    {111, VDX_DATE4, 4, 1, 1},
-    {111, VDX_DATETIME, 8, 1, 1},
-    {110, VDX_MNY4, 4, 1, 1},
-    {110, VDX_MONEY, 8, 1, 1},
-    {31, VDX_VOID, 0, 1, 1},
-    {123, VDX_DATEA, 4, 1, 1},
-    {147, VDX_TIMEA, 4, 1, 1},
-    {38, VDX_I8, 8, 1, 1},
-    {68, VDX_UI2, 2, 1, 1},
-    {68, VDX_UI4, 4, 1, 1},
-    {68, VDX_UI8, 8, 1, 1},
+    {37, VDX_BIN, 255, 1, 1},  {39, VDX_CHAR, 255, 1, 1}, {38, VDX_I1, 1, 1, 1},
+    {38, VDX_I2, 2, 1, 1},     {38, VDX_I4, 4, 1, 1},     {109, VDX_FLT4, 4, 1, 1},
+    {109, VDX_FLT8, 8, 1, 1},  {111, VDX_DATE4, 4, 1, 1}, {111, VDX_DATETIME, 8, 1, 1},
+    {110, VDX_MNY4, 4, 1, 1},  {110, VDX_MONEY, 8, 1, 1}, {31, VDX_VOID, 0, 1, 1},
+    {123, VDX_DATEA, 4, 1, 1}, {147, VDX_TIMEA, 4, 1, 1}, {38, VDX_I8, 8, 1, 1},
+    {68, VDX_UI2, 2, 1, 1},    {68, VDX_UI4, 4, 1, 1},    {68, VDX_UI8, 8, 1, 1},
     {0, -1, 0, 0, 0},
 };
 
@@ -184,7 +162,8 @@ constexpr std::array<Token, 256> kIndex = [] {
 constexpr Token kUnknown{};
 
 const Token& find(std::int32_t token) {
-  return static_cast<std::uint32_t>(token) < kIndex.size() ? kIndex[static_cast<std::size_t>(token)] : kUnknown;
+  return static_cast<std::uint32_t>(token) < kIndex.size() ? kIndex[static_cast<std::size_t>(token)]
+                                                           : kUnknown;
 }
 
 std::int32_t wire_type(const ByDatatype& rows, std::int32_t datatype, std::int32_t& token,
@@ -202,16 +181,16 @@ std::int32_t wire_type(const ByDatatype& rows, std::int32_t datatype, std::int32
 
 }  // namespace vdx
 
-std::int32_t com_tds_get_fixed_tdstype(std::int32_t datatype, std::int32_t* token, std::int32_t* length_kind,
-                                       std::int32_t* length) {
+std::int32_t com_tds_get_fixed_tdstype(std::int32_t datatype, std::int32_t* token,
+                                       std::int32_t* length_kind, std::int32_t* length) {
   VDX_CHECK_POINTER(token, XS_FAIL);
   VDX_CHECK_POINTER(length_kind, XS_FAIL);
   VDX_CHECK_POINTER(length, XS_FAIL);
   return VDX_TRACE(vdx::wire_type(vdx::kPlain, datatype, *token, *length_kind, *length));
 }
 
-std::int32_t com_tds_get_nullable_tdstype(std::int32_t datatype, std::int32_t* token, std::int32_t* length_kind,
-                                          std::int32_t* length) {
+std::int32_t com_tds_get_nullable_tdstype(std::int32_t datatype, std::int32_t* token,
+                                          std::int32_t* length_kind, std::int32_t* length) {
   VDX_CHECK_POINTER(token, XS_FAIL);
   VDX_CHECK_POINTER(length_kind, XS_FAIL);
   VDX_CHECK_POINTER(length, XS_FAIL);
@@ -241,7 +220,8 @@ std::int32_t com_tds_get_tdsfixedlen(std::int32_t token, std::int32_t* length) {
   return VDX_TRACE(XS_SUCCEED);
 }
 
-std::int32_t com_tds_get_tdsdatainfo(std::int32_t token, std::int32_t* length_kind, std::int32_t* flag) {
+std::int32_t com_tds_get_tdsdatainfo(std::int32_t token, std::int32_t* length_kind,
+                                     std::int32_t* flag) {
   VDX_CHECK_POINTER(length_kind, XS_FAIL);
   VDX_CHECK_POINTER(flag, XS_FAIL);
   const vdx::Token& known = vdx::find(token);
