@@ -11,7 +11,9 @@
 #include "vdxcomn/frame.h"
 #include "vdxcomn/intl.h"
 #include "vdxcomn/money.h"
+#include "vdxcomn/nulls.h"
 #include "vdxcomn/number.h"
 #include "vdxcomn/types.h"
+#include "vdxcomn/wire.h"
 
 #endif

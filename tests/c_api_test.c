@@ -103,6 +103,28 @@ static void dates(vdx_context *context) {
          length == 19);
 }
 
+static void nulls(vdx_context *context) {
+  const vdx_datafmt format = {.datatype = VDX_I4};
+  int32_t value = 1, length = 0;
+  EXPECT(com_null_init(context) == XS_SUCCEED);
+  EXPECT(com_null_get(context, &format, &value, sizeof value, &length) == VDX_SUCCESS);
+  EXPECT(value == 0 && length == 4);
+  value = -1;
+  EXPECT(com_null_set(context, VDX_USER, &value, sizeof value) == XS_SUCCEED);
+  EXPECT(com_null_reinstall(context, VDX_USER) == XS_SUCCEED);
+  EXPECT(com_null_free(context) == XS_SUCCEED);
+  EXPECT(com_seti4null(&value, sizeof value, NULL, 0) == 4 && value == 0);
+}
+
+static void wire(void) {
+  int32_t token = 0, kind = 0, length = 0, datatype = 0, flag = 0;
+  EXPECT(com_tds_get_fixed_tdstype(VDX_I4, &token, &kind, &length) == XS_SUCCEED && token == 56);
+  EXPECT(com_tds_get_nullable_tdstype(VDX_I4, &token, &kind, &length) == XS_SUCCEED && token == 38);
+  EXPECT(com_tds_get_cstype(token, length, &datatype) == XS_SUCCEED && datatype == VDX_I4);
+  EXPECT(com_tds_get_tdsdatainfo(token, &kind, &flag) == XS_SUCCEED && kind == 1 && flag == 1);
+  EXPECT(com_tds_get_tdsfixedlen(token, &length) == VDX_UNKNOWN_TOKEN);
+}
+
 int main(void) {
   vdx_context context = {.version = VDX_VERSION};
   frame();
@@ -111,5 +133,7 @@ int main(void) {
   money();
   numbers();
   dates(&context);
+  nulls(&context);
+  wire();
   return failures != 0;
 }

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "convert/extension.h"
 #include "convert/matrix.h"
 #include "frame/allocate.h"
 #include "frame/check.h"
@@ -131,18 +132,14 @@ constexpr bool built_in(std::int32_t source, std::int32_t destination) {
   return source < kCodes && destination < kCodes;
 }
 
-// Where the row of a source hangs, or would: the list head or the last row's link.
+// Where the row of a source hangs, or would.
 vdx_extension** find_row(vdx_context* context, std::int32_t source) {
-  vdx_extension** row = &context->conversion_extensions;
-  while (*row != nullptr && (*row)->source != source) row = &(*row)->next_row;
-  return row;
+  return find_link(&context->conversion_extensions, &vdx_extension::next_row, &vdx_extension::source, source);
 }
 
 // Where the entry of a pair hangs in its row, or would.
 vdx_extension** find_entry(vdx_extension** row, std::int32_t destination) {
-  vdx_extension** entry = row;
-  while (*entry != nullptr && (*entry)->destination != destination) entry = &(*entry)->next_in_row;
-  return entry;
+  return find_link(row, &vdx_extension::next_in_row, &vdx_extension::destination, destination);
 }
 
 vdx_extension* extension(vdx_context* context, std::int32_t source, std::int32_t destination) {
@@ -182,15 +179,11 @@ std::int32_t com_conv_install(vdx_context* context, std::int32_t source, std::in
     context->conversions[source * context->conversion_dimension + destination] = function;
     return VDX_TRACE(XS_SUCCEED);
   }
-  vdx_extension** row = vdx::find_row(context, source);
-  vdx_extension** entry = vdx::find_entry(row, destination);
-  if (*entry == nullptr) {
-    auto* const added = static_cast<vdx_extension*>(vdx::allocate(context, sizeof(vdx_extension)));
-    if (added == nullptr) return VDX_TRACE(XS_MEM_ERROR);
-    *added = {source, destination, nullptr, nullptr, nullptr};
-    *entry = added;
-  }
-  (*entry)->function = function;
+  vdx_extension* const entry =
+      vdx::entry_at(context, vdx::find_entry(vdx::find_row(context, source), destination),
+                    {source, destination, nullptr, nullptr, nullptr});
+  if (entry == nullptr) return VDX_TRACE(XS_MEM_ERROR);
+  entry->function = function;
   return VDX_TRACE(XS_SUCCEED);
 }
 
@@ -209,15 +202,9 @@ std::int32_t com_conv_free(vdx_context* context) {
   std::free(context->conversions);
   context->conversions = nullptr;
   context->conversion_dimension = 0;
-  for (vdx_extension* row = context->conversion_extensions; row != nullptr;) {
-    vdx_extension* const next_row = row->next_row;
-    for (vdx_extension* entry = row; entry != nullptr;) {
-      vdx_extension* const next = entry->next_in_row;
-      std::free(entry);
-      entry = next;
-    }
-    row = next_row;
-  }
+  vdx::free_chain(context->conversion_extensions, &vdx_extension::next_row, [](vdx_extension& row) {
+    vdx::free_chain(row.next_in_row, &vdx_extension::next_in_row, [](vdx_extension&) {});
+  });
   context->conversion_extensions = nullptr;
   return VDX_TRACE(XS_SUCCEED);
 }

@@ -33,6 +33,38 @@ std::int32_t finish_text(const vdx_datafmt& format, void* destination, std::int3
   return VDX_SUCCESS;
 }
 
+void fill_utf16_blanks(void* destination, std::int32_t n, std::int32_t room, bool swapped) {
+  auto* const bytes = static_cast<unsigned char*>(destination);
+  const auto blank = static_cast<std::uint16_t>(swapped ? 0x2000 : 0x0020);
+  if (n % 2 != 0 && n < room) bytes[n++] = 0;
+  for (; n + 1 < room; n += 2) store(bytes + n, blank);
+  if (n < room) bytes[n] = 0;
+}
+
+std::int32_t finish_utf16(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length) {
+  auto* const bytes = static_cast<unsigned char*>(destination);
+  const std::int32_t room = format.maxlength;
+  const std::int32_t last = room / 2 * 2 - 2;  // the last whole unit of the destination
+  const bool terminate = (format.format & VDX_FMT_TERMINATE) != 0;
+  if (n > room || (terminate && n > last)) {
+    if (terminate && last >= 0) fill(bytes, last, last + 2, 0);
+    return VDX_OVERFLOW;
+  }
+  if ((format.format & VDX_FMT_PADNULL) != 0) {
+    if ((format.format & VDX_FMT_PADBLANK) != 0) return VDX_BAD_PADDING;
+    fill(bytes, n, room, 0);
+    length = room;
+  } else if ((format.format & VDX_FMT_PADBLANK) != 0) {
+    fill_utf16_blanks(bytes, n, room, (format.format & VDX_FMT_SWAP) != 0);
+    if (terminate) fill(bytes, last, last + 2, 0);
+    length = room;
+  } else if (terminate) {
+    length = n + n % 2 + 2;
+    fill(bytes, n, length, 0);
+  }
+  return VDX_SUCCESS;
+}
+
 std::int32_t finish_bytes(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length) {
   if ((format.format & VDX_FMT_PADNULL) != 0 && format.maxlength > n) {
     fill(destination, n, format.maxlength, 0);

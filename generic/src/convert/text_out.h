@@ -17,8 +17,15 @@ inline bool text_fits(const vdx_datafmt& format, std::int64_t n) {
 // whose last byte becomes the terminator if one is asked for.
 std::int32_t finish_text(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length);
 
+// The same for n bytes of UTF-16: blanks and terminator are units, VDX_FMT_SWAP swaps the blanks'
+// bytes. Half a unit is made whole before anything follows it; a last odd byte of room is zero.
+std::int32_t finish_utf16(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length);
+
 // Fills what n bytes leave of a byte destination if that is asked for.
 std::int32_t finish_bytes(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length);
+
+// Fills from byte n up to byte room with UTF-16 blanks.
+void fill_utf16_blanks(void* destination, std::int32_t n, std::int32_t room, bool swapped);
 
 // What a text that does not fit leaves behind.
 enum class Misfit {

@@ -1,0 +1,403 @@
+// Null images of a context, and the fillers of the older interface.
+#include <cstdlib>
+
+#include "support.h"
+
+namespace {
+
+using vdx_test::Bytes;
+using vdx_test::bytes_of;
+using vdx_test::kGuard;
+
+struct Nulls {
+  vdx_context context{};
+  explicit Nulls(void* (*allocate)(vdx_context*, std::size_t) = nullptr) {
+    context.version = VDX_VERSION;
+    context.allocate = allocate;
+  }
+  ~Nulls() { EXPECT_EQ(com_null_free(&context), 1); }
+  Nulls(const Nulls&) = delete;
+  Nulls& operator=(const Nulls&) = delete;
+};
+
+struct Got {
+  std::int32_t code, length;
+  Bytes bytes;  // up to the last one that was written
+  bool operator==(const Got&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Got& got) {
+  return out << got.code << " length " << got.length << " bytes "
+             << testing::PrintToString(got.bytes);
+}
+
+// Checks that nothing is written beyond the room and cuts off what was never written.
+Bytes written(Bytes bytes, std::size_t room) {
+  for (std::size_t i = room; i < bytes.size(); ++i)
+    if (bytes[i] != kGuard) ADD_FAILURE() << "wrote behind the destination";
+  while (!bytes.empty() && bytes.back() == kGuard) bytes.pop_back();
+  return bytes;
+}
+
+Got get(vdx_context& context, std::int32_t datatype, std::int32_t room, std::uint32_t flags = 0,
+        std::int32_t precision = 0, std::int32_t scale = 0) {
+  vdx_datafmt format{};
+  format.datatype = datatype;
+  format.format = flags;
+  format.maxlength = 1;  // does not matter
+  format.precision = precision;
+  format.scale = scale;
+  Bytes bytes(static_cast<std::size_t>(room) + 8, kGuard);
+  Got got{0, vdx_test::kUnset, {}};
+  got.code = com_null_get(&context, &format, bytes.data(), room, &got.length);
+  got.bytes = written(bytes, static_cast<std::size_t>(room));
+  return got;
+}
+
+Bytes numeric(std::uint8_t precision, std::uint8_t scale, std::size_t length = 35) {
+  Bytes bytes(length);
+  if (length > 0) bytes[0] = precision;
+  if (length > 1) bytes[1] = scale;
+  return bytes;
+}
+
+TEST(Null, DefaultsOfEveryDatatype) {
+  const int lengths[40] = {0, 0, 0, 0, 0, 0, 1, 2, 4, 4, 8, 1, 8, 8, 8, 8, 35, 35, 258, 258,
+                           4, 0, 0, 4, 2, 1, 4, 4, 4, 1, 8, 2, 4, 8, 0, 8, 8,  32, 32,  32};
+  Nulls nulls;
+  ASSERT_EQ(com_null_init(&nulls.context), 1);
+  EXPECT_EQ(nulls.context.null_count, 40);
+  for (std::int32_t code = 0; code < 40; ++code) {
+    SCOPED_TRACE(code);
+    Bytes expected(static_cast<std::size_t>(lengths[code]));
+    if (code == VDX_NUM || code == VDX_DECIMAL) expected = numeric(0, 3);  // as the format says
+    if (code >= VDX_TEXTLOCATOR) {
+      const std::int32_t none = -779;
+      std::memcpy(expected.data(), &none, sizeof none);
+    }
+    for (const std::int32_t room : {300, lengths[code], lengths[code] / 2}) {
+      const std::int32_t n = std::min(room, lengths[code]);
+      EXPECT_EQ(get(nulls.context, code, room, 0, 0, 3),
+                (Got{1, n, Bytes(expected.begin(), expected.begin() + n)}));
+    }
+  }
+}
+
+TEST(Null, FollowsTheDestination) {
+  const Bytes odd = {'a', 0, 'b'};
+  Nulls nulls;
+  vdx_context& c = nulls.context;
+  ASSERT_EQ(com_null_init(&c), 1);
+  ASSERT_EQ(com_null_set(&c, VDX_TEXT, "abc", 3), 1);
+  ASSERT_EQ(com_null_set(&c, VDX_IMAGE, "abc", 3), 1);
+  ASSERT_EQ(com_null_set(&c, VDX_UNITEXT, odd.data(), 3), 1);
+  ASSERT_EQ(com_null_set(&c, VDX_DECIMAL, "abcd", 4), 1);
+  ASSERT_EQ(com_null_set(&c, 77, "abc", 3), 1);
+  Bytes blank(2), swapped(2);
+  const std::uint16_t unit = 0x0020;
+  std::memcpy(blank.data(), &unit, 2);
+  swapped = {blank[1], blank[0]};
+  const auto join = [](std::initializer_list<Bytes> parts) {
+    Bytes all;
+    for (const Bytes& part : parts) all.insert(all.end(), part.begin(), part.end());
+    return all;
+  };
+  const Bytes text = bytes_of("abc"), zero = {0}, zeros = {0, 0};
+  const struct {
+    std::int32_t datatype, room;
+    std::uint32_t flags;
+    Got expected;
+    std::int32_t precision = 0, scale = 0;
+  } rows[] = {
+      {VDX_CHAR, 5, 4, {1, 5, bytes_of("     ")}},
+      {VDX_CHAR, 0, 0, {1, 0, {}}},
+      {VDX_CHAR, 0, 1, {-101, 0, {}}},
+      {VDX_TEXT, 5, 5, {1, 5, join({text, bytes_of(" "), zero})}},
+      {VDX_TEXT, 5, 1, {1, 4, join({text, zero})}},
+      {VDX_TEXT, 5, 6, {-106, 3, text}},
+      {VDX_TEXT, 3, 1, {-101, 3, {'a', 'b', 0}}},
+      {VDX_TEXT, 2, 0, {1, 2, {'a', 'b'}}},
+      {VDX_IMAGE, 5, 2, {1, 5, join({text, zeros})}},
+      {VDX_IMAGE, 5, 5, {1, 3, text}},
+      {VDX_I2, 5, 7, {1, 2, zeros}},
+      {77, 5, 2, {1, 5, join({text, zeros})}},
+      {77, 2, 0, {1, 2, {'a', 'b'}}},
+      // One zero byte is half a unit.
+      {VDX_UNICHAR, 4, 0, {1, 1, zero}},
+      {VDX_UNICHAR, 4, 1, {1, 4, {0, 0, 0, 0}}},
+      {VDX_UNICHAR, 3, 1, {-101, 1, zeros}},
+      {VDX_UNICHAR, 1, 1, {-101, 1, zero}},
+      {VDX_UNICHAR, 1, 4, {1, 1, zero}},
+      {VDX_UNICHAR, 6, 4, {1, 6, join({zeros, blank, blank})}},
+      {VDX_UNICHAR, 7, 5, {1, 7, join({zeros, blank, zeros, zero})}},
+      {VDX_UNICHAR, 4, 6, {-106, 1, zero}},
+      {VDX_UNITEXT, 6, 4 | 64, {1, 6, join({odd, zero, swapped})}},
+      {VDX_UNITEXT, 5, 2, {1, 5, join({odd, zeros})}},
+      {VDX_UNITEXT, 6, 1, {1, 6, join({odd, zero, zeros})}},
+      {VDX_UNITEXT, 2, 0, {1, 2, {'a', 0}}},
+      // As many bytes as the precision needs, or as there are.
+      {VDX_NUM, 35, 0, {1, 8, numeric(10, 2, 8)}, 10, 2},
+      {VDX_NUM, 35, 0, {1, 35, numeric(77, 77)}, 77, 77},
+      {VDX_NUM, 4, 0, {1, 4, numeric(77, 1, 4)}, 77, 1},
+      {VDX_NUM, 1, 0, {1, 1, numeric(77, 1, 1)}, 77, 1},
+      {VDX_NUM, 0, 0, {1, 0, {}}, 77, 1},
+      {VDX_NUM, 40, 0, {1, 35, numeric(78, 5)}, 78, 5},
+      {VDX_DECIMAL, 35, 0, {1, 8, {10, 2, 'c', 'd', 0, 0, 0, 0}}, 10, 2},
+      {VDX_DECIMAL, 35, 0, {1, 4, {0, 2, 'c', 'd'}}, 0, 2},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message()
+                 << row.datatype << " room " << row.room << " flags " << row.flags);
+    EXPECT_EQ(get(c, row.datatype, row.room, row.flags, row.precision, row.scale), row.expected);
+  }
+}
+
+TEST(Null, SetsAndReinstalls) {
+  Nulls nulls;
+  vdx_context& c = nulls.context;
+  ASSERT_EQ(com_null_init(&c), 1);
+  for (const std::size_t length : {1U, 4U, 9U}) {
+    SCOPED_TRACE(length);
+    const Bytes image(length, 0x77);
+    for (const std::int32_t code : {+VDX_I4, +VDX_CHAR, +VDX_NUM, 40, 1000, INT32_MAX})
+      ASSERT_EQ(com_null_set(&c, code, image.data(), static_cast<std::int32_t>(length)), 1);
+    for (const std::int32_t code : {+VDX_I4, +VDX_CHAR, 40, 1000, INT32_MAX})
+      EXPECT_EQ(get(c, code, 20), (Got{1, static_cast<std::int32_t>(length), image})) << code;
+    for (const std::int32_t code : {+VDX_I4, +VDX_CHAR, +VDX_NUM, 1000, 1001})
+      ASSERT_EQ(com_null_reinstall(&c, code), 1);
+    EXPECT_EQ(get(c, VDX_I4, 20), (Got{1, 4, Bytes(4)}));
+    EXPECT_EQ(get(c, VDX_CHAR, 2, 4), (Got{1, 2, bytes_of("  ")}));
+    EXPECT_EQ(get(c, VDX_NUM, 35, 0, 18, 0), (Got{1, 11, numeric(18, 0, 11)}));
+    EXPECT_EQ(get(c, 40, 20), (Got{1, static_cast<std::int32_t>(length), image}));
+  }
+  EXPECT_EQ(com_null_init(&c), 1);  // the earlier table is not lost
+  EXPECT_EQ(c.null_extensions, nullptr);
+  EXPECT_EQ(com_null_free(&c), 1);
+  EXPECT_EQ(c.nulls, nullptr);
+  EXPECT_EQ(c.null_count, 0);
+  EXPECT_EQ(com_null_free(&c), 1);
+}
+
+int allocations, failing;  // counted from 0; the one that fails
+bool from_then_on;
+
+void* failing_once(vdx_context*, std::size_t size) {
+  const int at = allocations++;
+  return at == failing || (from_then_on && at > failing) ? nullptr : std::malloc(size);
+}
+
+// What a caller does until something fails.
+std::int32_t use(vdx_context& c) {
+  const Bytes image(300, 1);
+  std::int32_t code = com_null_init(&c);
+  if (code == 1) code = com_null_set(&c, VDX_I4, image.data(), 2);
+  if (code == 1) code = com_null_set(&c, 50, image.data(), 300);
+  if (code == 1) code = com_null_set(&c, 51, image.data(), 3);
+  if (code == 1) code = com_null_reinstall(&c, VDX_I4);
+  return code;
+}
+
+TEST(Null, EveryAllocationMayFail) {
+  for (const bool all : {false, true}) {
+    from_then_on = all;
+    for (failing = 0;; ++failing) {
+      SCOPED_TRACE(failing);
+      allocations = 0;
+      Nulls nulls(failing_once);
+      const std::int32_t code = use(nulls.context);
+      if (allocations <= failing) {
+        EXPECT_EQ(code, 1);
+        break;
+      }
+      EXPECT_EQ(code, -1);
+      EXPECT_EQ(nulls.context.null_count, 40);
+      if (failing == 0) {
+        EXPECT_EQ(nulls.context.nulls, nullptr);
+      }
+      if (failing > 41) {
+        EXPECT_EQ(get(nulls.context, VDX_I4, 4), (Got{1, 2, {1, 1}}));
+      }
+      if (failing > 43) {
+        EXPECT_EQ(get(nulls.context, 50, 2), (Got{1, 2, {1, 1}}));
+      }
+    }
+    // The table, its images, a replaced one, two entries with theirs, a longer image again.
+    EXPECT_EQ(failing, 1 + 40 + 1 + 2 * 2 + 1);
+  }
+}
+
+TEST(NullDeath, ReportsBrokenContracts) {
+  const char *null = "Invalid NULL pointer , file 'com_null.cpp' line",
+             *contract = "assertion failed, file 'com_null.cpp' line";
+  vdx_context bare{};
+  vdx_datafmt format{}, user{}, negative{};
+  format.datatype = VDX_I4;
+  user.datatype = 40;
+  negative.datatype = -1;
+  std::uint8_t b[8];
+  std::int32_t n;
+  Nulls nulls;
+  vdx_context* const c = &nulls.context;
+  ASSERT_EQ(com_null_init(c), 1);
+  ASSERT_EQ(com_null_set(c, VDX_I4, nullptr, 0), 1);
+  EXPECT_DEATH(com_null_get(c, &format, b, 4, &n), null);
+  EXPECT_DEATH(com_null_reinstall(c, VDX_I4), null);
+  EXPECT_DEATH(com_null_get(c, &user, b, 4, &n), null);
+  ASSERT_EQ(com_null_set(c, 40, b, 0), 1);
+  EXPECT_DEATH(com_null_get(c, &user, b, 4, &n), null);
+  EXPECT_DEATH(com_null_init(nullptr), null);
+  EXPECT_DEATH(com_null_free(nullptr), null);
+  EXPECT_DEATH(com_null_set(nullptr, 0, b, 1), null);
+  EXPECT_DEATH(com_null_set(c, 0, nullptr, 1), null);
+  EXPECT_DEATH(com_null_set(&bare, 0, b, 1), null);
+  EXPECT_DEATH(com_null_set(c, 0, b, -1), contract);
+  EXPECT_DEATH(com_null_set(c, -1, b, 1), contract);
+  EXPECT_DEATH(com_null_reinstall(nullptr, 0), null);
+  EXPECT_DEATH(com_null_reinstall(&bare, 0), null);
+  EXPECT_DEATH(com_null_reinstall(c, -1), contract);
+  EXPECT_DEATH(com_null_get(nullptr, &format, b, 4, &n), null);
+  EXPECT_DEATH(com_null_get(c, nullptr, b, 4, &n), null);
+  EXPECT_DEATH(com_null_get(c, &format, nullptr, 4, &n), null);
+  EXPECT_DEATH(com_null_get(c, &format, b, 4, nullptr), null);
+  EXPECT_DEATH(com_null_get(&bare, &format, b, 4, &n), null);
+  EXPECT_DEATH(com_null_get(c, &format, b, -1, &n), contract);
+  EXPECT_DEATH(com_null_get(c, &negative, b, 4, &n), contract);
+}
+
+using Filler = std::int32_t (*)(void*, std::int32_t, const void*, std::int32_t);
+
+// What a filler writes into a destination of 300 bytes, of which it may use `room`.
+Got fill(Filler filler, std::int32_t room, const char* value, std::int32_t length) {
+  Bytes bytes(308, kGuard);
+  const std::int32_t code = filler(bytes.data(), room, value, length);
+  return {code, 0, written(bytes, static_cast<std::size_t>(room > 0 ? room : 300))};
+}
+
+TEST(OldNull, FixedTypes) {
+  const struct {
+    Filler filler;
+    std::int32_t size;
+  } rows[] = {{com_seti1null, 1},       {com_seti2null, 2},      {com_seti4null, 4},
+              {com_seti8null, 8},       {com_setui2null, 2},     {com_setui4null, 4},
+              {com_setui8null, 8},      {com_setbitnull, 1},     {com_setflt4null, 4},
+              {com_setflt8null, 8},     {com_setmoneynull, 8},   {com_setmny4null, 4},
+              {com_setdatetimenull, 8}, {com_setdate4null, 4},   {com_setdateanull, 4},
+              {com_settimeanull, 4},    {com_setbigtimenull, 8}, {com_setbigdatetimenull, 8}};
+  const char value[] = "123456789";
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    const std::int32_t size = row.size;
+    for (std::int32_t room = -1; room <= 9; ++room)
+      for (std::int32_t length = -1; length <= 9; ++length) {
+        const std::int32_t fits = room > 0 ? std::min(room, size) : size;
+        const std::int32_t given = length < 0 ? size : length;
+        Bytes expected(static_cast<std::size_t>(fits));
+        EXPECT_EQ(fill(row.filler, room, nullptr, length),
+                  (Got{fits < size ? -5 : size, 0, expected}));
+        std::copy_n(value, std::min(given, fits), expected.begin());
+        EXPECT_EQ(fill(row.filler, room, value, length < 0 ? VDX_UNUSED : length),
+                  (Got{fits < size || given > size ? -5 : size, 0, expected}));
+      }
+  }
+}
+
+TEST(OldNull, TextAndBytes) {
+  const auto counted = [](std::string_view value, std::size_t size) {
+    Bytes bytes = vdx_test::varchar_image(value);
+    bytes.resize(size);
+    return bytes;
+  };
+  const std::string long_value(257, 'x'), full(256, 'x');
+  const char ab[] = {'a', 0, 'b', 0};
+  Bytes wide(4);
+  const std::uint16_t unit = 0x0020;
+  for (std::size_t i = 0; i < 4; i += 2) std::memcpy(wide.data() + i, &unit, 2);
+  Bytes two(ab, ab + 4);
+  const struct {
+    Filler filler;
+    std::int32_t room;
+    const char* value;
+    std::int32_t length, code;
+    Bytes bytes;
+  } rows[] = {
+      {com_setbinarynull, 5, "abc", 3, 3, {'a', 'b', 'c', 0, 0}},
+      {com_setbinarynull, 5, nullptr, 3, 0, Bytes(5)},
+      {com_setbinarynull, 5, "abc", VDX_UNUSED, 0, Bytes(5)},
+      {com_setbinarynull, 2, "abc", 3, -5, {'a', 'b'}},
+      {com_setbinarynull, 3, "abc", 3, 3, {'a', 'b', 'c'}},
+      {com_setbinarynull, 0, "abc", 3, 3, {'a', 'b', 'c'}},
+      {com_setbinarynull, -1, nullptr, 0, 0, {}},
+      {com_setcharnull, 5, "abc", VDX_NULLTERM, 3, bytes_of("abc  ")},
+      {com_setcharnull, 5, "abc", 1, 1, bytes_of("a    ")},
+      {com_setcharnull, 2, "abc", VDX_NULLTERM, -5, bytes_of("ab")},
+      {com_setcharnull, 3, nullptr, VDX_NULLTERM, 0, bytes_of("   ")},
+      {com_setunicharnull, 4, nullptr, 0, 0, wide},
+      {com_setunicharnull, 5, ab, 4, 4, {'a', 0, 'b', 0, 0}},
+      {com_setunicharnull, 4, ab, 4, 4, two},
+      {com_setunicharnull, 3, ab, 4, -5, {'a', 0, 'b'}},
+      {com_setvarycharnull, 258, "abc", VDX_NULLTERM, 3, counted("abc", 258)},
+      {com_setvarycharnull, 0, "abc", 3, 3, counted("abc", 258)},
+      {com_setvarycharnull, 300, nullptr, 0, 0, counted("", 258)},
+      {com_setvarycharnull, 4, "abc", 3, -5, counted("ab", 4)},
+      {com_setvarycharnull, 2, nullptr, 3, 0, counted("", 2)},
+      {com_setvarybinarynull, 258, long_value.data(), 257, -5, counted(full, 258)},
+      {com_setvarybinarynull, 0, full.data(), 256, 256, counted(full, 258)},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    EXPECT_EQ(fill(row.filler, row.room, row.value, row.length), (Got{row.code, 0, row.bytes}));
+  }
+}
+
+TEST(OldNull, Numerics) {
+  const vdx_num value = {5, 2, {0, 0, 0x30, 0x37}};  // 123.43
+  const vdx_num invalid = {};
+  const auto image = [](std::uint8_t precision, std::uint8_t scale, Bytes digits) {
+    Bytes bytes = numeric(precision, scale);
+    std::copy(digits.begin(), digits.end(), bytes.begin() + 2);
+    return bytes;
+  };
+  const struct {
+    std::int32_t room;
+    const vdx_num* value;
+    std::int32_t length, precision, scale, code;
+    Bytes bytes;
+  } rows[] = {
+      {35, nullptr, 0, 10, 2, 35, numeric(10, 2)},
+      {0, nullptr, 0, 77, 77, 35, numeric(77, 77)},
+      {35, nullptr, 0, 0, 2, -7, {}},
+      {35, &value, 35, 78, 78, -7, {}},
+      {35, nullptr, 0, 1, -1, -8, {}},
+      {35, &value, 35, 77, 78, -8, {}},
+      {35, &value, 35, 5, 2, 35, image(5, 2, {0, 0, 0x30, 0x37})},
+      {35, &value, 6, 4, 1, 35, image(4, 1, {0, 0x04, 0xD2})},
+      {40, &value, VDX_UNUSED, 2, 0, -101, image(2, 0, {0, 99})},
+      {35, &invalid, 35, 5, 2, -107, {}},
+      {34, nullptr, 0, 10, 2, -5, numeric(10, 2, 34)},
+  };
+  for (const auto function : {com_setnumnull, com_setdecimalnull})
+    for (const auto& row : rows) {
+      SCOPED_TRACE(&row - rows);
+      Bytes bytes(48, kGuard);
+      EXPECT_EQ(function(bytes.data(), row.room, row.value, row.length, row.precision, row.scale),
+                row.code);
+      EXPECT_EQ(written(bytes, row.room > 0 ? static_cast<std::size_t>(row.room) : 35), row.bytes);
+    }
+}
+
+TEST(OldNullDeath, ReportsBrokenContracts) {
+  const char *null = "Invalid NULL pointer , file 'com_setnull.cpp' line",
+             *contract = "assertion failed, file 'com_setnull.cpp' line";
+  char b[300];
+  for (const Filler filler :
+       {com_seti4null, com_setbinarynull, com_setcharnull, com_setvarycharnull}) {
+    EXPECT_DEATH(filler(nullptr, 4, "a", 1), null);
+    EXPECT_DEATH(filler(b, 4, "a", -1), contract);
+  }
+  EXPECT_DEATH(com_seti4null(b, 4, "a", VDX_NULLTERM), contract);
+  EXPECT_DEATH(com_setvarycharnull(b, 1, "a", 1), contract);
+  EXPECT_DEATH(com_setnumnull(nullptr, 35, nullptr, 0, 1, 0), null);
+  EXPECT_DEATH(com_setnumnull(b, 35, b, -1, 1, 0), contract);
+}
+
+}  // namespace
