@@ -106,8 +106,11 @@ VDX_API int32_t lm_list_drop(vdx_list *list);
  *             for VDX_LM_NEXT while the list lives, whatever is inserted or deleted, the element
  *             at it included; 0 is the place before the first
  *
- * VDX_LM_FIND and VDX_LM_DELETE are for keyed lists (asserted). All but VDX_LM_APPLY and
- * VDX_LM_DELETE_ELEMENT take constant time on average, where no key was appended twice.
+ * VDX_LM_FIND and VDX_LM_DELETE are for keyed lists (asserted). VDX_LM_DELETE_ELEMENT takes the
+ * youngest entry where an element is there more than once. All but VDX_LM_APPLY take constant
+ * time on average, with three exceptions: VDX_LM_NEXT takes logarithmic time after deletions,
+ * VDX_LM_DELETE linear time for a key that was appended more than once, and so does
+ * VDX_LM_DELETE_ELEMENT for such a key and in unkeyed lists.
  *
  * Returns XS_SUCCEED; XS_END_DATA when there is no such element or none further: element is then
  * set to null where it is an output, position unchanged; XS_FAIL from VDX_LM_INSERT for a key that
