@@ -33,7 +33,8 @@ struct Heard {
     context.message = [](vdx_context* c, const vdx_message* m) -> std::int32_t {
       Heard& self = *reinterpret_cast<Heard*>(c);
       const auto string = [](const vdx_err_text& t) {
-        return t.bytes == nullptr ? std::string("-") : std::string(t.bytes, static_cast<std::size_t>(t.length));
+        return t.bytes == nullptr ? std::string("-")
+                                  : std::string(t.bytes, static_cast<std::size_t>(t.length));
       };
       ++self.count;
       self.number = m->number;
@@ -41,7 +42,8 @@ struct Heard {
       self.parameters.clear();
       for (std::int32_t i = 0; i < m->parameters.count; ++i) {
         const vdx_err_parameter& p = m->parameters.parameter[i];
-        self.parameters.push_back(p.text.bytes != nullptr ? string(p.text) : "#" + std::to_string(p.number));
+        self.parameters.push_back(p.text.bytes != nullptr ? string(p.text)
+                                                          : "#" + std::to_string(p.number));
       }
       self.text = m->text;
       EXPECT_EQ(self.text.size(), static_cast<std::size_t>(m->text_length));
@@ -65,12 +67,18 @@ TEST(Errors, TextsOfEveryNumberWholeAndCut) {
     const char* text;
     bool own = false;
   } rows[] = {
-      {VDX_MSG_CFG_LIST, &one, XS_SUCCEED, "routine: a list operation failed while a configuration value was looked up"},
-      {VDX_MSG_CFG_MEMORY, &one, XS_SUCCEED, "routine: memory for a configuration file could not be allocated"},
-      {VDX_MSG_CFG_OPEN, &two, XS_SUCCEED, "routine: the configuration file \"name%1\" could not be opened"},
-      {VDX_MSG_CFG_DETACHED, &one, XS_SUCCEED, "routine: the handle was detached before, by a forced drop of its file"},
-      {VDX_MSG_CFG_NAME, &two, XS_SUCCEED, "routine: the configuration file name is longer than 512 bytes: \"name%1\""},
-      {VDX_MSG_CFG_CUT, &one, XS_SUCCEED, "the configuration file \"routine\" ends inside a character"},
+      {VDX_MSG_CFG_LIST, &one, XS_SUCCEED,
+       "routine: a list operation failed while a configuration value was looked up"},
+      {VDX_MSG_CFG_MEMORY, &one, XS_SUCCEED,
+       "routine: memory for a configuration file could not be allocated"},
+      {VDX_MSG_CFG_OPEN, &two, XS_SUCCEED,
+       "routine: the configuration file \"name%1\" could not be opened"},
+      {VDX_MSG_CFG_DETACHED, &one, XS_SUCCEED,
+       "routine: the handle was detached before, by a forced drop of its file"},
+      {VDX_MSG_CFG_NAME, &two, XS_SUCCEED,
+       "routine: the configuration file name is longer than 512 bytes: \"name%1\""},
+      {VDX_MSG_CFG_CUT, &one, XS_SUCCEED,
+       "the configuration file \"routine\" ends inside a character"},
       {VDX_MSG_CFG_SECTION, &two, XS_SUCCEED,
        "routine: there is neither a section \"name%1\" nor a section \"NAMED_APP_DEFAULT\""},
       {VDX_MSG_CFG_INCLUDE, &two, XS_SUCCEED,
@@ -80,7 +88,8 @@ TEST(Errors, TextsOfEveryNumberWholeAndCut) {
        "routine: a forced drop detached other open handles of the configuration file"},
       {VDX_MSG_CFG_SYNTAX, nullptr, XS_SUCCEED, ":: syntax error at \"\""},
       {VDX_MSG_CFG_SYNTAX, &three, XS_SUCCEED, "ligne -2147483648 de file% ()", true},
-      {VDX_MSG_CFG_CUT, &one, XS_SUCCEED, "the configuration file \"routine\" ends inside a character", true},
+      {VDX_MSG_CFG_CUT, &one, XS_SUCCEED,
+       "the configuration file \"routine\" ends inside a character", true},
       {7, &two, XS_SUCCEED, "name%1 routine routine %x %", true},
       {7, &two, XS_NOMSG, "Message 0x00000007: routine, name%1"},
       {-2, nullptr, XS_NOMSG, "Message 0xfffffffe"},
@@ -100,9 +109,11 @@ TEST(Errors, TextsOfEveryNumberWholeAndCut) {
     for (std::size_t size = 1; size <= text.size() + 2; ++size) {
       std::vector<char> buffer(size, '!');
       length = -1;
-      const std::int32_t result = com_build_errmsg(context, row.number, row.parameters, buffer.data(),
-                                                   static_cast<std::int32_t>(size), &length);
-      ASSERT_EQ(result, row.result == XS_SUCCEED && size <= text.size() ? VDX_TRUNCATED : row.result);
+      const std::int32_t result =
+          com_build_errmsg(context, row.number, row.parameters, buffer.data(),
+                           static_cast<std::int32_t>(size), &length);
+      ASSERT_EQ(result,
+                row.result == XS_SUCCEED && size <= text.size() ? VDX_TRUNCATED : row.result);
       ASSERT_EQ(std::string(buffer.data()), text.substr(0, size - 1));
       ASSERT_EQ(length, static_cast<std::int32_t>(text.size()));
     }
@@ -155,7 +166,8 @@ TEST(Errors, RecordsKeepTheirMessage) {
       {7, true, XS_MEM_ERROR, XS_END_DATA, 0, "", "00000"},
       {7, false, XS_SUCCEED, XS_SUCCEED, 7, "record name", "01ABC"},
       {9, true, XS_MEM_ERROR, XS_SUCCEED, 7, "record name", "01ABC"},
-      {VDX_MSG_CFG_SYNTAX, false, XS_SUCCEED, XS_SUCCEED, VDX_MSG_CFG_SYNTAX, "ligne 5 de name% (name)", "42000"},
+      {VDX_MSG_CFG_SYNTAX, false, XS_SUCCEED, XS_SUCCEED, VDX_MSG_CFG_SYNTAX,
+       "ligne 5 de name% (name)", "42000"},
       {9, false, XS_SUCCEED, XS_NOMSG, 9, "Message 0x00000009: name, 5, name", "HY000"},
   };
   for (const auto& row : rows) {
@@ -190,10 +202,13 @@ TEST(ErrorsDeath, WrongCallsAreReported) {
   char buffer[4];
   EXPECT_DEATH(com_ep_ss(&set, "a", 1, nullptr, 1), "Invalid NULL pointer , file 'com_err.cpp'");
   EXPECT_DEATH(com_ep_s(&set, "a", -1), "assertion failed, file 'com_err.cpp'");
-  EXPECT_DEATH(com_build_errmsg(nullptr, 7, nullptr, buffer, 0, nullptr), "assertion failed, file 'com_err.cpp'");
+  EXPECT_DEATH(com_build_errmsg(nullptr, 7, nullptr, buffer, 0, nullptr),
+               "assertion failed, file 'com_err.cpp'");
   set.count = VDX_ERR_PARAMETERS + 1;
-  EXPECT_DEATH(com_build_errmsg(nullptr, 7, &set, buffer, 4, nullptr), "assertion failed, file 'com_err.cpp'");
-  EXPECT_DEATH(com_err_set(nullptr, 7, nullptr, nullptr), "Invalid NULL pointer , file 'com_errrec.cpp'");
+  EXPECT_DEATH(com_build_errmsg(nullptr, 7, &set, buffer, 4, nullptr),
+               "assertion failed, file 'com_err.cpp'");
+  EXPECT_DEATH(com_err_set(nullptr, 7, nullptr, nullptr),
+               "Invalid NULL pointer , file 'com_errrec.cpp'");
 }
 
 }  // namespace

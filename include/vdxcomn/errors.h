@@ -27,9 +27,10 @@ enum {
   VDX_MSG_CFG_NAME = 0x01040605,     /* a file name is too long: routine, name */
   VDX_MSG_CFG_CUT = 0x01040606,      /* a file ends inside a character: file name */
   VDX_MSG_CFG_SECTION = 0x01040607,  /* no such section and no default one: routine, section */
-  VDX_MSG_CFG_INCLUDE = 0x01040007,  /* a section includes itself or an undefined one: routine, name */
-  VDX_MSG_CFG_SYNTAX = 0x01040008,   /* a syntax error: file name, line number, token */
-  VDX_MSG_CFG_FORCED = 0x01040009    /* a forced drop with other handles open: routine */
+  VDX_MSG_CFG_INCLUDE =
+      0x01040007, /* a section includes itself or an undefined one: routine, name */
+  VDX_MSG_CFG_SYNTAX = 0x01040008, /* a syntax error: file name, line number, token */
+  VDX_MSG_CFG_FORCED = 0x01040009  /* a forced drop with other handles open: routine */
 };
 
 #define VDX_ERR_PARAMETERS 9 /* most parameters of a message */
@@ -94,8 +95,8 @@ typedef struct vdx_error vdx_error; /* opaque: an error record, which keeps one 
 VDX_API int32_t com_ep_s(vdx_err_parameters *parameters, const char *first, int32_t first_length);
 VDX_API int32_t com_ep_ss(vdx_err_parameters *parameters, const char *first, int32_t first_length,
                           const char *second, int32_t second_length);
-VDX_API int32_t com_ep_sds(vdx_err_parameters *parameters, const char *first, int32_t first_length, int32_t number,
-                           const char *second, int32_t second_length);
+VDX_API int32_t com_ep_sds(vdx_err_parameters *parameters, const char *first, int32_t first_length,
+                           int32_t number, const char *second, int32_t second_length);
 
 /* Composes the text of a message.
  *
@@ -105,14 +106,16 @@ VDX_API int32_t com_ep_sds(vdx_err_parameters *parameters, const char *first, in
  * length      receives the bytes of the whole text, without a terminator; null allowed
  * Returns XS_SUCCEED; XS_NOMSG when no table has a text for the number (the substitute is
  * composed); VDX_TRUNCATED when a text was cut. */
-VDX_API int32_t com_build_errmsg(vdx_context *context, int32_t number, const vdx_err_parameters *parameters,
-                                 char *buffer, int32_t size, int32_t *length);
+VDX_API int32_t com_build_errmsg(vdx_context *context, int32_t number,
+                                 const vdx_err_parameters *parameters, char *buffer, int32_t size,
+                                 int32_t *length);
 
 /* The same, whole, in memory taken through the context (null: malloc) that the caller gives to
  * free(). text receives it, null when the call fails; length as above.
  * Returns XS_SUCCEED, XS_NOMSG as above, or XS_MEM_ERROR, also for a text of 2 GiB and more. */
-VDX_API int32_t com_notrunc_errmsg(vdx_context *context, int32_t number, const vdx_err_parameters *parameters,
-                                   char **text, int32_t *length);
+VDX_API int32_t com_notrunc_errmsg(vdx_context *context, int32_t number,
+                                   const vdx_err_parameters *parameters, char **text,
+                                   int32_t *length);
 
 /* Makes an error record without a message.
  *
@@ -141,7 +144,8 @@ VDX_API int32_t com_err_set(vdx_error *record, int32_t number, const vdx_err_par
  * number  receives the message's number, 0 without a message; null allowed
  * Returns what com_build_errmsg returns; XS_END_DATA when the record has no message: an empty
  * text, length 0. */
-VDX_API int32_t com_err_msg(vdx_error *record, int32_t *number, char *buffer, int32_t size, int32_t *length);
+VDX_API int32_t com_err_msg(vdx_error *record, int32_t *number, char *buffer, int32_t size,
+                            int32_t *length);
 
 /* The SQLSTATE of the record's message: state receives five characters and a terminator. "00000"
  * without a message, "HY000" where no table says otherwise. Returns XS_SUCCEED. */

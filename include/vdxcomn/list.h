@@ -33,10 +33,10 @@ enum {
 
 /* Operations of lm_list_op. */
 enum {
-  VDX_LM_INSERT = 1,         /* add at the end; XS_FAIL where the key is already there */
-  VDX_LM_APPEND = 2,         /* add at the end; of several elements with one key the oldest is found */
-  VDX_LM_FIND = 3,           /* the element of a key */
-  VDX_LM_DELETE = 4,         /* remove the element that VDX_LM_FIND would find */
+  VDX_LM_INSERT = 1, /* add at the end; XS_FAIL where the key is already there */
+  VDX_LM_APPEND = 2, /* add at the end; of several elements with one key the oldest is found */
+  VDX_LM_FIND = 3,   /* the element of a key */
+  VDX_LM_DELETE = 4, /* remove the element that VDX_LM_FIND would find */
   VDX_LM_DELETE_ELEMENT = 5, /* remove one given element */
   VDX_LM_FIRST = 6,          /* the oldest element */
   VDX_LM_NEXT = 7,           /* the element after a position */
@@ -73,7 +73,8 @@ typedef struct vdx_list_visitor {
  * name         copied; name_length bytes, 0 or more, or VDX_NULLTERM
  * instance     receives the instance, null when the call fails
  * Returns XS_SUCCEED or XS_MEM_ERROR. */
-VDX_API int32_t lm_initlm(vdx_context *context, const char *name, int32_t name_length, vdx_listmgr **instance);
+VDX_API int32_t lm_initlm(vdx_context *context, const char *name, int32_t name_length,
+                          vdx_listmgr **instance);
 
 /* Drops every list of the instance and the instance itself. Returns XS_SUCCEED. */
 VDX_API int32_t lm_exit(vdx_listmgr *instance);
@@ -84,8 +85,8 @@ VDX_API int32_t lm_exit(vdx_listmgr *instance);
  * kind  VDX_LM_KEYED or VDX_LM_UNKEYED
  * list  receives the list, null when the call fails
  * Returns XS_SUCCEED or XS_MEM_ERROR. */
-VDX_API int32_t lm_list_alloc(vdx_listmgr *instance, const char *name, int32_t name_length, int32_t kind,
-                              vdx_list **list);
+VDX_API int32_t lm_list_alloc(vdx_listmgr *instance, const char *name, int32_t name_length,
+                              int32_t kind, vdx_list **list);
 
 /* Releases the list; its elements are not touched. Returns XS_SUCCEED. */
 VDX_API int32_t lm_list_drop(vdx_list *list);
@@ -116,8 +117,8 @@ VDX_API int32_t lm_list_drop(vdx_list *list);
  * set to null where it is an output, position unchanged; XS_FAIL from VDX_LM_INSERT for a key that
  * is there; XS_MEM_ERROR; from VDX_LM_APPLY the first result of the function that was not
  * XS_SUCCEED. */
-VDX_API int32_t lm_list_op(vdx_list *list, int32_t operation, const void *key, int32_t key_length, void **element,
-                           int64_t *position);
+VDX_API int32_t lm_list_op(vdx_list *list, int32_t operation, const void *key, int32_t key_length,
+                           void **element, int64_t *position);
 
 /* Reads or sets a property of a list.
  *
@@ -129,12 +130,12 @@ VDX_API int32_t lm_list_op(vdx_list *list, int32_t operation, const void *key, i
  * Returns XS_SUCCEED; XS_FAIL, nothing changed, for a property that the object does not have or
  * that cannot be set, and for a wrong size to set; VDX_TRUNCATED when the value is longer than
  * size: its first size bytes are written and length tells them all. */
-VDX_API int32_t lm_list_prop(vdx_list *list, int32_t action, int32_t property, void *buffer, int32_t size,
-                             int32_t *length);
+VDX_API int32_t lm_list_prop(vdx_list *list, int32_t action, int32_t property, void *buffer,
+                             int32_t size, int32_t *length);
 
 /* The same for a property of an instance. */
-VDX_API int32_t lm_property(vdx_listmgr *instance, int32_t action, int32_t property, void *buffer, int32_t size,
-                            int32_t *length);
+VDX_API int32_t lm_property(vdx_listmgr *instance, int32_t action, int32_t property, void *buffer,
+                            int32_t size, int32_t *length);
 
 VDX_END_DECLS
 

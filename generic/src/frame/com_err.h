@@ -9,7 +9,9 @@
 
 namespace vdx {
 
-inline vdx_err_text err_text(std::string_view text) { return {text.data(), static_cast<std::int32_t>(text.size())}; }
+inline vdx_err_text err_text(std::string_view text) {
+  return {text.data(), static_cast<std::int32_t>(text.size())};
+}
 
 // Parameters from texts and numbers in any mix: err_parameters("routine", 7, name). Texts are not
 // copied; none may be a null view.
@@ -30,8 +32,8 @@ vdx_err_parameters err_parameters(const Value&... value) {
 
 // Composes the message and hands it to the context's callback. Without a context or a callback
 // nothing happens. Takes no memory. Returns what the callback returned, else XS_SUCCEED.
-std::int32_t raise_message(vdx_context* context, std::int32_t number, const vdx_err_parameters& parameters,
-                           const vdx_err_place& place = {});
+std::int32_t raise_message(vdx_context* context, std::int32_t number,
+                           const vdx_err_parameters& parameters, const vdx_err_place& place = {});
 
 }  // namespace vdx
 

@@ -11,7 +11,8 @@ namespace vdx {
 inline constexpr vdx_err_parameters kNoParameters{};
 
 inline bool is_parameters(const vdx_err_parameters* parameters) {
-  return parameters == nullptr || (parameters->count >= 0 && parameters->count <= VDX_ERR_PARAMETERS);
+  return parameters == nullptr ||
+         (parameters->count >= 0 && parameters->count <= VDX_ERR_PARAMETERS);
 }
 
 // What the tables say about a number: first, then the context's, then English. Null where none does.
@@ -27,8 +28,8 @@ struct Composed {
 };
 
 // Writes the text, or the substitute where it is null, into size bytes, at least 1.
-Composed compose(const char* text, std::int32_t number, const vdx_err_parameters& parameters, char* buffer,
-                 std::size_t size);
+Composed compose(const char* text, std::int32_t number, const vdx_err_parameters& parameters,
+                 char* buffer, std::size_t size);
 
 // com_build_errmsg with a table that goes first.
 std::int32_t build_message(const vdx_err_table* table, vdx_context* context, std::int32_t number,

@@ -50,15 +50,16 @@ std::int32_t com_errdrop(vdx_error* record) {
   return VDX_TRACE(XS_SUCCEED);
 }
 
-std::int32_t com_err_set(vdx_error* record, std::int32_t number, const vdx_err_parameters* parameters,
-                         const vdx_err_place* place) {
+std::int32_t com_err_set(vdx_error* record, std::int32_t number,
+                         const vdx_err_parameters* parameters, const vdx_err_place* place) {
   VDX_CHECK_POINTER(record, XS_FAIL);
   VDX_ASSERT(number != 0 && vdx::is_parameters(parameters), XS_FAIL);
   const vdx_err_parameters given = parameters != nullptr ? *parameters : vdx::kNoParameters;
   const vdx_err_place known = place != nullptr ? *place : vdx_err_place{};
   Kept copy{number, given, known};
   std::size_t bytes = sizeof copy;
-  for_each_text(copy, [&bytes](const vdx_err_text& text) { bytes += static_cast<std::size_t>(text.length); });
+  for_each_text(
+      copy, [&bytes](const vdx_err_text& text) { bytes += static_cast<std::size_t>(text.length); });
   Kept* kept = static_cast<Kept*>(vdx::allocate(record->context, bytes));
   if (kept == nullptr) return VDX_TRACE(XS_MEM_ERROR);
   char* at = reinterpret_cast<char*>(kept + 1);
@@ -88,8 +89,8 @@ std::int32_t com_err_msg(vdx_error* record, std::int32_t* number, char* buffer, 
     if (length != nullptr) *length = 0;
     return VDX_TRACE(XS_END_DATA);
   }
-  return VDX_TRACE(
-      vdx::build_message(record->table, record->context, kept->number, kept->parameters, buffer, size, length));
+  return VDX_TRACE(vdx::build_message(record->table, record->context, kept->number,
+                                      kept->parameters, buffer, size, length));
 }
 
 std::int32_t com_err_sqlstate(vdx_error* record, char* state) {

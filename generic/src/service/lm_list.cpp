@@ -54,7 +54,8 @@ Key List::key_of(const Entry& one) {
 
 bool List::is_match(const Entry& one, const Key& key) {
   return one.hash == key.hash && one.length == key.length &&
-         (key.length == 0 || std::memcmp(one.key, key.bytes, static_cast<std::size_t>(key.length)) == 0);
+         (key.length == 0 ||
+          std::memcmp(one.key, key.bytes, static_cast<std::size_t>(key.length)) == 0);
 }
 
 std::size_t List::find(const Key& key) const {
@@ -64,7 +65,8 @@ std::size_t List::find(const Key& key) const {
     return kNone;
   }
   for (std::size_t at = key.hash & mask_; slots_[at].entry != 0; at = (at + 1) & mask_)
-    if (slots_[at].hash == key.hash && is_match(entries_[slots_[at].entry - 1], key)) return slots_[at].entry - 1;
+    if (slots_[at].hash == key.hash && is_match(entries_[slots_[at].entry - 1], key))
+      return slots_[at].entry - 1;
   return kNone;
 }
 
@@ -78,10 +80,11 @@ std::size_t List::after(std::int64_t serial) const {
     const auto distance = static_cast<std::uint64_t>(serial - oldest) + 1;
     index = distance < used_ ? static_cast<std::size_t>(distance) : used_;
     if (entries_[index - 1].serial > serial)
-      index = static_cast<std::size_t>(
-          std::upper_bound(entries_, entries_ + index, serial,
-                           [](std::int64_t sought, const Entry& one) { return sought < one.serial; }) -
-          entries_);
+      index = static_cast<std::size_t>(std::upper_bound(entries_, entries_ + index, serial,
+                                                        [](std::int64_t sought, const Entry& one) {
+                                                          return sought < one.serial;
+                                                        }) -
+                                       entries_);
     index = std::max(index, first_);
   }
   while (index < used_ && entries_[index].length == kGap) ++index;
@@ -92,16 +95,19 @@ std::size_t List::find_element(const Key& key, const void* element) const {
   if (slots_ != nullptr) {
     const std::size_t oldest = find(key);
     if (oldest == kNone) return kNone;
-    if (!entries_[oldest].may_have_namesake) return entries_[oldest].element == element ? oldest : kNone;
+    if (!entries_[oldest].may_have_namesake)
+      return entries_[oldest].element == element ? oldest : kNone;
   }
   for (std::size_t i = used_; i-- > first_;) {
     const Entry& one = entries_[i];
-    if (one.element == element && one.length != kGap && (!is_keyed_ || is_match(one, key))) return i;
+    if (one.element == element && one.length != kGap && (!is_keyed_ || is_match(one, key)))
+      return i;
   }
   return kNone;
 }
 
-std::size_t List::insert(vdx_context* context, const Key& key, void* element, std::size_t namesake) {
+std::size_t List::insert(vdx_context* context, const Key& key, void* element,
+                         std::size_t namesake) {
   if (namesake != kNone) entries_[namesake].may_have_namesake = 1;
   if (used_ == capacity_ && !grow(context)) return kNone;
   const std::size_t index = used_++;

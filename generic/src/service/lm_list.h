@@ -83,9 +83,9 @@ class List {
   std::size_t capacity_ = 0;  // of entries_
   std::size_t used_ = 0;      // entries and gaps
   std::size_t live_ = 0;
-  std::size_t first_ = 0;     // no entry stands before it
-  std::size_t mask_ = 0;      // slots less one
-  std::int64_t serial_ = 0;   // of the youngest entry ever
+  std::size_t first_ = 0;    // no entry stands before it
+  std::size_t mask_ = 0;     // slots less one
+  std::int64_t serial_ = 0;  // of the youngest entry ever
   bool is_keyed_;
 };
 

@@ -35,7 +35,8 @@ namespace {
 template <class Object>
 void* make_named(vdx_context* context, const char* name, std::size_t length) {
   void* memory = length <= INT32_MAX ? allocate(context, sizeof(Object) + length) : nullptr;
-  if (memory != nullptr && length != 0) std::memcpy(static_cast<char*>(memory) + sizeof(Object), name, length);
+  if (memory != nullptr && length != 0)
+    std::memcpy(static_cast<char*>(memory) + sizeof(Object), name, length);
   return memory;
 }
 
@@ -45,7 +46,8 @@ std::int64_t memory_of(const vdx_list& one) {
 
 std::int64_t memory_of(const vdx_listmgr& one) {
   std::int64_t bytes = static_cast<std::int64_t>(sizeof one) + one.name_length;
-  for (const vdx_list* list = one.lists; list != nullptr; list = list->next) bytes += memory_of(*list);
+  for (const vdx_list* list = one.lists; list != nullptr; list = list->next)
+    bytes += memory_of(*list);
   return bytes;
 }
 
@@ -62,7 +64,8 @@ std::int32_t found(const List& list, std::size_t index, void** element, std::int
   return XS_SUCCEED;
 }
 
-std::int32_t insert(vdx_list& owner, const Key& key, bool is_unique, void* element, std::int64_t* position) {
+std::int32_t insert(vdx_list& owner, const Key& key, bool is_unique, void* element,
+                    std::int64_t* position) {
   const std::size_t namesake = owner.list.is_keyed() ? owner.list.find(key) : List::kNone;
   if (is_unique && namesake != List::kNone) return XS_FAIL;
   const std::size_t index = owner.list.insert(owner.instance->context, key, element, namesake);
@@ -94,8 +97,8 @@ struct Value {
 };
 
 // Reads or sets one property. user: where the caller's own pointer is.
-std::int32_t property(std::int32_t action, std::int32_t which, const Value& value, void** user, void* buffer,
-                      std::int32_t size, std::int32_t* length) {
+std::int32_t property(std::int32_t action, std::int32_t which, const Value& value, void** user,
+                      void* buffer, std::int32_t size, std::int32_t* length) {
   const auto room = static_cast<std::size_t>(size);
   if (action == VDX_LM_SET) {
     if (which != VDX_LM_USER || room != sizeof *user) return XS_FAIL;
@@ -112,7 +115,8 @@ std::int32_t property(std::int32_t action, std::int32_t which, const Value& valu
 
 // The value of a property that lists and instances share.
 template <class Object>
-Value shared_value(const Object& one, std::int32_t which, std::int64_t members, std::int64_t& number) {
+Value shared_value(const Object& one, std::int32_t which, std::int64_t members,
+                   std::int64_t& number) {
   switch (which) {
     case VDX_LM_NAME:
       return {&one + 1, static_cast<std::size_t>(one.name_length)};
@@ -134,18 +138,21 @@ bool is_keyed_operation(std::int32_t operation) {
 }
 
 bool needs_element(std::int32_t operation) {
-  return operation == VDX_LM_INSERT || operation == VDX_LM_APPEND || operation == VDX_LM_DELETE_ELEMENT ||
-         operation == VDX_LM_APPLY;
+  return operation == VDX_LM_INSERT || operation == VDX_LM_APPEND ||
+         operation == VDX_LM_DELETE_ELEMENT || operation == VDX_LM_APPLY;
 }
 
-bool needs_position(std::int32_t operation) { return operation == VDX_LM_NEXT || operation == VDX_LM_COUNT; }
+bool needs_position(std::int32_t operation) {
+  return operation == VDX_LM_NEXT || operation == VDX_LM_COUNT;
+}
 
 }  // namespace
 }  // namespace vdx
 
 extern "C" {
 
-std::int32_t lm_initlm(vdx_context* context, const char* name, std::int32_t name_length, vdx_listmgr** instance) {
+std::int32_t lm_initlm(vdx_context* context, const char* name, std::int32_t name_length,
+                       vdx_listmgr** instance) {
   VDX_CHECK_POINTER(name, XS_FAIL);
   VDX_CHECK_POINTER(instance, XS_FAIL);
   VDX_ASSERT(vdx::is_length(name_length), XS_FAIL);
@@ -153,7 +160,8 @@ std::int32_t lm_initlm(vdx_context* context, const char* name, std::int32_t name
   const std::size_t length = vdx::measured(name, name_length);
   void* memory = vdx::make_named<vdx_listmgr>(context, name, length);
   if (memory == nullptr) return VDX_TRACE(XS_MEM_ERROR);
-  *instance = new (memory) vdx_listmgr{context, nullptr, 0, nullptr, static_cast<std::int32_t>(length)};
+  *instance =
+      new (memory) vdx_listmgr{context, nullptr, 0, nullptr, static_cast<std::int32_t>(length)};
   return VDX_TRACE(XS_SUCCEED);
 }
 
@@ -169,8 +177,8 @@ std::int32_t lm_exit(vdx_listmgr* instance) {
   return VDX_TRACE(XS_SUCCEED);
 }
 
-std::int32_t lm_list_alloc(vdx_listmgr* instance, const char* name, std::int32_t name_length, std::int32_t kind,
-                           vdx_list** list) {
+std::int32_t lm_list_alloc(vdx_listmgr* instance, const char* name, std::int32_t name_length,
+                           std::int32_t kind, vdx_list** list) {
   VDX_CHECK_POINTER(instance, XS_FAIL);
   VDX_CHECK_POINTER(name, XS_FAIL);
   VDX_CHECK_POINTER(list, XS_FAIL);
@@ -197,8 +205,8 @@ std::int32_t lm_list_drop(vdx_list* list) {
   return VDX_TRACE(XS_SUCCEED);
 }
 
-std::int32_t lm_list_op(vdx_list* list, std::int32_t operation, const void* key, std::int32_t key_length,
-                        void** element, std::int64_t* position) {
+std::int32_t lm_list_op(vdx_list* list, std::int32_t operation, const void* key,
+                        std::int32_t key_length, void** element, std::int64_t* position) {
   VDX_CHECK_POINTER(list, XS_FAIL);
   vdx::List& inside = list->list;
   const bool by_key = inside.is_keyed() && vdx::is_keyed_operation(operation);
@@ -206,7 +214,8 @@ std::int32_t lm_list_op(vdx_list* list, std::int32_t operation, const void* key,
   if (vdx::needs_element(operation)) VDX_CHECK_POINTER(element, XS_FAIL);
   if (vdx::needs_position(operation)) VDX_CHECK_POINTER(position, XS_FAIL);
   VDX_ASSERT(operation >= VDX_LM_INSERT && operation <= VDX_LM_COUNT, XS_FAIL);
-  VDX_ASSERT(inside.is_keyed() || (operation != VDX_LM_FIND && operation != VDX_LM_DELETE), XS_FAIL);
+  VDX_ASSERT(inside.is_keyed() || (operation != VDX_LM_FIND && operation != VDX_LM_DELETE),
+             XS_FAIL);
   VDX_ASSERT(!by_key || vdx::is_length(key_length), XS_FAIL);
   vdx::Key sought;
   if (by_key) {
@@ -240,8 +249,8 @@ std::int32_t lm_list_op(vdx_list* list, std::int32_t operation, const void* key,
   }
 }
 
-std::int32_t lm_list_prop(vdx_list* list, std::int32_t action, std::int32_t which, void* buffer, std::int32_t size,
-                          std::int32_t* length) {
+std::int32_t lm_list_prop(vdx_list* list, std::int32_t action, std::int32_t which, void* buffer,
+                          std::int32_t size, std::int32_t* length) {
   VDX_CHECK_POINTER(list, XS_FAIL);
   VDX_CHECK_POINTER(buffer, XS_FAIL);
   VDX_ASSERT(action == VDX_LM_GET || action == VDX_LM_SET, XS_FAIL);
@@ -255,8 +264,8 @@ std::int32_t lm_list_prop(vdx_list* list, std::int32_t action, std::int32_t whic
   return VDX_TRACE(vdx::property(action, which, value, &list->user, buffer, size, length));
 }
 
-std::int32_t lm_property(vdx_listmgr* instance, std::int32_t action, std::int32_t which, void* buffer,
-                         std::int32_t size, std::int32_t* length) {
+std::int32_t lm_property(vdx_listmgr* instance, std::int32_t action, std::int32_t which,
+                         void* buffer, std::int32_t size, std::int32_t* length) {
   VDX_CHECK_POINTER(instance, XS_FAIL);
   VDX_CHECK_POINTER(buffer, XS_FAIL);
   VDX_ASSERT(action == VDX_LM_GET || action == VDX_LM_SET, XS_FAIL);

@@ -37,7 +37,8 @@ struct Pool::FreePiece {
 // Holds the pool's lock, when it could be had.
 class Pool::Guard {
  public:
-  explicit Guard(const Hooks& hooks) : hooks_(hooks), held_(hooks.lock == nullptr || hooks.lock(hooks.data)) {}
+  explicit Guard(const Hooks& hooks)
+      : hooks_(hooks), held_(hooks.lock == nullptr || hooks.lock(hooks.data)) {}
   ~Guard() {
     if (held_ && hooks_.unlock != nullptr) hooks_.unlock(hooks_.data);
   }

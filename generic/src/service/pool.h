@@ -78,7 +78,7 @@ class Pool {
 
   vdx_context* context_;
   Hooks hooks_;
-  std::size_t backing_;   // bytes of the backing block
+  std::size_t backing_;  // bytes of the backing block
   std::size_t memory_;
   std::size_t used_;
   std::size_t next_block_;  // bytes of the next block
