@@ -1,4 +1,5 @@
-// Mutex, event and semaphore beside their peers, mostly by one thread that never has to sleep.
+// Mutex, event and semaphore beside their peers, by one thread that never has to sleep in a process
+// without others, then the mutex by two threads.
 #include <pthread.h>
 #include <semaphore.h>
 
@@ -112,6 +113,12 @@ void add_mutexes() {
     return true;
   });
 #endif
+}
+
+void add_contended() {
+  vdx_mutex* ours = nullptr;
+  if (comn_create_mutex(&ours) != XS_SUCCEED) std::abort();
+  pthread_mutex_t* const posix = &keep<RecursivePthread>().mutex;
   contended("ours", [=] { comn_take_mutex(ours); }, [=] { comn_release_mutex(ours); });
   contended("pthread", [=] { pthread_mutex_lock(posix); }, [=] { pthread_mutex_unlock(posix); });
 }
@@ -156,5 +163,6 @@ int main(int argc, char** argv) {
   add_mutexes();
   add_events();
   add_semaphores();
+  add_contended();  // last: from its first thread on the process is no longer single-threaded
   return bench::run(argc, argv);
 }

@@ -466,7 +466,11 @@ void leave_deep(Ending& ending) {
   comn_waitfor_event(ending.ready, VDX_NO_LIMIT);
   if (ending.way == 0) comn_exit_thread(nullptr);
   if (ending.way == 1) comn_exit_thread(&status);
-  if (ending.way == 2) comn_cancel_thread(ending.thread);
+  if (ending.way == 2) {
+    vdx_thread* const thread = ending.thread;
+    comn_signal_event(ending.ended);
+    comn_cancel_thread(thread);
+  }
   if (ending.way == 3) comn_kill_thread(ending.thread);
   if (ending.way == 4) {
     EXPECT_EQ(comn_join_thread(ending.thread), XS_FAIL);
@@ -485,14 +489,16 @@ void* leaves(void* argument) {
 TEST(ThreadEnd, OfTheCallingThread) {
   for (int way = 0; way < 6; ++way) {
     SCOPED_TRACE(way);
-    const EventObject ready(VDX_EVENT_AUTO);
-    Ending ending;
+    const EventObject ready(VDX_EVENT_AUTO), ended(VDX_EVENT_AUTO);
+    static Ending endings[6];
+    Ending& ending = endings[way];
     ending.ready = ready;
+    ending.ended = ended;
     ending.way = way;
     ASSERT_EQ(comn_create_thread(&ending.thread, leaves, &ending), XS_SUCCEED);
     comn_signal_event(ready);
     if (way == 2) {
-      while (comn_waitfor_event(ready, 0) == XS_SUCCEED) comn_signal_event(ready), comn_yield();
+      EXPECT_EQ(comn_waitfor_event(ended, kBound), XS_SUCCEED);
     } else {
       run_threads(kThreads, [&](int) { EXPECT_EQ(comn_join_thread(ending.thread), XS_SUCCEED); });
       EXPECT_EQ(comn_detach_thread(ending.thread), XS_SUCCEED);
