@@ -80,19 +80,44 @@ Place& place_of(const Word& word) {
 
 }  // namespace
 
+// No thread may be ended inside these: a place would stay locked. So a thread that can be ended
+// looks up every few milliseconds instead.
+class Undisturbed {
+ public:
+  Undisturbed() : was_closed_(thread_sleep != nullptr && thread_sleep->closed.exchange(true)) {}
+  ~Undisturbed() {
+    if (thread_sleep == nullptr || was_closed_) return;
+    thread_sleep->closed.store(false);
+    if (thread_sleep->end_requested.load()) thread_sleep->end(*thread_sleep);
+  }
+
+ private:
+  const bool was_closed_;
+};
+
 bool park(Word& word, std::uint64_t seen, const Deadline& deadline) {
+  constexpr std::uint32_t kLookUp = 20;
+  const Undisturbed undisturbed;
+  const Deadline soon(kLookUp);
+  const timespec *limit = deadline.when(), *slice = soon.when();
+  bool last = limit != nullptr;
+  if (thread_sleep != nullptr &&
+      (!last || limit->tv_sec > slice->tv_sec || (limit->tv_sec == slice->tv_sec && limit->tv_nsec > slice->tv_nsec))) {
+    limit = slice;
+    last = false;
+  }
   Place& place = place_of(word);
   int result = 0;
   pthread_mutex_lock(&place.mutex);
   if (word.load() >> 32 == seen >> 32)
-    result = deadline.when() == nullptr
-                 ? pthread_cond_wait(&place.changed, &place.mutex)
-                 : pthread_cond_timedwait(&place.changed, &place.mutex, deadline.when());
+    result = limit == nullptr ? pthread_cond_wait(&place.changed, &place.mutex)
+                              : pthread_cond_timedwait(&place.changed, &place.mutex, limit);
   pthread_mutex_unlock(&place.mutex);
-  return result != ETIMEDOUT;
+  return result != ETIMEDOUT || !last;
 }
 
 void wake(Word& word, std::uint32_t) {
+  const Undisturbed undisturbed;
   Place& place = place_of(word);
   pthread_mutex_lock(&place.mutex);
   pthread_cond_broadcast(&place.changed);
