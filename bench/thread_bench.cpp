@@ -23,7 +23,8 @@ using bench::kItems;
 // Nothing to compare afterwards: the body says whether its calls did what they should.
 template <class Body>
 void contender(const std::string& row, const std::string& name, Body body) {
-  bench::contender(row, name, body, [] {}, [] { return true; });
+  bench::contender(
+      row, name, body, [] {}, [] { return true; });
 }
 
 struct RecursivePthread {
@@ -119,17 +120,21 @@ void add_contended() {
   vdx_mutex* ours = nullptr;
   if (comn_create_mutex(&ours) != XS_SUCCEED) std::abort();
   pthread_mutex_t* const posix = &keep<RecursivePthread>().mutex;
-  contended("ours", [=] { comn_take_mutex(ours); }, [=] { comn_release_mutex(ours); });
-  contended("pthread", [=] { pthread_mutex_lock(posix); }, [=] { pthread_mutex_unlock(posix); });
+  contended(
+      "ours", [=] { comn_take_mutex(ours); }, [=] { comn_release_mutex(ours); });
+  contended(
+      "pthread", [=] { pthread_mutex_lock(posix); }, [=] { pthread_mutex_unlock(posix); });
 }
 
 void add_events() {
   vdx_event *ours = nullptr, *unset = nullptr;
-  if (comn_create_event(&ours) != XS_SUCCEED || comn_create_event(&unset) != XS_SUCCEED) std::abort();
+  if (comn_create_event(&ours) != XS_SUCCEED || comn_create_event(&unset) != XS_SUCCEED)
+    std::abort();
   ConditionEvent* const condition = &keep<ConditionEvent>();
   std::atomic<int>* const word = &keep<std::atomic<int>>(0);
   contender("event", "ours", [=](std::size_t) {
-    return comn_signal_event(ours) == XS_SUCCEED && comn_waitfor_event(ours, VDX_NO_LIMIT) == XS_SUCCEED;
+    return comn_signal_event(ours) == XS_SUCCEED &&
+           comn_waitfor_event(ours, VDX_NO_LIMIT) == XS_SUCCEED;
   });
   contender("event", "pthread condition", [=](std::size_t) {
     condition->signal();
@@ -142,7 +147,8 @@ void add_events() {
     word->wait(0);
     return word->exchange(0) == 1;
   });
-  contender("event_unset", "ours", [=](std::size_t) { return comn_waitfor_event(unset, 0) == XS_TIMED_OUT; });
+  contender("event_unset", "ours",
+            [=](std::size_t) { return comn_waitfor_event(unset, 0) == XS_TIMED_OUT; });
   contender("event_unset", "pthread condition", [=](std::size_t) { return !condition->poll(); });
 }
 
@@ -154,7 +160,8 @@ void add_semaphores() {
   contender("semaphore", "ours", [=](std::size_t) {
     return comn_release_sem(ours) == XS_SUCCEED && comn_waitfor_sem(ours, 0) == XS_SUCCEED;
   });
-  contender("semaphore", "sem_t", [=](std::size_t) { return sem_post(posix) == 0 && sem_wait(posix) == 0; });
+  contender("semaphore", "sem_t",
+            [=](std::size_t) { return sem_post(posix) == 0 && sem_wait(posix) == 0; });
 }
 
 }  // namespace

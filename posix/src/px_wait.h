@@ -24,7 +24,8 @@ static_assert(Word::is_always_lock_free, "signal handlers post gates");
 // Changes the word when it is seen, else reads it into seen. A process that has a single thread is
 // spared the cost of the locked instruction.
 inline bool change(Word& word, std::uint64_t& seen, std::uint64_t next, std::memory_order order) {
-  if (!VDX_SINGLE_THREADED) return word.compare_exchange_strong(seen, next, order, std::memory_order_relaxed);
+  if (!VDX_SINGLE_THREADED)
+    return word.compare_exchange_strong(seen, next, order, std::memory_order_relaxed);
   const std::uint64_t now = word.load(std::memory_order_relaxed);
   const bool same = now == seen;
   if (same) word.store(next, std::memory_order_relaxed);
@@ -53,9 +54,7 @@ void wake(Word& word, std::uint32_t count);
 // Identifies the calling thread for as long as the process runs: never 0, never used again.
 inline thread_local constinit std::uint32_t thread_token [[gnu::tls_model("initial-exec")]] = 0;
 std::uint32_t new_thread_token();
-inline std::uint32_t self_token() {
-  return thread_token != 0 ? thread_token : new_thread_token();
-}
+inline std::uint32_t self_token() { return thread_token != 0 ? thread_token : new_thread_token(); }
 
 // Recursive. Lower half: the holder's token; upper half: free, held, or held with sleepers.
 class Mutex {
@@ -83,7 +82,8 @@ class Mutex {
 
   // False where the calling thread is not the holder.
   bool release() {
-    if (static_cast<std::uint32_t>(word_.load(std::memory_order_relaxed)) != self_token()) return false;
+    if (static_cast<std::uint32_t>(word_.load(std::memory_order_relaxed)) != self_token())
+      return false;
     if (depth_ != 0) {
       --depth_;
       return true;
@@ -178,7 +178,7 @@ struct Sleep {
   std::atomic<std::uint32_t> kind{kNone};
   std::atomic<bool> closed{false};  // between two states: the end has to wait
   std::atomic<bool> end_requested{false};
-  void (*end)(Sleep&) = nullptr;    // leaves the thread; does not return
+  void (*end)(Sleep&) = nullptr;  // leaves the thread; does not return
 
   // Brackets a change of state; the thread ends at the close of it when it was asked to.
   void begin_change() { closed.store(true); }
