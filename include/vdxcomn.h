@@ -15,6 +15,7 @@
 #include "vdxcomn/money.h"
 #include "vdxcomn/nulls.h"
 #include "vdxcomn/number.h"
+#include "vdxcomn/thread.h"
 #include "vdxcomn/types.h"
 #include "vdxcomn/wire.h"
 

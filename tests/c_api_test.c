@@ -125,6 +125,21 @@ static void wire(void) {
   EXPECT(com_tds_get_tdsfixedlen(token, &length) == VDX_UNKNOWN_TOKEN);
 }
 
+static void *signal_event(void *event) {
+  comn_signal_event(event);
+  return NULL;
+}
+
+static void threads(void) {
+  vdx_thread *thread;
+  vdx_event *event;
+  EXPECT(comn_create_event(&event) == XS_SUCCEED);
+  EXPECT(comn_create_thread(&thread, signal_event, event) == XS_SUCCEED);
+  EXPECT(comn_waitfor_event(event, VDX_NO_LIMIT) == XS_SUCCEED);
+  EXPECT(comn_join_thread(thread) == XS_SUCCEED && comn_detach_thread(thread) == XS_SUCCEED);
+  EXPECT(comn_delete_event(event) == XS_SUCCEED);
+}
+
 int main(void) {
   vdx_context context = {.version = VDX_VERSION};
   frame();
@@ -135,5 +150,6 @@ int main(void) {
   dates(&context);
   nulls(&context);
   wire();
+  threads();
   return failures != 0;
 }
