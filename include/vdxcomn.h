@@ -3,6 +3,7 @@
 #define VDXCOMN_H
 
 #include "vdxcomn/conversions.h"
+#include "vdxcomn/config.h"
 #include "vdxcomn/convert.h"
 #include "vdxcomn/date.h"
 #include "vdxcomn/dateformat.h"
