@@ -13,6 +13,7 @@
 #include "vdxcomn/intl.h"
 #include "vdxcomn/money.h"
 #include "vdxcomn/number.h"
+#include "vdxcomn/thread.h"
 #include "vdxcomn/types.h"
 
 #endif
