@@ -2,8 +2,8 @@
 #ifndef VDXCOMN_H
 #define VDXCOMN_H
 
-#include "vdxcomn/conversions.h"
 #include "vdxcomn/config.h"
+#include "vdxcomn/conversions.h"
 #include "vdxcomn/convert.h"
 #include "vdxcomn/date.h"
 #include "vdxcomn/dateformat.h"

@@ -8,7 +8,8 @@
  *
  * Lengths of inputs may be VDX_NULLTERM: zero-terminated, to be measured. Null pointers are failed
  * checks (frame.h) unless something else is said; a function then returns 0 or null where the
- * check is resumed. What goes wrong with a file is told to the context's message callback. */
+ * check is resumed. What goes wrong with a file is told to the context's message callback (errors.h,
+ * VDX_MSG_CFG_...). */
 #ifndef VDXCOMN_CONFIG_H
 #define VDXCOMN_CONFIG_H
 
@@ -16,6 +17,7 @@
 
 VDX_BEGIN_DECLS
 
+struct vdx_mutex; /* thread.h */
 typedef struct vdx_cfg vdx_cfg;               /* opaque: a handle on a configuration file */
 typedef struct vdx_cfg_cursor vdx_cfg_cursor; /* opaque: a place among the values of a key */
 typedef struct vdx_cfg_record vdx_cfg_record; /* opaque: a parsed file with its users */
@@ -26,7 +28,7 @@ struct vdx_appglobal {
   void *slots[4];                   /* the users' own; all null when the last user drops the area */
   int32_t users;                    /* read-only from here on */
   int32_t tag;                      /* as given by who created the area */
-  void *mutex;
+  struct vdx_mutex *mutex;
   vdx_cfg_record *configurations;   /* head of the list of parsed files */
 };
 
@@ -34,20 +36,6 @@ struct vdx_appglobal {
 enum {
   VDX_APPGLOBAL_STATIC = 1, /* the one static area of the process */
   VDX_CFG_FORCE = 300       /* drop the file under its other handles, too */
-};
-
-/* Numbers of the messages. The record tells each one's parameters. */
-enum {
-  VDX_CFGMSG_INCLUDE = 0x01040007,   /* include of an undefined section or of itself */
-  VDX_CFGMSG_SYNTAX = 0x01040008,    /* syntax error; parameters: file, line, token */
-  VDX_CFGMSG_FORCED = 0x01040009,    /* forced drop while other handles were open */
-  VDX_CFGMSG_LIST = 0x01040601,      /* a list operation failed during a lookup */
-  VDX_CFGMSG_MEMORY = 0x01040602,    /* out of memory */
-  VDX_CFGMSG_OPEN = 0x01040603,      /* the file could not be opened */
-  VDX_CFGMSG_DETACHED = 0x01040604,  /* drop of a detached handle */
-  VDX_CFGMSG_NAME = 0x01040605,      /* file name longer than 512 bytes */
-  VDX_CFGMSG_CHARACTER = 0x01040606, /* the file ends inside a character */
-  VDX_CFGMSG_SECTION = 0x01040607    /* neither the section nor NAMED_APP_DEFAULT is there */
 };
 
 /* Hands out an area, new (zero-filled, by malloc) or static with VDX_APPGLOBAL_STATIC; other bits
@@ -73,8 +61,8 @@ VDX_API int32_t com_appglobal_drop(vdx_appglobal *area, int32_t options);
  *          the environment variable VERDEX names (a failed assertion when it is not set)
  * cfg      receives the handle, unchanged on failure
  *
- * Returns XS_SUCCEED, or XS_FAIL: another length, VDX_CFGMSG_NAME, VDX_CFGMSG_OPEN,
- * VDX_CFGMSG_MEMORY. */
+ * Returns XS_SUCCEED, or XS_FAIL: another length, VDX_MSG_CFG_NAME, VDX_MSG_CFG_OPEN,
+ * VDX_MSG_CFG_MEMORY. */
 VDX_API int32_t comn_init_cfg(vdx_context *context, const char *name, int32_t length,
                               vdx_cfg **cfg);
 
@@ -91,7 +79,7 @@ VDX_API int32_t comn_init_cfg(vdx_context *context, const char *name, int32_t le
  *
  * Returns XS_SUCCEED; VDX_TRUNCATED with the first size bytes; XS_END_DATA without a (further)
  * value; XS_FAIL for a detached handle, without memory, or where the section and the default one
- * are missing (VDX_CFGMSG_SECTION unless section is empty). */
+ * are missing (VDX_MSG_CFG_SECTION unless section is empty). */
 VDX_API int32_t comn_get_cfg(vdx_cfg *cfg, const char *section, int32_t section_length,
                              const char *key, int32_t key_length, vdx_cfg_cursor **cursor,
                              char *buffer, int32_t size, int32_t *value_length);
@@ -101,9 +89,9 @@ VDX_API int32_t comn_get_cfg(vdx_cfg *cfg, const char *section, int32_t section_
 VDX_API int32_t comn_nextdrop_cfg(vdx_cfg *cfg, vdx_cfg_cursor *cursor);
 
 /* Drops a handle; with the last one of its file, the file's data. option VDX_UNUSED, or
- * VDX_CFG_FORCE: other handles are detached (VDX_CFGMSG_FORCED) and the data goes at once, so no
+ * VDX_CFG_FORCE: other handles are detached (VDX_MSG_CFG_FORCED) and the data goes at once, so no
  * thread may still be looking up. Returns XS_SUCCEED, or XS_FAIL for a handle that was detached
- * (VDX_CFGMSG_DETACHED): it is then the caller's to give to free(). */
+ * (VDX_MSG_CFG_DETACHED): it is then the caller's to give to free(). */
 VDX_API int32_t comn_drop_cfg(vdx_cfg *cfg, int32_t option);
 
 /* Frees every file of a list (vdx_appglobal.configurations; null: none) without locking. Handles
@@ -133,7 +121,7 @@ enum {
 };
 
 /* Opens the file and makes the parse state. Returns 1, or 0 with nothing left behind: the file
- * cannot be opened (VDX_CFGMSG_OPEN) or memory is short. */
+ * cannot be opened (VDX_MSG_CFG_OPEN) or memory is short. */
 VDX_API int32_t cfg__init_parse(vdx_cfg *cfg);
 
 /* Ends a parse, whether it succeeded or not: file, buffer and tokens are released. Returns 1. */
@@ -143,7 +131,7 @@ VDX_API int32_t cfg__clean_parse(vdx_cfg *cfg);
 VDX_API int32_t cfg__parse(vdx_cfg *cfg);
 
 /* Reads the next character into the raw buffer. Returns it as the scanner sees it: its ASCII code,
- * 0xF1 where it has none, -1 at the end of the file (VDX_CFGMSG_CHARACTER inside a character) or
+ * 0xF1 where it has none, -1 at the end of the file (VDX_MSG_CFG_CUT inside a character) or
  * without memory. */
 VDX_API int32_t cfg__getc(vdx_cfg *cfg);
 
@@ -181,7 +169,7 @@ VDX_API void cfg__clearbuf(vdx_cfg *cfg);
  * invalid. */
 VDX_API void cfg__clearparse(vdx_cfg *cfg, int32_t valid);
 
-/* Reports a syntax error at the newest token: VDX_CFGMSG_SYNTAX. */
+/* Reports a syntax error at the newest token: VDX_MSG_CFG_SYNTAX. */
 VDX_API void cfg__parse_error(vdx_cfg *cfg);
 
 /* Ends the current section and starts one, valid and empty, of the name in pieces; null: none, as
@@ -192,7 +180,7 @@ VDX_API int32_t cfg__add_section(vdx_cfg *cfg, const vdx_cfg_token *name);
 VDX_API int32_t cfg__add_entry(vdx_cfg *cfg, const vdx_cfg_token *key,
                                const vdx_cfg_token *value);
 
-/* Appends an include to the current section, or marks that section invalid (VDX_CFGMSG_INCLUDE) for
+/* Appends an include to the current section, or marks that section invalid (VDX_MSG_CFG_INCLUDE) for
  * a section that is not yet defined or is itself. Returns 1, 0 without memory. */
 VDX_API int32_t cfg__add_include(vdx_cfg *cfg, const vdx_cfg_token *name);
 
