@@ -199,6 +199,7 @@ typedef vdx_conversion *vdx_convfn;
 struct vdx_extension; /* one installed conversion of a user datatype; the library's */
 struct vdx_null_value;     /* null image of a built-in datatype; the library's */
 struct vdx_null_extension; /* null image of a user datatype; the library's */
+struct vdx_err_table;      /* texts of numbered messages, see errors.h */
 
 /* The caller's context. Valid when zero-filled with version set to VDX_VERSION: then memory comes
  * from malloc, text is in the built-in single-byte character set, and numbered messages go
@@ -218,6 +219,9 @@ struct vdx_context {
   struct vdx_null_value *nulls;
   int32_t null_count;
   struct vdx_null_extension *null_extensions;
+
+  /* The caller's again: texts of numbered messages, see errors.h; null: English. */
+  const struct vdx_err_table *messages;
 };
 
 VDX_END_DECLS
