@@ -8,7 +8,7 @@
  * keeps no error code of the system. A null pointer argument is reported as
  * com_raise_invalid_null_pointer describes, with result 0 where a handler resumes; the calls that
  * take null as a value say so. A create call that fails has allocated nothing and leaves null in
- * its output (mutexes and conditions leave the output as it was).
+ * its output.
  *
  * Waits are measured by a clock that no change of the time of day moves, and end for nothing but
  * what they waited for. A set, release or signal hands over to a thread that already waits, so

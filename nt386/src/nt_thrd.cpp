@@ -1,0 +1,332 @@
+// Threads and the objects they meet at, on the services of Windows.
+#include <windows.h>
+
+#include <process.h>
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "frame/check.h"
+#include "service/thread_level.h"
+#include "vdxcomn/thread.h"
+
+struct vdx_thread {
+  HANDLE handle;
+};
+struct vdx_mutex {
+  CRITICAL_SECTION section;
+};
+struct vdx_sem {
+  HANDLE handle;
+};
+struct vdx_event {
+  HANDLE handle;
+};
+struct vdx_cond {
+  HANDLE one;  // auto-reset: wakes one waiter
+  HANDLE all;  // manual-reset: wakes all, and is never reset
+};
+
+namespace {
+
+constexpr DWORD kPatience = 1000;  // milliseconds
+
+struct Start {
+  vdx_start_routine* routine;
+  void* argument;
+};
+
+template <class Block>
+Block* allocate() {
+  return static_cast<Block*>(std::malloc(sizeof(Block)));
+}
+
+std::int32_t status(BOOL done) { return done ? XS_SUCCEED : XS_FAIL; }
+
+std::int32_t waited(DWORD result) {
+  return result == WAIT_OBJECT_0 ? XS_SUCCEED : result == WAIT_TIMEOUT ? XS_TIMED_OUT : XS_FAIL;
+}
+
+// The routine's pointer does not fit an exit code, which nobody reads.
+unsigned __stdcall run_thread(void* memory) {
+  const Start start = *static_cast<Start*>(memory);
+  std::free(memory);
+  start.routine(start.argument);
+  return 0;
+}
+
+bool begin(vdx_thread* thread, vdx_start_routine* routine, void* argument, unsigned stack_size) {
+  Start* const start = allocate<Start>();
+  if (start == nullptr) return false;
+  *start = {routine, argument};
+  unsigned tid;
+  const std::uintptr_t handle = _beginthreadex(nullptr, stack_size, run_thread, start, 0, &tid);
+  if (handle == 0) std::free(start);
+  thread->handle = reinterpret_cast<HANDLE>(handle);
+  return handle != 0;
+}
+
+CRITICAL_SECTION coroutine_section;
+bool coroutine_mode = false;
+
+}  // namespace
+
+int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, void* argument, size_t stack_size) {
+  VDX_CHECK_POINTER(thread, XS_FAIL);
+  *thread = nullptr;
+  VDX_CHECK_POINTER(start, XS_FAIL);
+  if (stack_size > UINT_MAX) return VDX_TRACE(XS_FAIL);
+  vdx_thread* const block = allocate<vdx_thread>();
+  if (block == nullptr) return VDX_TRACE(XS_FAIL);
+  if (!begin(block, start, argument, static_cast<unsigned>(stack_size))) {
+    std::free(block);
+    return VDX_TRACE(XS_FAIL);
+  }
+  *thread = block;
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_join_thread(vdx_thread* thread) {
+  VDX_CHECK_POINTER(thread, XS_FAIL);
+  return VDX_TRACE(status(WaitForSingleObject(thread->handle, INFINITE) == WAIT_OBJECT_0));
+}
+
+int32_t comn_detach_thread(vdx_thread* thread) {
+  VDX_CHECK_POINTER(thread, XS_FAIL);
+  CloseHandle(thread->handle);
+  std::free(thread);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_kill_thread(vdx_thread* thread) {
+  VDX_CHECK_POINTER(thread, XS_FAIL);
+  if (WaitForSingleObject(thread->handle, kPatience) != WAIT_TIMEOUT) return VDX_TRACE(XS_SUCCEED);
+  return VDX_TRACE(status(TerminateThread(thread->handle, 0)));
+}
+
+int32_t comn_cancel_thread(vdx_thread* thread) {
+  VDX_CHECK_POINTER(thread, XS_FAIL);
+  const std::int32_t result = status(TerminateThread(thread->handle, 0));
+  CloseHandle(thread->handle);
+  std::free(thread);
+  return VDX_TRACE(result);
+}
+
+void comn_exit_thread(const int32_t* exit_status) {
+  _endthreadex(exit_status != nullptr ? static_cast<unsigned>(*exit_status) : 0);
+}
+
+void comn_yield(void) { SwitchToThread(); }
+
+vdx_tid comn_thread_id(void) { return GetCurrentThreadId(); }
+
+int32_t comn_set_priority(vdx_thread* thread, int32_t priority) {
+  VDX_CHECK_POINTER(thread, XS_FAIL);
+  if (priority < 0 || priority >= vdx::kPriorities) return VDX_TRACE(XS_FAIL);
+  static constexpr int kLevel[vdx::kLevels] = {
+      THREAD_PRIORITY_IDLE,         THREAD_PRIORITY_LOWEST,  THREAD_PRIORITY_BELOW_NORMAL, THREAD_PRIORITY_NORMAL,
+      THREAD_PRIORITY_ABOVE_NORMAL, THREAD_PRIORITY_HIGHEST, THREAD_PRIORITY_TIME_CRITICAL};
+  return VDX_TRACE(status(SetThreadPriority(thread->handle, kLevel[vdx::kThreadLevel[priority]])));
+}
+
+void* comn_getsp(vdx_thread* thread) {
+  VDX_CHECK_POINTER(thread, nullptr);
+  CONTEXT registers;
+  std::memset(&registers, 0, sizeof registers);
+  registers.ContextFlags = CONTEXT_CONTROL;
+  if (!GetThreadContext(thread->handle, &registers)) return nullptr;
+#if defined(_M_X64) || defined(__x86_64__)
+  return reinterpret_cast<void*>(registers.Rsp);
+#elif defined(_M_IX86) || defined(__i386__)
+  return reinterpret_cast<void*>(registers.Esp);
+#else
+  return reinterpret_cast<void*>(registers.Sp);
+#endif
+}
+
+int32_t comn_create_mutex(vdx_mutex** mutex) {
+  VDX_CHECK_POINTER(mutex, XS_FAIL);
+  *mutex = allocate<vdx_mutex>();
+  if (*mutex == nullptr) return VDX_TRACE(XS_FAIL);
+  InitializeCriticalSection(&(*mutex)->section);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_take_mutex(vdx_mutex* mutex) {
+  VDX_CHECK_POINTER(mutex, XS_FAIL);
+  EnterCriticalSection(&mutex->section);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_try_mutex(vdx_mutex* mutex) {
+  VDX_CHECK_POINTER(mutex, XS_FAIL);
+  return VDX_TRACE(status(TryEnterCriticalSection(&mutex->section)));
+}
+
+int32_t comn_release_mutex(vdx_mutex* mutex) {
+  VDX_CHECK_POINTER(mutex, XS_FAIL);
+  LeaveCriticalSection(&mutex->section);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_delete_mutex(vdx_mutex* mutex) {
+  if (mutex == nullptr) return VDX_TRACE(XS_FAIL);
+  DeleteCriticalSection(&mutex->section);
+  std::free(mutex);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_create_sem(vdx_sem** semaphore, int32_t maximum) {
+  VDX_CHECK_POINTER(semaphore, XS_FAIL);
+  *semaphore = nullptr;
+  vdx_sem* const block = allocate<vdx_sem>();
+  if (block == nullptr) return VDX_TRACE(XS_FAIL);
+  block->handle = CreateSemaphoreA(nullptr, 0, maximum, nullptr);
+  if (block->handle == nullptr) {
+    std::free(block);
+    return VDX_TRACE(XS_FAIL);
+  }
+  *semaphore = block;
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_waitfor_sem(vdx_sem* semaphore, int32_t no_wait) {
+  VDX_CHECK_POINTER(semaphore, XS_FAIL);
+  return VDX_TRACE(waited(WaitForSingleObject(semaphore->handle, no_wait != 0 ? 0 : INFINITE)));
+}
+
+int32_t comn_release_sem(vdx_sem* semaphore) {
+  VDX_CHECK_POINTER(semaphore, XS_FAIL);
+  return VDX_TRACE(status(ReleaseSemaphore(semaphore->handle, 1, nullptr)));
+}
+
+int32_t comn_delete_sem(vdx_sem* semaphore) {
+  VDX_CHECK_POINTER(semaphore, XS_FAIL);
+  const HANDLE handle = semaphore->handle;
+  std::free(semaphore);
+  CloseHandle(handle);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_create_event_ex(vdx_event** event, int32_t kind) {
+  VDX_CHECK_POINTER(event, XS_FAIL);
+  *event = nullptr;
+  vdx_event* const block = allocate<vdx_event>();
+  if (block == nullptr) return VDX_TRACE(XS_FAIL);
+  block->handle = CreateEventA(nullptr, kind != VDX_EVENT_AUTO, FALSE, nullptr);
+  if (block->handle == nullptr) {
+    std::free(block);
+    return VDX_TRACE(XS_FAIL);
+  }
+  *event = block;
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_waitfor_event(vdx_event* event, int32_t timeout) {
+  VDX_CHECK_POINTER(event, XS_FAIL);
+  const DWORD limit = timeout == VDX_NO_LIMIT ? INFINITE : static_cast<DWORD>(timeout);
+  return VDX_TRACE(waited(WaitForSingleObject(event->handle, limit)));
+}
+
+int32_t comn_signal_event(vdx_event* event) {
+  VDX_CHECK_POINTER(event, XS_FAIL);
+  return VDX_TRACE(status(SetEvent(event->handle)));
+}
+
+int32_t comn_reset_event(vdx_event* event) {
+  VDX_CHECK_POINTER(event, XS_FAIL);
+  return VDX_TRACE(status(ResetEvent(event->handle)));
+}
+
+int32_t comn_delete_event(vdx_event* event) {
+  if (event == nullptr || !CloseHandle(event->handle)) return VDX_TRACE(XS_FAIL);
+  std::free(event);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_create_cond(vdx_cond** condition) {
+  VDX_CHECK_POINTER(condition, XS_FAIL);
+  *condition = nullptr;
+  vdx_cond* const block = allocate<vdx_cond>();
+  if (block == nullptr) return VDX_TRACE(XS_FAIL);
+  block->one = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+  block->all = block->one != nullptr ? CreateEventA(nullptr, TRUE, FALSE, nullptr) : nullptr;
+  if (block->all == nullptr) {
+    if (block->one != nullptr) CloseHandle(block->one);
+    std::free(block);
+    return VDX_TRACE(XS_FAIL);
+  }
+  *condition = block;
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_signal_cond(vdx_cond* condition) {
+  VDX_CHECK_POINTER(condition, XS_FAIL);
+  return VDX_TRACE(status(SetEvent(condition->one)));
+}
+
+int32_t comn_broadcast_cond(vdx_cond* condition) {
+  VDX_CHECK_POINTER(condition, XS_FAIL);
+  return VDX_TRACE(status(SetEvent(condition->all)));
+}
+
+int32_t comn_wait_cond(vdx_cond* condition, vdx_mutex* mutex) {
+  VDX_CHECK_POINTER(condition, XS_FAIL);
+  VDX_CHECK_POINTER(mutex, XS_FAIL);
+  if (comn_release_mutex(mutex) != XS_SUCCEED) return VDX_TRACE(XS_FAIL);
+  const HANDLE either[] = {condition->one, condition->all};
+  const DWORD result = WaitForMultipleObjects(2, either, FALSE, INFINITE);
+  VDX_ASSERT(comn_take_mutex(mutex) == XS_SUCCEED, XS_FAIL);
+  return VDX_TRACE(status(result == WAIT_OBJECT_0 || result == WAIT_OBJECT_0 + 1));
+}
+
+int32_t comn_delete_cond(vdx_cond* condition) {
+  if (condition == nullptr) return VDX_TRACE(XS_FAIL);
+  const BOOL one = CloseHandle(condition->one);
+  const BOOL all = CloseHandle(condition->all);
+  std::free(condition);
+  return VDX_TRACE(status(one && all));
+}
+
+int32_t comn_create_key(vdx_key* key) {
+  VDX_CHECK_POINTER(key, XS_FAIL);
+  const DWORD index = TlsAlloc();
+  if (index == TLS_OUT_OF_INDEXES) return VDX_TRACE(XS_FAIL);
+  *key = index;
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_drop_key(vdx_key key) { return VDX_TRACE(status(TlsFree(key))); }
+
+int32_t comn_set_threaduserdata(vdx_key key, const void* value) {
+  return VDX_TRACE(status(TlsSetValue(key, const_cast<void*>(value))));
+}
+
+void* comn_get_threaduserdata(vdx_key key) { return TlsGetValue(key); }
+
+int32_t comn_start_coroutine_mode(void) {
+  if (coroutine_mode) return VDX_TRACE(XS_FAIL);
+  InitializeCriticalSection(&coroutine_section);
+  coroutine_mode = true;
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_take_coroutine_control(void) {
+  if (coroutine_mode) EnterCriticalSection(&coroutine_section);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_release_coroutine_control(void) {
+  if (coroutine_mode) LeaveCriticalSection(&coroutine_section);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+int32_t comn_end_coroutine_mode(void) {
+  if (!coroutine_mode) return VDX_TRACE(XS_SUCCEED);
+  LeaveCriticalSection(&coroutine_section);
+  coroutine_mode = false;
+  DeleteCriticalSection(&coroutine_section);
+  std::memset(&coroutine_section, 0, sizeof coroutine_section);
+  return VDX_TRACE(XS_SUCCEED);
+}
