@@ -263,7 +263,7 @@ std::int32_t give(const CfgValue& value, char* buffer, std::int32_t size, std::i
   const std::int32_t copied = value.length <= size ? value.length : size;
   std::memcpy(buffer, value.bytes, static_cast<std::size_t>(copied));
   if (copied < size) buffer[copied] = '\0';
-  return copied == value.length ? XS_SUCCEED : VDX_TRUNCATED;
+  return copied == value.length ? std::int32_t{XS_SUCCEED} : std::int32_t{VDX_TRUNCATED};
 }
 
 // The section of a name or the default one; null, and reported, where there is neither.

@@ -1,5 +1,4 @@
 // The parse of a configuration file: tokens, the grammar of its lines, and what it makes of them.
-#include <climits>
 #include <mutex>
 
 #include "config/comcfg.h"
@@ -11,7 +10,9 @@ namespace vdx {
 
 void CfgParsed::remove_section(CfgSection* section) {
   const auto give_back = [this](void* piece, std::size_t bytes) { pool->release(piece, bytes); };
-  const auto text_size = [](std::int32_t length) { return length < 1 ? std::size_t{1} : static_cast<std::size_t>(length); };
+  const auto text_size = [](std::int32_t bytes) {
+    return bytes < 1 ? std::size_t{1} : static_cast<std::size_t>(bytes);
+  };
   for (CfgEntry* entry = section->entries.first; entry != nullptr;) {
     entry_index.erase(entry);
     for (CfgValue* value = entry->values.first; value != nullptr;) {
@@ -325,7 +326,8 @@ std::int32_t cfg__catbuf(vdx_cfg* cfg, const vdx_cfg_token* pieces, char** block
   VDX_CHECK_POINTER(block, -1);
   std::int32_t length = 0;
   for (const vdx_cfg_token* at = pieces; at != nullptr; at = at->piece) length += at->length;
-  *block = static_cast<char*>(parsed.pool->allocate(static_cast<std::size_t>(length < 1 ? 1 : length)));
+  const auto bytes = static_cast<std::size_t>(length < 1 ? 1 : length);
+  *block = static_cast<char*>(parsed.pool->allocate(bytes));
   if (*block == nullptr) return -1;
   char* to = *block;
   for (const vdx_cfg_token* at = pieces; at != nullptr; at = at->piece) {
