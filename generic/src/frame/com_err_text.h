@@ -1,0 +1,44 @@
+// What error records share with loose messages: finding and composing a text.
+#ifndef VDX_FRAME_COM_ERR_TEXT_H
+#define VDX_FRAME_COM_ERR_TEXT_H
+
+#include <cstddef>
+
+#include "vdxcomn/errors.h"
+
+namespace vdx {
+
+inline constexpr vdx_err_parameters kNoParameters{};
+
+inline bool is_parameters(const vdx_err_parameters* parameters) {
+  return parameters == nullptr || (parameters->count >= 0 && parameters->count <= VDX_ERR_PARAMETERS);
+}
+
+// What the tables say about a number: first, then the context's, then English. Null where none does.
+struct Texts {
+  const char* text = nullptr;
+  const char* sqlstate = nullptr;
+  Texts(const vdx_err_table* first, const vdx_context* context, std::int32_t number);
+};
+
+// Bytes of the whole text, and of what was written before the terminator.
+struct Composed {
+  std::size_t total, written;
+};
+
+// Writes the text, or the substitute where it is null, into size bytes, at least 1.
+Composed compose(const char* text, std::int32_t number, const vdx_err_parameters& parameters, char* buffer,
+                 std::size_t size);
+
+// com_build_errmsg with a table that goes first.
+std::int32_t build_message(const vdx_err_table* table, vdx_context* context, std::int32_t number,
+                           const vdx_err_parameters& parameters, char* buffer, std::int32_t size,
+                           std::int32_t* length);
+
+// vdx::raise_message with a table that goes first.
+std::int32_t raise_message(const vdx_err_table* table, vdx_context* context, std::int32_t number,
+                           const vdx_err_parameters& parameters, const vdx_err_place& place);
+
+}  // namespace vdx
+
+#endif
