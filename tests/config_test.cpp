@@ -2,6 +2,7 @@
 #include "vdxcomn/config.h"
 
 #include <gtest/gtest.h>
+#include <sys/types.h>
 
 #include <atomic>
 #include <cstdio>
@@ -44,6 +45,21 @@ void* scarce(vdx_context*, std::size_t size) {
   if (allocations_left > 0) --allocations_left;
   return std::malloc(size);
 }
+
+// Memory and reads of the library itself: the one that is counted down to fails, or all from it on.
+struct Failure {
+  std::atomic<int> countdown{-1};
+  std::atomic<bool> for_good{false};
+
+  bool strikes() {
+    if (countdown < 0) return false;
+    if (countdown > 0) return countdown--, false;
+    if (!for_good) countdown = -1;
+    return true;
+  }
+};
+Failure memory_failure;
+Failure read_failure;
 
 class Config : public testing::Test {
  protected:
@@ -328,6 +344,59 @@ TEST_F(Config, ManySections) {
   comn_drop_cfg(cfg, VDX_UNUSED);
 }
 
+TEST_F(Config, EveryFailure) {
+  std::string text = "[z]\nk=" + std::string(5000, 'z') + "\n";
+  for (int i = 0; i < 40; ++i)
+    text += "[s" + std::to_string(i) + "]\nk=\"a\" b\nj=" + std::string(200, 'x') + "\n";
+  const std::string path = write(text + "[top]\nbroken\n[end]\ninclude=s1\n");
+  for (Failure* failure : {&memory_failure, &read_failure}) {
+    for (const bool for_good : {false, true}) {
+      int failed = 0;
+      for (int nth = 0;; ++nth) {
+        SCOPED_TRACE(nth);
+        ASSERT_LT(nth, 500);
+        failure->for_good = for_good;
+        failure->countdown = nth;
+        vdx_cfg* cfg = open(path);
+        const bool was_struck = failure->countdown <= 0;
+        failure->countdown = -1;
+        if (cfg != nullptr) {  // whole, or not at all
+          EXPECT_EQ(values(cfg, "end", "k") + values(cfg, "s39", "k"), "<a b><a b>");
+          EXPECT_EQ(comn_drop_cfg(cfg, VDX_UNUSED), 1);
+        }
+        EXPECT_EQ(context_.appglobal->configurations, nullptr);
+        if (!was_struck) break;
+        failed += cfg == nullptr;
+      }
+      EXPECT_GE(failed, 3);
+    }
+  }
+}
+
+TEST_F(Config, CursorsWithoutMemory) {
+  vdx_cfg* cfg = open(write("[a]\nk=1\n[b]\ninclude=a\n"));
+  ASSERT_NE(cfg, nullptr);
+  // The pool's own room lasts for a while; these cursors use it up.
+  std::vector<vdx_cfg_cursor*> cursors;
+  memory_failure.for_good = true;
+  memory_failure.countdown = 0;
+  std::int32_t code = 1;
+  char buffer[4];
+  told.clear();
+  while (code == 1 && cursors.size() < 10000) {
+    vdx_cfg_cursor* cursor = nullptr;
+    code = comn_get_cfg(cfg, "b", 1, "k", 1, &cursor, buffer, 4, nullptr);
+    if (code == 1) cursors.push_back(cursor);
+    EXPECT_EQ(cursor == nullptr, code != 1);
+  }
+  memory_failure.countdown = -1;
+  EXPECT_EQ(code, 0);
+  EXPECT_EQ(told, "1040601 comn_get_cfg;");
+  for (vdx_cfg_cursor* cursor : cursors) EXPECT_EQ(comn_nextdrop_cfg(cfg, cursor), 1);
+  EXPECT_EQ(values(cfg, "b", "k"), "<1>");
+  EXPECT_EQ(comn_drop_cfg(cfg, VDX_UNUSED), 1);
+}
+
 // Eight threads open, look up and drop the same file and their own.
 TEST_F(Config, Threads) {
   const std::string shared = write("[a]\nk=1\n[b]\ninclude=a\n", "shared");
@@ -419,3 +488,19 @@ TEST(ConfigNames, Compare) {
 }
 
 }  // namespace
+
+// The linker sends the library's calls here.
+extern "C" {
+
+void* __real_malloc(std::size_t size);
+ssize_t __real_read(int file, void* buffer, std::size_t size);
+
+void* __wrap_malloc(std::size_t size) {
+  return memory_failure.strikes() ? nullptr : __real_malloc(size);
+}
+
+ssize_t __wrap_read(int file, void* buffer, std::size_t size) {
+  return read_failure.strikes() ? -1 : __real_read(file, buffer, size);
+}
+
+}  // extern "C"
