@@ -397,6 +397,20 @@ TEST_F(Config, CursorsWithoutMemory) {
   EXPECT_EQ(comn_drop_cfg(cfg, VDX_UNUSED), 1);
 }
 
+// Each section includes the one before it twice: 2^60 ways that must not all be walked.
+TEST_F(Config, IncludesOfIncludes) {
+  std::string text = "[s0]\nk=1\n";
+  for (int i = 1; i <= 60; ++i) {
+    const std::string line = "include=s" + std::to_string(i - 1) + "\n";
+    text += "[s" + std::to_string(i) + "]\n" + line + line;
+  }
+  vdx_cfg* cfg = open(write(text));
+  ASSERT_NE(cfg, nullptr);
+  EXPECT_EQ(values(cfg, "s60", "none"), "");
+  EXPECT_EQ(values(cfg, "s2", "k"), "<1><1><1><1>");
+  EXPECT_EQ(comn_drop_cfg(cfg, VDX_UNUSED), 1);
+}
+
 // Eight threads open, look up and drop the same file and their own.
 TEST_F(Config, Threads) {
   const std::string shared = write("[a]\nk=1\n[b]\ninclude=a\n", "shared");

@@ -194,6 +194,7 @@ class Search {
   // without memory; the cursors below the root are freed then.
   const CfgValue* next(vdx_cfg_cursor* deepest, std::string_view key) {
     vdx_cfg_cursor* at = deepest;
+    std::int32_t entered = 0;  // sections that this call is in; they had no value on the way
     for (;;) {
       if (at->entry != nullptr) {
         const CfgValue* value = at->value == nullptr ? at->entry->values.first : at->value->next;
@@ -205,6 +206,10 @@ class Search {
       }
       const CfgInclude* include =
           at->include == nullptr ? at->section->includes.first : at->include->next;
+      if (include != nullptr && is_barren(include->section)) {
+        at->include = include;
+        continue;
+      }
       if (include != nullptr) {
         auto* child = parsed_.make<vdx_cfg_cursor>();
         if (child == nullptr) {
@@ -217,9 +222,14 @@ class Search {
         *child = {include->section, parsed_.find_entry(include->section, key), nullptr, nullptr,
                   at, nullptr};
         at = child;
+        ++entered;
         continue;
       }
       if (at == root_) return nullptr;
+      if (entered > 0) {
+        --entered;
+        note_barren(at->section);
+      }
       vdx_cfg_cursor* parent = at->parent;
       release(at);
       at = parent;
@@ -240,8 +250,21 @@ class Search {
     }
   }
 
+  // Sections that include each other's includes lead to the same ones again and again, twice as
+  // often with each. From some number on, those that had nothing are not entered again; without
+  // memory to note them the search is longer, not wrong.
+  void note_barren(const CfgSection* section) {
+    constexpr std::int32_t kFew = 32;
+    if (++left_ > kFew && !is_barren(section)) barren_.insert(section);
+  }
+  bool is_barren(const CfgSection* section) const {
+    return barren_.find(section->hash, section->text()) != nullptr;
+  }
+
   CfgParsed& parsed_;
   const vdx_cfg_cursor* root_;
+  CfgIndex<const CfgSection> barren_;
+  std::int32_t left_ = 0;
   bool out_of_memory_ = false;
 };
 
