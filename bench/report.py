@@ -44,6 +44,11 @@ ROWS = [
     ("iso_week", "ISO week", 1.2),
     ("months_between", "months between", 1.2),
     ("add_months", "add months", 1.2),
+    ("mutex", "mutex take and release, recursive", 0.6),
+    ("mutex_contended", "the same by two threads at once", 1.0),
+    ("event", "event set and wait", 0.5),
+    ("event_unset", "poll of an unset event", 0.5),
+    ("semaphore", "semaphore post and wait", 1.0),
 ]
 
 OURS = "ours"
@@ -81,7 +86,7 @@ def run(program, options):
 def collect(results, times, errors):
     """Appends to times[row][contender] and notes failures in errors."""
     for one in results["benchmarks"]:
-        row, contender = one["run_name"].split("/", 1)
+        row, contender = one["run_name"].removesuffix("/real_time").split("/", 1)
         if one.get("error_occurred"):
             errors[row, contender] = one.get("error_message", "failed")
         else:

@@ -84,6 +84,21 @@ static void money(void) {
 
 static void numbers(void) { EXPECT(comb_get_Prec_To_Len(1) >= 2); }
 
+static void *signal_event(void *event) {
+  comn_signal_event(event);
+  return NULL;
+}
+
+static void threads(void) {
+  vdx_thread *thread;
+  vdx_event *event;
+  EXPECT(comn_create_event(&event) == XS_SUCCEED);
+  EXPECT(comn_create_thread(&thread, signal_event, event) == XS_SUCCEED);
+  EXPECT(comn_waitfor_event(event, VDX_NO_LIMIT) == XS_SUCCEED);
+  EXPECT(comn_join_thread(thread) == XS_SUCCEED && comn_detach_thread(thread) == XS_SUCCEED);
+  EXPECT(comn_delete_event(event) == XS_SUCCEED);
+}
+
 int main(void) {
   vdx_context context = {.version = VDX_VERSION};
   frame();
@@ -91,5 +106,6 @@ int main(void) {
   conversions(&context);
   money();
   numbers();
+  threads();
   return failures != 0;
 }

@@ -50,7 +50,8 @@ typedef void *vdx_start_routine(void *argument);
  * sizes are raised to what the system needs. 0 when memory or threads are short. The object has
  * to be given back by comn_detach_thread or comn_cancel_thread, whether the thread has ended or
  * not. */
-VDX_API int32_t comn_create_thread_ex(vdx_thread **thread, vdx_start_routine *start, void *argument, size_t stack_size);
+VDX_API int32_t comn_create_thread_ex(vdx_thread **thread, vdx_start_routine *start, void *argument,
+                                      size_t stack_size);
 
 /* The same with the default stack size. */
 VDX_API int32_t comn_create_thread(vdx_thread **thread, vdx_start_routine *start, void *argument);

@@ -72,7 +72,8 @@ bool coroutine_mode = false;
 
 }  // namespace
 
-int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, void* argument, size_t stack_size) {
+int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, void* argument,
+                              size_t stack_size) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   *thread = nullptr;
   VDX_CHECK_POINTER(start, XS_FAIL);
@@ -125,8 +126,9 @@ int32_t comn_set_priority(vdx_thread* thread, int32_t priority) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   if (priority < 0 || priority >= vdx::kPriorities) return VDX_TRACE(XS_FAIL);
   static constexpr int kLevel[vdx::kLevels] = {
-      THREAD_PRIORITY_IDLE,         THREAD_PRIORITY_LOWEST,  THREAD_PRIORITY_BELOW_NORMAL, THREAD_PRIORITY_NORMAL,
-      THREAD_PRIORITY_ABOVE_NORMAL, THREAD_PRIORITY_HIGHEST, THREAD_PRIORITY_TIME_CRITICAL};
+      THREAD_PRIORITY_IDLE,         THREAD_PRIORITY_LOWEST,       THREAD_PRIORITY_BELOW_NORMAL,
+      THREAD_PRIORITY_NORMAL,       THREAD_PRIORITY_ABOVE_NORMAL, THREAD_PRIORITY_HIGHEST,
+      THREAD_PRIORITY_TIME_CRITICAL};
   return VDX_TRACE(status(SetThreadPriority(thread->handle, kLevel[vdx::kThreadLevel[priority]])));
 }
 

@@ -82,9 +82,12 @@ void destroy(Block* block) {
 
 std::int32_t waited(Waited result) {
   switch (result) {
-    case Waited::kTaken: return XS_SUCCEED;
-    case Waited::kTimedOut: return XS_TIMED_OUT;
-    case Waited::kFailed: break;
+    case Waited::kTaken:
+      return XS_SUCCEED;
+    case Waited::kTimedOut:
+      return XS_TIMED_OUT;
+    case Waited::kFailed:
+      break;
   }
   return XS_FAIL;
 }
@@ -232,7 +235,8 @@ std::atomic<bool> coroutine_mode{false};
 
 }  // namespace
 
-int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, void* argument, size_t stack_size) {
+int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, void* argument,
+                              size_t stack_size) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   *thread = nullptr;
   VDX_CHECK_POINTER(start, XS_FAIL);
@@ -393,7 +397,8 @@ int32_t comn_waitfor_event(vdx_event* event, int32_t timeout) {
   if (event->gate.try_take()) return VDX_TRACE(XS_SUCCEED);
   if (timeout == 0) return VDX_TRACE(XS_TIMED_OUT);
   const bool limited = timeout != VDX_NO_LIMIT && timeout != -1;
-  return VDX_TRACE(waited(event->gate.wait(limited ? Deadline(static_cast<std::uint32_t>(timeout)) : Deadline())));
+  return VDX_TRACE(waited(
+      event->gate.wait(limited ? Deadline(static_cast<std::uint32_t>(timeout)) : Deadline())));
 }
 
 int32_t comn_signal_event(vdx_event* event) {

@@ -29,22 +29,24 @@ Deadline::Deadline(std::uint32_t milliseconds) : limited_(true) {
 #ifdef VDX_FUTEX
 
 static std::uint32_t* upper_half(Word& word) {
-  return reinterpret_cast<std::uint32_t*>(&word) + (std::endian::native == std::endian::little ? 1 : 0);
+  return reinterpret_cast<std::uint32_t*>(&word) +
+         (std::endian::native == std::endian::little ? 1 : 0);
 }
 
 bool park(Word& word, std::uint64_t seen, const Deadline& deadline) {
   const int error = errno;
-  const bool passed =
-      syscall(SYS_futex, upper_half(word), FUTEX_WAIT_BITSET_PRIVATE, static_cast<std::uint32_t>(seen >> 32),
-              deadline.when(), nullptr, FUTEX_BITSET_MATCH_ANY) != 0 &&
-      errno == ETIMEDOUT;
+  const bool passed = syscall(SYS_futex, upper_half(word), FUTEX_WAIT_BITSET_PRIVATE,
+                              static_cast<std::uint32_t>(seen >> 32), deadline.when(), nullptr,
+                              FUTEX_BITSET_MATCH_ANY) != 0 &&
+                      errno == ETIMEDOUT;
   errno = error;
   return !passed;
 }
 
 void wake(Word& word, std::uint32_t count) {
   const int error = errno;
-  syscall(SYS_futex, upper_half(word), FUTEX_WAKE_PRIVATE, count < INT_MAX ? count : INT_MAX, nullptr, nullptr, 0);
+  syscall(SYS_futex, upper_half(word), FUTEX_WAKE_PRIVATE, count < INT_MAX ? count : INT_MAX,
+          nullptr, nullptr, 0);
   errno = error;
 }
 
@@ -80,19 +82,45 @@ Place& place_of(const Word& word) {
 
 }  // namespace
 
+// No thread may be ended inside these: a place would stay locked. So a thread that can be ended
+// looks up every few milliseconds instead.
+class Undisturbed {
+ public:
+  Undisturbed() : was_closed_(thread_sleep != nullptr && thread_sleep->closed.exchange(true)) {}
+  ~Undisturbed() {
+    if (thread_sleep == nullptr || was_closed_) return;
+    thread_sleep->closed.store(false);
+    if (thread_sleep->end_requested.load()) thread_sleep->end(*thread_sleep);
+  }
+
+ private:
+  const bool was_closed_;
+};
+
 bool park(Word& word, std::uint64_t seen, const Deadline& deadline) {
+  constexpr std::uint32_t kLookUp = 20;
+  const Undisturbed undisturbed;
+  const Deadline soon(kLookUp);
+  const timespec *limit = deadline.when(), *slice = soon.when();
+  bool last = limit != nullptr;
+  if (thread_sleep != nullptr &&
+      (!last || limit->tv_sec > slice->tv_sec ||
+       (limit->tv_sec == slice->tv_sec && limit->tv_nsec > slice->tv_nsec))) {
+    limit = slice;
+    last = false;
+  }
   Place& place = place_of(word);
   int result = 0;
   pthread_mutex_lock(&place.mutex);
   if (word.load() >> 32 == seen >> 32)
-    result = deadline.when() == nullptr
-                 ? pthread_cond_wait(&place.changed, &place.mutex)
-                 : pthread_cond_timedwait(&place.changed, &place.mutex, deadline.when());
+    result = limit == nullptr ? pthread_cond_wait(&place.changed, &place.mutex)
+                              : pthread_cond_timedwait(&place.changed, &place.mutex, limit);
   pthread_mutex_unlock(&place.mutex);
-  return result != ETIMEDOUT;
+  return result != ETIMEDOUT || !last;
 }
 
 void wake(Word& word, std::uint32_t) {
+  const Undisturbed undisturbed;
   Place& place = place_of(word);
   pthread_mutex_lock(&place.mutex);
   pthread_cond_broadcast(&place.changed);
@@ -132,7 +160,8 @@ void Mutex::take_contended(std::uint32_t self) {
   for (int i = 0; i < kSpins; ++i) {
     std::uint64_t free = 0;
     if (word_.load(std::memory_order_relaxed) == 0 &&
-        word_.compare_exchange_weak(free, kHeld | self, std::memory_order_acquire, std::memory_order_relaxed))
+        word_.compare_exchange_weak(free, kHeld | self, std::memory_order_acquire,
+                                    std::memory_order_relaxed))
       return;
     relax();
   }
@@ -141,12 +170,14 @@ void Mutex::take_contended(std::uint32_t self) {
     std::uint64_t seen = word_.load(std::memory_order_relaxed);
     // Whoever has slept cannot know that nobody sleeps any more.
     if (seen == 0) {
-      if (word_.compare_exchange_weak(seen, kHeldWithSleepers | self, std::memory_order_acquire, std::memory_order_relaxed))
+      if (word_.compare_exchange_weak(seen, kHeldWithSleepers | self, std::memory_order_acquire,
+                                      std::memory_order_relaxed))
         break;
       continue;
     }
     const std::uint64_t marked = static_cast<std::uint32_t>(seen) | kHeldWithSleepers;
-    if (seen != marked && !word_.compare_exchange_weak(seen, marked, std::memory_order_relaxed)) continue;
+    if (seen != marked && !word_.compare_exchange_weak(seen, marked, std::memory_order_relaxed))
+      continue;
     park(word_, marked, Deadline());
   }
   end_change(Sleep::kNone, nullptr);
@@ -173,7 +204,9 @@ bool Gate::grant(std::uint64_t flags, std::uint32_t ceiling) {
     else
       return false;
     next += given * (kGrant - kSleeper);
-    if (!word_.compare_exchange_weak(seen, next, std::memory_order_release, std::memory_order_relaxed)) continue;
+    if (!word_.compare_exchange_weak(seen, next, std::memory_order_release,
+                                     std::memory_order_relaxed))
+      continue;
     if (given != 0) wake(word_, static_cast<std::uint32_t>(given));
     return true;
   }
@@ -183,7 +216,8 @@ bool Gate::leave(Word& word) {
   std::uint64_t seen = word.load(std::memory_order_relaxed);
   for (;;) {
     const bool granted = seen >= kGrant;
-    if (word.compare_exchange_weak(seen, seen - (granted ? kGrant : kSleeper), std::memory_order_acquire))
+    if (word.compare_exchange_weak(seen, seen - (granted ? kGrant : kSleeper),
+                                   std::memory_order_acquire))
       return granted;
   }
 }

@@ -6,6 +6,13 @@
 
 #include <time.h>
 
+#if __has_include(<sys/single_threaded.h>)
+#include <sys/single_threaded.h>
+#define VDX_SINGLE_THREADED __libc_single_threaded
+#else
+#define VDX_SINGLE_THREADED false
+#endif
+
 #include <atomic>
 #include <cstdint>
 
@@ -13,6 +20,18 @@ namespace vdx {
 
 using Word = std::atomic<std::uint64_t>;
 static_assert(Word::is_always_lock_free, "signal handlers post gates");
+
+// Changes the word when it is seen, else reads it into seen. A process that has a single thread is
+// spared the cost of the locked instruction.
+inline bool change(Word& word, std::uint64_t& seen, std::uint64_t next, std::memory_order order) {
+  if (!VDX_SINGLE_THREADED)
+    return word.compare_exchange_strong(seen, next, order, std::memory_order_relaxed);
+  const std::uint64_t now = word.load(std::memory_order_relaxed);
+  const bool same = now == seen;
+  if (same) word.store(next, std::memory_order_relaxed);
+  seen = now;
+  return same;
+}
 
 // A moment of the monotonic clock, or none.
 class Deadline {
@@ -35,9 +54,7 @@ void wake(Word& word, std::uint32_t count);
 // Identifies the calling thread for as long as the process runs: never 0, never used again.
 inline thread_local constinit std::uint32_t thread_token [[gnu::tls_model("initial-exec")]] = 0;
 std::uint32_t new_thread_token();
-inline std::uint32_t self_token() {
-  return thread_token != 0 ? thread_token : new_thread_token();
-}
+inline std::uint32_t self_token() { return thread_token != 0 ? thread_token : new_thread_token(); }
 
 // Recursive. Lower half: the holder's token; upper half: free, held, or held with sleepers.
 class Mutex {
@@ -45,7 +62,7 @@ class Mutex {
   void take() {
     const std::uint32_t self = self_token();
     std::uint64_t seen = 0;
-    if (word_.compare_exchange_strong(seen, kHeld | self, std::memory_order_acquire, std::memory_order_relaxed)) [[likely]]
+    if (change(word_, seen, kHeld | self, std::memory_order_acquire)) [[likely]]
       return;
     if (static_cast<std::uint32_t>(seen) == self)
       ++depth_;
@@ -56,7 +73,7 @@ class Mutex {
   bool try_take() {
     const std::uint32_t self = self_token();
     std::uint64_t seen = 0;
-    if (word_.compare_exchange_strong(seen, kHeld | self, std::memory_order_acquire, std::memory_order_relaxed)) [[likely]]
+    if (change(word_, seen, kHeld | self, std::memory_order_acquire)) [[likely]]
       return true;
     if (static_cast<std::uint32_t>(seen) != self) return false;
     ++depth_;
@@ -65,12 +82,16 @@ class Mutex {
 
   // False where the calling thread is not the holder.
   bool release() {
-    if (static_cast<std::uint32_t>(word_.load(std::memory_order_relaxed)) != self_token()) return false;
+    if (static_cast<std::uint32_t>(word_.load(std::memory_order_relaxed)) != self_token())
+      return false;
     if (depth_ != 0) {
       --depth_;
       return true;
     }
-    if (word_.exchange(0, std::memory_order_release) >= kHeldWithSleepers) wake(word_, 1);
+    if (VDX_SINGLE_THREADED)
+      word_.store(0, std::memory_order_relaxed);
+    else if (word_.exchange(0, std::memory_order_release) >= kHeldWithSleepers)
+      wake(word_, 1);
     return true;
   }
 
@@ -104,7 +125,7 @@ class Gate {
     std::uint64_t seen = word_.load(std::memory_order_acquire);
     while ((seen & kUnits) != 0) {
       if ((seen & kManual) != 0) return true;
-      if (word_.compare_exchange_weak(seen, seen - 1, std::memory_order_acquire)) return true;
+      if (change(word_, seen, seen - 1, std::memory_order_acquire)) return true;
     }
     return false;
   }
@@ -121,8 +142,7 @@ class Gate {
         return grant(0, ceiling);
       const bool full = (seen & kUnits) >= ceiling;
       // The write of an unchanged word publishes what the poster did before.
-      if (word_.compare_exchange_weak(seen, seen + (full ? 0 : 1), std::memory_order_release, std::memory_order_relaxed))
-        return !full;
+      if (change(word_, seen, seen + (full ? 0 : 1), std::memory_order_release)) return !full;
     }
   }
 
@@ -158,7 +178,7 @@ struct Sleep {
   std::atomic<std::uint32_t> kind{kNone};
   std::atomic<bool> closed{false};  // between two states: the end has to wait
   std::atomic<bool> end_requested{false};
-  void (*end)(Sleep&) = nullptr;    // leaves the thread; does not return
+  void (*end)(Sleep&) = nullptr;  // leaves the thread; does not return
 
   // Brackets a change of state; the thread ends at the close of it when it was asked to.
   void begin_change() { closed.store(true); }
