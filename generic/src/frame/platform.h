@@ -2,6 +2,9 @@
 #ifndef VDX_FRAME_PLATFORM_H
 #define VDX_FRAME_PLATFORM_H
 
+#include <cstddef>
+#include <cstdint>
+
 #include "vdxcomn/date.h"
 
 namespace vdx {
@@ -14,6 +17,22 @@ void fatal_exit(bool resumable);
 // Breaks the current time down as local time: fills year to second. Returns false, with nothing
 // filled, where the platform cannot tell. A leap second counts as the second before it.
 bool local_time(daterec& now);
+
+// A file opened for reading; the descriptor or handle is the platform's own.
+inline constexpr std::intptr_t kNoFile = -1;
+
+// Opens a zero-terminated name as it is, then with a slash for every backslash. kNoFile where
+// neither is a file that can be read.
+std::intptr_t open_file(const char* name);
+
+// Reads up to size bytes. Returns how many, 0 at the end, -1 for a failure.
+std::int64_t read_file(std::intptr_t file, void* buffer, std::size_t size);
+
+void close_file(std::intptr_t file);
+
+// Copies up to size bytes of an environment variable's value, without a terminator, and returns how
+// many; 0 where it is unset or empty.
+std::size_t read_environment(const char* name, char* buffer, std::size_t size);
 
 }  // namespace vdx
 

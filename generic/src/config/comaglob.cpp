@@ -1,0 +1,65 @@
+// The area that all users in one application share.
+#include <cstdlib>
+#include <cstring>
+
+#include "frame/check.h"
+#include "vdxcomn/config.h"
+#include "vdxcomn/thread.h"
+
+namespace vdx {
+namespace {
+
+vdx_appglobal static_area;
+
+}  // namespace
+}  // namespace vdx
+
+extern "C" {
+
+std::int32_t com_appglobal_alloc(vdx_appglobal** area, std::int32_t tag, std::int32_t options) {
+  VDX_CHECK_POINTER(area, VDX_TRACE(XS_FAIL));
+  const bool is_static = (options & VDX_APPGLOBAL_STATIC) != 0;
+  vdx_appglobal* it = &vdx::static_area;
+  if (!is_static) {
+    it = static_cast<vdx_appglobal*>(std::malloc(sizeof *it));
+    if (it == nullptr) return VDX_TRACE(XS_MEM_ERROR);
+    *it = {};
+  }
+  VDX_ASSERT(it->users >= 0, VDX_TRACE(XS_FAIL));
+  if (it->users == 0) {
+    if (comn_create_mutex(&it->mutex) != XS_SUCCEED) {
+      if (!is_static) std::free(it);
+      return VDX_TRACE(XS_FAIL);
+    }
+    it->tag = tag;
+    it->users = 1;
+  } else {
+    if (comn_take_mutex(it->mutex) != XS_SUCCEED) return VDX_TRACE(XS_FAIL);
+    ++it->users;
+    // Each user starts from files as they are now; who has handles on older ones keeps them.
+    it->configurations = nullptr;
+    comn_release_mutex(it->mutex);
+  }
+  *area = it;
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+std::int32_t com_appglobal_drop(vdx_appglobal* area, std::int32_t options) {
+  VDX_CHECK_POINTER(area, VDX_TRACE(XS_FAIL));
+  const bool is_static = (options & VDX_APPGLOBAL_STATIC) != 0;
+  if (area->mutex == nullptr || comn_take_mutex(area->mutex) != XS_SUCCEED)
+    return VDX_TRACE(XS_FAIL);
+  const std::int32_t users = --area->users;
+  comn_release_mutex(area->mutex);
+  VDX_ASSERT(users >= 0, VDX_TRACE(XS_FAIL));
+  VDX_ASSERT(is_static == (area == &vdx::static_area), VDX_TRACE(XS_FAIL));
+  if (users > 0) return VDX_TRACE(XS_SUCCEED);
+  for (const void* slot : area->slots) VDX_ASSERT(slot == nullptr, VDX_TRACE(XS_FAIL));
+  if (area->configurations != nullptr) comn_globdrop_cfg(area->configurations);
+  VDX_ASSERT(comn_delete_mutex(area->mutex) == XS_SUCCEED, VDX_TRACE(XS_FAIL));
+  *area = {};
+  if (!is_static) std::free(area);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+}  // extern "C"

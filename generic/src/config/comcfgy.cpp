@@ -1,0 +1,452 @@
+// The parse of a configuration file: tokens, the grammar of its lines, and what it makes of them.
+#include <mutex>
+
+#include "config/comcfg.h"
+#include "frame/check.h"
+#include "frame/com_err.h"
+#include "vdxcomn/intl.h"
+
+namespace vdx {
+
+void CfgParsed::remove_section(CfgSection* section) {
+  const auto give_back = [this](void* piece, std::size_t bytes) { pool->release(piece, bytes); };
+  const auto text_size = [](std::int32_t bytes) {
+    return bytes < 1 ? std::size_t{1} : static_cast<std::size_t>(bytes);
+  };
+  for (CfgEntry* entry = section->entries.first; entry != nullptr;) {
+    entry_index.erase(entry);
+    for (CfgValue* value = entry->values.first; value != nullptr;) {
+      CfgValue* next = value->next;
+      give_back(value->bytes, text_size(value->length));
+      give_back(value, sizeof *value);
+      value = next;
+    }
+    CfgEntry* next = entry->next;
+    give_back(entry->key, text_size(entry->length));
+    give_back(entry, sizeof *entry);
+    entry = next;
+  }
+  for (CfgInclude* include = section->includes.first; include != nullptr;) {
+    CfgInclude* next = include->next;
+    give_back(include, sizeof *include);
+    include = next;
+  }
+  section_index.erase(section);
+  (section->previous != nullptr ? section->previous->next : sections.first) = section->next;
+  (section->next != nullptr ? section->next->previous : sections.last) = section->previous;
+  give_back(section->name, text_size(section->length));
+  give_back(section, sizeof *section);
+}
+
+namespace {
+
+std::string_view text_of(const CfgParse& parse, const vdx_cfg_token* token) {
+  if (token == nullptr) return std::string_view("");
+  return {parse.raw + token->offset, static_cast<std::size_t>(token->length)};
+}
+
+// Reads lines, one at a time, until the end of the file. Each line ends in one of three ways.
+class Grammar {
+ public:
+  explicit Grammar(vdx_cfg* cfg) : cfg_(cfg), parse_(*cfg->parsed().parse) {}
+
+  bool run() {
+    do {
+      next();
+      const Line line = read_line();
+      if (parse_.has_failed || line == Line::kFailed) return false;
+      if (line == Line::kWrong) {
+        cfg__parse_error(cfg_);
+        while (token_ != VDX_CFGTOK_NEWLINE && token_ != VDX_CFGTOK_END) {
+          cfg__clearparse(cfg_, 1);
+          next();
+        }
+      }
+      cfg__clearparse(cfg_, line != Line::kWrong);
+    } while (token_ != VDX_CFGTOK_END);
+    return !parse_.has_failed && cfg__add_section(cfg_, nullptr) == XS_SUCCEED;
+  }
+
+ private:
+  enum class Line { kDone, kWrong, kFailed };
+
+  void next() {
+    token_ = cfg__nexttok(cfg_, &mark_);
+    if (token_ >= 0) return;
+    parse_.has_failed = true;
+    token_ = VDX_CFGTOK_END;
+  }
+
+  bool accept(std::int32_t token) {
+    if (token_ != token) return false;
+    next();
+    return true;
+  }
+
+  void skip_blank() {
+    while (token_ == VDX_CFGTOK_BLANK) next();
+  }
+
+  bool is_word() const { return token_ == VDX_CFGTOK_IDENT || token_ == VDX_CFGTOK_VALUE; }
+
+  // The line end stays the current token.
+  bool is_line_end() {
+    skip_blank();
+    return token_ == VDX_CFGTOK_NEWLINE || token_ == VDX_CFGTOK_END;
+  }
+
+  Line read_line() {
+    if (is_line_end()) return Line::kDone;
+    if (accept(VDX_CFGTOK_OPEN)) return header();
+    if (parse_.section == nullptr) return Line::kWrong;
+    if (accept(VDX_CFGTOK_INCLUDE)) return include();
+    return is_word() ? entry() : Line::kWrong;
+  }
+
+  static Line done(std::int32_t result) {
+    return result == XS_SUCCEED ? Line::kDone : Line::kFailed;
+  }
+
+  Line header() {
+    skip_blank();
+    const vdx_cfg_token* name = mark_;
+    if (!is_word()) return Line::kWrong;
+    next();
+    skip_blank();
+    if (token_ != VDX_CFGTOK_CLOSE) return Line::kWrong;
+    // From its bracket on, what is wrong is wrong in the new section.
+    if (cfg__add_section(cfg_, name) != XS_SUCCEED) return Line::kFailed;
+    next();
+    return is_line_end() ? Line::kDone : Line::kWrong;
+  }
+
+  Line include() {
+    skip_blank();
+    if (!accept(VDX_CFGTOK_EQUALS)) return Line::kWrong;
+    skip_blank();
+    const vdx_cfg_token* name = mark_;
+    if (!is_word()) return Line::kWrong;
+    next();
+    if (!is_line_end()) return Line::kWrong;
+    return done(cfg__add_include(cfg_, name));
+  }
+
+  Line entry() {
+    const vdx_cfg_token* key = mark_;
+    next();
+    skip_blank();
+    if (!accept(VDX_CFGTOK_EQUALS)) return Line::kWrong;
+    vdx_cfg_token* value = nullptr;
+    vdx_cfg_token* blanks = nullptr;  // kept where a piece follows
+    bool any = false;
+    while (!is_end(token_)) {
+      vdx_cfg_token* piece = nullptr;
+      if (token_ == VDX_CFGTOK_BLANK) {
+        if (any) blanks = cfg__cat(blanks, mark_);
+        next();
+        continue;
+      }
+      if (accept(VDX_CFGTOK_CONTINUE)) continue;
+      if (is_word()) {
+        piece = mark_;
+        next();
+      } else if (!accept(VDX_CFGTOK_STRING_START) || !quoted(piece)) {
+        return Line::kWrong;
+      }
+      value = cfg__cat(value, cfg__cat(blanks, piece));
+      blanks = nullptr;
+      any = true;
+    }
+    if (!any) return Line::kWrong;
+    return done(cfg__add_entry(cfg_, key, value));
+  }
+
+  static bool is_end(std::int32_t token) {
+    return token == VDX_CFGTOK_NEWLINE || token == VDX_CFGTOK_END;
+  }
+
+  // What follows the opening quote, with the closing one.
+  bool quoted(vdx_cfg_token*& pieces) {
+    for (;; next()) {
+      switch (token_) {
+        case VDX_CFGTOK_STRING:
+          pieces = cfg__cat(pieces, mark_);
+          break;
+        case VDX_CFGTOK_QUOTE:
+          mark_->length = 1;
+          pieces = cfg__cat(pieces, mark_);
+          break;
+        case VDX_CFGTOK_CONTINUE:
+          break;
+        case VDX_CFGTOK_STRING_END:
+          next();
+          return true;
+        default:
+          return false;
+      }
+    }
+  }
+
+  vdx_cfg* cfg_;
+  CfgParse& parse_;
+  std::int32_t token_ = VDX_CFGTOK_END;
+  vdx_cfg_token* mark_ = nullptr;
+};
+
+}  // namespace
+
+bool parse_file(vdx_cfg* cfg) {
+  static constinit std::mutex turn;
+  const std::lock_guard guard(turn);
+  if (cfg__init_parse(cfg) != XS_SUCCEED) return false;
+  const bool done = cfg__parse(cfg) == XS_SUCCEED;
+  cfg__clean_parse(cfg);
+  return done;
+}
+
+}  // namespace vdx
+
+using vdx::CfgEntry;
+using vdx::CfgInclude;
+using vdx::CfgParse;
+using vdx::CfgParsed;
+using vdx::CfgSection;
+using vdx::CfgValue;
+
+// The parse of a handle, which must be running.
+#define VDX_CFG_PARSE(cfg, ...)                   \
+  VDX_CHECK_POINTER(cfg, __VA_ARGS__);            \
+  CfgParsed& parsed = (cfg)->parsed();            \
+  VDX_CHECK_POINTER(parsed.parse, __VA_ARGS__);   \
+  CfgParse& parse = *parsed.parse
+
+extern "C" {
+
+std::int32_t cfg__init_parse(vdx_cfg* cfg) {
+  VDX_CHECK_POINTER(cfg, VDX_TRACE(XS_FAIL));
+  CfgParsed& parsed = cfg->parsed();
+  const auto fail = [cfg](std::int32_t number, const auto&... more) {
+    vdx::raise_message(cfg->context, number, vdx::err_parameters(more...));
+    return XS_FAIL;
+  };
+  const std::intptr_t file = vdx::open_file(parsed.name);
+  if (file == vdx::kNoFile)
+    return VDX_TRACE(fail(VDX_MSG_CFG_OPEN, "cfg__init_parse", parsed.file()));
+  constexpr std::int32_t kRawSize = 1024;
+  auto* parse = parsed.make<CfgParse>();
+  auto* raw = parse == nullptr ? nullptr : static_cast<char*>(std::malloc(kRawSize));
+  if (raw == nullptr) {
+    parsed.pool->release(parse, sizeof *parse);
+    vdx::close_file(file);
+    return VDX_TRACE(fail(VDX_MSG_CFG_MEMORY, "comn_init_cfg"));
+  }
+  *parse = {};
+  parse->line = parse->token_line = 1;
+  parse->file = file;
+  parse->previous = '\n';
+  parse->raw = raw;
+  parse->raw_size = kRawSize;
+  parse->attributes = com_intl_charattr(cfg->context, nullptr);
+  parsed.parse = parse;
+  com__yyrestart(cfg);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+std::int32_t cfg__clean_parse(vdx_cfg* cfg) {
+  VDX_CFG_PARSE(cfg, VDX_TRACE(XS_FAIL));
+  com__yyrestart(nullptr);
+  vdx::close_file(parse.file);
+  std::free(parse.raw);
+  for (vdx_cfg_token* list : {parse.tokens, parse.spare}) {
+    while (vdx_cfg_token* token = list) {
+      list = token->live;
+      parsed.pool->release(token, sizeof *token);
+    }
+  }
+  parsed.pool->release(&parse, sizeof parse);
+  parsed.parse = nullptr;
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+std::int32_t cfg__parse(vdx_cfg* cfg) {
+  VDX_CFG_PARSE(cfg, VDX_TRACE(XS_FAIL));
+  if (vdx::Grammar(cfg).run()) return VDX_TRACE(XS_SUCCEED);
+  if (parse.has_read_error)
+    vdx::raise_message(cfg->context, VDX_MSG_CFG_OPEN,
+                       vdx::err_parameters("cfg__parse", parsed.file()));
+  else
+    vdx::raise_message(cfg->context, VDX_MSG_CFG_MEMORY, vdx::err_parameters("comn_init_cfg"));
+  return VDX_TRACE(XS_FAIL);
+}
+
+std::int32_t cfg__nexttok(vdx_cfg* cfg, vdx_cfg_token** token) {
+  VDX_CFG_PARSE(cfg, -1);
+  VDX_CHECK_POINTER(token, -1);
+  *token = nullptr;
+  const std::int32_t code = cfg__lex();
+  if (parse.has_failed) return -1;
+  parse.is_end = code == VDX_CFGTOK_END;
+  if (parse.is_end) return code;
+  *token = cfg__marktok(cfg);
+  return *token == nullptr ? -1 : code;
+}
+
+vdx_cfg_token* cfg__newtok(vdx_cfg* cfg, std::int32_t offset, std::int32_t length) {
+  VDX_CFG_PARSE(cfg, nullptr);
+  VDX_ASSERT(offset >= 0 && length >= 0 && length <= parse.raw_used - offset, nullptr);
+  vdx_cfg_token* token = parse.spare;
+  if (token != nullptr)
+    parse.spare = token->live;
+  else if ((token = parsed.make<vdx_cfg_token>()) == nullptr)
+    return nullptr;
+  *token = {length, offset, parse.tokens, nullptr, token};
+  parse.tokens = token;
+  return token;
+}
+
+vdx_cfg_token* cfg__marktok(vdx_cfg* cfg) {
+  VDX_CFG_PARSE(cfg, nullptr);
+  vdx_cfg_token* token = cfg__newtok(cfg, parse.claimed, parse.consumed);
+  if (token == nullptr) return nullptr;
+  parse.claimed += parse.consumed;
+  parse.consumed = 0;
+  return token;
+}
+
+vdx_cfg_token* cfg__cat(vdx_cfg_token* first, vdx_cfg_token* second) {
+  if (first == nullptr) return second;
+  vdx_cfg_token* last = first->last;
+  last->piece = second;
+  if (second != nullptr) first->last = second->last;
+  return first;
+}
+
+std::int32_t cfg__catbuf(vdx_cfg* cfg, const vdx_cfg_token* pieces, char** block) {
+  VDX_CFG_PARSE(cfg, -1);
+  VDX_CHECK_POINTER(block, -1);
+  std::int32_t length = 0;
+  for (const vdx_cfg_token* at = pieces; at != nullptr; at = at->piece) length += at->length;
+  const auto bytes = static_cast<std::size_t>(length < 1 ? 1 : length);
+  *block = static_cast<char*>(parsed.pool->allocate(bytes));
+  if (*block == nullptr) return -1;
+  char* to = *block;
+  for (const vdx_cfg_token* at = pieces; at != nullptr; at = at->piece) {
+    std::memcpy(to, parse.raw + at->offset, static_cast<std::size_t>(at->length));
+    to += at->length;
+  }
+  return length;
+}
+
+void cfg__clearbuf(vdx_cfg* cfg) {
+  VDX_CFG_PARSE(cfg, );
+  std::int32_t start = parse.claimed;
+  for (const vdx_cfg_token* at = parse.tokens; at != nullptr; at = at->live)
+    if (at->offset < start) start = at->offset;
+  if (start == 0) return;
+  for (vdx_cfg_token* at = parse.tokens; at != nullptr; at = at->live) at->offset -= start;
+  parse.raw_used -= start;
+  parse.claimed -= start;
+  std::memmove(parse.raw, parse.raw + start, static_cast<std::size_t>(parse.raw_used));
+}
+
+void cfg__clearparse(vdx_cfg* cfg, std::int32_t valid) {
+  VDX_CFG_PARSE(cfg, );
+  if (valid == 0) parse.is_valid = false;
+  if (parse.tokens != nullptr) {
+    vdx_cfg_token* old = parse.tokens->live;
+    parse.tokens->live = nullptr;
+    while (old != nullptr) {
+      vdx_cfg_token* next = old->live;
+      old->live = parse.spare;
+      parse.spare = old;
+      old = next;
+    }
+  }
+  cfg__clearbuf(cfg);
+}
+
+void cfg__parse_error(vdx_cfg* cfg) {
+  VDX_CFG_PARSE(cfg, );
+  // At the end of the input no token was marked, and none is named.
+  const std::string_view token = vdx::text_of(parse, parse.is_end ? nullptr : parse.tokens);
+  vdx_err_place place{};
+  place.file = vdx::err_text(parsed.file());
+  place.line = parse.token_line;
+  if (parse.section != nullptr) place.section = vdx::err_text(parse.section->text());
+  place.token = vdx::err_text(token);
+  vdx::raise_message(cfg->context, VDX_MSG_CFG_SYNTAX,
+                     vdx::err_parameters(parsed.file(), parse.token_line, token), place);
+}
+
+std::int32_t cfg__add_section(vdx_cfg* cfg, const vdx_cfg_token* name) {
+  VDX_CFG_PARSE(cfg, VDX_TRACE(XS_FAIL));
+  if (parse.section != nullptr && !parse.is_valid) parsed.remove_section(parse.section);
+  parse.section = nullptr;
+  if (name == nullptr) return VDX_TRACE(XS_SUCCEED);
+  auto* section = parsed.make<CfgSection>();
+  if (section == nullptr) return VDX_TRACE(XS_FAIL);
+  *section = {};
+  section->length = cfg__catbuf(cfg, name, &section->name);
+  if (section->length < 0) return VDX_TRACE(XS_FAIL);
+  section->hash = vdx::hash_text(section->text(), 0);
+  if (parsed.find_section(section->text()) == nullptr && !parsed.section_index.insert(section))
+    return VDX_TRACE(XS_FAIL);
+  section->previous = parsed.sections.last;
+  parsed.sections.append(section);
+  parse.section = section;
+  parse.is_valid = true;
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+std::int32_t cfg__add_entry(vdx_cfg* cfg, const vdx_cfg_token* key, const vdx_cfg_token* value) {
+  VDX_CFG_PARSE(cfg, VDX_TRACE(XS_FAIL));
+  VDX_CHECK_POINTER(key, VDX_TRACE(XS_FAIL));
+  VDX_CHECK_POINTER(parse.section, VDX_TRACE(XS_FAIL));
+  CfgEntry* entry = parsed.find_entry(parse.section, vdx::text_of(parse, key));
+  if (entry == nullptr) {
+    entry = parsed.make<CfgEntry>();
+    if (entry == nullptr) return VDX_TRACE(XS_FAIL);
+    *entry = {};
+    entry->length = cfg__catbuf(cfg, key, &entry->key);
+    if (entry->length < 0) return VDX_TRACE(XS_FAIL);
+    entry->section = parse.section;
+    entry->hash = CfgParsed::entry_hash(
+        parse.section, {entry->key, static_cast<std::size_t>(entry->length)});
+    if (!parsed.entry_index.insert(entry)) return VDX_TRACE(XS_FAIL);
+    parse.section->entries.append(entry);
+  }
+  auto* added = parsed.make<CfgValue>();
+  if (added == nullptr) return VDX_TRACE(XS_FAIL);
+  *added = {};
+  added->length = cfg__catbuf(cfg, value, &added->bytes);
+  if (added->length < 0) return VDX_TRACE(XS_FAIL);
+  entry->values.append(added);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+std::int32_t cfg__add_include(vdx_cfg* cfg, const vdx_cfg_token* name) {
+  VDX_CFG_PARSE(cfg, VDX_TRACE(XS_FAIL));
+  VDX_CHECK_POINTER(name, VDX_TRACE(XS_FAIL));
+  VDX_CHECK_POINTER(parse.section, VDX_TRACE(XS_FAIL));
+  const std::string_view text = vdx::text_of(parse, name);
+  CfgSection* included = parsed.find_section(text);
+  if (included == nullptr || text == parse.section->text()) {
+    vdx_err_place place{};
+    place.file = vdx::err_text(parsed.file());
+    place.line = parse.token_line;
+    place.section = vdx::err_text(parse.section->text());
+    place.token = vdx::err_text(text);
+    vdx::raise_message(
+        cfg->context, VDX_MSG_CFG_INCLUDE,
+        vdx::err_parameters("cfg__add_include", text.substr(0, vdx::kLongestMessageText)), place);
+    parse.is_valid = false;
+    return VDX_TRACE(XS_SUCCEED);
+  }
+  auto* include = parsed.make<CfgInclude>();
+  if (include == nullptr) return VDX_TRACE(XS_FAIL);
+  *include = {nullptr, included};
+  parse.section->includes.append(include);
+  return VDX_TRACE(XS_SUCCEED);
+}
+
+}  // extern "C"

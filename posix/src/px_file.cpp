@@ -1,0 +1,54 @@
+// Files and environment variables.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "frame/platform.h"
+
+namespace vdx {
+namespace {
+
+// A directory opens too, but only reading it would tell.
+std::intptr_t open_readable(const char* name) {
+  const int file = open(name, O_RDONLY | O_CLOEXEC | O_NOCTTY);
+  if (file < 0) return kNoFile;
+  struct stat status;
+  if (fstat(file, &status) == 0 && !S_ISDIR(status.st_mode)) return file;
+  close(file);
+  return kNoFile;
+}
+
+}  // namespace
+
+std::intptr_t open_file(const char* name) {
+  const std::intptr_t file = open_readable(name);
+  if (file != kNoFile) return file;
+  char slashed[1024];
+  const std::size_t length = std::strlen(name);
+  if (length >= sizeof slashed || std::strchr(name, '\\') == nullptr) return kNoFile;
+  for (std::size_t i = 0; i <= length; ++i) slashed[i] = name[i] == '\\' ? '/' : name[i];
+  return open_readable(slashed);
+}
+
+std::int64_t read_file(std::intptr_t file, void* buffer, std::size_t size) {
+  for (;;) {
+    const ssize_t got = read(static_cast<int>(file), buffer, size);
+    if (got >= 0 || errno != EINTR) return got;
+  }
+}
+
+void close_file(std::intptr_t file) { close(static_cast<int>(file)); }
+
+std::size_t read_environment(const char* name, char* buffer, std::size_t size) {
+  const char* value = std::getenv(name);
+  if (value == nullptr) return 0;
+  const std::size_t length = strnlen(value, size);
+  std::memcpy(buffer, value, length);
+  return length;
+}
+
+}  // namespace vdx
