@@ -19,9 +19,10 @@ void require(bool holds, const char* what) {
 
 // A file of this process alone, written over again for each input.
 const char* file_name() {
-  static const std::string name =
-      (std::filesystem::temp_directory_path() / ("vdxfuzz" + std::to_string(std::rand()) + "_" +
-       std::to_string(reinterpret_cast<std::uintptr_t>(&require)))).string();
+  static const std::string name = (std::filesystem::temp_directory_path() /
+                                   ("vdxfuzz" + std::to_string(std::rand()) + "_" +
+                                    std::to_string(reinterpret_cast<std::uintptr_t>(&require))))
+                                      .string();
   static const struct Remover {
     ~Remover() { std::remove(name.c_str()); }
   } remover;
@@ -29,7 +30,8 @@ const char* file_name() {
 }
 
 std::int32_t check_message(vdx_context*, const vdx_message* message) {
-  require(message->text_length >= 0 && message->text[message->text_length] == '\0', "a text without end");
+  require(message->text_length >= 0 && message->text[message->text_length] == '\0',
+          "a text without end");
   return 1;
 }
 
@@ -40,9 +42,11 @@ void check_entry(vdx_cfg* cfg, const vdx::CfgSection& section, const vdx::CfgEnt
     std::int32_t length = -1;
     const std::int32_t code = comn_get_cfg(cfg, section.name, section.length, entry.key,
                                            entry.length, &cursor, buffer, sizeof buffer, &length);
-    require(code == (value->length > 64 ? VDX_TRUNCATED : 1) && length == value->length, "a lookup fails");
-    require(std::memcmp(buffer, value->bytes, static_cast<std::size_t>(length < 64 ? length : 64)) == 0,
-            "a lookup finds another value");
+    require(code == (value->length > 64 ? VDX_TRUNCATED : 1) && length == value->length,
+            "a lookup fails");
+    require(
+        std::memcmp(buffer, value->bytes, static_cast<std::size_t>(length < 64 ? length : 64)) == 0,
+        "a lookup finds another value");
   }
   comn_nextdrop_cfg(cfg, cursor);
 }
@@ -60,7 +64,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   context.version = VDX_VERSION;
   context.message = check_message;
   require(com_appglobal_alloc(&context.appglobal, 0, 0) == 1, "no area");
-  comn_loc_alloc(nullptr, data[0] == 'u' ? "utf8" : data[0] == 's' ? "sjis" : "iso_1", &context.locale);
+  comn_loc_alloc(nullptr,
+                 data[0] == 'u'   ? "utf8"
+                 : data[0] == 's' ? "sjis"
+                                  : "iso_1",
+                 &context.locale);
   vdx_cfg* cfg = nullptr;
   require(comn_init_cfg(&context, file_name(), VDX_NULLTERM, &cfg) == 1, "a file does not open");
   const vdx::CfgParsed& parsed = cfg->parsed();

@@ -28,10 +28,10 @@ std::int32_t tell(vdx_context*, const vdx_message* message) {
   told += number;
   for (std::int32_t i = 0; i < message->parameters.count; ++i) {
     const vdx_err_parameter& parameter = message->parameters.parameter[i];
-    std::string text = parameter.text.bytes == nullptr
-                           ? std::to_string(parameter.number)
-                           : std::string(parameter.text.bytes,
-                                         static_cast<std::size_t>(parameter.text.length));
+    std::string text =
+        parameter.text.bytes == nullptr
+            ? std::to_string(parameter.number)
+            : std::string(parameter.text.bytes, static_cast<std::size_t>(parameter.text.length));
     if (text.find('/') != std::string::npos) text = "FILE";
     told += " " + text;
   }
@@ -160,8 +160,7 @@ TEST_F(Config, Files) {
       {"k=v\n[a]\nk=1\n", "a", "k", "<1>", "1040008 FILE 1 k;"},
       {"[a]\nk=1\nj\nx=y z=\nk=2\n[b]\nk=3\n", "b", "k", "<3>",
        "1040008 FILE 3 \n;1040008 FILE 4 =;"},
-      {"[a]\nk=1\n[b\nj=2\n[c]\nk=3\n", "a", "k", "0",
-       "1040008 FILE 3 \n;1040607 comn_get_cfg a;"},
+      {"[a]\nk=1\n[b\nj=2\n[c]\nk=3\n", "a", "k", "0", "1040008 FILE 3 \n;1040607 comn_get_cfg a;"},
       {"[a]\nk=1\n[b] x\nj=2\n", "a", "k", "<1>", "1040008 FILE 3 x;"},
       {"[a]\nk=1\n[b] x\nj=2\n", "b", "j", "0", "1040008 FILE 3 x;1040607 comn_get_cfg b;"},
       {"[a]\nk=1\n[a]\nk\n[c]\n", "a", "k", "<1>", "1040008 FILE 4 \n;"},
@@ -169,7 +168,8 @@ TEST_F(Config, Files) {
       {"[a]\nk=1\n[b]\nk= \n", "a", "k", "<1>", "1040008 FILE 4  \n;"},
       {"[a]\nk=1\n[b]\n\"q\n[c]\" = 2\n[c]\nk=3\n", "c", "k", "<3>", "1040008 FILE 4 \";"},
       {"[a]\nk=1\n[b]\nk=\"open\n[c]\nk=3\n", "a", "k", "<1>", "1040008 FILE 7 ;"},
-      {"[a]\nk=1\n[include]\n[\"q\"]\n[b]\ninclude=include\n[c]\nk=include\n[d]\nk=a\rb\n[e]\nk=\\\n\n",
+      {"[a]\nk=1\n[include]\n[\"q\"]\n[b]\ninclude=include\n[c]\nk=include\n[d]\nk=a\rb\n[e]\nk="
+       "\\\n\n",
        "e", "k", "0",
        "1040008 FILE 3 include;1040008 FILE 4 \";1040008 FILE 6 include;1040008 FILE 8 include;"
        "1040008 FILE 10 \r;1040008 FILE 13 \n;1040607 comn_get_cfg e;"},
@@ -220,7 +220,10 @@ TEST_F(Config, BufferLengths) {
     std::int32_t size;
     std::int32_t code;
     const char* left;
-  } rows[] = {{6, 1, "12345"}, {5, 1, "12345###"}, {4, VDX_TRUNCATED, "1234####"}, {0, VDX_TRUNCATED, "########"}};
+  } rows[] = {{6, 1, "12345"},
+              {5, 1, "12345###"},
+              {4, VDX_TRUNCATED, "1234####"},
+              {0, VDX_TRUNCATED, "########"}};
   for (const auto& row : rows) {
     char buffer[9] = "########";
     std::int32_t length = 0;
@@ -315,7 +318,8 @@ TEST_F(Config, Names) {
 // Every prefix of a file opens, and gives what the file gives or nothing.
 TEST_F(Config, Prefixes) {
   const std::string text =
-      "; head\n[base]\nk = one \"two \"\"x\"\"\" \\\n  three\n[top]\ninclude = base\nk=\"a\nb\"\nj=1\r\n";
+      "; head\n[base]\nk = one \"two \"\"x\"\"\" \\\n  three\n[top]\ninclude = "
+      "base\nk=\"a\nb\"\nj=1\r\n";
   for (std::size_t length = 0; length <= text.size(); ++length) {
     SCOPED_TRACE(length);
     vdx_cfg* cfg = open(write(text.substr(0, length)));
@@ -460,18 +464,37 @@ TEST(ConfigPaths, Rules) {
     std::int32_t (*make)(char*, std::int32_t);
     std::int32_t size;
   } rows[] = {
-      {-1, "/home\\ncl\\ini\\f", [](char* b, std::int32_t n) { return com_path_cfgfile(nullptr, "f", b, n, 1), -1; }, 600},
-      {-1, "/home\\ini\\f", [](char* b, std::int32_t n) { return com_path_cfgfile(nullptr, "f", b, n, 0), -1; }, 600},
-      {-1, "/home\\ini", [](char* b, std::int32_t n) { return com_path_cfgfile(nullptr, "f", b, n, 0), -1; }, 11},
-      {1, "/home\\ini\\sql.ini", [](char* b, std::int32_t n) { return com_path_ifile(nullptr, b, n); }, 18},
+      {-1, "/home\\ncl\\ini\\f",
+       [](char* b, std::int32_t n) { return com_path_cfgfile(nullptr, "f", b, n, 1), -1; }, 600},
+      {-1, "/home\\ini\\f",
+       [](char* b, std::int32_t n) { return com_path_cfgfile(nullptr, "f", b, n, 0), -1; }, 600},
+      {-1, "/home\\ini",
+       [](char* b, std::int32_t n) { return com_path_cfgfile(nullptr, "f", b, n, 0), -1; }, 11},
+      {1, "/home\\ini\\sql.ini",
+       [](char* b, std::int32_t n) { return com_path_ifile(nullptr, b, n); }, 18},
       {0, "/home", [](char* b, std::int32_t n) { return com_path_ifile(nullptr, b, n); }, 17},
-      {-1, "/home\\ncl\\x\\y", [](char* b, std::int32_t n) { return com_path_anyfile(b, n, "x", "y", 1), -1; }, 600},
-      {-1, "/hom", [](char* b, std::int32_t n) { return com_path_anyfile(b, n, nullptr, "y", 0), -1; }, 5},
-      {1, "/home\\charsets\\u\\f\\s", [](char* b, std::int32_t n) { return com_path_charfile(nullptr, "u", "f", "s", b, n); }, 600},
-      {1, "/home\\charsets\\u", [](char* b, std::int32_t n) { return com_path_charfile(nullptr, "u", nullptr, "s", b, n); }, 600},
-      {1, "/home\\locales\\message\\e\\fi", [](char* b, std::int32_t n) { return com_path_msgfile(nullptr, "e", nullptr, "file", 2, b, n); }, 600},
-      {0, "/home\\locales\\message\\e", [](char* b, std::int32_t n) { return com_path_msgfile(nullptr, "e", nullptr, "file", -9, b, n); }, 28},
-      {24, "/home\\ncl\\ini\\libtcl.cfg", [](char* b, std::int32_t n) { return com_get_tclcfg(b, n); }, 600},
+      {-1, "/home\\ncl\\x\\y",
+       [](char* b, std::int32_t n) { return com_path_anyfile(b, n, "x", "y", 1), -1; }, 600},
+      {-1, "/hom",
+       [](char* b, std::int32_t n) { return com_path_anyfile(b, n, nullptr, "y", 0), -1; }, 5},
+      {1, "/home\\charsets\\u\\f\\s",
+       [](char* b, std::int32_t n) { return com_path_charfile(nullptr, "u", "f", "s", b, n); },
+       600},
+      {1, "/home\\charsets\\u",
+       [](char* b, std::int32_t n) { return com_path_charfile(nullptr, "u", nullptr, "s", b, n); },
+       600},
+      {1, "/home\\locales\\message\\e\\fi",
+       [](char* b, std::int32_t n) {
+         return com_path_msgfile(nullptr, "e", nullptr, "file", 2, b, n);
+       },
+       600},
+      {0, "/home\\locales\\message\\e",
+       [](char* b, std::int32_t n) {
+         return com_path_msgfile(nullptr, "e", nullptr, "file", -9, b, n);
+       },
+       28},
+      {24, "/home\\ncl\\ini\\libtcl.cfg",
+       [](char* b, std::int32_t n) { return com_get_tclcfg(b, n); }, 600},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.path);

@@ -20,27 +20,36 @@ constexpr sys_days kZero = 1900y / 1 / 1;
 vdx_bigdatetime big_of(std::int64_t day, std::int64_t micros = 0) {
   return static_cast<vdx_bigdatetime>((day + 693'961) * kDay + micros);
 }
-std::int32_t day_of(year_month_day date) { return static_cast<std::int32_t>((sys_days{date} - kZero).count()); }
+std::int32_t day_of(year_month_day date) {
+  return static_cast<std::int32_t>((sys_days{date} - kZero).count());
+}
 year_month_day date_of(std::int64_t day) { return kZero + days{day}; }
 std::int64_t months_of(year_month_day date) {
-  return static_cast<int>(date.year()) * 12 + static_cast<int>(static_cast<unsigned>(date.month())) - 1;
+  return static_cast<int>(date.year()) * 12 +
+         static_cast<int>(static_cast<unsigned>(date.month())) - 1;
 }
 
 TEST(DatePart, Names) {
   vdx_context french{};
   ASSERT_EQ(comn_loc_alloc(&french, "iso_1", &french.locale), XS_SUCCEED);
-  comn_loc_set(french.locale, VDX_LOC_MONTH + 11, "d\xE9" "cembre", VDX_NULLTERM);
+  comn_loc_set(french.locale, VDX_LOC_MONTH + 11,
+               "d\xE9"
+               "cembre",
+               VDX_NULLTERM);
   comn_loc_set(french.locale, VDX_LOC_WEEKDAY + 1, "lundi", VDX_NULLTERM);
   const vdx_context plain{};
   const vdx_datetime value{day_of(2008y / 12 / 29), 14'132'737};  // a Monday
   const vdx_bigdatetime big = big_of(value.day, 47'109'123'456);
-  const char* const digits[] = {"2008", "4", "", "", "29", "364", "13", "5", "9", "123", "53", "2009", "1", "1", "0"};
+  const char* const digits[] = {"2008", "4",   "",   "",     "29", "364", "13", "5",
+                                "9",    "123", "53", "2009", "1",  "1",   "0"};
   const vdx_context* const contexts[] = {nullptr, &plain, &french};
   for (const vdx_context* context : contexts)
     for (std::uint32_t part = 0; part <= 14; ++part)
       for (std::int32_t way = 0; way < 3; ++way)
         for (const std::int32_t room : {kMin, -1, 0, 1, 5, 6, 63}) {
-          std::string text = part == 2   ? context == &french ? "d\xE9" "cembre" : "December"
+          std::string text = part == 2   ? context == &french ? "d\xE9"
+                                                                "cembre"
+                                                              : "December"
                              : part == 3 ? context == &french ? "lundi" : "Monday"
                                          : digits[part];
           if (way == 2 && part == 14) text = "123456";
@@ -50,14 +59,17 @@ TEST(DatePart, Names) {
           std::int32_t length = -1;
           const std::int32_t code =
               way == 2 ? com__bigdatename(context, part, &big, buffer.data(), room, &length)
-                       : (way == 1 ? com_datename : com__datename)(context, part, &value, buffer.data(), room, &length);
-          EXPECT_EQ(std::tuple(code, length, buffer), std::tuple(room < size, size, expected)) << part << ' ' << room;
+                       : (way == 1 ? com_datename : com__datename)(context, part, &value,
+                                                                   buffer.data(), room, &length);
+          EXPECT_EQ(std::tuple(code, length, buffer), std::tuple(room < size, size, expected))
+              << part << ' ' << room;
         }
   comn_loc_drop(&french, french.locale);
 }
 
 // Seconds of a unit, of the parts that are so many seconds.
-constexpr std::int64_t kSeconds[15] = {0, 0, 0, 86'400, 86'400, 86'400, 3600, 60, 1, 0, 604'800, 0, 604'800, 86'400, 0};
+constexpr std::int64_t kSeconds[15] = {0, 0, 0,       86'400, 86'400,  86'400, 3600, 60,
+                                       1, 0, 604'800, 0,      604'800, 86'400, 0};
 
 struct Sum {
   std::int32_t code;
@@ -65,7 +77,8 @@ struct Sum {
 };
 
 // Calendar steps by chrono, everything else in one count of the grain.
-Sum slow_sum(std::uint32_t part, std::int64_t amount, std::int64_t day, std::int64_t time, std::int64_t per_second) {
+Sum slow_sum(std::uint32_t part, std::int64_t amount, std::int64_t day, std::int64_t time,
+             std::int64_t per_second) {
   if (part <= 2 || part == 11) {
     const year_month_day from = date_of(day);
     const std::int64_t month = months_of(from) + amount * (part == 1 ? 3 : part == 2 ? 1 : 12);
@@ -73,9 +86,11 @@ Sum slow_sum(std::uint32_t part, std::int64_t amount, std::int64_t day, std::int
     const year_month target = year{static_cast<int>(month / 12)} / static_cast<int>(month % 12 + 1);
     return {0, day_of(target / std::min(from.day(), year_month_day{target / last}.day())), time};
   }
-  if (kSeconds[part] >= 86'400) amount = std::clamp<std::int64_t>(amount, -4'000'000, 4'000'000);  // far out already
+  if (kSeconds[part] >= 86'400)
+    amount = std::clamp<std::int64_t>(amount, -4'000'000, 4'000'000);  // far out already
   std::int64_t grains = part == 14 ? amount : amount * kSeconds[part] * per_second;
-  if (part == 9) grains = per_second == 300 ? (amount * 3 + (amount < 0 ? -5 : 5)) / 10 : amount * 1000;
+  if (part == 9)
+    grains = per_second == 300 ? (amount * 3 + (amount < 0 ? -5 : 5)) / 10 : amount * 1000;
   const std::int64_t per_day = 86'400 * per_second, sum = day * per_day + time + grains;
   const std::int64_t new_day = (sum - (sum < 0 ? per_day - 1 : 0)) / per_day;
   if (new_day < vdx::kFirstDay || new_day > vdx::kLastDay) return {1, day, time};
@@ -96,18 +111,24 @@ TEST(DatePart, SumsFollowTheSlowRules) {
     if (i % 5 == 0) day = i % 2 == 0 ? vdx::kFirstDay + i % 40 : vdx::kLastDay - i % 40;
     const auto micros = static_cast<std::int64_t>(random.below(kDay));
     const std::int32_t ticks = vdx::ticks_of_micros(micros);
-    const auto row = [&] { return testing::Message() << part << ' ' << amount << ' ' << day << ' ' << micros; };
+    const auto row = [&] {
+      return testing::Message() << part << ' ' << amount << ' ' << day << ' ' << micros;
+    };
 
     Sum sum = slow_sum(part, amount, day, ticks, 300);
     const std::int64_t months = std::int64_t{amount} * (part == 1 ? 3 : 1);
     const std::int64_t field = months_of(date_of(day)) % 12;
-    if (part == 1 || part == 2)  // what passes 32 bits on the way is refused before anything is made
+    if (part == 1 ||
+        part == 2)  // what passes 32 bits on the way is refused before anything is made
       if (is_wide(months) || is_wide(months + field)) sum = {1, day, ticks};
-    if ((part == 0 || part == 11) && is_wide(amount + months_of(date_of(day)) / 12)) sum = {1, day, ticks};
+    if ((part == 0 || part == 11) && is_wide(amount + months_of(date_of(day)) / 12))
+      sum = {1, day, ticks};
     if (part == 14) sum = {VDX_OVERFLOW, day, ticks};
     vdx_datetime value{day, ticks};
-    const std::int32_t code = (i % 2 == 0 ? com__date_add : com__dateadd_both)(part, amount, &value);
-    ASSERT_EQ(std::tuple(code, value.day, value.time), std::tuple(sum.code, sum.day, sum.time)) << row();
+    const std::int32_t code =
+        (i % 2 == 0 ? com__date_add : com__dateadd_both)(part, amount, &value);
+    ASSERT_EQ(std::tuple(code, value.day, value.time), std::tuple(sum.code, sum.day, sum.time))
+        << row();
 
     sum = slow_sum(part, amount, day, micros, 1'000'000);
     vdx_bigdatetime big = big_of(day, micros);
@@ -135,7 +156,8 @@ TEST(DatePart, SumsAtTheEdges) {
   for (const Row& row : rows) {
     vdx_datetime value = row.from;
     EXPECT_EQ(com__date_add(row.part, row.amount, &value), row.code);
-    EXPECT_EQ(com_datecmp(&value, &row.to), 0) << row.part << ": " << value.day << ' ' << value.time;
+    EXPECT_EQ(com_datecmp(&value, &row.to), 0)
+        << row.part << ": " << value.day << ' ' << value.time;
   }
   const vdx_bigdatetime inside = vdx::kFirstBigdatetime;
   const vdx_bigdatetime outsides[] = {0, inside - 1, vdx::kLastBigdatetime + 1, ~std::uint64_t{0}};
@@ -151,30 +173,44 @@ TEST(DatePart, SumsAtTheEdges) {
 }
 
 // Elapsed units case by case: on one day, else by way of the day next to the second value.
-std::int64_t elapsed(std::int64_t d1, std::int64_t t1, std::int64_t d2, std::int64_t t2, std::int64_t unit,
-                     std::int64_t per_day) {
+std::int64_t elapsed(std::int64_t d1, std::int64_t t1, std::int64_t d2, std::int64_t t2,
+                     std::int64_t unit, std::int64_t per_day) {
   if (d1 == d2) return (t2 - t1) / unit;
   if (d2 > d1) return (t2 + per_day * unit - t1) / unit + (d2 - 1 - d1) * per_day;
   return (t2 - (t1 + per_day * unit)) / unit + (d2 + 1 - d1) * per_day;
 }
 
-std::int64_t slow_difference(std::uint32_t part, std::int64_t d1, std::int64_t t1, std::int64_t d2, std::int64_t t2,
-                             std::int64_t per_second) {
+std::int64_t slow_difference(std::uint32_t part, std::int64_t d1, std::int64_t t1, std::int64_t d2,
+                             std::int64_t t2, std::int64_t per_second) {
   const std::int64_t from = months_of(date_of(d1)), to = months_of(date_of(d2));
   const auto thursday = [](std::int64_t day) { return day - (day + 693'595) % 7 + 3; };
   switch (part) {
-    case 0: return to / 12 - from / 12;
-    case 1: return to / 3 - from / 3;
-    case 2: return to - from;
-    case 3: case 13: return (d2 - d1) / 7;
-    case 4: case 5: return d2 - d1;
-    case 6: case 7: case 8: return elapsed(d1, t1, d2, t2, kSeconds[part] * per_second, 86'400 / kSeconds[part]);
+    case 0:
+      return to / 12 - from / 12;
+    case 1:
+      return to / 3 - from / 3;
+    case 2:
+      return to - from;
+    case 3:
+    case 13:
+      return (d2 - d1) / 7;
+    case 4:
+    case 5:
+      return d2 - d1;
+    case 6:
+    case 7:
+    case 8:
+      return elapsed(d1, t1, d2, t2, kSeconds[part] * per_second, 86'400 / kSeconds[part]);
     case 9:
       if (per_second == 300) return (d2 - d1) * 86'400'000 + (t2 - t1) * 10 / 3;
       return elapsed(d1, t1, d2, t2, 1000, 86'400'000);
-    case 10: case 12: return (d2 + 693'596) / 7 - (d1 + 693'596) / 7;  // Sundays up to a day
-    case 11: return months_of(date_of(thursday(d2))) / 12 - months_of(date_of(thursday(d1))) / 12;
-    default: return elapsed(d1, t1, d2, t2, 1, kDay);
+    case 10:
+    case 12:
+      return (d2 + 693'596) / 7 - (d1 + 693'596) / 7;  // Sundays up to a day
+    case 11:
+      return months_of(date_of(thursday(d2))) / 12 - months_of(date_of(thursday(d1))) / 12;
+    default:
+      return elapsed(d1, t1, d2, t2, 1, kDay);
   }
 }
 
@@ -187,17 +223,22 @@ TEST(DatePart, DifferencesFollowTheSlowRules) {
     // Second days anywhere, near the first, and around each limit.
     auto second = vdx::kFirstDay + static_cast<std::int64_t>(random.below(3'652'059));
     const std::int64_t reach = i % 3 == 1 ? 3 : limit;
-    if (i % 3 != 2) second = first + (i % 2 == 0 ? reach : -reach) + static_cast<std::int64_t>(random.below(5)) - 2;
+    if (i % 3 != 2)
+      second =
+          first + (i % 2 == 0 ? reach : -reach) + static_cast<std::int64_t>(random.below(5)) - 2;
     if (second < vdx::kFirstDay || second > vdx::kLastDay) continue;
     const auto m1 = static_cast<std::int64_t>(random.below(kDay));
     const auto m2 = i % 7 == 0 ? m1 : static_cast<std::int64_t>(random.below(kDay));
-    const auto row = [&] { return testing::Message() << part << ' ' << first << ' ' << m1 << ' ' << second; };
+    const auto row = [&] {
+      return testing::Message() << part << ' ' << first << ' ' << m1 << ' ' << second;
+    };
 
     const vdx_datetime a{static_cast<std::int32_t>(first), vdx::ticks_of_micros(m1)};
     const vdx_datetime b{static_cast<std::int32_t>(second), vdx::ticks_of_micros(m2)};
     std::int32_t difference = -7;
     std::int32_t code = com__datediff(part, &a, &b, &difference);
-    std::int64_t expected = part == 14 ? -7 : slow_difference(part, first, a.time, second, b.time, 300);
+    std::int64_t expected =
+        part == 14 ? -7 : slow_difference(part, first, a.time, second, b.time, 300);
     bool is_over = is_wide(expected) || std::abs(second - first) > limit;
     ASSERT_EQ(std::tuple(code, difference), std::tuple(is_over, is_over ? -7 : expected)) << row();
 
@@ -241,10 +282,12 @@ TEST(DatePart, DifferencesAtTheEdges) {
   for (const Row& row : rows) {
     std::int32_t difference = -7;
     const std::int32_t code = com__datediff(row.part, &row.first, &row.second, &difference);
-    EXPECT_EQ(std::tuple(code, difference), std::tuple(row.code, row.difference)) << row.part << ' ' << &row - rows;
+    EXPECT_EQ(std::tuple(code, difference), std::tuple(row.code, row.difference))
+        << row.part << ' ' << &row - rows;
   }
   // At the fine grain the whole units alone decide.
-  for (const auto& [part, unit] : {std::pair{7U, 60'000'000ULL}, {8U, 1'000'000ULL}, {9U, 1000ULL}, {14U, 1ULL}}) {
+  for (const auto& [part, unit] :
+       {std::pair{7U, 60'000'000ULL}, {8U, 1'000'000ULL}, {9U, 1000ULL}, {14U, 1ULL}}) {
     const vdx_bigdatetime low = vdx::kFirstBigdatetime, over = low + (std::uint64_t{unit} << 31);
     const vdx_bigdatetime most = over - 1, least = over + unit - 1;
     std::int32_t difference = -7;

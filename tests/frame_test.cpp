@@ -167,16 +167,26 @@ TEST_F(Frame, TraceModes) {
     const char* name;
     bool unusual;
   } const rows[] = {
-      {1, "XS_SUCCEED", false},        {0, "XS_FAIL", true},
-      {-1, "XS_MEM_ERROR", true},      {-2, "XS_PENDING", false},
-      {-3, "XS_QUIET", true},          {-4, "XS_BUSY", true},
-      {-5, "XS_INTERRUPT", false},     {-202, "XS_CANCELED", true},
-      {-203, "XS_ROW_FAIL", true},     {-204, "XS_END_DATA", false},
-      {-205, "XS_END_RESULTS", false}, {-206, "XS_END_ITEM", false},
-      {-207, "XS_NOMSG", true},        {-208, "XS_TIMED_OUT", true},
-      {-210, "XS_PASSTHRU_EOM", true}, {-211, "XS_PASSTHRU_MORE", true},
-      {-213, "XS_TRYING", true},       {-101, "-101", true},
-      {-209, "-209", true},            {INT32_MIN, "-2147483648", true},
+      {1, "XS_SUCCEED", false},
+      {0, "XS_FAIL", true},
+      {-1, "XS_MEM_ERROR", true},
+      {-2, "XS_PENDING", false},
+      {-3, "XS_QUIET", true},
+      {-4, "XS_BUSY", true},
+      {-5, "XS_INTERRUPT", false},
+      {-202, "XS_CANCELED", true},
+      {-203, "XS_ROW_FAIL", true},
+      {-204, "XS_END_DATA", false},
+      {-205, "XS_END_RESULTS", false},
+      {-206, "XS_END_ITEM", false},
+      {-207, "XS_NOMSG", true},
+      {-208, "XS_TIMED_OUT", true},
+      {-210, "XS_PASSTHRU_EOM", true},
+      {-211, "XS_PASSTHRU_MORE", true},
+      {-213, "XS_TRYING", true},
+      {-101, "-101", true},
+      {-209, "-209", true},
+      {INT32_MIN, "-2147483648", true},
       {0x01040603, "17040899", true},
   };
   for (const Row& row : rows)
@@ -217,15 +227,24 @@ TEST_F(Frame, DebugFormatter) {
     std::int32_t number;
     std::string expected;
   } const numbers[] = {
-      {"", 0, ""},                       {"a%%b%dc", -5, "a%b-5c"},
-      {"[%6d|", 42, "[    42|"},         {"[%-6d|%%", 42, "[42    |%"},
-      {"%+06.3d", 42, "  +042"},         {"%x %%x", 0xAB, "ab %x"},
-      {"%#X", 0xAB, "0XAB"},             {"%hd", 0x12345, "9029"},
-      {"%ld!", -1, "-1!"},               {"%8lx", -1, "ffffffff"},
-      {"%lu", 12, "12u"},                {"%l", 12, "12"},
-      {"%3c|", 'q', "  q|"},             {"ab%", 1, "ab" + illegal},
-      {"ab%5", 1, "ab" + illegal},       {"ab%5.2 f and d", 1, "ab" + illegal},
-      {"%n then %d", 1, illegal},        {"%*d", 1, illegal},
+      {"", 0, ""},
+      {"a%%b%dc", -5, "a%b-5c"},
+      {"[%6d|", 42, "[    42|"},
+      {"[%-6d|%%", 42, "[42    |%"},
+      {"%+06.3d", 42, "  +042"},
+      {"%x %%x", 0xAB, "ab %x"},
+      {"%#X", 0xAB, "0XAB"},
+      {"%hd", 0x12345, "9029"},
+      {"%ld!", -1, "-1!"},
+      {"%8lx", -1, "ffffffff"},
+      {"%lu", 12, "12u"},
+      {"%l", 12, "12"},
+      {"%3c|", 'q', "  q|"},
+      {"ab%", 1, "ab" + illegal},
+      {"ab%5", 1, "ab" + illegal},
+      {"ab%5.2 f and d", 1, "ab" + illegal},
+      {"%n then %d", 1, illegal},
+      {"%*d", 1, illegal},
       {"%0000000000000000000000000000001d", 1, illegal},
   };
   for (const Row& row : numbers) {
@@ -271,8 +290,8 @@ TEST_F(Frame, SmallServices) {
   EXPECT_EQ(comn_dbg_stack(nullptr, out, nullptr, nullptr), 0);
 
   // Lengths of the codes 0 to 39, 0 where the caller's comes back.
-  const int lengths[40] = {0, 0, 0, 0, 0, 0, 1, 2, 4, 4,   8,   1, 8, 4, 8, 4, 35, 35, 258, 258,
-                           0, 0, 0, 0, 0, 2, 0, 4, 4, 0,   8,   2, 4, 8, 0, 8, 8,  0,  0,   0};
+  const int lengths[40] = {0, 0, 0, 0, 0, 0, 1, 2, 4, 4, 8, 1, 8, 4, 8, 4, 35, 35, 258, 258,
+                           0, 0, 0, 0, 0, 2, 0, 4, 4, 0, 8, 2, 4, 8, 0, 8, 8,  0,  0,   0};
   for (std::int32_t code = 0; code < 40; ++code)
     EXPECT_EQ(comn_typelen(code, 17), lengths[code] != 0 ? lengths[code] : 17) << code;
   for (std::int32_t code : {-1, 40, 4000, INT32_MIN, INT32_MAX})

@@ -21,13 +21,16 @@ struct Type {
   bool is_signed;
   int unit;
   Wide least() const { return is_signed ? -(Wide{1} << (8 * size - 1)) : 0; }
-  Wide most() const { return code == VDX_BIT ? 1 : (Wide{1} << (8 * size - (is_signed ? 1 : 0))) - 1; }
+  Wide most() const {
+    return code == VDX_BIT ? 1 : (Wide{1} << (8 * size - (is_signed ? 1 : 0))) - 1;
+  }
 };
 
 constexpr Type kTypes[] = {
-    {VDX_I1, 1, false, 1},  {VDX_I2, 2, true, 1},         {VDX_I4, 4, true, 1},      {VDX_I8, 8, true, 1},
-    {VDX_UI2, 2, false, 1}, {VDX_UI4, 4, false, 1},       {VDX_UI8, 8, false, 1},    {VDX_BIT, 1, false, 1},
-    {VDX_MNY4, 4, true, 10000}, {VDX_MONEY, 8, true, 10000},
+    {VDX_I1, 1, false, 1},       {VDX_I2, 2, true, 1},   {VDX_I4, 4, true, 1},
+    {VDX_I8, 8, true, 1},        {VDX_UI2, 2, false, 1}, {VDX_UI4, 4, false, 1},
+    {VDX_UI8, 8, false, 1},      {VDX_BIT, 1, false, 1}, {VDX_MNY4, 4, true, 10000},
+    {VDX_MONEY, 8, true, 10000},
 };
 
 Bytes in_memory(const Type& type, Wide value) {
@@ -43,7 +46,8 @@ Bytes in_memory(const Type& type, Wide value) {
 
 // Limits of every type in its own unit and in units of money, their neighbours, halves, and noise.
 std::vector<Wide> values_of(const Type& type) {
-  std::vector<Wide> candidates = {0, 1, -1, 2, 4999, 5000, 5001, 9999, 10000, 14999, 15000, -4999, -5000, -15000};
+  std::vector<Wide> candidates = {0,    1,     -1,    2,     4999,  5000,  5001,
+                                  9999, 10000, 14999, 15000, -4999, -5000, -15000};
   for (const Type& other : kTypes)
     for (const Wide limit : {other.least(), other.most()})
       for (const Wide scaled : {limit, limit * 10000, limit / 10000})
@@ -87,16 +91,16 @@ TEST(Integers, EveryPairAgreesWithExactArithmetic) {
         }
         const Result expected{code, to.size, in_memory(to, exact)};
         const Result result = convert(table.context, from.code, in_memory(from, value), to.code);
-        ASSERT_EQ(result, expected) << from.code << " to " << to.code << " of "
-                                    << static_cast<std::int64_t>(value);
+        ASSERT_EQ(result, expected)
+            << from.code << " to " << to.code << " of " << static_cast<std::int64_t>(value);
       }
     }
 }
 
 TEST(Integers, BitRefusesOtherBytesBeforeAnythingIsWritten) {
   Table table;
-  for (const std::int32_t to : {VDX_I1, VDX_I4, VDX_UI8, VDX_BIT, VDX_FLT8, VDX_NUM, VDX_CHAR, VDX_VARCHAR, VDX_BIN,
-                                VDX_VARBIN}) {
+  for (const std::int32_t to : {VDX_I1, VDX_I4, VDX_UI8, VDX_BIT, VDX_FLT8, VDX_NUM, VDX_CHAR,
+                                VDX_VARCHAR, VDX_BIN, VDX_VARBIN}) {
     const Result result = convert(table.context, VDX_BIT, {2}, to, {.precision = 5});
     EXPECT_EQ(result.code, VDX_INVALID) << to;
     EXPECT_EQ(result.length, kUnset) << to;
@@ -117,7 +121,8 @@ TEST(Integers, ToFloats) {
       EXPECT_EQ(narrow.length, 4);
       if (from.code == VDX_MONEY) {
         const auto bits = static_cast<std::uint64_t>(value);
-        const volatile double high = static_cast<double>(static_cast<std::int32_t>(bits >> 32)) * 429496.7296;
+        const volatile double high =
+            static_cast<double>(static_cast<std::int32_t>(bits >> 32)) * 429496.7296;
         const volatile double low = static_cast<double>(static_cast<std::uint32_t>(bits)) / 10000.0;
         EXPECT_EQ(wide.as<double>(), high + low);
         EXPECT_EQ(narrow.as<float>(), static_cast<float>(high + low));
@@ -138,8 +143,8 @@ TEST(Integers, ToFloats) {
 
 TEST(Integers, ToNumericThroughTheExactValue) {
   Table table;
-  const std::pair<std::int32_t, std::int32_t> formats[] = {{38, 10}, {77, 57}, {5, 0}, {19, 4}, {4, 9}, {0, 0},
-                                                           {78, 0}, {10, -1}, {10, 78}};
+  const std::pair<std::int32_t, std::int32_t> formats[] = {
+      {38, 10}, {77, 57}, {5, 0}, {19, 4}, {4, 9}, {0, 0}, {78, 0}, {10, -1}, {10, 78}};
   for (const Type& from : kTypes)
     for (const Wide value : values_of(from))
       for (const auto& [precision, scale] : formats) {
@@ -149,7 +154,8 @@ TEST(Integers, ToNumericThroughTheExactValue) {
         Result expected{0, 35, Bytes(35, kGuard)};
         expected.code = vdx::write_numeric(exact, precision, scale, expected.bytes.data());
         const Format format{.precision = precision, .scale = scale};
-        ASSERT_EQ(convert(table.context, from.code, in_memory(from, value), VDX_DECIMAL, format), expected);
+        ASSERT_EQ(convert(table.context, from.code, in_memory(from, value), VDX_DECIMAL, format),
+                  expected);
       }
 }
 
@@ -187,7 +193,8 @@ TEST(Floats, ToMoney) {
     const bool fits = row.count >= INT32_MIN && row.count <= INT32_MAX;
     const std::int64_t short_count = fits ? row.count : row.count < 0 ? INT32_MIN : INT32_MAX;
     EXPECT_EQ(convert(table.context, VDX_FLT8, image(row.number), VDX_MNY4),
-              (Result{fits ? row.code : std::int32_t{VDX_OVERFLOW}, 4, in_memory(kTypes[8], short_count)}));
+              (Result{fits ? row.code : std::int32_t{VDX_OVERFLOW}, 4,
+                      in_memory(kTypes[8], short_count)}));
   }
   Random random(3);
   for (int i = 0; i < 20000; ++i) {  // short money comes back from either float that holds it
@@ -196,7 +203,8 @@ TEST(Floats, ToMoney) {
     ASSERT_EQ(convert(table.context, VDX_FLT8, there.bytes, VDX_MNY4).as<std::int32_t>(), count);
   }
   for (const Type& money : {kTypes[8], kTypes[9]})
-    EXPECT_EQ(convert(table.context, VDX_FLT4, image(-1.5F), money.code).bytes, in_memory(money, -15000));
+    EXPECT_EQ(convert(table.context, VDX_FLT4, image(-1.5F), money.code).bytes,
+              in_memory(money, -15000));
 }
 
 TEST(Integers, ImagesKeepTheBytes) {
@@ -206,11 +214,17 @@ TEST(Integers, ImagesKeepTheBytes) {
     std::int32_t maxlength;
     std::uint32_t flags;
     std::int32_t code, length;
-  } rows[] = {{0, 0, VDX_TRUNCATED, 0}, {2, 0, VDX_TRUNCATED, 2},      {4, 0, 1, 4}, {8, 0, 1, 4},
-              {8, VDX_FMT_PADNULL, 1, 8}, {3, VDX_FMT_PADNULL, VDX_TRUNCATED, 3}, {8, VDX_FMT_PADBLANK, 1, 4}};
+  } rows[] = {{0, 0, VDX_TRUNCATED, 0},
+              {2, 0, VDX_TRUNCATED, 2},
+              {4, 0, 1, 4},
+              {8, 0, 1, 4},
+              {8, VDX_FMT_PADNULL, 1, 8},
+              {3, VDX_FMT_PADNULL, VDX_TRUNCATED, 3},
+              {8, VDX_FMT_PADBLANK, 1, 4}};
   for (const auto& row : rows)
     for (const std::int32_t to : {VDX_BIN, VDX_LONGBIN, VDX_IMAGE}) {
-      const Result r = convert(table.context, VDX_I4, image(value), to, {.flags = row.flags, .maxlength = row.maxlength});
+      const Result r = convert(table.context, VDX_I4, image(value), to,
+                               {.flags = row.flags, .maxlength = row.maxlength});
       EXPECT_EQ(r.code, row.code);
       EXPECT_EQ(r.length, row.length);
       Bytes expected = image(value);
@@ -220,7 +234,8 @@ TEST(Integers, ImagesKeepTheBytes) {
   for (const Type& from : kTypes) {
     if (from.code == VDX_BIT) continue;
     const Bytes source = in_memory(from, 77);
-    const Result r = convert(table.context, from.code, source, VDX_VARBIN, {.flags = VDX_FMT_PADNULL, .maxlength = 1});
+    const Result r = convert(table.context, from.code, source, VDX_VARBIN,
+                             {.flags = VDX_FMT_PADNULL, .maxlength = 1});
     EXPECT_EQ(r.code, 1);
     EXPECT_EQ(r.length, 258);
     EXPECT_EQ(r.as<std::int16_t>(), from.size);
@@ -231,8 +246,10 @@ TEST(Integers, ImagesKeepTheBytes) {
   const Result nothing = convert(table.context, VDX_BIT, {1}, VDX_BIN, {.maxlength = 0});
   EXPECT_EQ(nothing.code, 1);
   EXPECT_EQ(nothing.length, 1);
-  EXPECT_EQ(convert(table.context, VDX_BIT, {1}, VDX_BIN, {.flags = VDX_FMT_PADNULL, .maxlength = 3}).written(),
-            (Bytes{1, 0, 0}));
+  EXPECT_EQ(
+      convert(table.context, VDX_BIT, {1}, VDX_BIN, {.flags = VDX_FMT_PADNULL, .maxlength = 3})
+          .written(),
+      (Bytes{1, 0, 0}));
   const Result digit = convert(table.context, VDX_BIT, {1}, VDX_VARBIN);
   EXPECT_EQ(digit.code, 1);
   EXPECT_EQ(digit.length, kUnset);
@@ -253,8 +270,10 @@ TEST(Integers, ToVarbinThroughTheSharedCopier) {
   format.maxlength = 258;
   EXPECT_EQ(comn_fixedtobin(source, 300, &format, destination, &length), VDX_TRUNCATED);
   EXPECT_EQ(length, 258);
-  EXPECT_DEATH(comn_fixedtovarbin(source, 3, &format, destination, &length), "assertion failed, file 'com_fixed.cpp'");
-  EXPECT_DEATH(comn_fixedtobin(source, 0, &format, destination, &length), "assertion failed, file 'com_fixed.cpp'");
+  EXPECT_DEATH(comn_fixedtovarbin(source, 3, &format, destination, &length),
+               "assertion failed, file 'com_fixed.cpp'");
+  EXPECT_DEATH(comn_fixedtobin(source, 0, &format, destination, &length),
+               "assertion failed, file 'com_fixed.cpp'");
 }
 
 // What a text of an integer or money leaves in a destination.
@@ -270,7 +289,8 @@ Result text_rule(const std::string& text, bool asterisk, std::uint32_t flags, st
     const std::uint32_t padding = flags & (VDX_FMT_PADNULL | VDX_FMT_PADBLANK);
     if (padding == (VDX_FMT_PADNULL | VDX_FMT_PADBLANK)) return std::int32_t{VDX_BAD_PADDING};
     if (padding != 0) {
-      std::fill(r.bytes.begin() + n, r.bytes.end(), padding == VDX_FMT_PADNULL ? std::uint8_t{0} : std::uint8_t{' '});
+      std::fill(r.bytes.begin() + n, r.bytes.end(),
+                padding == VDX_FMT_PADNULL ? std::uint8_t{0} : std::uint8_t{' '});
       if (terminate) r.bytes.back() = 0;
       r.length = room;
     } else if (terminate) {
@@ -307,19 +327,24 @@ TEST(Integers, ToTextWithEveryFlagAndRoom) {
       std::string text = convert(table.context, from.code, source, VDX_CHAR).text();
       if (!money) {
         char digits[32];
-        const auto end = from.is_signed ? std::to_chars(digits, digits + 32, static_cast<std::int64_t>(value)).ptr
-                                        : std::to_chars(digits, digits + 32, static_cast<std::uint64_t>(value)).ptr;
+        const auto end =
+            from.is_signed
+                ? std::to_chars(digits, digits + 32, static_cast<std::int64_t>(value)).ptr
+                : std::to_chars(digits, digits + 32, static_cast<std::uint64_t>(value)).ptr;
         ASSERT_EQ(text, std::string(digits, end));
       }
       const auto n = static_cast<std::int32_t>(text.size());
       for (std::uint32_t flags = 0; flags < 8; ++flags)
-        for (const std::int32_t room : {0, 1, 2, 3, n - 1, n, n + 1, n + 9, 7, 8, 9, 15, 16, 17, 23, 24, 25, 31, 64}) {
+        for (const std::int32_t room :
+             {0, 1, 2, 3, n - 1, n, n + 1, n + 9, 7, 8, 9, 15, 16, 17, 23, 24, 25, 31, 64}) {
           if (room < 0) continue;
-          ASSERT_EQ(convert(table.context, from.code, source, VDX_CHAR, {.flags = flags, .maxlength = room}),
+          ASSERT_EQ(convert(table.context, from.code, source, VDX_CHAR,
+                            {.flags = flags, .maxlength = room}),
                     text_rule(text, !money, flags, room))
               << text << " flags " << flags << " room " << room;
         }
-      const Result counted = convert(table.context, from.code, source, VDX_VARCHAR, {.flags = 7, .maxlength = 1});
+      const Result counted =
+          convert(table.context, from.code, source, VDX_VARCHAR, {.flags = 7, .maxlength = 1});
       ASSERT_EQ(counted.code, 1);
       ASSERT_EQ(counted.length, 258);
       ASSERT_EQ(counted.as<std::int16_t>(), n);
@@ -331,7 +356,10 @@ TEST(Integers, PlainFormattingHelper) {
   const struct {
     std::int32_t value, size, length;
     const char* text;
-  } rows[] = {{12345, 4, 1, "*"}, {12345, 5, 5, "12345"}, {-1, 0, 2, "-1"}, {INT32_MIN, -1, 11, "-2147483648"}};
+  } rows[] = {{12345, 4, 1, "*"},
+              {12345, 5, 5, "12345"},
+              {-1, 0, 2, "-1"},
+              {INT32_MIN, -1, 11, "-2147483648"}};
   for (const auto& row : rows) {
     char out[16] = {};
     EXPECT_EQ(com__itochar(row.value, out, row.size), row.length);
@@ -412,8 +440,8 @@ Parsed<T> parse(Parser parser, const Bytes& text, const vdx_charattr* attributes
   T value = 99;
   const Bytes exact(text);  // its end is where a sanitizer looks
   const std::uint8_t none = 0;
-  const std::int32_t result =
-      parser(exact.empty() ? &none : exact.data(), static_cast<std::int32_t>(exact.size()), &value, attributes);
+  const std::int32_t result = parser(exact.empty() ? &none : exact.data(),
+                                     static_cast<std::int32_t>(exact.size()), &value, attributes);
   return {result, value};
 }
 
@@ -427,8 +455,10 @@ TEST(Parsers, TableOfTexts) {
   for (const ParserRow& row : kParserRows) {
     SCOPED_TRACE(row.text);
     const auto check = [&](const Bytes& text, const vdx_charattr* set) {
-      EXPECT_EQ((parse<std::int32_t>(com__chtoi4_mb, text, set)), (Parsed<std::int32_t>{row.result, row.value}));
-      EXPECT_EQ((parse<std::int16_t>(com__chtoi2_mb, text, set)), (Parsed<std::int16_t>{row.result2, row.value2}));
+      EXPECT_EQ((parse<std::int32_t>(com__chtoi4_mb, text, set)),
+                (Parsed<std::int32_t>{row.result, row.value}));
+      EXPECT_EQ((parse<std::int16_t>(com__chtoi2_mb, text, set)),
+                (Parsed<std::int16_t>{row.result2, row.value2}));
       EXPECT_EQ((parse<std::uint32_t>(com__chtoui4_mb, text, set)),
                 (Parsed<std::uint32_t>{row.unsigned_result, row.unsigned_value}));
       EXPECT_EQ((parse<std::uint16_t>(com__chtoui2_mb, text, set)),
@@ -441,7 +471,8 @@ TEST(Parsers, TableOfTexts) {
   }
   // A lead byte cut off by the end of the text is no digit.
   EXPECT_EQ(parse<std::int32_t>(com__chtoi4_mb, {'1', 0x82}, wide), (Parsed<std::int32_t>{-2, 1}));
-  EXPECT_EQ(parse<std::int32_t>(com__chtoi4_mb, {'1', 0xB2}, com_get_charattrib()), (Parsed<std::int32_t>{-2, 1}));
+  EXPECT_EQ(parse<std::int32_t>(com__chtoi4_mb, {'1', 0xB2}, com_get_charattrib()),
+            (Parsed<std::int32_t>{-2, 1}));
   comn_loc_drop(&table.context, sjis);
 }
 
@@ -461,7 +492,8 @@ TEST(Parsers, WideLimits) {
   };
   for (const auto& row : rows) {
     EXPECT_EQ(parse<std::int64_t>(com__chtoi8_mb, bytes_of(row.text), nullptr), row.is) << row.text;
-    EXPECT_EQ(parse<std::uint64_t>(com__chtoui8_mb, bytes_of(row.text), nullptr), row.us) << row.text;
+    EXPECT_EQ(parse<std::uint64_t>(com__chtoui8_mb, bytes_of(row.text), nullptr), row.us)
+        << row.text;
   }
 }
 
@@ -470,7 +502,8 @@ void expect_same_as_machine(const Bytes& text) {
   T fast = 1;
   T slow = 2;
   const auto n = static_cast<std::int32_t>(text.size());
-  ASSERT_EQ(vdx::scan_integer(text.data(), n, fast, nullptr), vdx::scan_any_integer(text.data(), n, slow, nullptr))
+  ASSERT_EQ(vdx::scan_integer(text.data(), n, fast, nullptr),
+            vdx::scan_any_integer(text.data(), n, slow, nullptr))
       << std::string(text.begin(), text.end());
   ASSERT_EQ(fast, slow) << std::string(text.begin(), text.end());
 }
@@ -487,10 +520,13 @@ TEST(Parsers, StraightPathAgreesWithTheStateMachine) {
     const std::uint64_t shape = random.below(8);
     add(shape == 0 ? 40 : 2, blank);
     if (random.below(2) != 0) text.push_back(random.below(2) != 0 ? '-' : '+');
-    add(22, [&] { return static_cast<std::uint8_t>(shape == 1 ? kAlphabet[random.below(kAlphabet.size())]
-                                                               : static_cast<char>('0' + random.below(10))); });
+    add(22, [&] {
+      return static_cast<std::uint8_t>(shape == 1 ? kAlphabet[random.below(kAlphabet.size())]
+                                                  : static_cast<char>('0' + random.below(10)));
+    });
     add(shape == 2 ? 40 : 3, blank);
-    if (shape == 3 && !text.empty()) text[random.below(text.size())] = static_cast<std::uint8_t>(random.next());
+    if (shape == 3 && !text.empty())
+      text[random.below(text.size())] = static_cast<std::uint8_t>(random.next());
     if (text.empty()) continue;
     expect_same_as_machine<std::int32_t>(text);
     expect_same_as_machine<std::int64_t>(text);
@@ -506,18 +542,29 @@ TEST(Text, ToIntegersMapsResultsToCodes) {
     std::int32_t to, code, length;
     std::int64_t value;
   } rows[] = {
-      {"  -42", VDX_I4, 1, 4, -42},         {"2147483648", VDX_I4, VDX_OVERFLOW, 4, 2147483640},
-      {"abc", VDX_I4, VDX_SYNTAX, 0, 0},    {"   ", VDX_I8, 1, 8, 0},
-      {"40000", VDX_I2, VDX_OVERFLOW, 2, -25536}, {"-1", VDX_UI4, VDX_SYNTAX, 0, 0},
-      {"70000", VDX_UI2, VDX_OVERFLOW, 2, 4464},  {"18446744073709551615", VDX_UI8, 1, 8, -1},
-      {"255", VDX_I1, 1, 1, 255},           {"256", VDX_I1, VDX_OVERFLOW, 1, 255},
-      {"-5", VDX_I1, VDX_OVERFLOW, 1, 0},   {"99999999999", VDX_I1, VDX_OVERFLOW, 1, 255},
-      {"1x", VDX_I1, VDX_SYNTAX, 0, 0},     {"-7", VDX_BIT, 1, 1, 1},
-      {"0", VDX_BIT, 1, 1, 0},              {"99999999999", VDX_BIT, VDX_OVERFLOW, 1, 1},
+      {"  -42", VDX_I4, 1, 4, -42},
+      {"2147483648", VDX_I4, VDX_OVERFLOW, 4, 2147483640},
+      {"abc", VDX_I4, VDX_SYNTAX, 0, 0},
+      {"   ", VDX_I8, 1, 8, 0},
+      {"40000", VDX_I2, VDX_OVERFLOW, 2, -25536},
+      {"-1", VDX_UI4, VDX_SYNTAX, 0, 0},
+      {"70000", VDX_UI2, VDX_OVERFLOW, 2, 4464},
+      {"18446744073709551615", VDX_UI8, 1, 8, -1},
+      {"255", VDX_I1, 1, 1, 255},
+      {"256", VDX_I1, VDX_OVERFLOW, 1, 255},
+      {"-5", VDX_I1, VDX_OVERFLOW, 1, 0},
+      {"99999999999", VDX_I1, VDX_OVERFLOW, 1, 255},
+      {"1x", VDX_I1, VDX_SYNTAX, 0, 0},
+      {"-7", VDX_BIT, 1, 1, 1},
+      {"0", VDX_BIT, 1, 1, 0},
+      {"99999999999", VDX_BIT, VDX_OVERFLOW, 1, 1},
       {"yes", VDX_BIT, VDX_SYNTAX, 0, 0},
-      {" -$1.5", VDX_MNY4, 1, 4, -15000},   {"300000", VDX_MNY4, VDX_OVERFLOW, 4, INT32_MAX},
-      {"1.2.3", VDX_MNY4, VDX_SYNTAX, 0, 0}, {"$1,234.56785", VDX_MONEY, 1, 8, 12345679},
-      {"-922337203685477.5808", VDX_MONEY, 1, 8, INT64_MIN}, {"$$1", VDX_MONEY, VDX_SYNTAX, 0, 0},
+      {" -$1.5", VDX_MNY4, 1, 4, -15000},
+      {"300000", VDX_MNY4, VDX_OVERFLOW, 4, INT32_MAX},
+      {"1.2.3", VDX_MNY4, VDX_SYNTAX, 0, 0},
+      {"$1,234.56785", VDX_MONEY, 1, 8, 12345679},
+      {"-922337203685477.5808", VDX_MONEY, 1, 8, INT64_MIN},
+      {"$$1", VDX_MONEY, VDX_SYNTAX, 0, 0},
       {"922337203685477.5808", VDX_MONEY, VDX_OVERFLOW, 8, 922337203685477580},
   };
   for (const auto& row : rows)
@@ -531,7 +578,8 @@ TEST(Text, ToIntegersMapsResultsToCodes) {
       expected.resize(static_cast<std::size_t>(row.length));
       EXPECT_EQ(r.written(), expected);
     }
-  EXPECT_EQ(convert(table.context, VDX_VARCHAR, image(std::int16_t{257}), VDX_I4).code, VDX_INVALID);
+  EXPECT_EQ(convert(table.context, VDX_VARCHAR, image(std::int16_t{257}), VDX_I4).code,
+            VDX_INVALID);
 }
 
 // ---- the caller's side of the contract ----
@@ -557,7 +605,8 @@ TEST(ContractDeath, ReportsTheRowOfTheConversion) {
   to.maxlength = -1;
   EXPECT_DEATH(comn_i4tochar(&table.context, &from, &value, &to, out, &n), broken);
   to.maxlength = 20;
-  for (const std::int32_t wrong : std::initializer_list<std::int32_t>{VDX_I2, VDX_VARCHAR, 45, -1, 64, INT32_MIN}) {
+  for (const std::int32_t wrong :
+       std::initializer_list<std::int32_t>{VDX_I2, VDX_VARCHAR, 45, -1, 64, INT32_MIN}) {
     to.datatype = wrong;
     EXPECT_DEATH(comn_i4tochar(&table.context, &from, &value, &to, out, &n), broken);
     to.datatype = VDX_CHAR;
@@ -565,14 +614,16 @@ TEST(ContractDeath, ReportsTheRowOfTheConversion) {
     EXPECT_DEATH(comn_i4tochar(&table.context, &from, &value, &to, out, &n), broken);
     from.datatype = VDX_I4;
   }
-  for (const std::int32_t text : std::initializer_list<std::int32_t>{VDX_CHAR, VDX_LONGCHAR, VDX_TEXT, VDX_XML, VDX_SENSITIVITY, VDX_BOUNDARY}) {
+  for (const std::int32_t text : std::initializer_list<std::int32_t>{
+           VDX_CHAR, VDX_LONGCHAR, VDX_TEXT, VDX_XML, VDX_SENSITIVITY, VDX_BOUNDARY}) {
     to.datatype = text;
     EXPECT_EQ(comn_i4tochar(&table.context, &from, &value, &to, out, &n), 1);
   }
   from.datatype = VDX_CHAR;
   from.maxlength = 0;
   to.datatype = VDX_I4;
-  EXPECT_DEATH(comn_chartoi4(&table.context, &from, out, &to, &value, &n), "assertion failed, file 'com_char.list'");
+  EXPECT_DEATH(comn_chartoi4(&table.context, &from, out, &to, &value, &n),
+               "assertion failed, file 'com_char.list'");
   from.datatype = VDX_VARCHAR;
   const std::int16_t empty = 0;
   EXPECT_DEATH(comn_varchartoi4(&table.context, &from, &empty, &to, &value, &n),
@@ -581,7 +632,8 @@ TEST(ContractDeath, ReportsTheRowOfTheConversion) {
   to.datatype = 20;  // the retired code of i8 never reaches a conversion
   const std::int64_t wide = 5;
   std::int64_t wide_out = 0;
-  EXPECT_DEATH(comn_i8toi8(&table.context, &from, &wide, &to, &wide_out, &n), "assertion failed, file 'com_i8.list'");
+  EXPECT_DEATH(comn_i8toi8(&table.context, &from, &wide, &to, &wide_out, &n),
+               "assertion failed, file 'com_i8.list'");
 }
 
 }  // namespace

@@ -24,8 +24,8 @@ std::string classes(const vdx_charattr& set, std::string_view c) {
   struct Test {
     char letter;
     std::int32_t (*holds)(const vdx_charattr*, const std::uint8_t*, std::int32_t);
-  } const tests[] = {{'A', comn_isalpha}, {'U', comn_isupper}, {'L', comn_islower},
-                     {'D', comn_isdigit}, {'S', comn_isspace}, {'P', comn_ispunct},
+  } const tests[] = {{'A', comn_isalpha},   {'U', comn_isupper}, {'L', comn_islower},
+                     {'D', comn_isdigit},   {'S', comn_isspace}, {'P', comn_ispunct},
                      {'$', comn_iscurrency}};
   std::string result;
   for (const Test& test : tests)
@@ -65,21 +65,32 @@ TEST(Charset, Characters) {
     std::int32_t ascii;
     const char* classes;
   } const rows[] = {
-      {"E acute", iso, "\xC9", 1, 0, "AU"}, {"feminine ordinal", iso, "\xAA", 1, 0, "A"},
-      {"cent", iso, "\xA2", 1, 0, "P$"}, {"yen", iso, "\xA5", 1, 0, "P$"},
-      {"no-break space", iso, "\xA0", 1, 0, ""}, {"byte outside", ascii, "\xC9", 1, 0, ""},
+      {"E acute", iso, "\xC9", 1, 0, "AU"},
+      {"feminine ordinal", iso, "\xAA", 1, 0, "A"},
+      {"cent", iso, "\xA2", 1, 0, "P$"},
+      {"yen", iso, "\xA5", 1, 0, "P$"},
+      {"no-break space", iso, "\xA0", 1, 0, ""},
+      {"byte outside", ascii, "\xC9", 1, 0, ""},
 
-      {"wide 7", sjis, "\x82\x56", 2, '7', "D"}, {"wide A", sjis, "\x82\x60", 2, 'A', "AU"},
-      {"wide blank", sjis, "\x81\x40", 2, ' ', "S"}, {"wide minus", sjis, "\x81\x7C", 2, '-', "P"},
-      {"wide yen", sjis, "\x81\x8F", 2, 0, "P$"}, {"hiragana a", sjis, "\x82\xA0", 2, 0, "A"},
+      {"wide 7", sjis, "\x82\x56", 2, '7', "D"},
+      {"wide A", sjis, "\x82\x60", 2, 'A', "AU"},
+      {"wide blank", sjis, "\x81\x40", 2, ' ', "S"},
+      {"wide minus", sjis, "\x81\x7C", 2, '-', "P"},
+      {"wide yen", sjis, "\x81\x8F", 2, 0, "P$"},
+      {"hiragana a", sjis, "\x82\xA0", 2, 0, "A"},
       {"ideograph that ends in a backslash byte", sjis, "\x95\x5C", 2, 0, "A"},
       {"greek alpha", sjis, "\x83\xBF", 2, 0, "AL"},
-      {"half-width katakana", sjis, "\xB1", 1, 0, "A"}, {"open byte", sjis, "\xFD", 1, 0, ""},
-      {"cut wide 7", sjis, {"\x82\x56", 1}, 2, 0, ""}, {"bad trail", sjis, "\x82\x20", 2, 0, ""},
+      {"half-width katakana", sjis, "\xB1", 1, 0, "A"},
+      {"open byte", sjis, "\xFD", 1, 0, ""},
+      {"cut wide 7", sjis, {"\x82\x56", 1}, 2, 0, ""},
+      {"bad trail", sjis, "\x82\x20", 2, 0, ""},
 
-      {"e acute", utf8, "\xC3\xA9", 2, 0, "AL"}, {"capital alpha", utf8, "\xCE\x91", 2, 0, "AU"},
-      {"pound", utf8, "\xC2\xA3", 2, 0, "P$"}, {"arabic digit", utf8, "\xD9\xA3", 2, 0, ""},
-      {"euro", utf8, "\xE2\x82\xAC", 3, 0, "P$"}, {"wide Z", utf8, "\xEF\xBC\xBA", 3, 'Z', "AU"},
+      {"e acute", utf8, "\xC3\xA9", 2, 0, "AL"},
+      {"capital alpha", utf8, "\xCE\x91", 2, 0, "AU"},
+      {"pound", utf8, "\xC2\xA3", 2, 0, "P$"},
+      {"arabic digit", utf8, "\xD9\xA3", 2, 0, ""},
+      {"euro", utf8, "\xE2\x82\xAC", 3, 0, "P$"},
+      {"wide Z", utf8, "\xEF\xBC\xBA", 3, 'Z', "AU"},
       {"wide blank", utf8, "\xE3\x80\x80", 3, ' ', "S"},
       {"ideograph", utf8, "\xE6\x9C\x88", 3, 0, "A"},
       {"ideograph of four bytes", utf8, "\xF0\xA0\x80\x80", 4, 0, "A"},
@@ -106,11 +117,13 @@ TEST(Charset, TextsFoldCharacterByCharacter) {
     std::string folded;  // "?" for a character without a single-byte form
   } const rows[] = {
       {vdx::kSjis,
-       "\x81\x7C\x81\x7B" "1\x82\x52\x82\x4F\x82\x58\x81\x44\x81\x43\x81\x46\x81\x5E\x81\x90"
+       "\x81\x7C\x81\x7B"
+       "1\x82\x52\x82\x4F\x82\x58\x81\x44\x81\x43\x81\x46\x81\x5E\x81\x90"
        "\x81\x40\x82\x60\x82\x9A\x95\x5C-\x82",
        "-+1309.,:/$ Az?-?"},
       {vdx::kUtf8,
-       "\xEF\xBC\x8D\xEF\xBC\x8B\xE2\x88\x92" "1\xEF\xBC\x93\xEF\xBC\x90\xEF\xBC\x99\xEF\xBC\x8E"
+       "\xEF\xBC\x8D\xEF\xBC\x8B\xE2\x88\x92"
+       "1\xEF\xBC\x93\xEF\xBC\x90\xEF\xBC\x99\xEF\xBC\x8E"
        "\xEF\xBC\x8C\xEF\xBC\x84\xE3\x80\x80\xEF\xBC\xA1\xEF\xBD\x9A\xEF\xBD\x9E\xC3\xA9-\xEF\xBC",
        "-+-1309.,$ Az~?-?"},
       {vdx::kLatin1, "1\xE9\xA0", "1\xE9\xA0"},
@@ -202,7 +215,8 @@ TEST(Locale, Settings) {
   ASSERT_EQ(comn_loc_alloc(nullptr, "utf8", &other), XS_SUCCEED);
   const vdx_locale& standard = vdx::locale_of(nullptr, nullptr);
   EXPECT_EQ(standard.date_order * 1000 + standard.date_style * 100 + standard.twelve_hour * 10 +
-                standard.first_day, 1007);
+                standard.first_day,
+            1007);
   EXPECT_STREQ(standard.months.table()[11], "December");
   EXPECT_STREQ(standard.short_months.table()[8], "Sep");
   EXPECT_STREQ(standard.weekdays.table()[0], "Sunday");

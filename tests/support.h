@@ -82,8 +82,8 @@ struct Format {
   vdx_locale* locale = nullptr;  // of the source
 };
 
-inline Result convert(vdx_context& context, std::int32_t source, const Bytes& value, std::int32_t destination,
-                      const Format& format = {}) {
+inline Result convert(vdx_context& context, std::int32_t source, const Bytes& value,
+                      std::int32_t destination, const Format& format = {}) {
   vdx_datafmt from{};
   from.datatype = source;
   from.maxlength = static_cast<std::int32_t>(value.size());
@@ -105,13 +105,14 @@ inline Result convert(vdx_context& context, std::int32_t source, const Bytes& va
     ADD_FAILURE() << "no conversion from " << source << " to " << destination;
     return result;
   }
-  result.code =
-      function(&context, &from, source_bytes.data() + 1, &to, destination_bytes.data() + 17, &result.length);
+  result.code = function(&context, &from, source_bytes.data() + 1, &to,
+                         destination_bytes.data() + 17, &result.length);
   for (std::size_t i = 0; i < 17; ++i)
     if (destination_bytes[i] != kGuard) ADD_FAILURE() << "wrote before the destination";
   for (std::size_t i = 17 + room; i < destination_bytes.size(); ++i)
     if (destination_bytes[i] != kGuard) ADD_FAILURE() << "wrote behind the destination";
-  result.bytes.assign(destination_bytes.begin() + 17, destination_bytes.begin() + 17 + static_cast<long>(room));
+  result.bytes.assign(destination_bytes.begin() + 17,
+                      destination_bytes.begin() + 17 + static_cast<long>(room));
   return result;
 }
 

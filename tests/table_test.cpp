@@ -8,10 +8,12 @@ namespace {
 
 using vdx_test::Table;
 
-std::int32_t never(vdx_context*, const vdx_datafmt*, const void*, const vdx_datafmt*, void*, std::int32_t*) {
+std::int32_t never(vdx_context*, const vdx_datafmt*, const void*, const vdx_datafmt*, void*,
+                   std::int32_t*) {
   return 2;
 }
-std::int32_t other(vdx_context*, const vdx_datafmt*, const void*, const vdx_datafmt*, void*, std::int32_t*) {
+std::int32_t other(vdx_context*, const vdx_datafmt*, const void*, const vdx_datafmt*, void*,
+                   std::int32_t*) {
   return 3;
 }
 
@@ -50,7 +52,8 @@ TEST(Matrix, NamesEveryCellAndNoOther) {
   for (const Row& row : kRows)
     for (const int source : row.sources)
       for (const Range& range : row.destinations)
-        for (int d = range.first; d <= range.last; ++d) expected[static_cast<std::size_t>(source * 40 + d)] = true;
+        for (int d = range.first; d <= range.last; ++d)
+          expected[static_cast<std::size_t>(source * 40 + d)] = true;
   int named = 0;
   int filled = 0;
   for (std::size_t i = 0; i < vdx::kCells; ++i) {
@@ -72,7 +75,8 @@ TEST(Matrix, SharesFunctionsInsideFamilies) {
     EXPECT_EQ(com_conv_func(c, VDX_I4, text), &comn_i4tochar);
     EXPECT_EQ(com_conv_func(c, text, VDX_I4), &comn_chartoi4);
   }
-  for (const int bytes : {VDX_BIN, VDX_LONGBIN, VDX_IMAGE}) EXPECT_EQ(com_conv_func(c, VDX_I4, bytes), &comn_i4tobin);
+  for (const int bytes : {VDX_BIN, VDX_LONGBIN, VDX_IMAGE})
+    EXPECT_EQ(com_conv_func(c, VDX_I4, bytes), &comn_i4tobin);
   EXPECT_EQ(com_conv_func(c, VDX_I4, VDX_DECIMAL), &comn_i4tonum);
   EXPECT_EQ(com_conv_func(c, VDX_VARCHAR, VDX_I4), &comn_varchartoi4);
 }
@@ -81,7 +85,8 @@ TEST(Table, LooksUpInstallsAndResets) {
   Table table;
   auto* const c = &table.context;
   EXPECT_EQ(c->conversion_dimension, 40);
-  for (const auto& [s, d] : std::vector<std::pair<int, int>>{{-1, 0}, {0, -1}, {12, 8}, {20, 0}, {46, 8}, {8, 45}})
+  for (const auto& [s, d] :
+       std::vector<std::pair<int, int>>{{-1, 0}, {0, -1}, {12, 8}, {20, 0}, {46, 8}, {8, 45}})
     EXPECT_EQ(com_conv_func(c, s, d), nullptr) << s << ',' << d;
   EXPECT_EQ(com_conv_install(c, VDX_I4, VDX_CHAR, nullptr), 1);
   EXPECT_EQ(com_conv_func(c, VDX_I4, VDX_CHAR), nullptr);
@@ -102,7 +107,9 @@ TEST(Table, LooksUpInstallsAndResets) {
 
 int allocations_left;
 
-void* limited(vdx_context*, std::size_t size) { return allocations_left-- > 0 ? std::malloc(size) : nullptr; }
+void* limited(vdx_context*, std::size_t size) {
+  return allocations_left-- > 0 ? std::malloc(size) : nullptr;
+}
 
 TEST(Table, ReportsMemoryThatRanOut) {
   vdx_context context{};
@@ -131,9 +138,11 @@ TEST(TableDeath, ReportsBrokenContracts) {
   Table table;
   EXPECT_DEATH(com_conv_init(nullptr), "Invalid NULL pointer , file 'com_conv.cpp' line");
   EXPECT_DEATH(com_conv_func(nullptr, 0, 0), "Invalid NULL pointer , file 'com_conv.cpp' line");
-  EXPECT_DEATH(com_conv_install(&bare, 0, 0, &never), "Invalid NULL pointer , file 'com_conv.cpp' line");
+  EXPECT_DEATH(com_conv_install(&bare, 0, 0, &never),
+               "Invalid NULL pointer , file 'com_conv.cpp' line");
   EXPECT_DEATH(com_conv_default(nullptr, 0, 0), "Invalid NULL pointer , file 'com_conv.cpp' line");
-  EXPECT_DEATH(com_conv_default(&table.context, -1, 0), "assertion failed, file 'com_conv.cpp' line");
+  EXPECT_DEATH(com_conv_default(&table.context, -1, 0),
+               "assertion failed, file 'com_conv.cpp' line");
   EXPECT_DEATH(com_conv_free(nullptr), "Invalid NULL pointer , file 'com_conv.cpp' line");
 }
 

@@ -17,7 +17,7 @@
 
 VDX_BEGIN_DECLS
 
-struct vdx_mutex; /* thread.h */
+struct vdx_mutex;                             /* thread.h */
 typedef struct vdx_cfg vdx_cfg;               /* opaque: a handle on a configuration file */
 typedef struct vdx_cfg_cursor vdx_cfg_cursor; /* opaque: a place among the values of a key */
 typedef struct vdx_cfg_record vdx_cfg_record; /* opaque: a parsed file with its users */
@@ -25,11 +25,11 @@ typedef struct vdx_cfg_token vdx_cfg_token;   /* opaque: a token of a file that 
 
 /* The area shared by all users in one application. The library's fields follow the slots. */
 struct vdx_appglobal {
-  void *slots[4];                   /* the users' own; all null when the last user drops the area */
-  int32_t users;                    /* read-only from here on */
-  int32_t tag;                      /* as given by who created the area */
+  void *slots[4]; /* the users' own; all null when the last user drops the area */
+  int32_t users;  /* read-only from here on */
+  int32_t tag;    /* as given by who created the area */
   struct vdx_mutex *mutex;
-  vdx_cfg_record *configurations;   /* head of the list of parsed files */
+  vdx_cfg_record *configurations; /* head of the list of parsed files */
 };
 
 /* Options of com_appglobal_alloc, com_appglobal_drop and comn_drop_cfg. */
@@ -177,8 +177,7 @@ VDX_API void cfg__parse_error(vdx_cfg *cfg);
 VDX_API int32_t cfg__add_section(vdx_cfg *cfg, const vdx_cfg_token *name);
 
 /* Appends a value to a key of the current section. Returns 1, 0 without memory. */
-VDX_API int32_t cfg__add_entry(vdx_cfg *cfg, const vdx_cfg_token *key,
-                               const vdx_cfg_token *value);
+VDX_API int32_t cfg__add_entry(vdx_cfg *cfg, const vdx_cfg_token *key, const vdx_cfg_token *value);
 
 /* Appends an include to the current section, or marks that section invalid (VDX_MSG_CFG_INCLUDE) for
  * a section that is not yet defined or is itself. Returns 1, 0 without memory. */
@@ -219,8 +218,7 @@ VDX_API int32_t com_path_charfile(vdx_context *context, const char *charset, con
 /* <home>\locales\message\<language>\<file>. unused is not read; file_length is the file name's, or
  * VDX_NULLTERM. Returns 1, 0 where a piece does not fit, -301 without home. */
 VDX_API int32_t com_path_msgfile(vdx_context *context, const char *language, const void *unused,
-                                 const char *file, int32_t file_length, char *buffer,
-                                 int32_t size);
+                                 const char *file, int32_t file_length, char *buffer, int32_t size);
 
 /* The path set by com_set_tclcfg, else the value of VDXNCL_TCL_CFG, else of VERDEX_TCL_CFG, else
  * that of com_path_cfgfile for libtcl.cfg with the subdirectory. Returns its length, 0 for none or

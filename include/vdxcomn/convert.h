@@ -33,7 +33,8 @@ VDX_API vdx_convfn com_conv_func(vdx_context *context, int32_t source, int32_t d
  * function             the conversion; null removes the pair's conversion
  * Returns XS_SUCCEED; XS_MEM_ERROR when an extension entry cannot be allocated, nothing changed
  * then. A null context and a context without a table are reported and end the process. */
-VDX_API int32_t com_conv_install(vdx_context *context, int32_t source, int32_t destination, vdx_convfn function);
+VDX_API int32_t com_conv_install(vdx_context *context, int32_t source, int32_t destination,
+                                 vdx_convfn function);
 
 /* Restores the default of a pair of datatypes: the built-in conversion or none for built-in codes,
  * none for a pair with a code of 40 or more, whose entry stays.
@@ -58,12 +59,18 @@ VDX_API int32_t com_conv_free(vdx_context *context);
  * maximum, the 16-bit ones the low 16 bits, or 0 where 32 bits overflow;
  * -2 for any other text: the value before the offending character (16-bit types: 0), and 0 after a
  * second sign, or a minus sign for an unsigned type. Null text and value pointers are reported. */
-VDX_API int32_t com__chtoi2_mb(const uint8_t *text, int32_t length, int16_t *value, const vdx_charattr *attributes);
-VDX_API int32_t com__chtoi4_mb(const uint8_t *text, int32_t length, int32_t *value, const vdx_charattr *attributes);
-VDX_API int32_t com__chtoi8_mb(const uint8_t *text, int32_t length, int64_t *value, const vdx_charattr *attributes);
-VDX_API int32_t com__chtoui2_mb(const uint8_t *text, int32_t length, uint16_t *value, const vdx_charattr *attributes);
-VDX_API int32_t com__chtoui4_mb(const uint8_t *text, int32_t length, uint32_t *value, const vdx_charattr *attributes);
-VDX_API int32_t com__chtoui8_mb(const uint8_t *text, int32_t length, uint64_t *value, const vdx_charattr *attributes);
+VDX_API int32_t com__chtoi2_mb(const uint8_t *text, int32_t length, int16_t *value,
+                               const vdx_charattr *attributes);
+VDX_API int32_t com__chtoi4_mb(const uint8_t *text, int32_t length, int32_t *value,
+                               const vdx_charattr *attributes);
+VDX_API int32_t com__chtoi8_mb(const uint8_t *text, int32_t length, int64_t *value,
+                               const vdx_charattr *attributes);
+VDX_API int32_t com__chtoui2_mb(const uint8_t *text, int32_t length, uint16_t *value,
+                                const vdx_charattr *attributes);
+VDX_API int32_t com__chtoui4_mb(const uint8_t *text, int32_t length, uint32_t *value,
+                                const vdx_charattr *attributes);
+VDX_API int32_t com__chtoui8_mb(const uint8_t *text, int32_t length, uint64_t *value,
+                                const vdx_charattr *attributes);
 
 /* Writes an integer in decimal without a terminator.
  *
@@ -82,8 +89,8 @@ VDX_API int32_t com__itochar(int32_t value, char *text, int32_t size);
  * destination  receives min(size, maxlength) bytes, or maxlength when padded
  * length       receives the bytes written
  * Returns VDX_SUCCESS, or VDX_TRUNCATED when maxlength is below size. Null pointers are reported. */
-VDX_API int32_t comn_fixedtobin(const void *source, int32_t size, const vdx_datafmt *format, void *destination,
-                                int32_t *length);
+VDX_API int32_t comn_fixedtobin(const void *source, int32_t size, const vdx_datafmt *format,
+                                void *destination, int32_t *length);
 
 /* Copies the bytes of a fixed-length value into a vdx_varbin, in memory order.
  *
@@ -93,8 +100,8 @@ VDX_API int32_t comn_fixedtobin(const void *source, int32_t size, const vdx_data
  * destination  a vdx_varbin: receives the length min(size, 256) and the bytes
  * length       receives 258, the size of the whole record
  * Returns VDX_SUCCESS, or VDX_OVERFLOW when size is above 256. Null pointers are reported. */
-VDX_API int32_t comn_fixedtovarbin(const void *source, int32_t size, const vdx_datafmt *format, void *destination,
-                                   int32_t *length);
+VDX_API int32_t comn_fixedtovarbin(const void *source, int32_t size, const vdx_datafmt *format,
+                                   void *destination, int32_t *length);
 
 VDX_END_DECLS
 

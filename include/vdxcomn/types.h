@@ -98,8 +98,8 @@ enum {
 /* Results of conversions and of the arithmetic of the current layer. */
 enum {
   VDX_SUCCESS = 1,
-  VDX_OVERFLOW = -101,          /* above (or for most types, outside) the destination's range, or no room */
-  VDX_UNDERFLOW = -102,         /* below the destination's range */
+  VDX_OVERFLOW = -101,  /* above (or for most types, outside) the destination's range, or no room */
+  VDX_UNDERFLOW = -102, /* below the destination's range */
   VDX_BAD_PRECISION = -103,     /* destination precision outside 1 to 77 */
   VDX_BAD_SCALE = -104,         /* destination scale outside 0 to 77 */
   VDX_SYNTAX = -105,            /* the text is no literal of the destination type; length 0 */
@@ -134,24 +134,24 @@ enum {
   XS_TRYING = -213
 };
 
-typedef struct vdx_locale vdx_locale;       /* opaque: a locale record, see intl.h */
-typedef struct vdx_charattr vdx_charattr;   /* opaque: attributes of a character set, see intl.h */
+typedef struct vdx_locale vdx_locale;     /* opaque: a locale record, see intl.h */
+typedef struct vdx_charattr vdx_charattr; /* opaque: attributes of a character set, see intl.h */
 typedef struct vdx_context vdx_context;
 typedef struct vdx_appglobal vdx_appglobal; /* area shared by all users in one application */
 typedef struct vdx_message vdx_message;     /* numbered message handed to vdx_context.message */
 
 /* Describes one value: the source of a conversion or its destination. */
 typedef struct vdx_datafmt {
-  char name[256];      /* column or parameter name; never read by the library */
-  int32_t namelen;     /* bytes of name */
-  int32_t datatype;    /* VDX_CHAR and so on, or a user code */
-  uint32_t format;     /* VDX_FMT_ flags */
-  int32_t maxlength;   /* source: bytes of the value; destination: capacity in bytes */
-  int32_t scale;       /* num and decimal destinations: digits after the point, 0 to 77 */
-  int32_t precision;   /* num and decimal destinations: digits in all, 1 to 77;
+  char name[256];     /* column or parameter name; never read by the library */
+  int32_t namelen;    /* bytes of name */
+  int32_t datatype;   /* VDX_CHAR and so on, or a user code */
+  uint32_t format;    /* VDX_FMT_ flags */
+  int32_t maxlength;  /* source: bytes of the value; destination: capacity in bytes */
+  int32_t scale;      /* num and decimal destinations: digits after the point, 0 to 77 */
+  int32_t precision;  /* num and decimal destinations: digits in all, 1 to 77;
                           text from money: decimal places, 0 or less means 2 */
-  int32_t caller[3];   /* the caller's own; the library never touches them */
-  vdx_locale *locale;  /* governs this value; null means the context's locale */
+  int32_t caller[3];  /* the caller's own; the library never touches them */
+  vdx_locale *locale; /* governs this value; null means the context's locale */
 } vdx_datafmt;
 
 /* Money: a count of ten-thousandths as a two's-complement 64-bit integer in two words. The high
@@ -172,12 +172,12 @@ typedef struct vdx_num {
 } vdx_num;
 
 typedef struct vdx_varchar {
-  int16_t length;     /* 0 to 256 */
+  int16_t length; /* 0 to 256 */
   uint8_t bytes[256];
 } vdx_varchar;
 
 typedef struct vdx_varbin {
-  int16_t length;     /* 0 to 256 */
+  int16_t length; /* 0 to 256 */
   uint8_t bytes[256];
 } vdx_varbin;
 
@@ -196,7 +196,7 @@ typedef int32_t vdx_conversion(vdx_context *context, const vdx_datafmt *source_f
                                void *destination, int32_t *length);
 typedef vdx_conversion *vdx_convfn;
 
-struct vdx_extension; /* one installed conversion of a user datatype; the library's */
+struct vdx_extension;      /* one installed conversion of a user datatype; the library's */
 struct vdx_null_value;     /* null image of a built-in datatype; the library's */
 struct vdx_null_extension; /* null image of a user datatype; the library's */
 struct vdx_err_table;      /* texts of numbered messages, see errors.h */
@@ -205,12 +205,14 @@ struct vdx_err_table;      /* texts of numbered messages, see errors.h */
  * from malloc, text is in the built-in single-byte character set, and numbered messages go
  * nowhere. A context belongs to one thread at a time. */
 struct vdx_context {
-  int32_t version;                                    /* VDX_VERSION */
-  void *(*allocate)(vdx_context *context, size_t size); /* null: malloc; must give memory that free() takes */
-  int32_t (*message)(vdx_context *context, const vdx_message *record); /* null: messages are dropped */
-  vdx_locale *locale;                                 /* null: the process-wide default */
-  int32_t os_error;                                   /* written by the path routines */
-  vdx_appglobal *appglobal;                           /* the caller's; null: the static area */
+  int32_t version; /* VDX_VERSION */
+  void *(*allocate)(vdx_context *context,
+                    size_t size); /* null: malloc; must give memory that free() takes */
+  int32_t (*message)(vdx_context *context,
+                     const vdx_message *record); /* null: messages are dropped */
+  vdx_locale *locale;                            /* null: the process-wide default */
+  int32_t os_error;                              /* written by the path routines */
+  vdx_appglobal *appglobal;                      /* the caller's; null: the static area */
 
   /* Fields of the library from here on: leave them zero, use the com_conv_ and com_null_ calls. */
   vdx_convfn *conversions;

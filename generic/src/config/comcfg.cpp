@@ -160,7 +160,8 @@ Opened open_in(vdx_context* context, vdx_appglobal* area, std::string_view name,
     return Opened::kNo;
   }
   const bool is_new = !record->has_been_tried;
-  if (!is_new && !record->is_ready) {  // whoever parsed it was told why it failed; this one tries itself
+  if (!is_new &&
+      !record->is_ready) {  // whoever parsed it was told why it failed; this one tries itself
     unpin_record(record, false);
     return Opened::kOtherFailed;
   }
@@ -219,8 +220,8 @@ class Search {
         }
         at->include = include;
         at->child = child;
-        *child = {include->section, parsed_.find_entry(include->section, key), nullptr, nullptr,
-                  at, nullptr};
+        *child = {include->section, parsed_.find_entry(include->section, key), nullptr, nullptr, at,
+                  nullptr};
         at = child;
         ++entered;
         continue;
@@ -336,8 +337,8 @@ CfgParsed* make_parsed(std::string_view name) {
     std::memcpy(parsed->name, name.data(), name.size());
     parsed->name[name.size()] = '\0';
     parsed->length = int_size(name);
-    parsed->pool = Pool::create(parsed->backing, bytes, nullptr,
-                                {lock_parsed, unlock_parsed, parsed});
+    parsed->pool =
+        Pool::create(parsed->backing, bytes, nullptr, {lock_parsed, unlock_parsed, parsed});
     return parsed;
   }
   drop_parsed(parsed);

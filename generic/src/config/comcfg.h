@@ -53,7 +53,8 @@ struct CfgEntry {
   Chain<CfgValue> values;
 
   bool is(std::uint32_t wanted, const CfgSection* in, std::string_view name) const {
-    return hash == wanted && section == in && std::string_view(key, static_cast<std::size_t>(length)) == name;
+    return hash == wanted && section == in &&
+           std::string_view(key, static_cast<std::size_t>(length)) == name;
   }
 };
 
@@ -114,7 +115,9 @@ class CfgIndex {
     --count_;
   }
 
-  std::size_t memory() const { return slots_ == nullptr ? 0 : (std::size_t{mask_} + 1) * sizeof(Slot); }
+  std::size_t memory() const {
+    return slots_ == nullptr ? 0 : (std::size_t{mask_} + 1) * sizeof(Slot);
+  }
 
  private:
   struct Slot {
@@ -162,26 +165,26 @@ struct CfgParse {
   static constexpr std::size_t kInputSize = 4096;
   static constexpr std::int32_t kAhead = 3;  // what tells a backslash and a line end from a word
 
-  std::int32_t line;           // of the next character
-  std::int32_t token_line;     // where the newest token starts
+  std::int32_t line;        // of the next character
+  std::int32_t token_line;  // where the newest token starts
   std::intptr_t file;
-  std::int32_t previous;       // the character consumed last; a line feed before the first
-  CfgAhead ahead[kAhead];      // read, not yet consumed
+  std::int32_t previous;   // the character consumed last; a line feed before the first
+  CfgAhead ahead[kAhead];  // read, not yet consumed
   std::int32_t ahead_count;
-  char* raw;                   // bytes of characters: of live tokens, of the one being scanned, ahead
+  char* raw;  // bytes of characters: of live tokens, of the one being scanned, ahead
   std::int32_t raw_size;
   std::int32_t raw_used;
-  std::int32_t claimed;        // start of what belongs to no token yet
-  std::int32_t consumed;       // bytes consumed since the last token
+  std::int32_t claimed;   // start of what belongs to no token yet
+  std::int32_t consumed;  // bytes consumed since the last token
   const vdx_charattr* attributes;
-  vdx_cfg_token* tokens;       // the live ones, newest first
-  vdx_cfg_token* spare;        // released ones, for the next
-  CfgSection* section;         // being filled; null before the first header
-  bool is_valid;               // that section is
-  bool is_at_end;              // of the file
-  bool is_end;                 // the scan ended with the end of input, no token
+  vdx_cfg_token* tokens;  // the live ones, newest first
+  vdx_cfg_token* spare;   // released ones, for the next
+  CfgSection* section;    // being filled; null before the first header
+  bool is_valid;          // that section is
+  bool is_at_end;         // of the file
+  bool is_end;            // the scan ended with the end of input, no token
   bool has_read_error;
-  bool has_failed;             // out of memory, or the file could not be read
+  bool has_failed;  // out of memory, or the file could not be read
   std::size_t input_at;
   std::size_t input_end;
   std::uint8_t input[kInputSize];
@@ -233,15 +236,15 @@ bool parse_file(vdx_cfg* cfg);
 struct vdx_cfg_record {
   vdx_cfg_record* next;
   vdx_cfg_record* previous;
-  std::int32_t users;      // handles
-  std::int32_t pins;       // threads on their way to become one
+  std::int32_t users;  // handles
+  std::int32_t pins;   // threads on their way to become one
   vdx_cfg* ring;
   vdx::CfgParsed* parsed;
   vdx_mutex* mutex;
   vdx_appglobal* area;
-  bool is_ready;           // parsed; false after a parse that failed
-  bool has_been_tried;     // its first opener has come
-  bool is_listed;          // in the area's list, or in one that the area has forgotten
+  bool is_ready;        // parsed; false after a parse that failed
+  bool has_been_tried;  // its first opener has come
+  bool is_listed;       // in the area's list, or in one that the area has forgotten
 };
 
 struct vdx_cfg {

@@ -214,10 +214,10 @@ using vdx::CfgSection;
 using vdx::CfgValue;
 
 // The parse of a handle, which must be running.
-#define VDX_CFG_PARSE(cfg, ...)                   \
-  VDX_CHECK_POINTER(cfg, __VA_ARGS__);            \
-  CfgParsed& parsed = (cfg)->parsed();            \
-  VDX_CHECK_POINTER(parsed.parse, __VA_ARGS__);   \
+#define VDX_CFG_PARSE(cfg, ...)                 \
+  VDX_CHECK_POINTER(cfg, __VA_ARGS__);          \
+  CfgParsed& parsed = (cfg)->parsed();          \
+  VDX_CHECK_POINTER(parsed.parse, __VA_ARGS__); \
   CfgParse& parse = *parsed.parse
 
 extern "C" {
@@ -410,8 +410,8 @@ std::int32_t cfg__add_entry(vdx_cfg* cfg, const vdx_cfg_token* key, const vdx_cf
     entry->length = cfg__catbuf(cfg, key, &entry->key);
     if (entry->length < 0) return VDX_TRACE(XS_FAIL);
     entry->section = parse.section;
-    entry->hash = CfgParsed::entry_hash(
-        parse.section, {entry->key, static_cast<std::size_t>(entry->length)});
+    entry->hash =
+        CfgParsed::entry_hash(parse.section, {entry->key, static_cast<std::size_t>(entry->length)});
     if (!parsed.entry_index.insert(entry)) return VDX_TRACE(XS_FAIL);
     parse.section->entries.append(entry);
   }

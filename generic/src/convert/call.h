@@ -63,19 +63,20 @@ inline constexpr std::int32_t kCodes = VDX_DATATYPES;
 
 // The family that a code belongs to as a destination.
 inline constexpr std::array<Family, kCodes> kDestinationFamily = {
-    family_char,        family_bin,      family_char,        family_bin,     family_char,
-    family_bin,         family_i1,       family_i2,          family_i4,      family_flt4,
-    family_flt8,        family_bit,      family_datetime,    family_date4,   family_money,
-    family_mny4,        family_num,      family_num,         family_varchar, family_varbin,
+    family_char,        family_bin,         family_char,     family_bin,     family_char,
+    family_bin,         family_i1,          family_i2,       family_i4,      family_flt4,
+    family_flt8,        family_bit,         family_datetime, family_date4,   family_money,
+    family_mny4,        family_num,         family_num,      family_varchar, family_varbin,
     family_none,        family_sensitivity, family_boundary, family_void,    family_none,
-    family_unichar,     family_none,     family_datea,       family_timea,   family_unichar,
-    family_i8,          family_ui2,      family_ui4,         family_ui8,     family_xml,
-    family_bigdatetime, family_bigtime,  family_locator,     family_locator, family_locator};
+    family_unichar,     family_none,        family_datea,    family_timea,   family_unichar,
+    family_i8,          family_ui2,         family_ui4,      family_ui8,     family_xml,
+    family_bigdatetime, family_bigtime,     family_locator,  family_locator, family_locator};
 
 // The family that a code belongs to as a source: labels and documents read as text.
 inline constexpr std::array<Family, kCodes> kSourceFamily = [] {
   std::array<Family, kCodes> families = kDestinationFamily;
-  for (const int code : {VDX_SENSITIVITY, VDX_BOUNDARY, VDX_XML}) families[static_cast<std::size_t>(code)] = family_char;
+  for (const int code : {VDX_SENSITIVITY, VDX_BOUNDARY, VDX_XML})
+    families[static_cast<std::size_t>(code)] = family_char;
   return families;
 }();
 
@@ -142,7 +143,8 @@ inline bool contract_holds(const Call& call) {
     if (call.source_format->maxlength < 1) return false;
   if constexpr (Source == family_varchar || Source == family_varbin)
     if (load<std::int16_t>(call.source) < 1) return false;
-  if constexpr (Destination == family_char || Destination == family_bin || Destination == family_unichar)
+  if constexpr (Destination == family_char || Destination == family_bin ||
+                Destination == family_unichar)
     if (call.format->maxlength < 0) return false;
   return true;
 }

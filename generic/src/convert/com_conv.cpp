@@ -57,7 +57,8 @@ constexpr Codes reach(std::int32_t source) {
     case VDX_BOUNDARY:
       return plain_text | code(source);
     case VDX_XML:
-      return plain_text | code(VDX_BIN) | code(VDX_LONGBIN) | code(VDX_IMAGE) | code(VDX_VARBIN) | code(VDX_XML);
+      return plain_text | code(VDX_BIN) | code(VDX_LONGBIN) | code(VDX_IMAGE) | code(VDX_VARBIN) |
+             code(VDX_XML);
     case VDX_LONGCHAR:
     case VDX_TEXT:
       return kAll & ~kLocators;  // a locator's text is short
@@ -103,7 +104,8 @@ constexpr Cell family_cell(std::int32_t source, std::int32_t destination) {
   const Family from = kSourceFamily[static_cast<std::size_t>(source)];
   const Family to = kDestinationFamily[static_cast<std::size_t>(destination)];
   // Void becomes anything that has no handle; void itself in its own way.
-  if (from == family_void && to != family_void) return {(code(destination) & kLocators) == 0, nullptr};
+  if (from == family_void && to != family_void)
+    return {(code(destination) & kLocators) == 0, nullptr};
   if ((reach(source) & code(destination)) == 0) return {};
   const Cell own = kFamilyTable[from][to];
   return own.named ? own : kFamilyTable[shared(from)][shared(to)];
@@ -112,14 +114,15 @@ constexpr Cell family_cell(std::int32_t source, std::int32_t destination) {
 constexpr std::array<Cell, kCells> kCellTable = [] {
   std::array<Cell, kCells> cells{};
   for (std::int32_t s = 0; s < kCodes; ++s)
-    for (std::int32_t d = 0; d < kCodes; ++d) cells[static_cast<std::size_t>(s * kCodes + d)] = family_cell(s, d);
+    for (std::int32_t d = 0; d < kCodes; ++d)
+      cells[static_cast<std::size_t>(s * kCodes + d)] = family_cell(s, d);
   for (const SpecialCell& special : kSpecialCells)
     cells[static_cast<std::size_t>(special.source * kCodes + special.destination)] = special.cell;
   return cells;
 }();
 
-constexpr std::int32_t kNamed = static_cast<std::int32_t>(
-    std::count_if(kCellTable.begin(), kCellTable.end(), [](const Cell& cell) { return cell.named; }));
+constexpr std::int32_t kNamed = static_cast<std::int32_t>(std::count_if(
+    kCellTable.begin(), kCellTable.end(), [](const Cell& cell) { return cell.named; }));
 static_assert(kNamed == 794);
 
 constexpr std::array<vdx_convfn, kCells> kDefaultMatrix = [] {
@@ -134,7 +137,8 @@ constexpr bool built_in(std::int32_t source, std::int32_t destination) {
 
 // Where the row of a source hangs, or would.
 vdx_extension** find_row(vdx_context* context, std::int32_t source) {
-  return find_link(&context->conversion_extensions, &vdx_extension::next_row, &vdx_extension::source, source);
+  return find_link(&context->conversion_extensions, &vdx_extension::next_row,
+                   &vdx_extension::source, source);
 }
 
 // Where the entry of a pair hangs in its row, or would.
@@ -155,7 +159,8 @@ const std::array<Cell, kCells>& matrix() { return kCellTable; }
 std::int32_t com_conv_init(vdx_context* context) {
   VDX_CHECK_POINTER(context, XS_FAIL);
   context->conversion_dimension = vdx::kCodes;
-  context->conversions = static_cast<vdx_convfn*>(vdx::allocate(context, sizeof(vdx::kDefaultMatrix)));
+  context->conversions =
+      static_cast<vdx_convfn*>(vdx::allocate(context, sizeof(vdx::kDefaultMatrix)));
   if (context->conversions == nullptr) return VDX_TRACE(XS_MEM_ERROR);
   std::copy(vdx::kDefaultMatrix.begin(), vdx::kDefaultMatrix.end(), context->conversions);
   context->conversion_extensions = nullptr;
@@ -190,10 +195,12 @@ std::int32_t com_conv_install(vdx_context* context, std::int32_t source, std::in
 std::int32_t com_conv_default(vdx_context* context, std::int32_t source, std::int32_t destination) {
   VDX_ASSERT(source >= 0 && destination >= 0, XS_FAIL);
   if (vdx::built_in(source, destination))
-    return com_conv_install(context, source, destination,
-                            vdx::kDefaultMatrix[static_cast<std::size_t>(source * vdx::kCodes + destination)]);
+    return com_conv_install(
+        context, source, destination,
+        vdx::kDefaultMatrix[static_cast<std::size_t>(source * vdx::kCodes + destination)]);
   VDX_CHECK_POINTER(context, XS_FAIL);
-  if (vdx_extension* entry = vdx::extension(context, source, destination)) entry->function = nullptr;
+  if (vdx_extension* entry = vdx::extension(context, source, destination))
+    entry->function = nullptr;
   return VDX_TRACE(XS_SUCCEED);
 }
 

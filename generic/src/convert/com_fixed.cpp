@@ -3,11 +3,11 @@
 #include "vdxcomn/convert.h"
 
 // The checks that both copiers make, each at its own file and line.
-#define VDX_CHECK_COPY(family, condition)                                                          \
-  VDX_CHECK_POINTER(source, VDX_OVERFLOW);                                                         \
-  VDX_CHECK_POINTER(format, VDX_OVERFLOW);                                                         \
-  VDX_CHECK_POINTER(destination, VDX_OVERFLOW);                                                    \
-  VDX_CHECK_POINTER(length, VDX_OVERFLOW);                                                         \
+#define VDX_CHECK_COPY(family, condition)                                                       \
+  VDX_CHECK_POINTER(source, VDX_OVERFLOW);                                                      \
+  VDX_CHECK_POINTER(format, VDX_OVERFLOW);                                                      \
+  VDX_CHECK_POINTER(destination, VDX_OVERFLOW);                                                 \
+  VDX_CHECK_POINTER(length, VDX_OVERFLOW);                                                      \
   VDX_ASSERT(vdx::accepts<vdx::accepted_destinations(family)>(format->datatype) && (condition), \
              VDX_OVERFLOW)
 

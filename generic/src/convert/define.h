@@ -16,16 +16,17 @@
 #define VDX_FLATTEN
 #endif
 
-#define VDX_DEFINE(function, S, D, way)                                                            \
-  VDX_FLATTEN std::int32_t function(vdx_context* context, const vdx_datafmt* source_format, const void* source, \
-                        const vdx_datafmt* format, void* destination, std::int32_t* length) {       \
-    return vdx::run<vdx::family_##S, vdx::family_##D, vdx::way>(                                    \
-        {context, source_format, source, format, destination, length}, VDX_FILE, __LINE__);         \
+#define VDX_DEFINE(function, S, D, way)                                                     \
+  VDX_FLATTEN std::int32_t function(vdx_context* context, const vdx_datafmt* source_format, \
+                                    const void* source, const vdx_datafmt* format,          \
+                                    void* destination, std::int32_t* length) {              \
+    return vdx::run<vdx::family_##S, vdx::family_##D, vdx::way>(                            \
+        {context, source_format, source, format, destination, length}, VDX_FILE, __LINE__); \
   }
 #define CONVERSION(S, D, way) VDX_DEFINE(comn_##S##to##D, S, D, way)
 #define SPECIAL(S, D, way) VDX_DEFINE(comn_##S##to##D, S, D, way)
-#define INTERNAL(S, D, way)              \
-  namespace vdx {                        \
+#define INTERNAL(S, D, way)               \
+  namespace vdx {                         \
   extern vdx_conversion inner_##S##to##D; \
   VDX_DEFINE(inner_##S##to##D, S, D, way) \
   }

@@ -80,7 +80,8 @@ inline T whole_units(Money<T> money) {
 }
 
 inline std::int32_t scan_code(const Call& call, std::int32_t result) {
-  if (result >= kScanEmpty) [[likely]] return VDX_SUCCESS;
+  if (result >= kScanEmpty) [[likely]]
+    return VDX_SUCCESS;
   if (result == kScanOverflow) return VDX_OVERFLOW;
   *call.length = 0;
   return VDX_SYNTAX;
@@ -113,7 +114,8 @@ struct integer : fixed<T> {
       if (result == kScanSyntax) return scan_code(call, result);
       T value;
       const std::int32_t code = narrow(wide, value);
-      return fixed<T>::put(call, value, result == kScanOverflow ? std::int32_t{VDX_OVERFLOW} : code);
+      return fixed<T>::put(call, value,
+                           result == kScanOverflow ? std::int32_t{VDX_OVERFLOW} : code);
     } else {
       T value;
       const std::int32_t result = scan_integer(text.bytes, text.length, value, &text.attributes);
@@ -161,7 +163,9 @@ struct floating : fixed<T> {
     return fixed<T>::put(call, static_cast<T>(value), VDX_SUCCESS);
   }
 
-  static std::int32_t write(const Call& call, Bit bit) { return write(call, static_cast<int>(bit)); }
+  static std::int32_t write(const Call& call, Bit bit) {
+    return write(call, static_cast<int>(bit));
+  }
 
   template <class M>
   static std::int32_t write(const Call& call, Money<M> money) {
@@ -205,8 +209,10 @@ struct money_count : fixed<T> {
     fixed<T>::set_length(call);
     constexpr T kMost = std::numeric_limits<T>::max();
     constexpr T kLeast = std::numeric_limits<T>::min();
-    if (std::cmp_greater(units, kMost / 10000)) [[unlikely]] return put(call, kMost, VDX_OVERFLOW);
-    if (std::cmp_less(units, kLeast / 10000)) [[unlikely]] return put(call, kLeast, VDX_OVERFLOW);
+    if (std::cmp_greater(units, kMost / 10000)) [[unlikely]]
+      return put(call, kMost, VDX_OVERFLOW);
+    if (std::cmp_less(units, kLeast / 10000)) [[unlikely]]
+      return put(call, kLeast, VDX_OVERFLOW);
     return put(call, static_cast<T>(static_cast<T>(units) * 10000), VDX_SUCCESS);
   }
 
@@ -249,8 +255,8 @@ struct money_count : fixed<T> {
 template <Integral V>
 VDX_INLINE ShortText text_of(const Call&, V value) {
   using Limits = std::numeric_limits<V>;
-  return integer_text<signed_magnitude(std::is_signed_v<V> ? Limits::min() : Limits::max()).magnitude>(
-      signed_magnitude(value));
+  return integer_text<signed_magnitude(std::is_signed_v<V> ? Limits::min() : Limits::max())
+                          .magnitude>(signed_magnitude(value));
 }
 
 VDX_INLINE ShortText text_of(const Call&, Bit bit) {
@@ -264,11 +270,14 @@ VDX_INLINE ShortText text_of(const Call& call, Money<M> money) {
 
 // Values of the calendar kinds have texts of their own making.
 template <class V>
-concept CalendarValue = requires { typename V::Calendar; };
+concept CalendarValue = requires {
+  typename V::Calendar;
+};
 
 // Integers that do not fit show an asterisk, everything else shows what there is room for.
 template <class V>
-inline constexpr Misfit kMisfit = Integral<V> || std::same_as<V, Bit> ? Misfit::asterisk : Misfit::cut;
+inline constexpr Misfit kMisfit =
+    Integral<V> || std::same_as<V, Bit> ? Misfit::asterisk : Misfit::cut;
 
 struct characters {
   static Text read(const Call& call) {

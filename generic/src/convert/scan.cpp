@@ -99,9 +99,10 @@ void plain_integer_long(const std::uint8_t* text, std::uint32_t n, PlainInteger&
   }
   const Block first = Block::whole(text);
   const Block second = Block::of(text + 16, n - 16);
-  const NumberShape shape(first.digits() | second.digits() << 16, first.equal(' ') | second.equal(' ') << 16,
-                          first.equal('-') | second.equal('-') << 16, first.equal('+') | second.equal('+') << 16,
-                          0xFFFFFFFFU >> (32 - n));
+  const NumberShape shape(first.digits() | second.digits() << 16,
+                          first.equal(' ') | second.equal(' ') << 16,
+                          first.equal('-') | second.equal('-') << 16,
+                          first.equal('+') | second.equal('+') << 16, 0xFFFFFFFFU >> (32 - n));
   const std::uint32_t count = shape.end - shape.start;
   if (shape.plain == 0 || count > 19) return;
   number = {0, 1, shape.minus};
@@ -116,27 +117,31 @@ void plain_integer_long(const std::uint8_t* text, std::uint32_t n, PlainInteger&
 }
 
 template <class T>
-[[gnu::noinline]] std::int32_t scan_any_integer(const std::uint8_t* text, std::int32_t length, T& out,
-                                                const vdx_charattr* attributes) {
+[[gnu::noinline]] std::int32_t scan_any_integer(const std::uint8_t* text, std::int32_t length,
+                                                T& out, const vdx_charattr* attributes) {
   if (attributes == nullptr || attributes->max_bytes <= 1)
     return run_machine(Characters<false>(text, length, attributes), out);
   return run_machine(Characters<true>(text, length, attributes), out);
 }
 
-template std::int32_t scan_any_integer(const std::uint8_t*, std::int32_t, std::int32_t&, const vdx_charattr*);
-template std::int32_t scan_any_integer(const std::uint8_t*, std::int32_t, std::int64_t&, const vdx_charattr*);
-template std::int32_t scan_any_integer(const std::uint8_t*, std::int32_t, std::uint32_t&, const vdx_charattr*);
-template std::int32_t scan_any_integer(const std::uint8_t*, std::int32_t, std::uint64_t&, const vdx_charattr*);
+template std::int32_t scan_any_integer(const std::uint8_t*, std::int32_t, std::int32_t&,
+                                       const vdx_charattr*);
+template std::int32_t scan_any_integer(const std::uint8_t*, std::int32_t, std::int64_t&,
+                                       const vdx_charattr*);
+template std::int32_t scan_any_integer(const std::uint8_t*, std::int32_t, std::uint32_t&,
+                                       const vdx_charattr*);
+template std::int32_t scan_any_integer(const std::uint8_t*, std::int32_t, std::uint64_t&,
+                                       const vdx_charattr*);
 
 }  // namespace vdx
 
 // The parsers of each width.
-#define VDX_PARSER(name, type)                                                                    \
-  std::int32_t name(const std::uint8_t* text, std::int32_t length, type* value,                   \
-                    const vdx_charattr* attributes) {                                             \
-    VDX_CHECK_POINTER(text, 0);                                                                   \
-    VDX_CHECK_POINTER(value, 0);                                                                  \
-    return vdx::scan_integer(text, length, *value, attributes);                                   \
+#define VDX_PARSER(name, type)                                                  \
+  std::int32_t name(const std::uint8_t* text, std::int32_t length, type* value, \
+                    const vdx_charattr* attributes) {                           \
+    VDX_CHECK_POINTER(text, 0);                                                 \
+    VDX_CHECK_POINTER(value, 0);                                                \
+    return vdx::scan_integer(text, length, *value, attributes);                 \
   }
 VDX_PARSER(com__chtoi2_mb, std::int16_t)
 VDX_PARSER(com__chtoi4_mb, std::int32_t)

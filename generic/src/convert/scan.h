@@ -31,8 +31,8 @@ struct NumberShape {
   std::uint32_t start, end;  // of the digits
   std::uint32_t plain, minus;
 
-  NumberShape(std::uint32_t digits, std::uint32_t blanks, std::uint32_t minuses, std::uint32_t pluses,
-              std::uint32_t inside) {
+  NumberShape(std::uint32_t digits, std::uint32_t blanks, std::uint32_t minuses,
+              std::uint32_t pluses, std::uint32_t inside) {
     digits &= inside;
     start = static_cast<std::uint32_t>(std::countr_zero(digits));
     end = 32 - static_cast<std::uint32_t>(std::countl_zero(digits));
@@ -49,7 +49,8 @@ VDX_INLINE PlainInteger plain_integer_16(const std::uint8_t* text, std::uint32_t
   const Block block = Block::of(text, n);
   const NumberShape shape(block.digits(), block.equal(' '), block.equal('-'), block.equal('+'),
                           (std::uint32_t{1} << n) - 1);
-  if (!shape.plain) [[unlikely]] return {};
+  if (!shape.plain) [[unlikely]]
+    return {};
   return {number_in(text, block, shape.end, shape.end - shape.start), 1, shape.minus};
 }
 
@@ -64,16 +65,17 @@ VDX_INLINE PlainInteger plain_integer(const std::uint8_t* text, std::uint32_t n)
 
 // The state machine, for any text and any character set; a null record means single bytes.
 template <class T>
-std::int32_t scan_any_integer(const std::uint8_t* text, std::int32_t length, T& out, const vdx_charattr* attributes);
+std::int32_t scan_any_integer(const std::uint8_t* text, std::int32_t length, T& out,
+                              const vdx_charattr* attributes);
 
 // Reads `length` bytes of text into out. Blank text is 0. On overflow signed types receive the
 // value as far as it was read, unsigned types their maximum; on a syntax error the value before
 // the offending character, 0 for a wrong sign.
 template <class T>
-  requires std::same_as<T, std::int32_t> || std::same_as<T, std::int64_t> || std::same_as<T, std::uint32_t> ||
-           std::same_as<T, std::uint64_t>
-VDX_INLINE std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, T& out,
-                                 const vdx_charattr* attributes) {
+requires std::same_as<T, std::int32_t> || std::same_as<T, std::int64_t> ||
+    std::same_as<T, std::uint32_t> || std::same_as<T, std::uint64_t>
+        VDX_INLINE std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, T& out,
+                                             const vdx_charattr* attributes) {
   if (length <= 0) [[unlikely]] {
     out = 0;
     return kScanEmpty;
@@ -99,7 +101,7 @@ VDX_INLINE std::int32_t scan_integer(const std::uint8_t* text, std::int32_t leng
 // The 16-bit types parse as 32 bits; what does not fit leaves the low 16 bits, what does not parse 0.
 template <class T, class Wide>
 VDX_INLINE std::int32_t scan_narrow_integer(const std::uint8_t* text, std::int32_t length, T& out,
-                                        const vdx_charattr* attributes) {
+                                            const vdx_charattr* attributes) {
   Wide wide;
   const std::int32_t result = scan_integer(text, length, wide, attributes);
   if (result != kScanDone) [[unlikely]] {
@@ -110,13 +112,13 @@ VDX_INLINE std::int32_t scan_narrow_integer(const std::uint8_t* text, std::int32
   return out == wide ? kScanDone : kScanOverflow;
 }
 
-VDX_INLINE std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, std::int16_t& out,
-                                 const vdx_charattr* attributes) {
+VDX_INLINE std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length,
+                                     std::int16_t& out, const vdx_charattr* attributes) {
   return scan_narrow_integer<std::int16_t, std::int32_t>(text, length, out, attributes);
 }
 
-VDX_INLINE std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, std::uint16_t& out,
-                                 const vdx_charattr* attributes) {
+VDX_INLINE std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length,
+                                     std::uint16_t& out, const vdx_charattr* attributes) {
   return scan_narrow_integer<std::uint16_t, std::uint32_t>(text, length, out, attributes);
 }
 

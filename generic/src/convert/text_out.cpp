@@ -5,12 +5,14 @@ namespace vdx {
 namespace {
 
 void fill(void* destination, std::int32_t from, std::int32_t to, int byte) {
-  std::memset(static_cast<unsigned char*>(destination) + from, byte, static_cast<std::size_t>(to - from));
+  std::memset(static_cast<unsigned char*>(destination) + from, byte,
+              static_cast<std::size_t>(to - from));
 }
 
 }  // namespace
 
-std::int32_t finish_text(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length) {
+std::int32_t finish_text(const vdx_datafmt& format, void* destination, std::int32_t n,
+                         std::int32_t& length) {
   auto* const bytes = static_cast<unsigned char*>(destination);
   const std::int32_t room = format.maxlength;
   const bool terminate = (format.format & VDX_FMT_TERMINATE) != 0;
@@ -41,7 +43,8 @@ void fill_utf16_blanks(void* destination, std::int32_t n, std::int32_t room, boo
   if (n < room) bytes[n] = 0;
 }
 
-std::int32_t finish_utf16(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length) {
+std::int32_t finish_utf16(const vdx_datafmt& format, void* destination, std::int32_t n,
+                          std::int32_t& length) {
   auto* const bytes = static_cast<unsigned char*>(destination);
   const std::int32_t room = format.maxlength;
   const std::int32_t last = room / 2 * 2 - 2;  // the last whole unit of the destination
@@ -65,7 +68,8 @@ std::int32_t finish_utf16(const vdx_datafmt& format, void* destination, std::int
   return VDX_SUCCESS;
 }
 
-std::int32_t finish_bytes(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length) {
+std::int32_t finish_bytes(const vdx_datafmt& format, void* destination, std::int32_t n,
+                          std::int32_t& length) {
   if ((format.format & VDX_FMT_PADNULL) != 0 && format.maxlength > n) {
     fill(destination, n, format.maxlength, 0);
     length = format.maxlength;
@@ -73,8 +77,8 @@ std::int32_t finish_bytes(const vdx_datafmt& format, void* destination, std::int
   return VDX_SUCCESS;
 }
 
-std::int32_t misfit(const vdx_datafmt& format, void* destination, std::int32_t& length, const unsigned char* text,
-                    std::int32_t n, Misfit style) {
+std::int32_t misfit(const vdx_datafmt& format, void* destination, std::int32_t& length,
+                    const unsigned char* text, std::int32_t n, Misfit style) {
   auto* const bytes = static_cast<unsigned char*>(destination);
   const std::int32_t room = format.maxlength;
   length = n < room ? n : room;

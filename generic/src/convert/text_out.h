@@ -6,7 +6,8 @@
 
 namespace vdx {
 
-inline constexpr std::uint32_t kFinishFlags = VDX_FMT_TERMINATE | VDX_FMT_PADNULL | VDX_FMT_PADBLANK;
+inline constexpr std::uint32_t kFinishFlags =
+    VDX_FMT_TERMINATE | VDX_FMT_PADNULL | VDX_FMT_PADBLANK;
 
 // Whether n bytes of text, and the terminator if one is asked for, fit the destination.
 inline bool text_fits(const vdx_datafmt& format, std::int64_t n) {
@@ -15,14 +16,17 @@ inline bool text_fits(const vdx_datafmt& format, std::int64_t n) {
 
 // Pads and terminates after n bytes of text were written. Text that did not fit is an overflow
 // whose last byte becomes the terminator if one is asked for.
-std::int32_t finish_text(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length);
+std::int32_t finish_text(const vdx_datafmt& format, void* destination, std::int32_t n,
+                         std::int32_t& length);
 
 // The same for n bytes of UTF-16: blanks and terminator are units, VDX_FMT_SWAP swaps the blanks'
 // bytes. Half a unit is made whole before anything follows it; a last odd byte of room is zero.
-std::int32_t finish_utf16(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length);
+std::int32_t finish_utf16(const vdx_datafmt& format, void* destination, std::int32_t n,
+                          std::int32_t& length);
 
 // Fills what n bytes leave of a byte destination if that is asked for.
-std::int32_t finish_bytes(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length);
+std::int32_t finish_bytes(const vdx_datafmt& format, void* destination, std::int32_t n,
+                          std::int32_t& length);
 
 // Fills from byte n up to byte room with UTF-16 blanks.
 void fill_utf16_blanks(void* destination, std::int32_t n, std::int32_t room, bool swapped);
@@ -33,8 +37,9 @@ enum class Misfit {
   cut,       // as many bytes as there is room for
 };
 
-[[gnu::cold, gnu::noinline]] std::int32_t misfit(const vdx_datafmt& format, void* destination, std::int32_t& length,
-                                                 const unsigned char* text, std::int32_t n, Misfit style);
+[[gnu::cold, gnu::noinline]] std::int32_t misfit(const vdx_datafmt& format, void* destination,
+                                                 std::int32_t& length, const unsigned char* text,
+                                                 std::int32_t n, Misfit style);
 
 // The low n (0 to 8) bytes of a word.
 VDX_INLINE std::uint64_t low_bytes(std::uint32_t n) {
@@ -69,7 +74,8 @@ VDX_INLINE void put_text(void* destination, std::int32_t room, const ShortText& 
     // Two words that overlap where the room is short of sixteen; both agree on what they share.
     const auto back = static_cast<std::uint32_t>(room) - 8;
     const std::uint64_t keep = ~low_bytes(n < back ? 0 : n - back);
-    const std::uint64_t last = (load<std::uint64_t>(to + back) & keep) | (load<std::uint64_t>(from + back) & ~keep);
+    const std::uint64_t last =
+        (load<std::uint64_t>(to + back) & keep) | (load<std::uint64_t>(from + back) & ~keep);
     merge_word(to, load<std::uint64_t>(from), head);
     store(to + back, last);
   } else {
@@ -81,7 +87,7 @@ VDX_INLINE void put_text(void* destination, std::int32_t room, const ShortText& 
 VDX_INLINE std::int32_t write_text(const Call& call, const ShortText& text, Misfit style) {
   const vdx_datafmt& format = *call.format;
   const auto n = static_cast<std::int32_t>(text.length());
-  if (!text_fits(format, n)) [[unlikely]] 
+  if (!text_fits(format, n)) [[unlikely]]
     return misfit(format, call.destination, *call.length, text.data(), n, style);
   put_text(call.destination, format.maxlength, text);
   *call.length = n;

@@ -49,7 +49,8 @@ inline bool readable(const Call& call) {
 struct direct {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
-    if (!readable<datatype<Source>>(call)) [[unlikely]] return VDX_INVALID;
+    if (!readable<datatype<Source>>(call)) [[unlikely]]
+      return VDX_INVALID;
     return datatype<Destination>::write(call, datatype<Source>::read(call));
   }
 };
@@ -72,7 +73,8 @@ struct exact {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
     static_assert(Destination == family_num);
-    if (!readable<datatype<Source>>(call)) [[unlikely]] return VDX_INVALID;
+    if (!readable<datatype<Source>>(call)) [[unlikely]]
+      return VDX_INVALID;
     return write_exact(call, exact_of(datatype<Source>::read(call)));
   }
 };
@@ -83,7 +85,8 @@ struct same_image {
   static std::int32_t convert(const Call& call) {
     static_assert(Source == Destination);
     using Kind = datatype<Source>;
-    if (!readable<Kind>(call)) [[unlikely]] return VDX_INVALID;
+    if (!readable<Kind>(call)) [[unlikely]]
+      return VDX_INVALID;
     Kind::set_length(call);
     std::memmove(call.destination, call.source, Kind::kLength);
     return VDX_SUCCESS;
@@ -95,7 +98,8 @@ struct image_bytes {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
     static_assert(Destination == family_varbin);
-    if (!readable<datatype<Source>>(call)) [[unlikely]] return VDX_INVALID;
+    if (!readable<datatype<Source>>(call)) [[unlikely]]
+      return VDX_INVALID;
     return write_varbin(call, call.source, datatype<Source>::kLength);
   }
 };
@@ -135,14 +139,18 @@ struct bit_as_character {
     if (!bits::readable(call)) return VDX_INVALID;
     const auto digit = static_cast<std::uint8_t>('0' + static_cast<int>(bits::read(call)));
     std::int32_t ignored;
-    return write_varbin({nullptr, nullptr, nullptr, call.format, call.destination, &ignored}, &digit, 1);
+    return write_varbin({nullptr, nullptr, nullptr, call.format, call.destination, &ignored},
+                        &digit, 1);
   }
 };
 
 template <Family Source, Family Destination, class Way>
-[[gnu::always_inline]] inline std::int32_t run(const Call& call, const char* file, std::int32_t line) {
-  if (!pointers_given(call)) [[unlikely]] return pointer_missing(file, line);
-  if (!contract_holds<Source, Destination>(call)) [[unlikely]] return contract_broken(file, line);
+[[gnu::always_inline]] inline std::int32_t run(const Call& call, const char* file,
+                                               std::int32_t line) {
+  if (!pointers_given(call)) [[unlikely]]
+    return pointer_missing(file, line);
+  if (!contract_holds<Source, Destination>(call)) [[unlikely]]
+    return contract_broken(file, line);
   return Way::template convert<Source, Destination>(call);
 }
 

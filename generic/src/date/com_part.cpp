@@ -362,20 +362,20 @@ std::int32_t difference_of(std::uint32_t part, vdx_bigdatetime first, vdx_bigdat
 extern "C" {
 
 // The part and its name, of each kind of value: one body under the names that callers know.
-#define VDX_PART(name, Grain, Value)                                      \
-  int32_t name(uint32_t part, const Value* value, int32_t first_day) {    \
-    VDX_CHECK_POINTER(value, 0);                                          \
-    VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);               \
-    return vdx::part_of<vdx::Grain>(part, *value, first_day);             \
+#define VDX_PART(name, Grain, Value)                                   \
+  int32_t name(uint32_t part, const Value* value, int32_t first_day) { \
+    VDX_CHECK_POINTER(value, 0);                                       \
+    VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);            \
+    return vdx::part_of<vdx::Grain>(part, *value, first_day);          \
   }
-#define VDX_PART_NAME(name, Grain, Value)                                                 \
+#define VDX_PART_NAME(name, Grain, Value)                                                   \
   int32_t name(const vdx_context* context, uint32_t part, const Value* value, char* buffer, \
-               int32_t buffer_length, int32_t* length) {                                  \
-    VDX_CHECK_POINTER(value, 0);                                                          \
-    VDX_CHECK_POINTER(buffer, 0);                                                         \
-    VDX_CHECK_POINTER(length, 0);                                                         \
-    VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);                               \
-    return vdx::name_of<vdx::Grain>(context, part, *value, buffer, buffer_length, length); \
+               int32_t buffer_length, int32_t* length) {                                    \
+    VDX_CHECK_POINTER(value, 0);                                                            \
+    VDX_CHECK_POINTER(buffer, 0);                                                           \
+    VDX_CHECK_POINTER(length, 0);                                                           \
+    VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);                                 \
+    return vdx::name_of<vdx::Grain>(context, part, *value, buffer, buffer_length, length);  \
   }
 VDX_PART(com__datepart, Ticks, vdx_datetime)
 VDX_PART(com_datepart, Ticks, vdx_datetime)

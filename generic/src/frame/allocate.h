@@ -9,7 +9,8 @@
 namespace vdx {
 
 inline void* allocate(vdx_context* context, std::size_t size) {
-  return context != nullptr && context->allocate != nullptr ? context->allocate(context, size) : std::malloc(size);
+  return context != nullptr && context->allocate != nullptr ? context->allocate(context, size)
+                                                            : std::malloc(size);
 }
 
 }  // namespace vdx

@@ -36,12 +36,12 @@ consteval const char* base_name(const char* path) {
     }                                                     \
   } while (false)
 
-#define VDX_ASSERT(condition, ...)  \
-  do {                              \
+#define VDX_ASSERT(condition, ...)   \
+  do {                               \
     if (!(condition)) [[unlikely]] { \
-      com_bomb(VDX_FILE, __LINE__); \
-      return __VA_ARGS__;           \
-    }                               \
+      com_bomb(VDX_FILE, __LINE__);  \
+      return __VA_ARGS__;            \
+    }                                \
   } while (false)
 
 // A status function returns through the tracer.

@@ -20,8 +20,8 @@ enum CharClass : std::uint8_t {
 
 // What is known of the 256 characters that share a lead byte (or have none).
 struct CharPage {
-  std::uint8_t fold[256];   // the single byte that the character folds to; 0 where there is none
-  std::uint8_t bits[256];   // CharClass bits
+  std::uint8_t fold[256];  // the single byte that the character folds to; 0 where there is none
+  std::uint8_t bits[256];  // CharClass bits
 };
 
 // Neighbouring characters of three or more bytes that are of one class, by code point.
@@ -35,9 +35,9 @@ struct CharRun {
 }  // namespace vdx
 
 struct vdx_charattr {
-  std::int32_t max_bytes;              // of one character; 1 means that each byte is a character
-  std::uint8_t lead_class[256];        // low nibble: bytes of a character that starts so
-  const vdx::CharPage* single;         // characters of one byte
+  std::int32_t max_bytes;        // of one character; 1 means that each byte is a character
+  std::uint8_t lead_class[256];  // low nibble: bytes of a character that starts so
+  const vdx::CharPage* single;   // characters of one byte
   // by lead byte, null where a lead byte has none; null array for single-byte sets
   const vdx::CharPage* const* pages;
   // upper and lower case of single bytes; letters of longer characters keep their case

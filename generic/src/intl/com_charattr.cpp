@@ -98,8 +98,7 @@ const NamedCharset* find_charset(const char* name) {
   return nullptr;
 }
 
-std::uint8_t long_char_fold(const vdx_charattr& attributes, const std::uint8_t* p,
-                            std::int32_t n) {
+std::uint8_t long_char_fold(const vdx_charattr& attributes, const std::uint8_t* p, std::int32_t n) {
   const std::uint32_t code = code_point(p, n);
   const CharRun* run = find_run(attributes, code);
   if (run == nullptr || run->fold == 0) return 0;

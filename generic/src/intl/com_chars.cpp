@@ -24,24 +24,24 @@ void map_bytes(const vdx_charattr& attributes, const std::uint8_t* table, std::u
 }  // namespace
 
 #define VDX_CHECK_CHARACTER(attributes, character, length) \
-  VDX_CHECK_POINTER(attributes, 0); \
-  VDX_CHECK_POINTER(character, 0); \
+  VDX_CHECK_POINTER(attributes, 0);                        \
+  VDX_CHECK_POINTER(character, 0);                         \
   VDX_ASSERT((length) >= 1, 0)
 
-#define VDX_CLASS_TEST(name, classes) \
+#define VDX_CLASS_TEST(name, classes)                                              \
   std::int32_t name(const vdx_charattr* attributes, const std::uint8_t* character, \
-                    std::int32_t length) { \
-    VDX_CHECK_CHARACTER(attributes, character, length); \
-    const std::int32_t n = complete_char(*attributes, character, length); \
+                    std::int32_t length) {                                         \
+    VDX_CHECK_CHARACTER(attributes, character, length);                            \
+    const std::int32_t n = complete_char(*attributes, character, length);          \
     return n > 0 && (vdx::char_class(*attributes, character, n) & (classes)) != 0; \
   }
 
-#define VDX_CASE_CHANGE(name, table) \
+#define VDX_CASE_CHANGE(name, table)                                                   \
   void name(const vdx_charattr* attributes, std::uint8_t* text, std::int32_t length) { \
-    VDX_CHECK_POINTER(attributes, ); \
-    VDX_CHECK_POINTER(text, ); \
-    VDX_ASSERT(length >= 0, ); \
-    map_bytes(*attributes, attributes->table, text, length); \
+    VDX_CHECK_POINTER(attributes, );                                                   \
+    VDX_CHECK_POINTER(text, );                                                         \
+    VDX_ASSERT(length >= 0, );                                                         \
+    map_bytes(*attributes, attributes->table, text, length);                           \
   }
 
 extern "C" {

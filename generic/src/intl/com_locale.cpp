@@ -21,8 +21,7 @@ bool set_number(std::int32_t& setting, std::int32_t low, std::int32_t high, cons
 }
 
 template <std::int32_t Count>
-bool set_name(NameTable<Count>& names, std::int32_t index, const void* value,
-              std::int32_t length) {
+bool set_name(NameTable<Count>& names, std::int32_t index, const void* value, std::int32_t length) {
   if (index < 0 || index >= Count) return false;
   const bool is_terminated = length == VDX_NULLTERM;
   if (!is_terminated && (length < 1 || length > VDX_LOC_NAME_MAX)) return false;

@@ -19,7 +19,8 @@
 // Sanitizers watch bytes that the hardware lets us read; there, and in the portable build, blocks
 // are copied by their exact length.
 #if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || \
+    __has_feature(memory_sanitizer)
 #define VDX_EXACT_LOADS 1
 #endif
 #endif
@@ -36,7 +37,8 @@
 
 namespace vdx {
 
-static_assert(std::endian::native == std::endian::little, "blocks hold text in little-endian words");
+static_assert(std::endian::native == std::endian::little,
+              "blocks hold text in little-endian words");
 
 template <class T>
 inline T load(const void* from) {
@@ -59,7 +61,8 @@ VDX_INLINE Words shift_left_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
   const unsigned bits = 8 * (bytes & 7);
   const std::uint64_t carry = (w.low >> 1) >> (63 - bits);
   const Words shifted{w.low << bits, (w.high << bits) | carry};
-  const std::uint64_t far = 0 - static_cast<std::uint64_t>(bytes >> 3);  // a mask: no branch to guess
+  const std::uint64_t far =
+      0 - static_cast<std::uint64_t>(bytes >> 3);  // a mask: no branch to guess
   return {shifted.low & ~far, (shifted.high & ~far) | (shifted.low & far)};
 }
 
@@ -67,7 +70,8 @@ VDX_INLINE Words shift_left_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
 VDX_INLINE std::uint64_t number_of_8(std::uint64_t digits) {
   digits = digits * 10 + (digits >> 8);  // pairs in bytes 0, 2, 4, 6
   return (((digits & 0x000000FF000000FF) * (100 + (1000000ULL << 32))) +
-          (((digits >> 16) & 0x000000FF000000FF) * (1 + (10000ULL << 32)))) >> 32;
+          (((digits >> 16) & 0x000000FF000000FF) * (1 + (10000ULL << 32)))) >>
+         32;
 }
 
 // Sixteen bytes from place n on keep the low halves of the last n of sixteen characters.
@@ -107,7 +111,8 @@ class Block {
   // Stores the first n (0 to 16) bytes at `from`; the bytes behind them keep what they hold. All
   // sixteen are read and written at both places.
   VDX_INLINE static void merge(void* to, const void* from, std::uint32_t n) {
-    alignas(16) static constexpr std::uint64_t kMask[4] = {~std::uint64_t{0}, ~std::uint64_t{0}, 0, 0};
+    alignas(16) static constexpr std::uint64_t kMask[4] = {~std::uint64_t{0}, ~std::uint64_t{0}, 0,
+                                                           0};
     const Block mask = whole(reinterpret_cast<const char*>(kMask) + 16 - n);
 #if defined(VDX_SSE2)
     _mm_storeu_si128(static_cast<__m128i*>(to),
@@ -116,7 +121,8 @@ class Block {
 #else
     const Words in = whole(from).words_, old = whole(to).words_;
     store(to, (in.low & mask.words_.low) | (old.low & ~mask.words_.low));
-    store(static_cast<char*>(to) + 8, (in.high & mask.words_.high) | (old.high & ~mask.words_.high));
+    store(static_cast<char*>(to) + 8,
+          (in.high & mask.words_.high) | (old.high & ~mask.words_.high));
 #endif
   }
 
@@ -132,7 +138,9 @@ class Block {
   }
 
  private:
-  static std::uint32_t bits(__m128i flags) { return static_cast<std::uint32_t>(_mm_movemask_epi8(flags)); }
+  static std::uint32_t bits(__m128i flags) {
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(flags));
+  }
   void read(const void* p) { bytes_ = _mm_loadu_si128(static_cast<const __m128i*>(p)); }
   __m128i bytes_;
 #else
@@ -140,13 +148,17 @@ class Block {
     const std::uint64_t pattern = kOnes * static_cast<unsigned char>(c);
     return bits(zero_bytes(words_.low ^ pattern)) | bits(zero_bytes(words_.high ^ pattern)) << 8;
   }
-  std::uint32_t digits() const { return bits(digit_bytes(words_.low)) | bits(digit_bytes(words_.high)) << 8; }
+  std::uint32_t digits() const {
+    return bits(digit_bytes(words_.low)) | bits(digit_bytes(words_.high)) << 8;
+  }
   Words words() const { return words_; }
 
  private:
   static constexpr std::uint64_t kOnes = 0x0101010101010101, kTops = 0x8080808080808080;
   // The top bit of each byte that is zero; no carry passes from byte to byte.
-  static std::uint64_t zero_bytes(std::uint64_t w) { return ~(((w & ~kTops) + ~kTops) | w | ~kTops); }
+  static std::uint64_t zero_bytes(std::uint64_t w) {
+    return ~(((w & ~kTops) + ~kTops) | w | ~kTops);
+  }
   // '0' to '9' are the bytes below 128 that reach it with 0x50 added and pass it with 0x46.
   static std::uint64_t digit_bytes(std::uint64_t w) {
     const std::uint64_t low7 = w & ~kTops;
@@ -155,7 +167,9 @@ class Block {
   static std::uint32_t bits(std::uint64_t tops) {
     return static_cast<std::uint32_t>(((tops >> 7) * 0x0102040810204080) >> 56);
   }
-  void read(const void* p) { words_ = {load<std::uint64_t>(p), load<std::uint64_t>(static_cast<const char*>(p) + 8)}; }
+  void read(const void* p) {
+    words_ = {load<std::uint64_t>(p), load<std::uint64_t>(static_cast<const char*>(p) + 8)};
+  }
   Words words_;
 #endif
 };
@@ -164,11 +178,14 @@ class Block {
 VDX_INLINE std::uint64_t Block::number(unsigned n) const {
   const unsigned char* const keep = kKeepDigits + n;
 #if defined(VDX_SSE2)
-  const __m128i digits = _mm_and_si128(bytes_, _mm_loadu_si128(reinterpret_cast<const __m128i*>(keep)));
-  const __m128i pairs = _mm_add_epi16(_mm_mullo_epi16(_mm_and_si128(digits, _mm_set1_epi16(255)), _mm_set1_epi16(10)),
-                                      _mm_srli_epi16(digits, 8));
+  const __m128i digits =
+      _mm_and_si128(bytes_, _mm_loadu_si128(reinterpret_cast<const __m128i*>(keep)));
+  const __m128i pairs =
+      _mm_add_epi16(_mm_mullo_epi16(_mm_and_si128(digits, _mm_set1_epi16(255)), _mm_set1_epi16(10)),
+                    _mm_srli_epi16(digits, 8));
   const __m128i fours = _mm_madd_epi16(pairs, _mm_set1_epi32(100 | 1 << 16));
-  const __m128i eights = _mm_madd_epi16(_mm_packs_epi32(fours, fours), _mm_set1_epi32(10000 | 1 << 16));
+  const __m128i eights =
+      _mm_madd_epi16(_mm_packs_epi32(fours, fours), _mm_set1_epi32(10000 | 1 << 16));
   const auto both = static_cast<std::uint64_t>(_mm_cvtsi128_si64(eights));
   return (both & 0xFFFFFFFF) * 100000000 + (both >> 32);
 #else
@@ -179,7 +196,8 @@ VDX_INLINE std::uint64_t Block::number(unsigned n) const {
 
 // The number written by the n (0 to 16) digits that end before byte `end` (n to 16) of a text, of
 // which `block` holds the first bytes.
-VDX_INLINE std::uint64_t number_in([[maybe_unused]] const void* text, Block block, unsigned end, unsigned n) {
+VDX_INLINE std::uint64_t number_in([[maybe_unused]] const void* text, Block block, unsigned end,
+                                   unsigned n) {
 #if !defined(VDX_EXACT_LOADS)
   // The bytes before the text share its page but for the first few of it.
   if ((reinterpret_cast<std::uintptr_t>(text) & 4095) >= 16) [[likely]]
@@ -212,7 +230,9 @@ class Digits16 {
 
   // Bit i is set where digit i is not zero.
   std::uint32_t nonzero() const {
-    return ~static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes_, _mm_setzero_si128()))) & 0xFFFF;
+    return ~static_cast<std::uint32_t>(
+               _mm_movemask_epi8(_mm_cmpeq_epi8(bytes_, _mm_setzero_si128()))) &
+           0xFFFF;
   }
   void put(unsigned char* to) const {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_or_si128(bytes_, _mm_set1_epi8('0')));
@@ -223,22 +243,24 @@ class Digits16 {
   // its halves, then each less ten times its left neighbour.
   VDX_INLINE static __m128i lanes(std::uint64_t value) {
     const __m128i whole = _mm_cvtsi64_si128(static_cast<long long>(value));
-    const __m128i upper = _mm_srli_epi64(_mm_mul_epu32(whole, _mm_set1_epi32(static_cast<int>(0xD1B71759))), 45);
+    const __m128i upper =
+        _mm_srli_epi64(_mm_mul_epu32(whole, _mm_set1_epi32(static_cast<int>(0xD1B71759))), 45);
     const __m128i lower = _mm_sub_epi32(whole, _mm_mul_epu32(upper, _mm_set1_epi32(10000)));
     const __m128i pair = _mm_slli_epi64(_mm_unpacklo_epi16(upper, lower), 2);
     const __m128i doubled = _mm_unpacklo_epi16(pair, pair);
     const __m128i spread = _mm_unpacklo_epi32(doubled, doubled);
-    const __m128i scaled =
-        _mm_mulhi_epu16(spread, _mm_setr_epi16(8389, 5243, 13108, -32768, 8389, 5243, 13108, -32768));
-    const __m128i prefixes =
-        _mm_mulhi_epu16(scaled, _mm_setr_epi16(1 << 7, 1 << 11, 1 << 13, -32768, 1 << 7, 1 << 11, 1 << 13, -32768));
+    const __m128i scaled = _mm_mulhi_epu16(
+        spread, _mm_setr_epi16(8389, 5243, 13108, -32768, 8389, 5243, 13108, -32768));
+    const __m128i prefixes = _mm_mulhi_epu16(
+        scaled, _mm_setr_epi16(1 << 7, 1 << 11, 1 << 13, -32768, 1 << 7, 1 << 11, 1 << 13, -32768));
     const __m128i tens = _mm_slli_epi64(_mm_mullo_epi16(prefixes, _mm_set1_epi16(10)), 16);
     return _mm_sub_epi16(prefixes, tens);
   }
 
   __m128i bytes_;
 #else
-  Digits16(std::uint64_t upper, std::uint64_t lower) : words_{digits_of_8(upper), digits_of_8(lower)} {}
+  Digits16(std::uint64_t upper, std::uint64_t lower)
+      : words_{digits_of_8(upper), digits_of_8(lower)} {}
 
   std::uint32_t nonzero() const { return bits(words_.low) | bits(words_.high) << 8; }
   void put(unsigned char* to) const {
@@ -247,7 +269,8 @@ class Digits16 {
   }
 
  private:
-  static std::uint32_t bits(std::uint64_t digits) {  // a digit above zero reaches 128 with 127 added
+  static std::uint32_t bits(
+      std::uint64_t digits) {  // a digit above zero reaches 128 with 127 added
     const std::uint64_t tops = (digits + 0x7F7F7F7F7F7F7F7F) & 0x8080808080808080;
     return static_cast<std::uint32_t>(((tops >> 7) * 0x0102040810204080) >> 56);
   }
