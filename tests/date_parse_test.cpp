@@ -262,8 +262,8 @@ TEST(DateParse, NamesOfMonths) {
                                  "septembre",
                                  "octobre",
                                  "novembre",
-                                 "d\xE9"
-                                 "cembre"};
+                                 ("d\xE9"
+                                  "cembre")};
   const char* const cut[12] = {"jan",
                                "f\xE9v",
                                "mar",
@@ -275,8 +275,8 @@ TEST(DateParse, NamesOfMonths) {
                                "sep",
                                "oct",
                                "nov",
-                               "d\xE9"
-                               "c"};
+                               ("d\xE9"
+                                "c")};
   const char* const utf8[12] = {"tammikuu",
                                 "helmikuu",
                                 "maaliskuu",
