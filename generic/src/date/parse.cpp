@@ -268,6 +268,17 @@ std::int32_t bigtime_from_text(vdx_bigtime* destination, const DateText& text) {
   return code;
 }
 
+// One word of what a text gives; untouched where the text fails.
+template <class Word>
+inline std::int32_t read_part(const DateText& text, DateMode mode, Word vdx_datetime::*word,
+                              Word* destination) {
+  vdx_datetime value{0, 0};
+  bool is_rounded = false;
+  const std::int32_t code = read_datetime(text, mode, value, is_rounded);
+  if (code == 0) *destination = value.*word;
+  return code;
+}
+
 }  // namespace vdx
 
 // The pointers that every entry but the clock's has, in their order.
@@ -302,13 +313,8 @@ int32_t com__dateafromchar_mb(vdx_datea* destination, const uint8_t* text, int32
                               const char* const* short_months, const vdx_charattr* attributes) {
   VDX_CHECK_TEXT();
   VDX_ASSERT(length >= 0, 0);
-  vdx_datetime value{0, 0};
-  bool is_rounded = false;
-  const std::int32_t code =
-      vdx::read_datetime({text, length, style, order, months, short_months, attributes},
-                         vdx::DateMode::kDate, value, is_rounded);
-  if (code == 0) *destination = value.day;
-  return code;
+  return vdx::read_part({text, length, style, order, months, short_months, attributes},
+                        vdx::DateMode::kDate, &vdx_datetime::day, destination);
 }
 
 int32_t com__timeafromchar_mb(vdx_timea* destination, const uint8_t* text, int32_t length,
@@ -316,13 +322,8 @@ int32_t com__timeafromchar_mb(vdx_timea* destination, const uint8_t* text, int32
                               const char* const* short_months, const vdx_charattr* attributes) {
   VDX_CHECK_TEXT();
   VDX_ASSERT(length >= 0, 0);
-  vdx_datetime value{0, 0};
-  bool is_rounded = false;
-  const std::int32_t code =
-      vdx::read_datetime({text, length, style, order, months, short_months, attributes},
-                         vdx::DateMode::kTime, value, is_rounded);
-  if (code == 0) *destination = value.time;
-  return code;
+  return vdx::read_part({text, length, style, order, months, short_months, attributes},
+                        vdx::DateMode::kTime, &vdx_datetime::time, destination);
 }
 
 int32_t com__timefromchar_mb(vdx_datetime* destination, const uint8_t* text, int32_t length,

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "frame/allocate.h"
+
 namespace vdx {
 
 constinit const vdx_locale kDefaultLocale{kCharsets[0]};
@@ -64,9 +66,7 @@ std::int32_t comn_loc_alloc(vdx_context* context, const char* charset, vdx_local
   *locale = nullptr;
   const vdx::NamedCharset* set = vdx::find_charset(charset);
   if (set == nullptr) return VDX_TRACE(XS_FAIL);
-  void* memory = context != nullptr && context->allocate != nullptr
-                     ? context->allocate(context, sizeof(vdx_locale))
-                     : std::malloc(sizeof(vdx_locale));
+  void* memory = vdx::allocate(context, sizeof(vdx_locale));
   if (memory == nullptr) return VDX_TRACE(XS_MEM_ERROR);
   *locale = new (memory) vdx_locale(*set);
   return VDX_TRACE(XS_SUCCEED);
