@@ -181,6 +181,12 @@ struct instant<BigdatetimeType> : calendar<instant<BigdatetimeType>, Bigdatetime
   }
 };
 
+// Values of the calendar kinds have texts of their own making.
+template <class V>
+concept CalendarValue = requires {
+  typename V::Calendar;
+};
+
 // Text of a calendar value, in the style and with the names of the destination's locale.
 template <class Type>
 VDX_INLINE std::int32_t date_text_for(const Call& call, void* buffer, std::int32_t room,
@@ -190,8 +196,8 @@ VDX_INLINE std::int32_t date_text_for(const Call& call, void* buffer, std::int32
   return date_text<Type>(call.source, style, locale.short_months.table(), buffer, room, length);
 }
 
-template <class Value>
-VDX_INLINE std::int32_t write_calendar_text(const Call& call, const Value&) {
+template <CalendarValue Value>
+VDX_INLINE std::int32_t write_as_text(const Call& call, const Value&) {
   const vdx_datafmt& format = *call.format;
   const std::int32_t code = date_text_for<typename Value::Calendar>(call, call.destination,
                                                                     format.maxlength, *call.length);
@@ -203,8 +209,8 @@ VDX_INLINE std::int32_t write_calendar_text(const Call& call, const Value&) {
   return finish_text(format, call.destination, size, *call.length);
 }
 
-template <class Value>
-VDX_INLINE std::int32_t write_calendar_varchar(const Call& call, const Value&) {
+template <CalendarValue Value>
+VDX_INLINE std::int32_t write_as_varchar(const Call& call, const Value&) {
   std::int32_t placed;
   const std::int32_t code = date_text_for<typename Value::Calendar>(
       call, static_cast<unsigned char*>(call.destination) + 2, 256, placed);

@@ -91,8 +91,10 @@ template <Integral T>
 struct integer : fixed<T> {
   static T read(const Call& call) { return load<T>(call.source); }
 
-  template <Integral V>
-  static std::int32_t write(const Call& call, V value) {
+  // Whatever narrows to the type: integers, floats, exact numerics.
+  template <class V>
+  requires requires(const V& value, T& result) { narrow(value, result); }
+  static std::int32_t write(const Call& call, const V& value) {
     fixed<T>::set_length(call);
     T result;
     const std::int32_t code = narrow(value, result);
@@ -138,6 +140,15 @@ struct bits : fixed<Bit> {
     return write(call, value != 0 ? Bit::one : Bit::zero);
   }
 
+  template <class V>
+  requires requires(const V& value, Bit& result) { narrow(value, result); }
+  static std::int32_t write(const Call& call, const V& value) {
+    set_length(call);
+    Bit result;
+    const std::int32_t code = narrow(value, result);
+    return put(call, result, code);
+  }
+
   // Any amount counts, however far below one unit.
   template <class M>
   static std::int32_t write(const Call& call, Money<M> money) {
@@ -165,6 +176,15 @@ struct floating : fixed<T> {
 
   static std::int32_t write(const Call& call, Bit bit) {
     return write(call, static_cast<int>(bit));
+  }
+
+  template <class V>
+  requires requires(const V& value, T& result) { narrow(value, result); }
+  static std::int32_t write(const Call& call, const V& value) {
+    fixed<T>::set_length(call);
+    T result;
+    const std::int32_t code = narrow(value, result);
+    return fixed<T>::put(call, result, code);
   }
 
   template <class M>
@@ -214,6 +234,15 @@ struct money_count : fixed<T> {
     if (std::cmp_less(units, kLeast / 10000)) [[unlikely]]
       return put(call, kLeast, VDX_OVERFLOW);
     return put(call, static_cast<T>(static_cast<T>(units) * 10000), VDX_SUCCESS);
+  }
+
+  template <class V>
+  requires requires(const V& value, Money<T>& result) { narrow(value, result); }
+  static std::int32_t write(const Call& call, const V& value) {
+    fixed<T>::set_length(call);
+    Money<T> result;
+    const std::int32_t code = narrow(value, result);
+    return put(call, result.count, code);
   }
 
   template <class F>
@@ -268,12 +297,6 @@ VDX_INLINE ShortText text_of(const Call& call, Money<M> money) {
   return money_text(money.count, call.format->precision);
 }
 
-// Values of the calendar kinds have texts of their own making.
-template <class V>
-concept CalendarValue = requires {
-  typename V::Calendar;
-};
-
 // Integers that do not fit show an asterisk, everything else shows what there is room for.
 template <class V>
 inline constexpr Misfit kMisfit =
@@ -287,8 +310,8 @@ struct characters {
 
   template <class V>
   static std::int32_t write(const Call& call, const V& value) {
-    if constexpr (CalendarValue<V>)
-      return write_calendar_text(call, value);
+    if constexpr (requires { write_as_text(call, value); })  // its text is of its own making
+      return write_as_text(call, value);
     else
       return write_text(call, text_of(call, value), kMisfit<V>);
   }
@@ -303,8 +326,8 @@ struct counted_characters {
 
   template <class V>
   static std::int32_t write(const Call& call, const V& value) {
-    if constexpr (CalendarValue<V>)
-      return write_calendar_varchar(call, value);
+    if constexpr (requires { write_as_varchar(call, value); })
+      return write_as_varchar(call, value);
     else
       return write_varchar(call, text_of(call, value));
   }
@@ -313,15 +336,21 @@ struct counted_characters {
 // Fixed-length values keep their image.
 struct bytes {
   template <class V>
-  static std::int32_t write(const Call& call, const V&) {
-    return write_bytes(call, call.source, sizeof(V));
+  static std::int32_t write(const Call& call, [[maybe_unused]] const V& value) {
+    if constexpr (requires { write_as_bytes(call, value); })
+      return write_as_bytes(call, value);
+    else
+      return write_bytes(call, call.source, sizeof(V));
   }
 };
 
 struct counted_bytes {
   template <class V>
-  static std::int32_t write(const Call& call, const V&) {
-    return write_varbin(call, call.source, sizeof(V));
+  static std::int32_t write(const Call& call, [[maybe_unused]] const V& value) {
+    if constexpr (requires { write_as_varbin(call, value); })
+      return write_as_varbin(call, value);
+    else
+      return write_varbin(call, call.source, sizeof(V));
   }
 };
 

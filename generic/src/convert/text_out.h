@@ -60,9 +60,10 @@ VDX_INLINE void merge_word(unsigned char* to, std::uint64_t word, std::uint32_t 
   store(to, (load<std::uint64_t>(to) & keep) | (word & ~keep));
 }
 
-// Writes a text of at most `room` bytes. Lengths are as unpredictable as values, so no branch
+// Writes a text (a ShortText, or one of its shape) of at most `room` bytes. Lengths are as unpredictable as values, so no branch
 // looks at them: whole words are stored, and the bytes behind the text get back what they held.
-VDX_INLINE void put_text(void* destination, std::int32_t room, const ShortText& text) {
+template <class AnyText>
+VDX_INLINE void put_text(void* destination, std::int32_t room, const AnyText& text) {
   auto* const to = static_cast<unsigned char*>(destination);
   const unsigned char* const from = text.data();
   const std::uint32_t n = text.length();
@@ -84,7 +85,8 @@ VDX_INLINE void put_text(void* destination, std::int32_t room, const ShortText& 
 }
 
 // Text of a value into a destination of a text type.
-VDX_INLINE std::int32_t write_text(const Call& call, const ShortText& text, Misfit style) {
+template <class AnyText>
+VDX_INLINE std::int32_t write_text(const Call& call, const AnyText& text, Misfit style) {
   const vdx_datafmt& format = *call.format;
   const auto n = static_cast<std::int32_t>(text.length());
   if (!text_fits(format, n)) [[unlikely]]
@@ -96,7 +98,8 @@ VDX_INLINE std::int32_t write_text(const Call& call, const ShortText& text, Misf
 }
 
 // Text of a value into a varchar: format flags and capacity do not matter there.
-VDX_INLINE std::int32_t write_varchar(const Call& call, const ShortText& text) {
+template <class AnyText>
+VDX_INLINE std::int32_t write_varchar(const Call& call, const AnyText& text) {
   store(call.destination, static_cast<std::int16_t>(text.length()));
   put_text(static_cast<unsigned char*>(call.destination) + 2, 256, text);
   *call.length = sizeof(vdx_varchar);

@@ -2,8 +2,13 @@
 #ifndef VDX_CONVERT_WAYS_H
 #define VDX_CONVERT_WAYS_H
 
+#include "convert/bytes_value.h"
 #include "convert/calendar.h"
+#include "convert/exact_value.h"
+#include "convert/float_value.h"
 #include "convert/kinds.h"
+#include "convert/text_value.h"
+#include "convert/unicode_value.h"
 #include "number/com_num.h"
 
 namespace vdx {
