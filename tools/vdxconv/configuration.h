@@ -1,4 +1,5 @@
-// Configuration files: the values of a key, and what of a file is lost. Both return the status.
+// Configuration files: the values of a key, and what of a file is lost.
+// Both return the exit status of the tool.
 #ifndef VDXCONV_CONFIGURATION_H
 #define VDXCONV_CONFIGURATION_H
 
