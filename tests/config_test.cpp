@@ -234,6 +234,23 @@ TEST_F(Config, BufferLengths) {
   comn_drop_cfg(cfg, VDX_UNUSED);
 }
 
+// Lost sections are stepped over, namesakes are not; a handle that was detached has none.
+TEST_F(Config, Sections) {
+  const std::string path = write(";\n[a]\nk=\"\n\"\n[b]\nk\n[c]\n[ a ]\n");
+  vdx_cfg* cfg = open(path);
+  std::string all;
+  vdx_cfg_section section{};
+  while (comn_nextsection_cfg(cfg, &section) == XS_SUCCEED)
+    all += std::string(section.name, static_cast<std::size_t>(section.length)) +
+           std::to_string(section.line) + " ";
+  EXPECT_EQ(all, "a2 c7 a8 ");
+  EXPECT_EQ(comn_nextsection_cfg(cfg, &section), XS_END_DATA);
+  EXPECT_EQ(section.line, 8);
+  EXPECT_EQ(comn_drop_cfg(open(path), VDX_CFG_FORCE), XS_SUCCEED);
+  EXPECT_EQ(comn_nextsection_cfg(cfg, &section), XS_FAIL);
+  std::free(cfg);
+}
+
 TEST_F(Config, Handles) {
   const std::string path = write("[a]\nk=1\nk=2\n");
   vdx_cfg* one = open(path);

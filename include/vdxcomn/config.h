@@ -32,6 +32,14 @@ struct vdx_appglobal {
   vdx_cfg_record *configurations; /* head of the list of parsed files */
 };
 
+/* A section of a file. */
+typedef struct vdx_cfg_section {
+  const void *place; /* the library's; null: before the first section */
+  const char *name;  /* not terminated; stays as long as the file is open */
+  int32_t length;    /* bytes of name */
+  int32_t line;      /* that its header stands on, from 1 */
+} vdx_cfg_section;
+
 /* Options of com_appglobal_alloc, com_appglobal_drop and comn_drop_cfg. */
 enum {
   VDX_APPGLOBAL_STATIC = 1, /* the one static area of the process */
@@ -83,6 +91,14 @@ VDX_API int32_t comn_init_cfg(vdx_context *context, const char *name, int32_t le
 VDX_API int32_t comn_get_cfg(vdx_cfg *cfg, const char *section, int32_t section_length,
                              const char *key, int32_t key_length, vdx_cfg_cursor **cursor,
                              char *buffer, int32_t size, int32_t *value_length);
+
+/* Steps through the sections of a file in their order, without those that errors lost. Names may
+ * come more than once: lookups find the first.
+ *
+ * section  zero-filled before the first call; receives the next section, unchanged without one
+ *
+ * Returns XS_SUCCEED; XS_END_DATA after the last; XS_FAIL for a detached handle. */
+VDX_API int32_t comn_nextsection_cfg(vdx_cfg *cfg, vdx_cfg_section *section);
 
 /* Releases a cursor before its end, before its handle is dropped. A null cursor is nothing to do.
  * Returns XS_SUCCEED, XS_FAIL for a detached handle. */

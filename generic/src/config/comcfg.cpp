@@ -452,6 +452,18 @@ std::int32_t comn_get_cfg(vdx_cfg* cfg, const char* section, std::int32_t sectio
   return VDX_TRACE(result);
 }
 
+std::int32_t comn_nextsection_cfg(vdx_cfg* cfg, vdx_cfg_section* section) {
+  VDX_CHECK_POINTER(cfg, VDX_TRACE(XS_FAIL));
+  VDX_CHECK_POINTER(section, VDX_TRACE(XS_FAIL));
+  const vdx_cfg_record* record = cfg->record.load(std::memory_order_acquire);
+  if (record == nullptr) return VDX_TRACE(XS_FAIL);
+  const auto* last = static_cast<const vdx::CfgSection*>(section->place);
+  const vdx::CfgSection* next = last == nullptr ? record->parsed->sections.first : last->next;
+  if (next == nullptr) return VDX_TRACE(XS_END_DATA);
+  *section = {next, next->name, next->length, next->line};
+  return VDX_TRACE(XS_SUCCEED);
+}
+
 std::int32_t comn_nextdrop_cfg(vdx_cfg* cfg, vdx_cfg_cursor* cursor) {
   VDX_CHECK_POINTER(cfg, VDX_TRACE(XS_FAIL));
   const vdx_cfg_record* record = cfg->record.load(std::memory_order_acquire);

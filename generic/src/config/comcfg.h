@@ -12,6 +12,7 @@
 #include "intl/charattr.h"
 #include "service/pool.h"
 #include "vdxcomn/config.h"
+#include "vdxcomn/errors.h"
 #include "vdxcomn/thread.h"
 
 namespace vdx {
@@ -64,6 +65,7 @@ struct CfgSection {
   char* name;
   std::int32_t length;
   std::uint32_t hash;
+  std::int32_t line;
   Chain<CfgInclude> includes;
   Chain<CfgEntry> entries;
 
@@ -228,6 +230,9 @@ void drop_parsed(CfgParsed* parsed);
 // Reads the file of a handle into its record. Returns whether that succeeded; what it could not
 // read is reported, and sections with errors are a success.
 bool parse_file(vdx_cfg* cfg);
+
+// Where something is wrong: in the section that is being filled, at a line of the file.
+vdx_err_place place_of(const CfgParsed& parsed, std::int32_t line, std::string_view token);
 
 }  // namespace vdx
 

@@ -192,7 +192,9 @@ bool read_character(vdx_cfg* cfg, CfgParse& parse, CfgAhead& out) {
     const std::int32_t byte = read_byte(parse);
     if (byte == kCfgEnd) {
       if (have > 0 && !parse.has_failed)
-        raise_message(cfg->context, VDX_MSG_CFG_CUT, err_parameters(cfg->parsed().file()));
+        raise_message(cfg->context, VDX_MSG_CFG_CUT, err_parameters(cfg->parsed().file()),
+                      place_of(cfg->parsed(), parse.line,
+                               {parse.raw + parse.raw_used, static_cast<std::size_t>(have)}));
       return false;
     }
     bytes[have] = static_cast<std::uint8_t>(byte);

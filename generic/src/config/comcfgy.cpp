@@ -195,6 +195,15 @@ class Grammar {
 
 }  // namespace
 
+vdx_err_place place_of(const CfgParsed& parsed, std::int32_t line, std::string_view token) {
+  vdx_err_place place{};
+  place.file = err_text(parsed.file());
+  place.line = line;
+  if (parsed.parse->section != nullptr) place.section = err_text(parsed.parse->section->text());
+  place.token = err_text(token);
+  return place;
+}
+
 bool parse_file(vdx_cfg* cfg) {
   static constinit std::mutex turn;
   const std::lock_guard guard(turn);
@@ -369,13 +378,9 @@ void cfg__parse_error(vdx_cfg* cfg) {
   VDX_CFG_PARSE(cfg, );
   // At the end of the input no token was marked, and none is named.
   const std::string_view token = vdx::text_of(parse, parse.is_end ? nullptr : parse.tokens);
-  vdx_err_place place{};
-  place.file = vdx::err_text(parsed.file());
-  place.line = parse.token_line;
-  if (parse.section != nullptr) place.section = vdx::err_text(parse.section->text());
-  place.token = vdx::err_text(token);
   vdx::raise_message(cfg->context, VDX_MSG_CFG_SYNTAX,
-                     vdx::err_parameters(parsed.file(), parse.token_line, token), place);
+                     vdx::err_parameters(parsed.file(), parse.token_line, token),
+                     vdx::place_of(parsed, parse.token_line, token));
 }
 
 std::int32_t cfg__add_section(vdx_cfg* cfg, const vdx_cfg_token* name) {
@@ -389,6 +394,7 @@ std::int32_t cfg__add_section(vdx_cfg* cfg, const vdx_cfg_token* name) {
   section->length = cfg__catbuf(cfg, name, &section->name);
   if (section->length < 0) return VDX_TRACE(XS_FAIL);
   section->hash = vdx::hash_text(section->text(), 0);
+  section->line = parse.token_line;
   if (parsed.find_section(section->text()) == nullptr && !parsed.section_index.insert(section))
     return VDX_TRACE(XS_FAIL);
   section->previous = parsed.sections.last;
@@ -431,14 +437,10 @@ std::int32_t cfg__add_include(vdx_cfg* cfg, const vdx_cfg_token* name) {
   const std::string_view text = vdx::text_of(parse, name);
   CfgSection* included = parsed.find_section(text);
   if (included == nullptr || text == parse.section->text()) {
-    vdx_err_place place{};
-    place.file = vdx::err_text(parsed.file());
-    place.line = parse.token_line;
-    place.section = vdx::err_text(parse.section->text());
-    place.token = vdx::err_text(text);
     vdx::raise_message(
         cfg->context, VDX_MSG_CFG_INCLUDE,
-        vdx::err_parameters("cfg__add_include", text.substr(0, vdx::kLongestMessageText)), place);
+        vdx::err_parameters("cfg__add_include", text.substr(0, vdx::kLongestMessageText)),
+        vdx::place_of(parsed, parse.token_line, text));
     parse.is_valid = false;
     return VDX_TRACE(XS_SUCCEED);
   }
