@@ -127,7 +127,8 @@ VDX_API int32_t cfg__init_parse(vdx_cfg *cfg);
 /* Ends a parse, whether it succeeded or not: file, buffer and tokens are released. Returns 1. */
 VDX_API int32_t cfg__clean_parse(vdx_cfg *cfg);
 
-/* Parses the whole file. Lines that need no tokens to be understood are read without them. Returns 1, or 0 without memory. */
+/* Parses the whole file. Lines that need no tokens to be understood are read without them. Returns
+ * 1, or 0 without memory. */
 VDX_API int32_t cfg__parse(vdx_cfg *cfg);
 
 /* Reads the next character into the raw buffer. Returns it as the scanner sees it: its ASCII code,
