@@ -143,7 +143,8 @@ VDX_API int32_t cfg__init_parse(vdx_cfg *cfg);
 /* Ends a parse, whether it succeeded or not: file, buffer and tokens are released. Returns 1. */
 VDX_API int32_t cfg__clean_parse(vdx_cfg *cfg);
 
-/* Parses the whole file. Returns 1, or 0 without memory. */
+/* Parses the whole file. Lines that need no tokens to be understood are read without them. Returns
+ * 1, or 0 without memory. */
 VDX_API int32_t cfg__parse(vdx_cfg *cfg);
 
 /* Reads the next character into the raw buffer. Returns it as the scanner sees it: its ASCII code,
@@ -178,10 +179,11 @@ VDX_API vdx_cfg_token *cfg__cat(vdx_cfg_token *first, vdx_cfg_token *second);
  * one byte. Returns the bytes copied, -1 without memory and with a null block. */
 VDX_API int32_t cfg__catbuf(vdx_cfg *cfg, const vdx_cfg_token *pieces, char **block);
 
-/* Moves the text of the live tokens, and what follows it, to the start of the raw buffer. */
+/* Moves the text of the live tokens, and what follows it, to the start of the raw buffer. A parse does
+ * so whenever that buffer is full. */
 VDX_API void cfg__clearbuf(vdx_cfg *cfg);
 
-/* Releases all live tokens but the newest and clears the buffer. valid 0 marks the current section
+/* Releases all live tokens but the newest; what they held of the raw buffer is free. valid 0 marks the current section
  * invalid. */
 VDX_API void cfg__clearparse(vdx_cfg *cfg, int32_t valid);
 
@@ -189,7 +191,7 @@ VDX_API void cfg__clearparse(vdx_cfg *cfg, int32_t valid);
 VDX_API void cfg__parse_error(vdx_cfg *cfg);
 
 /* Ends the current section and starts one, valid and empty, of the name in pieces; null: none, as
- * at the end of input. A section that ends invalid is removed. Returns 1, 0 without memory. */
+ * at the end of input, which makes the entries read so far ready to be looked up. A section that ends invalid is removed. Returns 1, 0 without memory. */
 VDX_API int32_t cfg__add_section(vdx_cfg *cfg, const vdx_cfg_token *name);
 
 /* Appends a value to a key of the current section. Returns 1, 0 without memory. */
