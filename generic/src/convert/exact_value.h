@@ -76,11 +76,15 @@ struct exact_numeric {
   static constexpr std::int32_t kLength = kNumericBytes;
   static void set_length(const Call& call) { *call.length = kLength; }
 
-  VDX_INLINE static bool readable(const Call& call) {
-    Exact value;
+  using Checked = Exact;
+  VDX_INLINE static bool read(const Call& call, Exact& value) {
     return read_numeric(call.source, value) == VDX_SUCCESS;
   }
-  VDX_INLINE static Exact read(const Call& call) {
+  static bool readable(const Call& call) {
+    Exact value;
+    return read(call, value);
+  }
+  static Exact read(const Call& call) {
     return image_value(static_cast<const std::uint8_t*>(call.source));
   }
 

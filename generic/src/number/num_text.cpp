@@ -12,12 +12,20 @@ constexpr std::uint64_t kTen16 = kTen8 * kTen8;
 constexpr Divisor kChunk = make_divisor<PortableWide>(kPowersOfTen[kLimbDigits]);
 static_assert(kChunk.shift == 0);
 
-// The nineteen digits of a chunk end before `end`; up to 24 bytes before it are written.
-VDX_INLINE void put_chunk(unsigned char* end, std::uint64_t chunk) {
-  const std::uint64_t head = chunk / kTen16;
-  const std::uint64_t rest = chunk - head * kTen16;
-  store(end - 24, digits_of_8(head) | 0x3030303030303030);
-  Digits16(rest / kTen8, rest % kTen8).put(end - 16);
+// The last `width` (at most 19) digits of a number that has no more end before `end`; up to 24 bytes
+// before it are written.
+VDX_INLINE void put_digits(unsigned char* end, std::uint64_t number, std::uint32_t width) {
+  if (width > 8) {
+    std::uint64_t rest = number;
+    if (width > 16) {
+      const std::uint64_t head = number / kTen16;
+      rest -= head * kTen16;
+      store(end - 24, digits_of_8(head) | 0x3030303030303030);
+    }
+    Digits16(rest / kTen8, rest % kTen8).put(end - 16);
+  } else {
+    store(end - 8, digits_of_8(number) | 0x3030303030303030);
+  }
 }
 
 constexpr std::uint32_t decimal_digits(std::uint64_t v) {  // 0 has one
@@ -230,26 +238,25 @@ void put_numeric(const Exact& value, NumericText& text) {
   unsigned char* at = end;
   const auto places = static_cast<std::uint32_t>(value.scale);
   std::uint32_t left = places;  // digits behind the point still to come
-  // Nineteen digits more, in two pieces where the point falls among them. A piece also writes zeros
-  // before its digits, which the next one covers.
-  const auto put = [&at, &left](std::uint64_t chunk) {
-    if (left == 0 || left >= 19) {
-      put_chunk(at, chunk);
-      at -= 19;
-      if (left == 0) return;
-      left -= 19;
-      if (left == 0) *--at = '.';
-      return;
+  // So many digits more, in two pieces where the point falls among them. A piece may write before
+  // its digits, which the next one covers.
+  const auto put = [&at, &left](std::uint64_t chunk, std::uint32_t width) {
+    if (left != 0 && left < width) {
+      const Divisor& power = kPowerDivisors[left];
+      const Quotient parts = divide_step(chunk >> (64 - power.shift), chunk << power.shift,
+                                         power.limbs[0], power.reciprocal);
+      put_digits(at, parts.remainder >> power.shift, left);
+      at -= left;
+      *--at = '.';
+      width -= left;
+      left = 0;
+      chunk = parts.quotient;
     }
-    const Divisor& power = kPowerDivisors[left];
-    const Quotient parts = divide_step(chunk >> (64 - power.shift), chunk << power.shift,
-                                       power.limbs[0], power.reciprocal);
-    put_chunk(at, parts.remainder >> power.shift);
-    at -= left;
-    *--at = '.';
-    put_chunk(at, parts.quotient);
-    at -= 19 - left;
-    left = 0;
+    put_digits(at, chunk, width);
+    at -= width;
+    if (left == 0) return;
+    left -= width;
+    if (left == 0) *--at = '.';
   };
   Magnitude rest = value.magnitude;
   std::size_t size = used_limbs(rest.data(), rest.size());
@@ -261,15 +268,16 @@ void put_numeric(const Exact& value, NumericText& text) {
       rest[i] = step.quotient;
       remainder = step.remainder;
     }
-    put(remainder);
-    digits += 19;
+    put(remainder, kLimbDigits);
+    digits += kLimbDigits;
     size = used_limbs(rest.data(), size);
   }
-  std::uint32_t written = digits + 19;
-  put(rest[0]);
-  digits += decimal_digits(rest[0]);
-  for (; written < places + 1; written += 19) put(0);
-  const std::uint32_t count = std::max(digits, places + 1) + (places != 0 ? 1 : 0);
+  const std::uint32_t head = decimal_digits(rest[0]);
+  put(rest[0], head);
+  digits += head;
+  const std::uint32_t significant = std::max(digits, places + 1);
+  for (; digits < places + 1; digits += kLimbDigits) put(0, kLimbDigits);
+  const std::uint32_t count = significant + (places != 0 ? 1 : 0);
   end[-static_cast<std::ptrdiff_t>(count) - 1] = '-';
   text.begin = NumericText::kEnd - count - (value.negative ? 1 : 0);
 }
