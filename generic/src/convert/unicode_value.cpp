@@ -106,15 +106,14 @@ std::int32_t write_made_text_as_utf16(const Call& call, const Text& text) {
   const vdx_datafmt& format = *call.format;
   const UnitRoom room(format);
   const Transcoded result =
-      to_utf16(text.attributes, text.bytes, static_cast<std::size_t>(text.length),
-               call.destination, static_cast<std::size_t>(room.whole), is_swapped(call));
+      to_utf16(text.attributes, text.bytes, static_cast<std::size_t>(text.length), call.destination,
+               static_cast<std::size_t>(room.whole), is_swapped(call));
   if (result.outcome == Transcoding::malformed) return refuse(call);
   const auto placed = static_cast<std::int32_t>(result.placed);
   *call.length = 2 * placed;
   if (result.outcome == Transcoding::full || placed > room.text) {
     // One unit more than there is room for, at least.
-    static_cast<void>(
-        finish_utf16(format, call.destination, format.maxlength + 2, *call.length));
+    static_cast<void>(finish_utf16(format, call.destination, format.maxlength + 2, *call.length));
     return VDX_OVERFLOW;
   }
   const std::int32_t code = result.substituted ? VDX_TRANSLATION : VDX_SUCCESS;

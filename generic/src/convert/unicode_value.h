@@ -50,8 +50,7 @@ VDX_INLINE std::int32_t write_as_utf16(const Call& call, const Value&) {
   // A name and the digits around it.
   std::uint8_t buffer[VDX_LOC_NAME_MAX + 193];
   std::int32_t n;
-  const std::int32_t code =
-      date_text_for<typename Value::Calendar>(call, buffer, sizeof buffer, n);
+  const std::int32_t code = date_text_for<typename Value::Calendar>(call, buffer, sizeof buffer, n);
   if (code != VDX_SUCCESS) [[unlikely]] {
     *call.length = 0;
     return code;
@@ -113,8 +112,8 @@ struct from_units {
     std::uint8_t* const text = bytes + 16;
     if (!narrow_units(call, text)) [[unlikely]]
       return convert_wide<Kind>(call);
-    return Kind::write(call, Text{text, static_cast<std::int32_t>(units_of(call)),
-                                  narrow_attributes<Kind>(call)});
+    return Kind::write(
+        call, Text{text, static_cast<std::int32_t>(units_of(call)), narrow_attributes<Kind>(call)});
   }
 
  private:
