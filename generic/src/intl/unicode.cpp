@@ -172,8 +172,7 @@ std::size_t whole_characters(const vdx_charattr& set, const std::uint8_t* from, 
 
 Transcoded copy_checked(const vdx_charattr& set, const std::uint8_t* from, std::size_t n,
                         std::uint8_t* to, std::size_t room) {
-  const std::size_t good = set.encoding == Encoding::utf8 ? well_formed_utf8(from, n)
-                                                          : whole_characters(set, from, n, n);
+  const std::size_t good = well_formed(set, from, n);
   const std::size_t placed = good <= room ? good : whole_characters(set, from, room, good);
   if (placed != 0) std::memmove(to, from, placed);
   const Transcoding outcome = placed < good ? Transcoding::full
@@ -205,6 +204,11 @@ Transcoded from_utf16(const vdx_charattr& set, const void* from, std::size_t uni
       break;
   }
   return encode_set<Latin1>(bytes, units, to, room, missing);
+}
+
+std::size_t well_formed(const vdx_charattr& set, const std::uint8_t* bytes, std::size_t n) {
+  return set.encoding == Encoding::utf8 ? well_formed_utf8(bytes, n)
+                                        : whole_characters(set, bytes, n, n);
 }
 
 Transcoded transcode(const vdx_charattr& from_set, const std::uint8_t* from, std::size_t n,
