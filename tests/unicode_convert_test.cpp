@@ -74,11 +74,12 @@ TEST(UnicodeConvert, ReadsValuesAsFromUtf8) {
       u"1753-01-01", u"0001-01-01", u"2 M\u00E4rz 2008", u"\u20AC 12.50", u"\u221242", u"\u00A512",
       // Units whose bytes are digits, blanks and signs, and others that stand for nothing.
       u"\u3131", u"\u2020\u3131", u"\u2D31\u3030", u"7\u2020\u2020", u"\U0001F600", u"1\u00E91",
-      u"\u0431\u0432", std::u16string(1, u'\0'), u"\t5", u"5\t"};
-  const int destinations[] = {VDX_I1,    VDX_I2,       VDX_I4,          VDX_I8,     VDX_UI2,
-                              VDX_UI4,   VDX_UI8,      VDX_BIT,         VDX_MONEY,  VDX_MNY4,
-                              VDX_NUM,   VDX_FLT4,     VDX_FLT8,        VDX_DATE4,  VDX_DATEA,
-                              VDX_TIMEA, VDX_DATETIME, VDX_BIGDATETIME, VDX_BIGTIME};
+      u"\u0431\u0432", std::u16string(1, u'\0'), u"\t5", u"0xaBc", u"0X", u"1 2", u"00ff7", u"5\t"};
+  const int destinations[] = {VDX_I1,          VDX_I2,       VDX_I4,      VDX_I8,    VDX_UI2,
+                              VDX_UI4,         VDX_UI8,      VDX_BIT,     VDX_MONEY, VDX_MNY4,
+                              VDX_NUM,         VDX_FLT4,     VDX_FLT8,    VDX_DATE4, VDX_DATEA,
+                              VDX_TIMEA,       VDX_DATETIME, VDX_LONGBIN, VDX_IMAGE, VDX_VARBIN,
+                              VDX_BIGDATETIME, VDX_BIGTIME};
   for (const std::u16string& row : rows)
     for (const int destination : destinations) {
       if (com_conv_func(&table.context, VDX_UNITEXT, destination) == nullptr) continue;
@@ -151,6 +152,8 @@ TEST(UnicodeConvert, WritesValuesAsWideText) {
       {VDX_DATE4, image(vdx_date4{39447, 785})},
       {VDX_DATEA, image(std::int32_t{2958464})},
       {VDX_BIGTIME, image(std::uint64_t{1})},
+      {VDX_IMAGE, Bytes(13, 0xAB)},
+      {VDX_BIN, Bytes(29, 0x1F)},
   };
   for (const auto& [source, value] : sources) {
     if (com_conv_func(&table.context, source, VDX_UNICHAR) == nullptr) continue;
@@ -222,6 +225,20 @@ TEST(UnicodeConvert, CutsTextOnWholeCharacters) {
       EXPECT_EQ(convert(table.context, VDX_VARCHAR, varchar_image(utf8(text)), VDX_UNITEXT, format),
                 expected);
     }
+  // Into other sets as from UTF-8.
+  for (const char* charset : {"iso_1", "sjis", "utf8"}) {
+    const Locale destination(charset);
+    table.context.locale = destination.locale;
+    for (std::uint32_t bits = 0; bits < 16; ++bits)
+      for (std::int32_t room = 0; room < 30; ++room) {
+        SCOPED_TRACE(testing::Message() << charset << " flags " << bits << " room " << room);
+        const Format format{(bits & 7) | (bits >> 3) * VDX_FMT_QUOTE, room, 0, 0, locale.locale};
+        for (const int datatype : {VDX_LONGCHAR, VDX_VARCHAR})
+          EXPECT_EQ(convert(table.context, VDX_UNICHAR, units(text), datatype, format),
+                    convert(table.context, VDX_CHAR, bytes_of(utf8(text)), datatype, format));
+      }
+    table.context.locale = nullptr;
+  }
   // Bytes that are no characters, before and behind the cut.
   for (const char* malformed : {"ab\xFF", "abcdefgh\xC3"})
     EXPECT_EQ(convert(table.context, VDX_CHAR, bytes_of(malformed), VDX_UNICHAR,
