@@ -80,6 +80,7 @@ struct Format {
   std::int32_t precision = 0;
   std::int32_t scale = 0;
   vdx_locale* locale = nullptr;  // of the source
+  vdx_locale* to_locale = nullptr;
 };
 
 inline Result convert(vdx_context& context, std::int32_t source, const Bytes& value,
@@ -91,6 +92,7 @@ inline Result convert(vdx_context& context, std::int32_t source, const Bytes& va
   vdx_datafmt to{};
   to.datatype = destination;
   to.format = format.flags;
+  to.locale = format.to_locale;
   to.maxlength = format.maxlength >= 0 ? format.maxlength : comn_typelen(destination, 64);
   to.precision = format.precision;
   to.scale = format.scale;
