@@ -26,6 +26,7 @@ template <> struct datatype<family_flt4>    : floating<float> {};
 template <> struct datatype<family_flt8>    : floating<double> {};
 template <> struct datatype<family_money>   : money_count<std::int64_t> {};
 template <> struct datatype<family_mny4>    : money_count<std::int32_t> {};
+template <> struct datatype<family_num>     : exact_numeric {};
 template <> struct datatype<family_char>    : characters {};
 template <> struct datatype<family_varchar> : counted_characters {};
 template <> struct datatype<family_unichar> : utf16 {};
@@ -73,8 +74,6 @@ template <class M>
 inline Exact exact_of(Money<M> money) {
   return exact_money(money.count);
 }
-
-std::int32_t write_exact(const Call& call, const Exact& value);
 
 // Through the exact value: a sign, a magnitude and a scale that lose nothing. One writer serves
 // every source.
