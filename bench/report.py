@@ -41,6 +41,8 @@ ROWS = [
     ("char20_to_char30", "`char(20)` to `char(30)`, padded", 4.0),
     ("bytes_to_hex", "64 bytes to hexadecimal", 0.5),
     ("hex_to_bytes", "hexadecimal to 64 bytes", 0.5),
+    ("unichar_to_i4", "UTF-16 to `i4` beside bytes to `i4`", 1.5),
+    ("utf8_to_unichar", "`char` in UTF-8 to `unichar`, 10-40 ASCII characters, beside the plain transcoder", 1.2),
     ("day_to_date", "day number to year, month, day", 1.3),
     ("datetime_to_fields", "`datetime` to all fields", 1.0),
     ("fields_to_datetime", "fields to `datetime`, checked", 1.5),

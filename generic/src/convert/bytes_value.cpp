@@ -127,12 +127,20 @@ Decoded decode_bytes(const Text& text, unsigned char* to, std::int32_t room) {
   return {is_hex, placed < total, static_cast<std::int32_t>(placed)};
 }
 
+bool is_ascii(const std::uint8_t* bytes, std::size_t n) {
+  constexpr std::uint64_t kTops = 0x8080808080808080;
+  std::uint64_t seen = 0;
+  for (; n >= 8; bytes += 8, n -= 8) seen |= load<std::uint64_t>(bytes);
+  for (; n > 0; ++bytes, --n) seen |= *bytes;
+  return (seen & kTops) == 0;
+}
+
+// Digits may be wide where characters may be longer than a byte.
 Decoded decode(const Text& text, unsigned char* to, std::int32_t room) {
-  if (text.attributes.encoding == Encoding::utf16) return decode_folds(text, to, room);
-  const Decoded decoded = decode_bytes(text, to, room);
-  // Digits may be wide.
-  if (decoded.is_hex || text.attributes.max_bytes <= 1) [[likely]]
-    return decoded;
+  const vdx_charattr& set = text.attributes;
+  if (set.encoding != Encoding::utf16 &&
+      (set.max_bytes <= 1 || is_ascii(text.bytes, static_cast<std::size_t>(text.length))))
+    return decode_bytes(text, to, room);
   return decode_folds(text, to, room);
 }
 

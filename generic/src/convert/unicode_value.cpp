@@ -114,9 +114,9 @@ Text wide_text(const Call& call) {
   std::size_t n = units_of(call);
   while (n > 1 && load<std::uint16_t>(from + 2 * n - 2) == ' ') --n;
   for (; n > 1 && load<std::uint16_t>(from) == ' '; --n) from += 2;
-  // Readers of numbers take bytes that are digits, signs and blanks for characters of their own.
-  // Pairs of such bytes are characters as well, of which no number consists: a number has another
-  // byte among its first two.
+  // Readers of numbers take bytes that are digits, signs, points and blanks for characters of their
+  // own. Pairs of such bytes are characters as well, but none that a number consists of: what opens
+  // one has another byte.
   if (fold_at(from) == 0 && (char_class(kUtf16, from, 2) & kClassCurrency) == 0)
     return {kNothing, 1, kLatin1};
   return {from, static_cast<std::int32_t>(2 * n), kUtf16};
