@@ -38,7 +38,7 @@ ROWS = [
     ("numeric_add_77", "numeric add, 77 digits", 0.15),
     ("numeric_multiply_38", "numeric multiply, 19 by 19 digits", 0.2),
     ("numeric_multiply_77", "numeric multiply, 38 by 38 digits", 0.2),
-    ("numeric_multiply_rounded", "numeric multiply, 77 decimals rounded", 0.2),
+    ("numeric_multiply_rounded", "numeric multiply, 77 decimals rounded", 0.5),
     ("numeric_divide_38", "numeric divide, 38 digits", 1.5),
     ("numeric_divide_77", "numeric divide, 77 digits", 1.5),
     ("text_to_numeric_20", "text to numeric, 20 digits", 0.8),
