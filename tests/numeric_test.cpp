@@ -170,10 +170,13 @@ TEST(NumericArithmetic, MatchesLongHand) {
     Decimal b = random_decimal(random, pb, i % 3 == 0 ? a.scale : random_scale(random));
     if (i % 16 == 0) b = {a.digits, a.scale, i % 32 == 0};
     const int precision = i % 2 == 0 ? 77 : static_cast<int>(1 + random.below(77));
-    const int scale = i % 5 == 0 ? std::max(a.scale, b.scale) : random_scale(random);
+    const int which = i % 20 == 1 ? 3 : static_cast<int>(random.below(i % 8 == 0 ? 4 : 3));
+    const int scale = i % 5 == 0                 ? std::max(a.scale, b.scale)
+                      : i % 5 == 1 && which == 3 ? std::max(a.scale - b.scale, 0)
+                      : i % 5 == 1 && which == 2 ? std::min(a.scale + b.scale, 77)
+                                                 : random_scale(random);
     const vdx_num left = image_of(a, i % 16 == 0 ? std::max(pa, pb) : pa);
     const vdx_num right = image_of(b, i % 16 == 0 ? std::max(pa, pb) : pb);
-    const int which = i % 64 == 3 ? 3 : static_cast<int>(random.below(i % 8 == 0 ? 4 : 3));
     SCOPED_TRACE(a.text() + " " + "+-*/"[which] + " " + b.text() + " to " +
                  std::to_string(precision) + "," + std::to_string(scale));
     vdx_num result{};
@@ -317,15 +320,12 @@ TEST(NumericText, MatchesLongHandBothWays) {
     const vdx_num wanted = image_of(expected.value, precision);
     ASSERT_EQ(result.bytes, image(wanted));
 
-    vdx::Exact plain, grammar;  // the two ways agree
-    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-    const auto length = static_cast<std::int32_t>(text.size());
-    vdx::parse_numeric(bytes, length, vdx::kLatin1, scale, plain);
-    vdx::parse_numeric_grammar(bytes, length, vdx::kUtf8, scale, grammar);
-    vdx_num both[2];
-    ASSERT_EQ(vdx::write_numeric(plain, 77, scale, &both[0]),
-              vdx::write_numeric(grammar, 77, scale, &both[1]));
-    ASSERT_EQ(image(both[0]), image(both[1]));
+    vdx_num by_grammar;  // the two ways agree
+    ASSERT_EQ(vdx::parse_numeric_grammar(reinterpret_cast<const std::uint8_t*>(text.data()),
+                                         static_cast<std::int32_t>(text.size()), vdx::kUtf8,
+                                         precision, scale, &by_grammar),
+              expected.code);
+    ASSERT_EQ(image(by_grammar), image(wanted));
 
     Format format;
     format.maxlength = 100;

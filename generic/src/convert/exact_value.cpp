@@ -8,17 +8,12 @@ std::int32_t write_exact(const Call& call, const Exact& value) {
 }
 
 std::int32_t write_exact(const Call& call, const Text& text) {
-  const std::int32_t precision = call.format->precision, scale = call.format->scale;
   exact_numeric::set_length(call);
-  if (precision < 1 || precision > kMaxPrecision) return VDX_BAD_PRECISION;
-  if (scale < 0 || scale > kMaxPrecision) return VDX_BAD_SCALE;
-  Exact value;
-  if (parse_numeric(text.bytes, text.length, text.attributes, scale, value) ==
-      NumericStatus::syntax) {
-    *call.length = 0;
-    return VDX_SYNTAX;
-  }
-  return write_numeric(value, precision, scale, call.destination);
+  const std::int32_t code =
+      parse_numeric(text.bytes, text.length, text.attributes, call.format->precision,
+                    call.format->scale, call.destination);
+  if (code == VDX_SYNTAX) *call.length = 0;
+  return code;
 }
 
 }  // namespace vdx

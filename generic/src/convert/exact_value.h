@@ -76,9 +76,13 @@ struct exact_numeric {
   static constexpr std::int32_t kLength = kNumericBytes;
   static void set_length(const Call& call) { *call.length = kLength; }
 
+  using Checked = Exact;
+  VDX_INLINE static bool read(const Call& call, Exact& value) {
+    return read_numeric(call.source, value) == VDX_SUCCESS;
+  }
   static bool readable(const Call& call) {
     Exact value;
-    return read_numeric(call.source, value) == VDX_SUCCESS;
+    return read(call, value);
   }
   static Exact read(const Call& call) {
     return image_value(static_cast<const std::uint8_t*>(call.source));

@@ -55,13 +55,21 @@ inline bool readable(const Call& call) {
     return true;
 }
 
-// The pair in one inlined piece: what rows of real data meet.
+// The pair in one inlined piece: what rows of real data meet. A kind that has to read a value to
+// know whether it is one does both at once, and names what it reads Checked.
 struct direct {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
-    if (!readable<datatype<Source>>(call)) [[unlikely]]
-      return VDX_INVALID;
-    return datatype<Destination>::write(call, datatype<Source>::read(call));
+    if constexpr (requires { typename datatype<Source>::Checked; }) {
+      typename datatype<Source>::Checked value;
+      if (!datatype<Source>::read(call, value)) [[unlikely]]
+        return VDX_INVALID;
+      return datatype<Destination>::write(call, value);
+    } else {
+      if (!readable<datatype<Source>>(call)) [[unlikely]]
+        return VDX_INVALID;
+      return datatype<Destination>::write(call, datatype<Source>::read(call));
+    }
   }
 };
 

@@ -62,136 +62,108 @@ bool rescale_wide(WideValue& value, std::int32_t scale, Magnitude& magnitude) {
   return value.count <= 4;
 }
 
-// The image of a magnitude at its scale; where it does not fit, the largest of the precision.
-VDX_INLINE std::int32_t put_image(bool fits, const Magnitude& given, bool negative,
-                                  std::int32_t precision, std::int32_t scale, void* image) {
-  const Magnitude& limit = power_of_ten(precision);
-  Magnitude magnitude = given;
-  std::int32_t code = VDX_SUCCESS;
-  if (!fits || !less(magnitude, limit)) [[unlikely]] {
-    magnitude = limit;
-    for (std::uint64_t& limb : magnitude)
-      if (limb-- != 0) break;
-    code = VDX_OVERFLOW;
-  }
-  const std::size_t bytes = kBytesOfPrecision[static_cast<std::size_t>(precision)] - 1U;
-  auto* const out = static_cast<std::uint8_t*>(image);
-  out[0] = static_cast<std::uint8_t>(precision);
-  out[1] = static_cast<std::uint8_t>(scale);
-  out[2] = negative && !is_zero(magnitude) ? 1 : 0;
-  std::uint8_t* const digits = out + 3;
-  std::uint8_t* const end = digits + bytes;
-  std::memset(digits, 0, kNumericBytes - 3);
-  const std::size_t top = (bytes - 1) / 8;
-  store(digits, reverse_bytes(magnitude[top] << (7 - (bytes - 1) % 8) * 8));
-  const auto limb = [end, &magnitude](std::size_t i) {
-    store(end - 8 * (i + 1), reverse_bytes(magnitude[i]));
-  };
-  switch (top) {
-    default:
-      limb(2);
-      [[fallthrough]];
-    case 2:
-      limb(1);
-      [[fallthrough]];
-    case 1:
-      limb(0);
-      [[fallthrough]];
-    case 0:
-      break;
-  }
-  return code;
-}
-
-// What an operation was asked for, and its operands.
-struct Operation {
-  Exact a, b;
+// What an operation was asked for.
+struct Request {
   std::int32_t precision, scale;
   vdx_num* result;
 
-  std::int32_t put(bool fits, const Magnitude& magnitude, bool negative) const {
+  VDX_INLINE std::int32_t put(bool fits, const Magnitude& magnitude, bool negative) const {
     return put_image(fits, magnitude, negative, precision, scale, result);
   }
 
-  std::int32_t put(WideValue& value) const {
+  [[gnu::noinline]] std::int32_t put(WideValue& value) const {
     Magnitude magnitude;
     const bool fits = rescale_wide(value, scale, magnitude);
     return put(fits, magnitude, value.negative);
   }
 };
 
-// a + b at one scale, where `size` limbs hold either; the sum has one more. Signs are as
-// unpredictable as values: a difference is a sum with the complement, and is complemented again
-// where it comes out below zero.
-VDX_INLINE void add_signed(const std::uint64_t* a, bool a_negative, const std::uint64_t* b,
-                           bool b_negative, std::size_t size, WideValue& sum) {
+// a + b at one scale; gives whether the sum is negative. Signs are as unpredictable as values: a
+// difference is a sum with the complement, and is complemented again where it comes out below zero.
+template <std::size_t kSize>
+VDX_INLINE bool add_signed(const std::array<std::uint64_t, kSize>& a, bool a_negative,
+                           const std::array<std::uint64_t, kSize>& b, bool b_negative,
+                           std::array<std::uint64_t, kSize + 1>& sum) {
   const std::uint64_t differ = a_negative != b_negative ? 1 : 0;
   std::uint64_t carry = differ;
-  for (std::size_t i = 0; i < size; ++i) sum.limbs[i] = add_carry(a[i], b[i] ^ (0 - differ), carry);
+  VDX_UNROLL
+  for (std::size_t i = 0; i < kSize; ++i) sum[i] = add_carry(a[i], b[i] ^ (0 - differ), carry);
   const std::uint64_t below = differ & (carry ^ 1);
-  sum.limbs[size] = carry & (differ ^ 1);
+  sum[kSize] = carry & (differ ^ 1);
   carry = below;
-  for (std::size_t i = 0; i < size; ++i)
-    sum.limbs[i] = add_carry(sum.limbs[i] ^ (0 - below), 0, carry);
-  sum.negative = a_negative != (below != 0);
+  VDX_UNROLL
+  for (std::size_t i = 0; i < kSize; ++i) sum[i] = add_carry(sum[i] ^ (0 - below), 0, carry);
+  return a_negative != (below != 0);
 }
 
-// Operands whose common scale takes more than 256 bits.
-[[gnu::cold, gnu::noinline]] void add_wide(const Exact& a, const Exact& b, WideValue& sum) {
-  std::uint64_t wide[2][8] = {};
-  const Exact* const values[] = {&a, &b};
-  for (std::size_t i = 0; i < 2; ++i) {
-    const Exact& value = *values[i];
-    multiply_limbs(wide[i], value.magnitude.data(), 4, power_of_ten(sum.scale - value.scale).data(),
-                   4);
-  }
-  add_signed(wide[0], a.negative, wide[1], b.negative, 8, sum);
-  sum.count = used_limbs(sum.limbs, 9);
-}
-
-template <bool kSubtract>
-VDX_INLINE std::int32_t add(Operation& operation) {
-  Exact& a = operation.a;
-  Exact& b = operation.b;
-  if constexpr (kSubtract) b.negative = !b.negative;
+// Operands and result of different scales. The common scale of the operands may take 512 bits.
+[[gnu::noinline]] std::int32_t add_scaled(const Exact& a, const Exact& b, const Request& request) {
+  std::array<std::uint64_t, 8> finer[2];
+  std::array<std::uint64_t, 9> all;
   WideValue sum;
   sum.scale = std::max(a.scale, b.scale);
-  if (a.scale != b.scale) [[unlikely]] {
-    Exact finer_a = a, finer_b = b;
-    if (!scale_up(finer_a.magnitude, sum.scale - a.scale) ||
-        !scale_up(finer_b.magnitude, sum.scale - b.scale)) {
-      add_wide(a, b, sum);
-      return operation.put(sum);
-    }
-    a = finer_a;
-    b = finer_b;
-  }
-  add_signed(a.magnitude.data(), a.negative, b.magnitude.data(), b.negative, 4, sum);
-  if (sum.scale == operation.scale) [[likely]] {
-    const Magnitude low{sum.limbs[0], sum.limbs[1], sum.limbs[2], sum.limbs[3]};
-    return operation.put(sum.limbs[4] == 0, low, sum.negative);
-  }
-  sum.count = used_limbs(sum.limbs, 5);
-  return operation.put(sum);
+  const Exact* const operands[] = {&a, &b};
+  for (std::size_t i = 0; i < 2; ++i)
+    multiply_limbs(finer[i].data(), power_of_ten(sum.scale - operands[i]->scale).data(), 4,
+                   operands[i]->magnitude.data(), 4);
+  sum.negative = add_signed(finer[0], a.negative, finer[1], b.negative, all);
+  std::memcpy(sum.limbs, all.data(), sizeof all);
+  sum.count = used_limbs(sum.limbs, all.size());
+  return request.put(sum);
 }
 
-VDX_INLINE std::int32_t multiply(Operation& operation) {
-  WideValue a, product;
-  a.set(operation.a.magnitude);
-  product.multiply(a, operation.b.magnitude);
-  product.scale = operation.a.scale + operation.b.scale;
-  product.negative = operation.a.negative != operation.b.negative;
-  return operation.put(product);
+VDX_INLINE std::int32_t add(const Exact& a, const Exact& b, const Request& request) {
+  if (a.scale != b.scale || a.scale != request.scale) [[unlikely]] {
+    const Exact left = a, right = b;  // copies: operands with an address would leave the registers
+    const Request wanted = request;
+    return add_scaled(left, right, wanted);
+  }
+  std::array<std::uint64_t, 5> sum;
+  const bool negative = add_signed(a.magnitude, a.negative, b.magnitude, b.negative, sum);
+  return request.put(sum[4] == 0, {sum[0], sum[1], sum[2], sum[3]}, negative);
 }
 
-VDX_INLINE std::int32_t divide(Operation& operation) {
-  const Exact& a = operation.a;
-  const Exact& b = operation.b;
-  if (is_zero(b.magnitude)) return VDX_ARITHMETIC;
-  const bool negative = a.negative != b.negative;
+VDX_INLINE std::int32_t subtract(const Exact& a, const Exact& b, const Request& request) {
+  Exact negated = b;
+  negated.negative = !b.negative;
+  return add(a, negated, request);
+}
+
+[[gnu::noinline]] std::int32_t multiply_wide(const Exact& a, const Exact& b,
+                                             const Request& request) {
+  WideValue left, product;
+  left.set(a.magnitude);
+  product.multiply(left, b.magnitude);
+  product.scale = a.scale + b.scale;
+  product.negative = a.negative != b.negative;
+  return request.put(product);
+}
+
+VDX_INLINE std::int32_t multiply(const Exact& a, const Exact& b, const Request& request) {
+  const Magnitude x = a.magnitude, y = b.magnitude;
+  if ((x[2] | x[3] | y[2] | y[3]) != 0 || a.scale + b.scale != request.scale) [[unlikely]] {
+    const Exact left = a, right = b;
+    const Request wanted = request;
+    return multiply_wide(left, right, wanted);
+  }
+  // Two limbs by two, as columns of 39 digits and less have.
+  const U128 low = Wide::multiply(x[0], y[0]), high = Wide::multiply(x[1], y[1]);
+  const U128 left = Wide::multiply(x[0], y[1]), right = Wide::multiply(x[1], y[0]);
+  std::uint64_t carry = 0;
+  std::uint64_t one = add_carry(low.high, left.low, carry);
+  std::uint64_t two = add_carry(high.low, left.high, carry);
+  std::uint64_t three = high.high + carry;
+  carry = 0;
+  one = add_carry(one, right.low, carry);
+  two = add_carry(two, right.high, carry);
+  three += carry;
+  return request.put(true, {low.low, one, two, three}, a.negative != b.negative);
+}
+
+[[gnu::noinline]] std::int32_t divide_wide(const Exact& a, const Exact& b, const Request& request) {
   WideValue top;
   top.set(a.magnitude);
-  std::int32_t up = operation.scale - a.scale + b.scale;
+  std::int32_t up = request.scale - a.scale + b.scale;
   if (up < 0) {
     // The whole part of a quotient is that of the dividend's whole part by the same divisor.
     top.count = divide_by_power<false>(top.limbs, top.count, -up);
@@ -212,23 +184,55 @@ VDX_INLINE std::int32_t divide(Operation& operation) {
     divide_limbs(top.limbs, top.count, divisor, limbs);
     const std::size_t used = used_limbs(limbs, count);
     fits = used <= 4;
-    std::memcpy(quotient.data(), limbs, std::min<std::size_t>(used, 4) * 8);
+    for (std::size_t i = 0; i < std::min<std::size_t>(used, 4); ++i) quotient[i] = limbs[i];
   }
-  return operation.put(fits, quotient, negative);
+  return request.put(fits, quotient, a.negative != b.negative);
 }
 
-template <std::int32_t (*Operator)(Operation&)>
+// Two limbs by one or two.
+VDX_INLINE U128 divide_double(U128 a, U128 b) {
+  if (b.high == 0) {
+    const std::uint64_t high = a.high / b.low;
+    return {high, Wide::divide(a.high - high * b.low, a.low, b.low).quotient};
+  }
+  // Half the dividend by the divisor's top 64 bits gives a quotient that, less one, is never too
+  // large and at most one too small.
+  const int shift = std::countl_zero(b.high);
+  const std::uint64_t top = b.high << shift | (b.low >> 1) >> (63 - shift);
+  std::uint64_t quotient =
+      Wide::divide(a.high >> 1, a.high << 63 | a.low >> 1, top).quotient >> (63 - shift);
+  quotient -= quotient != 0 ? 1 : 0;
+  const U128 away = Wide::multiply(quotient, b.low);
+  std::uint64_t borrow = 0;
+  const std::uint64_t low = subtract_borrow(a.low, away.low, borrow);
+  const std::uint64_t high = a.high - away.high - quotient * b.high - borrow;
+  quotient += static_cast<std::uint64_t>((high > b.high) | ((high == b.high) & (low >= b.low)));
+  return {0, quotient};
+}
+
+VDX_INLINE std::int32_t divide(const Exact& a, const Exact& b, const Request& request) {
+  if (is_zero(b.magnitude)) [[unlikely]]
+    return VDX_ARITHMETIC;
+  const Magnitude x = a.magnitude, y = b.magnitude;
+  if ((x[2] | x[3] | y[2] | y[3]) != 0 || a.scale - b.scale != request.scale) {
+    const Exact left = a, right = b;
+    const Request wanted = request;
+    return divide_wide(left, right, wanted);
+  }
+  const U128 quotient = divide_double({x[1], x[0]}, {y[1], y[0]});
+  return request.put(true, {quotient.low, quotient.high, 0, 0}, a.negative != b.negative);
+}
+
+template <std::int32_t (*Operator)(const Exact&, const Exact&, const Request&)>
 VDX_INLINE std::int32_t operate(const vdx_num* a, const vdx_num* b, vdx_num* result) {
-  Operation operation;
-  if (read_numeric(a, operation.a) != VDX_SUCCESS || read_numeric(b, operation.b) != VDX_SUCCESS)
+  Exact left, right;
+  if (read_numeric(a, left) != VDX_SUCCESS || read_numeric(b, right) != VDX_SUCCESS) [[unlikely]]
     return VDX_INVALID;
   // The result may be an operand: what it asks for is read before anything is written.
-  operation.precision = result->precision;
-  operation.scale = result->scale;
-  operation.result = result;
-  if (operation.precision < 1 || operation.precision > kMaxPrecision) return VDX_BAD_PRECISION;
-  if (operation.scale > kMaxPrecision) return VDX_BAD_SCALE;
-  return Operator(operation);
+  const Request request{result->precision, result->scale, result};
+  if (request.precision < 1 || request.precision > kMaxPrecision) return VDX_BAD_PRECISION;
+  if (request.scale > kMaxPrecision) return VDX_BAD_SCALE;
+  return Operator(left, right, request);
 }
 
 // -1, 0 or 1.
@@ -243,6 +247,14 @@ std::int32_t compare(const Exact& a, const Exact& b) {
 }
 
 }  // namespace
+
+std::int32_t put_largest(bool negative, std::int32_t precision, std::int32_t scale, void* image) {
+  Magnitude largest = kPowersOfTen[static_cast<std::size_t>(precision)];
+  for (std::uint64_t& limb : largest)
+    if (limb-- != 0) break;
+  put_image(true, largest, negative, precision, scale, image);
+  return VDX_OVERFLOW;
+}
 
 bool rescale(Exact& value, std::int32_t scale) {
   if (value.scale == scale) return true;
@@ -280,13 +292,13 @@ std::int32_t write_numeric(const Exact& value, std::int32_t precision, std::int3
 std::int32_t comn_numadd(const vdx_num* a, const vdx_num* b, vdx_num* result) {
   VDX_CHECK_OPERANDS(VDX_OVERFLOW);
   VDX_CHECK_POINTER(result, VDX_OVERFLOW);
-  return vdx::operate<vdx::add<false>>(a, b, result);
+  return vdx::operate<vdx::add>(a, b, result);
 }
 
 std::int32_t comn_numsub(const vdx_num* a, const vdx_num* b, vdx_num* result) {
   VDX_CHECK_OPERANDS(VDX_OVERFLOW);
   VDX_CHECK_POINTER(result, VDX_OVERFLOW);
-  return vdx::operate<vdx::add<true>>(a, b, result);
+  return vdx::operate<vdx::subtract>(a, b, result);
 }
 
 std::int32_t comn_nummul(const vdx_num* a, const vdx_num* b, vdx_num* result) {

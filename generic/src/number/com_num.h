@@ -79,7 +79,8 @@ VDX_INLINE Exact image_value(const std::uint8_t* image) {
       value.magnitude = {limb(0), limb(1), limb(2), top};
   }
   value.scale = image[1];
-  value.negative = image[2] != 0 && !is_zero(value.magnitude);
+  // Signs are as unpredictable as values: no branch looks at them.
+  value.negative = (image[2] != 0) & !is_zero(value.magnitude);
   return value;
 }
 
@@ -92,6 +93,49 @@ VDX_INLINE std::int32_t read_numeric(const void* image, Exact& value) {
   value = image_value(in);
   if (!less(value.magnitude, kPowersOfTen[in[0]])) [[unlikely]]
     return VDX_INVALID;
+  return VDX_SUCCESS;
+}
+
+[[gnu::cold, gnu::noinline]] std::int32_t put_largest(bool negative, std::int32_t precision,
+                                                      std::int32_t scale, void* image);
+
+// The image of a magnitude at its scale; where it does not fit, the largest of the precision.
+VDX_INLINE std::int32_t put_image(bool fits, const Magnitude& m, bool negative,
+                                  std::int32_t precision, std::int32_t scale, void* image) {
+  if (!fits || !less(m, kPowersOfTen[static_cast<std::size_t>(precision)])) [[unlikely]]
+    return put_largest(negative, precision, scale, image);
+  const std::size_t bytes = kBytesOfPrecision[static_cast<std::size_t>(precision)] - 1U;
+  auto* const out = static_cast<std::uint8_t*>(image);
+  out[0] = static_cast<std::uint8_t>(precision);
+  out[1] = static_cast<std::uint8_t>(scale);
+  out[2] = static_cast<std::uint8_t>(negative & !is_zero(m));
+  std::uint8_t* const digits = out + 3;
+  std::uint8_t* const end = digits + bytes;
+  std::memset(digits, 0, kNumericBytes - 3);
+  const std::size_t spare = (7 - (bytes - 1) % 8) * 8;
+  const auto put = [end](std::size_t i, std::uint64_t limb) {
+    store(end - 8 * (i + 1), reverse_bytes(limb));
+  };
+  // The top limb overlaps the one below it where it is not whole.
+  switch ((bytes - 1) / 8) {
+    case 0:
+      store(digits, reverse_bytes(m[0] << spare));
+      break;
+    case 1:
+      store(digits, reverse_bytes(m[1] << spare));
+      put(0, m[0]);
+      break;
+    case 2:
+      store(digits, reverse_bytes(m[2] << spare));
+      put(1, m[1]);
+      put(0, m[0]);
+      break;
+    default:
+      store(digits, reverse_bytes(m[3] << spare));
+      put(2, m[2]);
+      put(1, m[1]);
+      put(0, m[0]);
+  }
   return VDX_SUCCESS;
 }
 

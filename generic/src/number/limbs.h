@@ -95,45 +95,34 @@ constexpr Divisor make_divisor(const Magnitude& value) {
   return divisor;
 }
 
-// The dividend has `count` limbs and room for one more; count is at least the divisor's size. The
-// quotient gets count - size + 1 limbs and may not overlap. The remainder, shifted as the divisor
-// is, stays in the dividend's low limbs.
+// (rest * 2^64 + next) / divisor, where the top bit of the divisor is set and rest is below it.
 template <typename Arithmetic = Wide>
-constexpr void divide_limbs(std::uint64_t* dividend, std::size_t count, const Divisor& divisor,
+constexpr Quotient divide_step(std::uint64_t rest, std::uint64_t next, std::uint64_t divisor,
+                               std::uint64_t reciprocal) {
+  U128 q = Arithmetic::multiply(reciprocal, rest);
+  q.low += next;
+  q.high += rest + (q.low < next ? 1 : 0) + 1;
+  rest = next - q.high * divisor;
+  const std::uint64_t down = 0 - static_cast<std::uint64_t>(rest > q.low);
+  q.high += down;
+  rest += down & divisor;
+  if (rest >= divisor) [[unlikely]] {
+    ++q.high;
+    rest -= divisor;
+  }
+  return {q.high, rest};
+}
+
+// The steps of a division by two limbs or more, dividend and divisor being shifted.
+template <std::size_t kSize, typename Arithmetic>
+constexpr void divide_steps(std::uint64_t* dividend, std::size_t count, const Divisor& divisor,
                             std::uint64_t* quotient) {
-  const std::size_t size = divisor.size;
   const std::uint64_t v = divisor.reciprocal;
-  const std::uint64_t d1 = divisor.limbs[size - 1];
-  dividend[count] = 0;
-  if (const int shift = divisor.shift; shift != 0) {
-    for (std::size_t i = count; i > 0; --i)
-      dividend[i] = dividend[i] << shift | dividend[i - 1] >> (64 - shift);
-    dividend[0] <<= shift;
-  }
-  if (size == 1) {
-    std::uint64_t rest = dividend[count];
-    for (std::size_t i = count; i-- > 0;) {
-      const std::uint64_t next = dividend[i];
-      U128 q = Arithmetic::multiply(v, rest);
-      q.low += next;
-      q.high += rest + (q.low < next ? 1 : 0) + 1;
-      rest = next - q.high * d1;
-      const std::uint64_t down = 0 - static_cast<std::uint64_t>(rest > q.low);
-      q.high += down;
-      rest += down & d1;
-      if (rest >= d1) [[unlikely]] {
-        ++q.high;
-        rest -= d1;
-      }
-      quotient[i] = q.high;
-    }
-    dividend[0] = rest;
-    return;
-  }
-  const std::uint64_t d0 = divisor.limbs[size - 2];
-  for (std::size_t j = count - size + 1; j-- > 0;) {
+  const std::uint64_t d1 = divisor.limbs[kSize - 1];
+  const std::uint64_t d0 = divisor.limbs[kSize - 2];
+  for (std::size_t j = count - kSize + 1; j-- > 0;) {
     std::uint64_t* const part = dividend + j;
-    const std::uint64_t u2 = part[size], u1 = part[size - 1], u0 = part[size - 2];
+    const std::uint64_t u2 = part[kSize], u1 = part[kSize - 1], u0 = part[kSize - 2];
     std::uint64_t digit;
     if (u2 == d1 && u1 >= d0) [[unlikely]] {
       digit = ~std::uint64_t{0};
@@ -162,7 +151,7 @@ constexpr void divide_limbs(std::uint64_t* dividend, std::size_t count, const Di
         r0 = subtract_borrow(r0, d0, borrow);
         r1 -= d1 + borrow;
       }
-      if (size == 2) {
+      if constexpr (kSize == 2) {
         part[2] = 0;
         part[1] = r1;
         part[0] = r0;
@@ -171,21 +160,55 @@ constexpr void divide_limbs(std::uint64_t* dividend, std::size_t count, const Di
       }
     }
     std::uint64_t carry = 0, borrow = 0;
-    for (std::size_t i = 0; i < size; ++i) {
+    VDX_UNROLL
+    for (std::size_t i = 0; i < kSize; ++i) {
       U128 away = Arithmetic::multiply(digit, divisor.limbs[i]);
       away.low += carry;
       carry = away.high + (away.low < carry ? 1 : 0);
       part[i] = subtract_borrow(part[i], away.low, borrow);
     }
-    part[size] = subtract_borrow(part[size], carry, borrow);
+    part[kSize] = subtract_borrow(part[kSize], carry, borrow);
     if (borrow != 0) [[unlikely]] {  // the lower limbs made it one too large
       --digit;
       carry = 0;
-      for (std::size_t i = 0; i < size; ++i) part[i] = add_carry(part[i], divisor.limbs[i], carry);
-      part[size] += carry;
+      for (std::size_t i = 0; i < kSize; ++i) part[i] = add_carry(part[i], divisor.limbs[i], carry);
+      part[kSize] += carry;
     }
     quotient[j] = digit;
   }
+}
+
+// The dividend has `count` limbs and room for one more; count is at least the divisor's size. The
+// quotient gets count - size + 1 limbs and may not overlap. The remainder, shifted as the divisor
+// is, stays in the dividend's low limbs.
+template <typename Arithmetic = Wide>
+constexpr void divide_limbs(std::uint64_t* dividend, std::size_t count, const Divisor& divisor,
+                            std::uint64_t* quotient) {
+  const std::size_t size = divisor.size;
+  const std::uint64_t v = divisor.reciprocal;
+  const std::uint64_t d1 = divisor.limbs[size - 1];
+  dividend[count] = 0;
+  if (const int shift = divisor.shift; shift != 0) {
+    for (std::size_t i = count; i > 0; --i)
+      dividend[i] = dividend[i] << shift | dividend[i - 1] >> (64 - shift);
+    dividend[0] <<= shift;
+  }
+  if (size == 1) {
+    std::uint64_t rest = dividend[count];
+    for (std::size_t i = count; i-- > 0;) {
+      const Quotient step = divide_step<Arithmetic>(rest, dividend[i], d1, v);
+      quotient[i] = step.quotient;
+      rest = step.remainder;
+    }
+    dividend[0] = rest;
+    return;
+  }
+  if (size == 2)
+    divide_steps<2, Arithmetic>(dividend, count, divisor, quotient);
+  else if (size == 3)
+    divide_steps<3, Arithmetic>(dividend, count, divisor, quotient);
+  else
+    divide_steps<4, Arithmetic>(dividend, count, divisor, quotient);
 }
 
 // The powers of ten as divisors.

@@ -9,6 +9,14 @@
 
 #include "number/wide.h"
 
+// Limbs stay in registers only where loops over them are unrolled, which compilers do not do at the
+// level that distributions build with.
+#if defined(__GNUC__)
+#define VDX_UNROLL _Pragma("GCC unroll 8")
+#else
+#define VDX_UNROLL
+#endif
+
 namespace vdx {
 
 using Magnitude = std::array<std::uint64_t, 4>;
@@ -20,6 +28,7 @@ constexpr bool is_zero(const Magnitude& m) { return (m[0] | m[1] | m[2] | m[3]) 
 // Without a branch on the limbs: which of them decides is as unpredictable as values.
 constexpr bool less(const Magnitude& a, const Magnitude& b) {
   std::uint64_t borrow = 0;
+  VDX_UNROLL
   for (std::size_t i = 0; i < 4; ++i) {
     const std::uint64_t difference = a[i] - b[i];
     borrow =

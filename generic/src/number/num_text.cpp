@@ -12,25 +12,26 @@ constexpr std::uint64_t kTen16 = kTen8 * kTen8;
 constexpr Divisor kChunk = make_divisor<PortableWide>(kPowersOfTen[kLimbDigits]);
 static_assert(kChunk.shift == 0);
 
-// The nineteen digits of a chunk end before `end`; up to 24 bytes before it are written.
-VDX_INLINE void put_chunk(unsigned char* end, std::uint64_t chunk) {
-  const std::uint64_t head = chunk / kTen16;
-  const std::uint64_t rest = chunk - head * kTen16;
-  store(end - 24, digits_of_8(head) | 0x3030303030303030);
-  Digits16(rest / kTen8, rest % kTen8).put(end - 16);
+// The last `width` (at most 19) digits of a number that has no more end before `end`; up to 24 bytes
+// before it are written.
+VDX_INLINE void put_digits(unsigned char* end, std::uint64_t number, std::uint32_t width) {
+  if (width > 8) {
+    std::uint64_t rest = number;
+    if (width > 16) {
+      const std::uint64_t head = number / kTen16;
+      rest -= head * kTen16;
+      store(end - 24, digits_of_8(head) | 0x3030303030303030);
+    }
+    Digits16(rest / kTen8, rest % kTen8).put(end - 16);
+  } else {
+    store(end - 8, digits_of_8(number) | 0x3030303030303030);
+  }
 }
 
 constexpr std::uint32_t decimal_digits(std::uint64_t v) {  // 0 has one
   const auto low = static_cast<std::uint32_t>(std::bit_width(v | 1)) * 1233 >> 12;
   return low + (low < 20 && v >= limb_power(static_cast<std::int32_t>(low)) ? 1 : 0) +
          (v == 0 ? 1 : 0);
-}
-
-// Text piece by piece of sixteen bytes; up to fifteen bytes behind it are written too.
-VDX_INLINE void copy_blocks(unsigned char* to, const unsigned char* from, std::uint32_t n) {
-  for (std::uint32_t i = 0; i < n; i += 16) {
-    store(to + i, load<Words>(from + i));
-  }
 }
 
 constexpr std::size_t kKept =
@@ -44,60 +45,60 @@ struct Decimal {
   bool negative = false;
 };
 
-// m * 10^n + the n (at most 77 in all) digits at p, in chunks of sixteen.
+// Digits, sixteen at a time, as a number of at most that many limbs; the limbs stay in registers.
+template <std::size_t kLimbs>
 class Accumulator {
  public:
-  void digits(const std::uint8_t* p, std::uint32_t n) {
+  VDX_INLINE void digits(const std::uint8_t* p, std::uint32_t n) {
     for (; n >= 16; n -= 16, p += 16) append(Block::whole(p).number(16), kTen16);
     if (n != 0)
       append(number_in(p, Block::of(p, n), n, n), limb_power(static_cast<std::int32_t>(n)));
   }
-  void increment() {
-    for (std::uint64_t& limb : magnitude_)
-      if (++limb != 0) break;
+  VDX_INLINE void add(std::uint64_t up) {
+    VDX_UNROLL
+    for (std::size_t i = 0; i < kLimbs; ++i) {
+      limbs_[i] += up;
+      up = static_cast<std::uint64_t>(limbs_[i] < up);
+    }
   }
-  const Magnitude& magnitude() const { return magnitude_; }
+  VDX_INLINE Magnitude magnitude() const {
+    Magnitude magnitude{};
+    VDX_UNROLL
+    for (std::size_t i = 0; i < kLimbs; ++i) magnitude[i] = limbs_[i];
+    return magnitude;
+  }
 
  private:
-  void append(std::uint64_t chunk, std::uint64_t power) {
-    for (std::size_t i = 0; i < size_; ++i) {
-      const U128 product = Wide::multiply(magnitude_[i], power);
-      magnitude_[i] = product.low + chunk;
-      chunk = product.high + (magnitude_[i] < chunk ? 1 : 0);
+  VDX_INLINE void append(std::uint64_t chunk, std::uint64_t power) {
+    VDX_UNROLL
+    for (std::size_t i = 0; i < kLimbs; ++i) {
+      const U128 product = Wide::multiply(limbs_[i], power);
+      limbs_[i] = product.low + chunk;
+      chunk = product.high + static_cast<std::uint64_t>(limbs_[i] < chunk);
     }
-    if (chunk != 0) magnitude_[size_++] = chunk;
   }
 
-  Magnitude magnitude_{};
-  std::size_t size_ = 0;
+  std::uint64_t limbs_[kLimbs] = {};
 };
 
-NumericStatus overflow(Exact& value) {
-  value.magnitude.fill(~std::uint64_t{0});
-  return NumericStatus::overflow;
-}
-
-// The decimal at the value's scale. The first digit that goes decides the rounding.
-NumericStatus settle(const Decimal& decimal, Exact& value) {
-  value.negative = false;
-  value.magnitude = {};
-  if (decimal.count == 0) return NumericStatus::done;
-  value.negative = decimal.negative;
-  const std::int64_t up = decimal.exponent + value.scale;
+// The decimal at the scale. The first digit that goes decides the rounding.
+std::int32_t settle(const Decimal& decimal, std::int32_t precision, std::int32_t scale,
+                    void* image) {
+  const std::int64_t up = decimal.exponent + scale;
   const auto count = static_cast<std::int64_t>(decimal.count);
-  if (count + up > kMaxPrecision) return overflow(value);
-  if (count + up < 0) {
-    value.negative = false;
-    return NumericStatus::done;
+  Magnitude magnitude{};
+  bool fits = true;
+  if (count != 0 && count + up > kMaxPrecision) {
+    fits = false;
+  } else if (count != 0 && count + up >= 0) {
+    const auto keep = static_cast<std::size_t>(std::min(count, count + up));
+    Accumulator<4> sum;
+    sum.digits(decimal.digits, static_cast<std::uint32_t>(keep));
+    sum.add(keep < decimal.count && decimal.digits[keep] >= '5' ? 1 : 0);
+    magnitude = sum.magnitude();
+    fits = up <= 0 || scale_up(magnitude, static_cast<std::int32_t>(up));
   }
-  const auto keep = static_cast<std::size_t>(std::min(count, count + up));
-  Accumulator sum;
-  sum.digits(decimal.digits, static_cast<std::uint32_t>(keep));
-  if (keep < decimal.count && decimal.digits[keep] >= '5') sum.increment();
-  value.magnitude = sum.magnitude();
-  if (up > 0 && !scale_up(value.magnitude, static_cast<std::int32_t>(up))) return overflow(value);
-  if (is_zero(value.magnitude)) value.negative = false;
-  return NumericStatus::done;
+  return put_image(fits, magnitude, decimal.negative, precision, scale, image);
 }
 
 // The text's characters, each folded to a single byte.
@@ -185,109 +186,131 @@ VDX_INLINE std::uint32_t digit_run(const std::uint8_t* p, const std::uint8_t* en
   return run;
 }
 
-// Blanks, a sign, digits, a point, digits, blanks, with no more digits than a numeric has: nearly
-// every text. These are single bytes that stand for themselves in every character set.
-VDX_INLINE bool plain_numeric(const std::uint8_t* p, const std::uint8_t* end, Exact& value,
-                              NumericStatus& status) {
+// The parts of a text of blanks, a sign, digits, a point, digits and blanks: nearly every text.
+// These are single bytes that stand for themselves in every character set.
+struct PlainDecimal {
+  const std::uint8_t* digits;
+  const std::uint8_t* fraction;
+  std::uint32_t whole;
+  std::uint32_t places;
+  bool negative;
+};
+
+VDX_INLINE bool split_plain(const std::uint8_t* p, const std::uint8_t* end, PlainDecimal& plain) {
   constexpr std::uint64_t kBlanks = 0x2020202020202020;
   while (p != end && *p == ' ') ++p;
   while (end - p >= 8 && load<std::uint64_t>(end - 8) == kBlanks) end -= 8;
   while (p != end && end[-1] == ' ') --end;
   if (p == end) return false;
-  const bool minus = *p == '-';
-  p += minus || *p == '+' ? 1 : 0;
-  const std::uint32_t whole = digit_run(p, end);
-  const std::uint8_t* fraction = end;
-  std::uint32_t places = 0;
-  if (p + whole != end) {
-    if (p[whole] != '.') return false;
-    fraction = p + whole + 1;
-    places = digit_run(fraction, end);
-    if (fraction + places != end) return false;
-  }
-  const std::uint32_t kept = std::min(places, static_cast<std::uint32_t>(value.scale));
-  if (whole + places == 0 || whole + kept > static_cast<std::uint32_t>(kMaxPrecision)) return false;
-  Accumulator sum;
-  sum.digits(p, whole);
-  sum.digits(fraction, kept);
-  if (kept < places && fraction[kept] >= '5') sum.increment();
-  value.magnitude = sum.magnitude();
-  value.negative = minus;
-  status = NumericStatus::done;
-  if (!scale_up(value.magnitude, value.scale - static_cast<std::int32_t>(kept)))
-    status = overflow(value);
-  else if (is_zero(value.magnitude))
-    value.negative = false;
-  return true;
+  plain.negative = *p == '-';
+  p += (*p == '-') | (*p == '+');  // no branch: signs are as unpredictable as values
+  plain.digits = p;
+  plain.whole = digit_run(p, end);
+  plain.fraction = end;
+  plain.places = 0;
+  p += plain.whole;
+  if (p == end) return plain.whole != 0;
+  if (*p != '.') return false;
+  plain.fraction = p + 1;
+  plain.places = digit_run(p + 1, end);
+  return plain.fraction + plain.places == end && plain.whole + plain.places != 0;
+}
+
+template <std::size_t kLimbs>
+VDX_INLINE std::int32_t put_plain(const PlainDecimal& plain, std::uint32_t kept,
+                                  std::int32_t precision, std::int32_t scale, void* image) {
+  Accumulator<kLimbs> sum;
+  sum.digits(plain.digits, plain.whole);
+  sum.digits(plain.fraction, kept);
+  if (kept < plain.places) sum.add(plain.fraction[kept] >= '5' ? 1 : 0);
+  const auto missing = scale - static_cast<std::int32_t>(kept);
+  if (missing == 0) [[likely]]
+    return put_image(true, sum.magnitude(), plain.negative, precision, scale, image);
+  Magnitude magnitude = sum.magnitude();
+  const bool fits = scale_up(magnitude, missing);
+  return put_image(fits, magnitude, plain.negative, precision, scale, image);
 }
 
 }  // namespace
 
 void put_numeric(const Exact& value, NumericText& text) {
-  // Digits in chunks that end at kEnd; five chunks hold 256 bits with room for the zeros before.
-  constexpr std::uint32_t kEnd = 112;
-  unsigned char digits[kEnd + 16];
-  std::uint64_t limbs[6], quotient[5];
-  std::memcpy(limbs, value.magnitude.data(), sizeof value.magnitude);
-  std::size_t size = used_limbs(limbs, 4);
-  std::uint32_t at = kEnd;
-  while (size > 1) {
-    divide_limbs(limbs, size, kChunk, quotient);
-    put_chunk(digits + at, limbs[0]);
-    at -= 19;
-    std::memcpy(limbs, quotient, sizeof(Magnitude));
-    size = used_limbs(limbs, size);
+  unsigned char* const end = text.bytes + NumericText::kEnd;
+  unsigned char* at = end;
+  const auto places = static_cast<std::uint32_t>(value.scale);
+  std::uint32_t left = places;  // digits behind the point still to come
+  // So many digits more, in two pieces where the point falls among them. A piece may write before
+  // its digits, which the next one covers.
+  const auto put = [&at, &left](std::uint64_t chunk, std::uint32_t width) {
+    if (left != 0 && left < width) {
+      const Divisor& power = kPowerDivisors[left];
+      const Quotient parts = divide_step(chunk >> (64 - power.shift), chunk << power.shift,
+                                         power.limbs[0], power.reciprocal);
+      put_digits(at, parts.remainder >> power.shift, left);
+      at -= left;
+      *--at = '.';
+      width -= left;
+      left = 0;
+      chunk = parts.quotient;
+    }
+    put_digits(at, chunk, width);
+    at -= width;
+    if (left == 0) return;
+    left -= width;
+    if (left == 0) *--at = '.';
+  };
+  Magnitude rest = value.magnitude;
+  std::size_t size = used_limbs(rest.data(), rest.size());
+  std::uint32_t digits = 0;
+  while (size > 1 || (size == 1 && rest[0] >= kChunk.limbs[0])) {
+    std::uint64_t remainder = 0;
+    for (std::size_t i = size; i-- > 0;) {
+      const Quotient step = divide_step(remainder, rest[i], kChunk.limbs[0], kChunk.reciprocal);
+      rest[i] = step.quotient;
+      remainder = step.remainder;
+    }
+    put(remainder, kLimbDigits);
+    digits += kLimbDigits;
+    size = used_limbs(rest.data(), size);
   }
-  std::uint64_t head = size == 0 ? 0 : limbs[0];
-  if (head >= limb_power(kLimbDigits)) {
-    put_chunk(digits + at, head - limb_power(kLimbDigits));
-    at -= 19;
-    head = 1;
-  }
-  put_chunk(digits + at, head);
-  const std::uint32_t places = static_cast<std::uint32_t>(value.scale);
-  const std::uint32_t count = std::max(kEnd - at + decimal_digits(head), places + 1);
-  if (count > kEnd - at + 19) std::memset(digits + kEnd - count, '0', at - 19 - (kEnd - count));
-
-  unsigned char* out = text.bytes + 16;
-  *out = '-';
-  text.begin = value.negative ? 16 : 17;
-  const std::uint32_t whole = count - places;
-  copy_blocks(out + 1, digits + kEnd - count, whole);
-  out += 1 + whole;
-  if (places != 0) {
-    *out = '.';
-    copy_blocks(out + 1, digits + kEnd - places, places);
-    out += 1 + places;
-  }
-  text.end = static_cast<std::uint32_t>(out - text.bytes);
+  const std::uint32_t head = decimal_digits(rest[0]);
+  put(rest[0], head);
+  digits += head;
+  const std::uint32_t significant = std::max(digits, places + 1);
+  for (; digits < places + 1; digits += kLimbDigits) put(0, kLimbDigits);
+  const std::uint32_t count = significant + (places != 0 ? 1 : 0);
+  end[-static_cast<std::ptrdiff_t>(count) - 1] = '-';
+  text.begin = NumericText::kEnd - count - (value.negative ? 1 : 0);
 }
 
-NumericStatus parse_numeric_grammar(const std::uint8_t* text, std::int32_t length,
-                                    const vdx_charattr& attributes, std::int32_t scale,
-                                    Exact& value) {
-  value.scale = scale;
+std::int32_t parse_numeric_grammar(const std::uint8_t* text, std::int32_t length,
+                                   const vdx_charattr& attributes, std::int32_t precision,
+                                   std::int32_t scale, void* image) {
   FoldedText characters(text, length, attributes);
   Decimal decimal;
   characters.skip_blanks();
   if (characters.more()) {
     decimal.negative = characters.take('-');
     if (!decimal.negative) characters.take('+');
-    if (!read_digits(characters, decimal) || !read_exponent(characters, decimal))
-      return NumericStatus::syntax;
+    if (!read_digits(characters, decimal) || !read_exponent(characters, decimal)) return VDX_SYNTAX;
     characters.skip_blanks();
-    if (characters.more()) return NumericStatus::syntax;
+    if (characters.more()) return VDX_SYNTAX;
   }
-  return settle(decimal, value);
+  return settle(decimal, precision, scale, image);
 }
 
-NumericStatus parse_numeric(const std::uint8_t* text, std::int32_t length,
-                            const vdx_charattr& attributes, std::int32_t scale, Exact& value) {
-  value.scale = scale;
-  NumericStatus status;
-  if (length > 0 && plain_numeric(text, text + length, value, status)) [[likely]]
-    return status;
-  return parse_numeric_grammar(text, length, attributes, scale, value);
+std::int32_t parse_numeric(const std::uint8_t* text, std::int32_t length,
+                           const vdx_charattr& attributes, std::int32_t precision,
+                           std::int32_t scale, void* image) {
+  if (precision < 1 || precision > kMaxPrecision) return VDX_BAD_PRECISION;
+  if (scale < 0 || scale > kMaxPrecision) return VDX_BAD_SCALE;
+  PlainDecimal plain;
+  if (length > 0 && split_plain(text, text + length, plain)) [[likely]] {
+    const std::uint32_t kept = std::min(plain.places, static_cast<std::uint32_t>(scale));
+    if (plain.whole + kept <= 38) return put_plain<2>(plain, kept, precision, scale, image);
+    if (plain.whole + kept <= static_cast<std::uint32_t>(kMaxPrecision))
+      return put_plain<4>(plain, kept, precision, scale, image);
+  }
+  return parse_numeric_grammar(text, length, attributes, precision, scale, image);
 }
 
 }  // namespace vdx
