@@ -159,7 +159,8 @@ std::uint64_t swapped(const std::uint8_t* at) {
   return __builtin_bswap64(word);
 }
 
-// 38 digits are sixteen bytes of magnitude: what a program does that knows it has no others.
+// 38 digits are sixteen bytes of magnitude: what a program does that knows it has no others, and
+// that they are valid and fit.
 template <Operator kOperator>
 bool by_int128(Column out, const vdx_num& a, const vdx_num& b, vdx_num* result) {
   const UInt128 x = static_cast<UInt128>(swapped(a.value + 1)) << 64 | swapped(a.value + 9);
@@ -220,11 +221,12 @@ void arithmetic_row(const std::string& row, Column in, Column out,
 #endif
   if constexpr (kOperator != Operator::multiply)
     if (in.precision == 38)
-      value_contender(row, "__int128", results, expected,
+      value_contender(row, kOperator == Operator::add ? "__int128 (floor)" : "__int128", results,
+                      expected,
                       [=](std::size_t i) { return by_int128<kOperator>(out, x[i], y[i], to + i); });
 }
 
-// Digits with a point in them, one by one.
+// Digits with a point in them, one by one: no blanks, no rounding, no limits, no image.
 bool parse_int128(const char* at, const char* end, UInt128* value, bool* negative) {
   *negative = at != end && *at == '-';
   if (*negative) ++at;
@@ -273,10 +275,11 @@ void text_to_numeric_row(const std::string& row, Column column) {
         wanted[i].magnitude = wanted[i].magnitude << 8 | expected[i].value[k];
       wanted[i].negative = expected[i].value[0] != 0;
     }
-    value_contender(
-        row, "__int128 digit loop", values, wanted, [in, out = values.data()](std::size_t i) {
-          return parse_int128(in[i].data, in[i].end(), &out[i].magnitude, &out[i].negative);
-        });
+    value_contender(row, "__int128 digit loop (floor)", values, wanted,
+                    [in, out = values.data()](std::size_t i) {
+                      return parse_int128(in[i].data, in[i].end(), &out[i].magnitude,
+                                          &out[i].negative);
+                    });
   }
 #ifdef VDX_PEER_CPPINT
   // It knows no point: its texts have none.

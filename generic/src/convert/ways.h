@@ -13,9 +13,6 @@
 
 namespace vdx {
 
-template <Family>
-struct datatype;
-
 // clang-format off
 template <> struct datatype<family_i1>      : integer<std::uint8_t> {};
 template <> struct datatype<family_i2>      : integer<std::int16_t> {};
@@ -32,12 +29,14 @@ template <> struct datatype<family_mny4>    : money_count<std::int32_t> {};
 template <> struct datatype<family_num>     : exact_numeric {};
 template <> struct datatype<family_char>    : characters {};
 template <> struct datatype<family_varchar> : counted_characters {};
+template <> struct datatype<family_unichar> : utf16 {};
 template <> struct datatype<family_bin>     : bytes {};
 template <> struct datatype<family_varbin>  : counted_bytes {};
 template <> struct datatype<family_sensitivity> : characters {};
 template <> struct datatype<family_boundary>    : characters {};
 template <> struct datatype<family_xml>         : characters {};
 template <> struct datatype<family_text>        : characters {};
+template <> struct datatype<family_image>       : bytes {};
 template <> struct datatype<family_locator>     : bytes {};
 template <> struct datatype<family_datetime>    : instant<DatetimeType> {};
 template <> struct datatype<family_date4>       : instant<Date4Type> {};
@@ -138,18 +137,22 @@ struct image_bytes {
 
 // Between text and the small calendar types: the big ones take the same functions, and their codes
 // tell which it is.
-struct by_code {
+template <class Way>
+struct by_code_with {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
     if constexpr (big_kin(Destination) != family_none) {
       if (accepts<codes_of(kDestinationFamily, big_kin(Destination))>(call.format->datatype))
-        return direct::convert<Source, big_kin(Destination)>(call);
+        return Way::template convert<Source, big_kin(Destination)>(call);
     } else if (accepts<codes_of(kSourceFamily, big_kin(Source))>(call.source_format->datatype)) {
-      return direct::convert<big_kin(Source), Destination>(call);
+      return Way::template convert<big_kin(Source), Destination>(call);
     }
-    return direct::convert<Source, Destination>(call);
+    return Way::template convert<Source, Destination>(call);
   }
 };
+
+using by_code = by_code_with<direct>;
+using units_by_code = by_code_with<from_units>;
 
 // The image of a fixed-length value from bytes: short ones end in zeros, long ones are cut, and what
 // is no image of the type is stored nowhere.
@@ -187,14 +190,6 @@ struct from_bytes {
     } else {
       return readable<datatype<Destination>>({nullptr, nullptr, image, nullptr, nullptr, nullptr});
     }
-  }
-};
-
-// Bytes as digits in units.
-struct as_utf16_digits {
-  template <Family Source, Family>
-  static std::int32_t convert(const Call& call) {
-    return write_as_utf16(call, datatype<Source>::read(call));
   }
 };
 

@@ -2,7 +2,8 @@
 //
 // Units are in native byte order unless a parameter says that their bytes are swapped, and need no
 // alignment. Nothing here allocates, and a character is never cut: where the next one does not fit
-// whole, the work stops before it. Where the next character is malformed, that is the outcome
+// whole, the work stops before it. Behind what is placed nothing is written, unless the source is
+// malformed; beyond the room, never. Where the next character is malformed, that is the outcome
 // whether there is room or not. In a double-byte set a lead byte and the byte behind it are one
 // character whatever the second is, as everywhere in the library.
 #ifndef VDX_INTL_UNICODE_H
@@ -44,8 +45,8 @@ Transcoded to_utf16(const vdx_charattr& set, const std::uint8_t* from, std::size
 Transcoded from_utf16(const vdx_charattr& set, const void* from, std::size_t units,
                       std::uint8_t* to, std::size_t room, Missing missing = Missing::substitute);
 
-// Bytes of one set as bytes of another. Equal sets are checked (UTF-8 must be well-formed) and
-// copied, whatever their bytes stand for.
+// Bytes of one set, which may be kUtf16, as bytes of another. Equal sets are checked (UTF-8 must be
+// well-formed) and copied, whatever their bytes stand for.
 Transcoded transcode(const vdx_charattr& from_set, const std::uint8_t* from, std::size_t n,
                      const vdx_charattr& to_set, std::uint8_t* to, std::size_t room,
                      Missing missing = Missing::substitute);

@@ -59,6 +59,10 @@ struct Utf16Sink {
     widen_16<Swapped>(block, to + 2 * placed);
     next = placed += 16;
   }
+  void ascii_few(const std::uint8_t* text, std::size_t n) {
+    widen_few<Swapped>(text, n, to + 2 * placed);
+    next = placed += n;
+  }
 #endif
 };
 
@@ -68,6 +72,7 @@ struct Checker {
   static void keep() {}
 #if defined(VDX_SSE2)
   static void ascii(__m128i) {}
+  static void ascii_few(const std::uint8_t*, std::size_t) {}
 #endif
 };
 
@@ -242,6 +247,9 @@ std::size_t well_formed_utf16(const void* units, std::size_t n) {
 std::size_t well_formed_utf8(const std::uint8_t* bytes, std::size_t n) {
   Checker checker;
   std::size_t i = 0;
+#if defined(VDX_SSE2)
+  if (n < 16) i = ascii_run_of_few(bytes, n);
+#endif
   while (i < n) {
     i = utf8_blocks(bytes, i, n, checker);
     if (i == n) break;

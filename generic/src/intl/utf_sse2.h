@@ -48,7 +48,7 @@ VDX_INLINE void widen_16(__m128i block, std::uint8_t* to) {
   put_block(to + 16, widened_low<Swapped>(_mm_unpackhi_epi64(block, block)));
 }
 
-// Fewer than sixteen.
+// Sixteen or fewer.
 template <bool Swapped>
 VDX_INLINE void widen_few(const std::uint8_t* from, std::size_t n, std::uint8_t* to) {
   if (n >= 8) {
@@ -92,6 +92,26 @@ VDX_INLINE std::size_t ascii_run_of_few(const std::uint8_t* from, std::size_t n)
 template <std::uint32_t Limit, bool Swapped>
 VDX_INLINE std::size_t widen_blocks(const std::uint8_t* from, std::size_t n, std::uint8_t* to) {
   const auto high = [](__m128i block) { return Limit == 0x80 ? high_bits(block) : 0u; };
+  if (n < 16) {
+    const std::size_t run = Limit == 0x80 ? ascii_run_of_few(from, n) : n;
+    widen_few<Swapped>(from, run, to);
+    return run;
+  }
+  if (n <= 64) {
+    // Blocks from both ends, which may overlap.
+    const __m128i a = block_at(from), z = block_at(from + n - 16);
+    const std::size_t second = n > 32 ? 16 : 0;
+    const __m128i b = block_at(from + second), y = block_at(from + n - 16 - second);
+    if (high(_mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(y, z))) == 0) {
+      widen_16<Swapped>(a, to);
+      if (second != 0) {
+        widen_16<Swapped>(b, to + 32);
+        widen_16<Swapped>(y, to + 2 * n - 64);
+      }
+      widen_16<Swapped>(z, to + 2 * n - 32);
+      return n;
+    }
+  }
   std::size_t i = 0;
   for (; n - i >= 64; i += 64) {
     const __m128i a = block_at(from + i), b = block_at(from + i + 16);
@@ -112,29 +132,20 @@ VDX_INLINE std::size_t widen_blocks(const std::uint8_t* from, std::size_t n, std
     widen_16<Swapped>(block, to + 2 * i);
   }
   if (i == n) return n;
-  if (i != 0) {
-    const __m128i last = block_at(from + n - 16);
-    const std::uint32_t bits = high(last);
-    if (bits == 0) {
-      widen_16<Swapped>(last, to + 2 * n - 32);
-      return n;
-    }
-    const std::size_t run = n - 16 + static_cast<std::size_t>(std::countr_zero(bits)) - i;
-    widen_few<Swapped>(from + i, run, to + 2 * i);
-    return i + run;
+  const __m128i last = block_at(from + n - 16);
+  const std::uint32_t bits = high(last);
+  if (bits == 0) {
+    widen_16<Swapped>(last, to + 2 * n - 32);
+    return n;
   }
-  const std::size_t run = Limit == 0x80 ? ascii_run_of_few(from, n) : n;
-  widen_few<Swapped>(from, run, to);
-  return run;
+  const std::size_t run = n - 16 + static_cast<std::size_t>(std::countr_zero(bits)) - i;
+  widen_few<Swapped>(from + i, run, to + 2 * i);
+  return i + run;
 }
 
-// Fewer than sixteen units, all of them bytes.
+// Fewer than eight units, all of them bytes.
 VDX_INLINE void narrow_few(const std::uint8_t* units, std::size_t n, std::uint8_t* to) {
-  if (n >= 8) {
-    const __m128i first = block_at(units), last = block_at(units + 2 * n - 16);
-    put_half(to, _mm_packus_epi16(first, first));
-    put_half(to + n - 8, _mm_packus_epi16(last, last));
-  } else if (n >= 4) {
+  if (n >= 4) {
     const __m128i first = half_at(units), last = half_at(units + 2 * n - 8);
     store(to, _mm_cvtsi128_si32(_mm_packus_epi16(first, first)));
     store(to + n - 4, _mm_cvtsi128_si32(_mm_packus_epi16(last, last)));
@@ -155,46 +166,38 @@ VDX_INLINE std::uint32_t narrow_bits(__m128i a, __m128i b) {
 template <std::uint32_t Limit>
 VDX_INLINE std::size_t narrow_blocks(const std::uint8_t* units, std::size_t n, std::uint8_t* to) {
   std::size_t i = 0;
-  for (; n - i >= 32; i += 32) {
-    const __m128i a = block_at(units + 2 * i), b = block_at(units + 2 * i + 16);
-    const __m128i c = block_at(units + 2 * i + 32), d = block_at(units + 2 * i + 48);
-    if (narrow_bits<Limit>(_mm_or_si128(a, b), _mm_or_si128(c, d)) != 0xFFFF) break;
-    put_block(to + i, _mm_packus_epi16(a, b));
-    put_block(to + i + 16, _mm_packus_epi16(c, d));
-  }
-  for (; n - i >= 16; i += 16) {
-    const __m128i a = block_at(units + 2 * i), b = block_at(units + 2 * i + 16);
-    if (const std::uint32_t bits = narrow_bits<Limit>(a, b); bits != 0xFFFF) {
-      const auto run = static_cast<std::size_t>(std::countr_one(bits));
-      narrow_few(units + 2 * i, run, to + i);
-      return i + run;
-    }
-    put_block(to + i, _mm_packus_epi16(a, b));
-  }
-  if (i == n) return n;
-  std::size_t run = n - i;  // fewer than sixteen
-  if (i != 0 || run >= 8) {
-    // The last eight units and, where there are more, the first or last but eight.
-    const std::uint8_t* const tail = units + 2 * n - 16;
-    const std::uint8_t* const head = i != 0 ? tail - 16 : units;
-    const __m128i a = block_at(head), b = block_at(tail);
-    const std::uint32_t bits = narrow_bits<Limit>(a, b);
-    if (bits == 0xFFFF) {
-      if (i != 0) {
-        put_block(to + n - 16, _mm_packus_epi16(a, b));
+  if (n >= 8 && n <= 32) {
+    // Blocks from both ends, which may overlap.
+    const std::size_t second = n > 16 ? 16 : 0;  // bytes
+    const std::uint8_t* const end = units + 2 * n;
+    const __m128i a = block_at(units), b = block_at(units + second);
+    const __m128i y = block_at(end - 16 - second), z = block_at(end - 16);
+    if (narrow_bits<Limit>(_mm_or_si128(a, b), _mm_or_si128(y, z)) == 0xFFFF) {
+      if (second != 0) {
+        put_block(to, _mm_packus_epi16(a, b));
+        put_block(to + n - 16, _mm_packus_epi16(y, z));
       } else {
         put_half(to, _mm_packus_epi16(a, a));
-        put_half(to + n - 8, _mm_packus_epi16(b, b));
+        put_half(to + n - 8, _mm_packus_epi16(z, z));
       }
       return n;
     }
-    const auto good = static_cast<std::size_t>(std::countr_one(bits));
-    run = i != 0 || good >= 8 ? n - 16 + good - i : good;
-  } else {
-    std::size_t good = 0;
-    while (good < run && unit_at(units, good) < Limit) ++good;
-    run = good;
   }
+  for (; n - i >= 32; i += 32) {
+    const __m128i a = block_at(units + 2 * i), b = block_at(units + 2 * i + 16);
+    const __m128i c = block_at(units + 2 * i + 32), d = block_at(units + 2 * i + 48);
+    if (narrow_bits<Limit>(_mm_or_si128(a, c), _mm_or_si128(b, d)) != 0xFFFF) break;
+    put_block(to + i, _mm_packus_epi16(a, b));
+    put_block(to + i + 16, _mm_packus_epi16(c, d));
+  }
+  for (; n - i >= 8; i += 8) {
+    const __m128i block = block_at(units + 2 * i);
+    if (narrow_bits<Limit>(block, block) != 0xFFFF) break;
+    put_half(to + i, _mm_packus_epi16(block, block));
+  }
+  // The rest is short, or its first eight units hold one that is no byte.
+  std::size_t run = 0;
+  while (run < n - i && unit_at(units, i + run) < Limit) ++run;
   narrow_few(units + 2 * i, run, to + i);
   return i + run;
 }
@@ -204,8 +207,8 @@ VDX_INLINE std::size_t narrow_blocks(const std::uint8_t* units, std::size_t n, s
 struct Utf8Form {
   std::uint32_t marks, keep, first, span;
 };
-inline constexpr std::array<Utf8Form, 17> kUtf8Forms = [] {
-  std::array<Utf8Form, 17> forms{};
+inline constexpr std::array<Utf8Form, 65> kUtf8Forms = [] {
+  std::array<Utf8Form, 65> forms{};
   for (Utf8Form& form : forms) form = {0, 0, 1, 0};  // the code is 0: none
   forms[1] = {0, 0xFF, 0, 0x7F};
   forms[2] = {0x3080, 0xFFFF, 0x80, 0x7FF - 0x80};
@@ -219,9 +222,9 @@ inline constexpr std::array<Utf8Form, 17> kUtf8Forms = [] {
 // codes were none. There are never more codes, those from 0x10000 on counted twice, than bytes.
 // Ahead: four bytes may be read from each start on; else the four that each character ends with.
 template <bool Ahead, class Use>
-VDX_INLINE std::size_t take_characters(const std::uint8_t* block, std::uint32_t starts, Use use) {
+VDX_INLINE std::size_t take_characters(const std::uint8_t* block, std::uint64_t starts, Use use) {
   std::size_t at = 0;
-  std::uint32_t bad = ~starts & 1;
+  std::uint32_t bad = (starts & 1) == 0;
   for (starts &= starts - 1; starts != 0; starts &= starts - 1) {
     const auto end = static_cast<std::size_t>(std::countr_zero(starts));
     const Utf8Form& form = kUtf8Forms[end - at];
@@ -240,8 +243,8 @@ VDX_INLINE std::size_t take_characters(const std::uint8_t* block, std::uint32_t 
 
 // Takes text from byte i on, where a character starts, as far as blocks go and the text is
 // well-formed; gives where it stopped. The sink has has_room(n), whether what n bytes give has
-// room, ascii(block) for sixteen characters, and character(code), the effect of which lasts where
-// keep() follows.
+// room, ascii(block) for sixteen characters and ascii_few(text, n) for as many or fewer, and
+// character(code), the effect of which lasts where keep() follows.
 template <class Sink>
 VDX_INLINE std::size_t utf8_blocks(const std::uint8_t* text, std::size_t i, std::size_t n,
                                    Sink& sink) {
@@ -253,15 +256,25 @@ VDX_INLINE std::size_t utf8_blocks(const std::uint8_t* text, std::size_t i, std:
       i += 16;
       continue;
     }
-    const std::size_t taken = take_characters<true>(text + i, start_bits(block), use);
+    std::uint64_t starts = start_bits(block);
+    if (n - i >= 66 && sink.has_room(64))
+      for (std::size_t at = 16; at < 64; at += 16)
+        starts |= std::uint64_t{start_bits(block_at(text + i + at))} << at;
+    const std::size_t taken = take_characters<true>(text + i, starts, use);
     if (taken == 0) return i;
     sink.keep();
     i += taken;
   }
   const std::size_t left = n - i;
-  if (left == 0 || left > 16 || i < 3 || n < 16 || !sink.has_room(left)) return i;
-  const std::uint32_t starts = start_bits(block_at(text + n - 16)) >> (16 - left) | 1u << left;
-  const std::size_t taken = take_characters<false>(text + i, starts, use);
+  if (left == 0 || left > 16 || n < 16 || !sink.has_room(left)) return i;
+  const __m128i last = block_at(text + n - 16);
+  if (high_bits(last) >> (16 - left) == 0) {
+    sink.ascii_few(text + i, left);
+    return n;
+  }
+  if (i < 3) return i;
+  const std::size_t taken = take_characters<false>(
+      text + i, start_bits(last) >> (16 - left) | std::uint32_t{1} << left, use);
   if (taken != 0) sink.keep();
   return i + taken;
 }
