@@ -29,6 +29,7 @@ template <> struct datatype<family_flt4>    : floating<float> {};
 template <> struct datatype<family_flt8>    : floating<double> {};
 template <> struct datatype<family_money>   : money_count<std::int64_t> {};
 template <> struct datatype<family_mny4>    : money_count<std::int32_t> {};
+template <> struct datatype<family_num>     : exact_numeric {};
 template <> struct datatype<family_char>    : characters {};
 template <> struct datatype<family_varchar> : counted_characters {};
 template <> struct datatype<family_bin>     : bytes {};
@@ -50,13 +51,21 @@ inline bool readable(const Call& call) {
     return true;
 }
 
-// The pair in one inlined piece: what rows of real data meet.
+// The pair in one inlined piece: what rows of real data meet. A kind that has to read a value to
+// know whether it is one does both at once, and names what it reads Checked.
 struct direct {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
-    if (!readable<datatype<Source>>(call)) [[unlikely]]
-      return VDX_INVALID;
-    return datatype<Destination>::write(call, datatype<Source>::read(call));
+    if constexpr (requires { typename datatype<Source>::Checked; }) {
+      typename datatype<Source>::Checked value;
+      if (!datatype<Source>::read(call, value)) [[unlikely]]
+        return VDX_INVALID;
+      return datatype<Destination>::write(call, value);
+    } else {
+      if (!readable<datatype<Source>>(call)) [[unlikely]]
+        return VDX_INVALID;
+      return datatype<Destination>::write(call, datatype<Source>::read(call));
+    }
   }
 };
 
@@ -70,8 +79,6 @@ inline Exact exact_of(Money<M> money) {
   return exact_money(money.count);
 }
 
-std::int32_t write_exact(const Call& call, const Exact& value);
-
 // Through the exact value: a sign, a magnitude and a scale that lose nothing. One writer serves
 // every source.
 struct exact {
@@ -81,21 +88,6 @@ struct exact {
     if (!readable<datatype<Source>>(call)) [[unlikely]]
       return VDX_INVALID;
     return write_exact(call, exact_of(datatype<Source>::read(call)));
-  }
-};
-
-// Between floats and numerics.
-struct through_numeric {
-  template <Family Source, Family Destination>
-  static std::int32_t convert(const Call& call) {
-    if constexpr (Destination == family_num) {
-      return write_as_numeric(call, datatype<Source>::read(call));
-    } else {
-      Exact value;
-      if (read_numeric(call.source, value) != VDX_SUCCESS) [[unlikely]]
-        return VDX_INVALID;
-      return datatype<Destination>::write(call, value);
-    }
   }
 };
 
