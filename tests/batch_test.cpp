@@ -15,6 +15,7 @@ struct Pair {
   vdx_text_batch* texts;
 };
 
+// clang-format off
 enum : std::int32_t {
   code_i1 = VDX_I1, code_i2 = VDX_I2, code_i4 = VDX_I4, code_i8 = VDX_I8,
   code_ui2 = VDX_UI2, code_ui4 = VDX_UI4, code_ui8 = VDX_UI8, code_bit = VDX_BIT,
@@ -23,6 +24,7 @@ enum : std::int32_t {
   code_datea = VDX_DATEA, code_timea = VDX_TIMEA,
   code_bigdatetime = VDX_BIGDATETIME, code_bigtime = VDX_BIGTIME,
 };
+// clang-format on
 
 #define BATCH_NUMBER(S, D, way) {#S " to " #D, code_##S, code_##D, comnb_##S##to##D, nullptr},
 #define BATCH_DATE(S, D, way) BATCH_NUMBER(S, D, way)
@@ -135,12 +137,54 @@ TEST(Batch, GivesWhatSingleConversionsGive) {
   }
 }
 
+// Arrays beyond the caches are written past them: the whole against two halves that are not.
+TEST(Batch, GivesTheSameBeyondTheCaches) {
+  constexpr std::size_t kHalf = 3 << 20;
+  Bytes source(2 * kHalf);
+  Random random(5);
+  for (std::uint8_t& byte : source)
+    byte = static_cast<std::uint8_t>(random.below(50) == 0 ? 2 : random.below(2));
+  Bytes expected(16 * kHalf + 33, kGuard), got = expected;
+  std::vector<std::int32_t> expected_codes(2 * kHalf), codes(2 * kHalf);
+  std::int64_t failed = 0;
+  for (const std::size_t half : {std::size_t{0}, kHalf})
+    failed += comnb_bittoi8(source.data() + half, 1, expected.data() + 13 + 8 * half, 8,
+                            expected_codes.data() + half, kHalf);
+  EXPECT_GT(failed, 1000);
+  EXPECT_EQ(comnb_bittoi8(source.data(), 1, got.data() + 13, 8, codes.data(), 2 * kHalf), failed);
+  EXPECT_TRUE(got == expected && codes == expected_codes);
+  std::fill(got.begin(), got.end(), kGuard);
+  EXPECT_EQ(comnb_bittoi8(source.data(), 1, got.data() + 13, 8, nullptr, 2 * kHalf), failed);
+  EXPECT_TRUE(got == expected);
+}
+
 TEST(Batch, ReadsTextsInTheirLocale) {
-  static constexpr std::string_view kTexts[] = {
-      "0", "-1", "  42  ", "+127", "256", "-32769", "65536", "99999999999", "18446744073709551616",
-      "1e3", "-3.5", "nan", "1e400", "$1,234.56", "-922337203685477.59", "x", "", "1 2",
-      "2008-01-02 13:05:09.123", "Jan 2 2008 1:05PM", "13:05", "20080102", "31/12/1752", "25:00",
-      "\x82\x50\x82\x51", "9999-12-31 23:59:59.9"};
+  static constexpr std::string_view kTexts[] = {"0",
+                                                "-1",
+                                                "  42  ",
+                                                "+127",
+                                                "256",
+                                                "-32769",
+                                                "65536",
+                                                "99999999999",
+                                                "18446744073709551616",
+                                                "1e3",
+                                                "-3.5",
+                                                "nan",
+                                                "1e400",
+                                                "$1,234.56",
+                                                "-922337203685477.59",
+                                                "x",
+                                                "",
+                                                "1 2",
+                                                "2008-01-02 13:05:09.123",
+                                                "Jan 2 2008 1:05PM",
+                                                "13:05",
+                                                "20080102",
+                                                "31/12/1752",
+                                                "25:00",
+                                                "\x82\x50\x82\x51",
+                                                "9999-12-31 23:59:59.9"};
   constexpr std::ptrdiff_t kLength = 24;
   Bytes pool;
   for (std::size_t i = 0; pool.size() < 42 * 42 * (kLength + 3); ++i) {

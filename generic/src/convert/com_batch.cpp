@@ -6,6 +6,7 @@
 // Loops of 32-byte vectors beside the baseline's, where a processor may have them.
 #if defined(__x86_64__) && defined(__GNUC__) && !defined(VDX_PORTABLE)
 #define VDX_BATCH_AVX2 1
+#include <emmintrin.h>
 #endif
 
 namespace vdx {
@@ -18,10 +19,61 @@ using Kernel = std::uint32_t(const unsigned char* source, unsigned char* destina
                              std::int32_t* codes, std::size_t n);
 
 template <Family Source>
-constexpr bool kRefuses = requires(const Call& call) { datatype<Source>::readable(call); };
+constexpr bool kRefuses = requires(const Call& call) {
+  datatype<Source>::readable(call);
+};
+
+// An integer of eight bytes to one of four or fewer: looked at as two halves, all is done in lanes
+// of four bytes, where there are more of them and baseline vectors can compare.
+template <Integral From, Integral To>
+VDX_INLINE std::int32_t narrow_halves(const unsigned char* source, To& to) {
+  constexpr std::size_t kLow = std::endian::native == std::endian::little ? 0 : 4;
+  const auto low = load<std::uint32_t>(source + kLow),
+             high = load<std::uint32_t>(source + 4 - kLow);
+  const To cut = static_cast<To>(low);
+  const auto sign = static_cast<std::uint32_t>(static_cast<std::int32_t>(low) >> 31);
+  // What the halves are where the cut value stands for the whole.
+  const bool low_fits = static_cast<std::uint32_t>(cut) == low;
+  const bool high_fits = high == (std::is_signed_v<From> && std::is_signed_v<To> ? sign : 0);
+  const bool sign_fits = std::is_signed_v<From> || std::is_unsigned_v<To> || sign == 0;
+  const bool fits = low_fits & high_fits & sign_fits;
+  const bool below = std::is_signed_v<From> && static_cast<std::int32_t>(high) < 0;
+  const To limit = below ? std::numeric_limits<To>::min() : std::numeric_limits<To>::max();
+  to = fits ? cut : limit;
+  const std::int32_t code =
+      below && std::is_unsigned_v<To> && sizeof(To) > 1 ? VDX_UNDERFLOW : VDX_OVERFLOW;
+  return fits ? std::int32_t{VDX_SUCCESS} : code;
+}
+
+template <Family Family_>
+struct integer_of {
+  template <Integral T>
+  static T type(const integer<T>&);
+  static void type(...);
+  using Type = decltype(type(std::declval<datatype<Family_>>()));
+};
+
+// One value, from memory to memory.
+template <Family Source, Family Destination, class Way>
+VDX_INLINE std::int32_t convert_one(const unsigned char* source, unsigned char* result) {
+  using From = typename integer_of<Source>::Type;
+  using To = typename integer_of<Destination>::Type;
+  if constexpr (Integral<From> && Integral<To>) {
+    if constexpr (sizeof(From) == 8 && sizeof(To) <= 4) {
+      To to;
+      const std::int32_t code = narrow_halves<From>(source, to);
+      store(result, to);
+      return code;
+    }
+  }
+  std::int32_t length;
+  return Way::template convert<Source, Destination>(
+      {nullptr, nullptr, source, nullptr, result, &length});
+}
 
 // A result goes to memory of the loop's own and is stored whatever became of it, so that no branch
 // is left in the loop; a destination that the conversion leaves alone has its old value there.
+// Counting in the same loop would make the compiler follow each code by a path of its own.
 template <Family Source, Family Destination, class Way>
 VDX_INLINE std::uint32_t convert_dense(const unsigned char* __restrict source,
                                        unsigned char* __restrict destination,
@@ -31,13 +83,10 @@ VDX_INLINE std::uint32_t convert_dense(const unsigned char* __restrict source,
   for (std::size_t i = 0; i < n; ++i) {
     unsigned char result[kTo];
     if constexpr (kRefuses<Source>) std::memcpy(result, destination + i * kTo, kTo);
-    std::int32_t length;
-    const std::int32_t code = Way::template convert<Source, Destination>(
-        {nullptr, nullptr, source + i * kFrom, nullptr, result, &length});
+    codes[i] = convert_one<Source, Destination, Way>(source + i * kFrom, result);
     std::memcpy(destination + i * kTo, result, kTo);
-    codes[i] = code;
-    failed += code != VDX_SUCCESS ? 1 : 0;
   }
+  for (std::size_t i = 0; i < n; ++i) failed += codes[i] != VDX_SUCCESS ? 1 : 0;
   return failed;
 }
 
@@ -75,20 +124,51 @@ void copy_words(Sources from, Destinations to, std::size_t n) {
 
 void copy_values(std::ptrdiff_t size, Sources from, Destinations to, std::size_t n) {
   switch (size) {
-    case 1: return copy_words<std::uint8_t>(from, to, n);
-    case 2: return copy_words<std::uint16_t>(from, to, n);
-    case 4: return copy_words<std::uint32_t>(from, to, n);
-    default: return copy_words<std::uint64_t>(from, to, n);
+    case 1:
+      return copy_words<std::uint8_t>(from, to, n);
+    case 2:
+      return copy_words<std::uint16_t>(from, to, n);
+    case 4:
+      return copy_words<std::uint32_t>(from, to, n);
+    default:
+      return copy_words<std::uint64_t>(from, to, n);
   }
 }
+
+// Results of this many bytes and more are beyond the caches of most machines: written past them,
+// their lines need not be read first.
+constexpr std::size_t kStreamed = std::size_t{32} << 20;
+
+#if defined(VDX_BATCH_AVX2)
+constexpr bool kStreams = true;
+void stream(void* to, const void* from, std::size_t n) {
+  auto* const out = static_cast<unsigned char*>(to);
+  auto* const in = static_cast<const unsigned char*>(from);
+  std::size_t at = (0 - reinterpret_cast<std::uintptr_t>(to)) % 16;
+  if (at > n) at = n;
+  std::memcpy(out, in, at);
+  for (; n - at >= 16; at += 16)
+    _mm_stream_si128(reinterpret_cast<__m128i*>(out + at),
+                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + at)));
+  std::memcpy(out + at, in + at, n - at);
+}
+void end_streams() { _mm_sfence(); }
+#else
+constexpr bool kStreams = false;
+void stream(void* to, const void* from, std::size_t n) { std::memcpy(to, from, n); }
+void end_streams() {}
+#endif
 
 std::int64_t convert_chunks(const Pair& pair, Sources sources, Destinations destinations,
                             std::int32_t* codes, std::size_t n) {
   alignas(32) unsigned char gathered[kChunk * 8];
   alignas(32) unsigned char converted[kChunk * 8];
-  alignas(32) std::int32_t unwanted[kChunk];
+  alignas(32) std::int32_t chunk_codes[kChunk];
+  const std::ptrdiff_t size = pair.destination_size;
   const bool gather = sources.stride != pair.source_size;
-  const bool spread = destinations.stride != pair.destination_size;
+  const bool spread = destinations.stride != size;
+  const bool streamed = kStreams && !spread && n >= kStreamed / static_cast<std::size_t>(size);
+  const bool aside = spread || streamed;
   std::int64_t failed = 0;
   for (std::size_t done = 0; done < n; done += kChunk) {
     const std::size_t count = n - done < kChunk ? n - done : kChunk;
@@ -96,14 +176,16 @@ std::int64_t convert_chunks(const Pair& pair, Sources sources, Destinations dest
     const Destinations out{destinations.at(done), destinations.stride};
     if (gather && (done == 0 || sources.stride != 0))
       copy_values(pair.source_size, in, {gathered, pair.source_size}, count);
-    if (spread && pair.refuses)
-      copy_values(pair.destination_size, {out.first, out.stride},
-                  {converted, pair.destination_size}, count);
-    failed += pair.kernel(gather ? gathered : in.first, spread ? converted : out.first,
-                          codes != nullptr ? codes + done : unwanted, count);
-    if (spread)
-      copy_values(pair.destination_size, {converted, pair.destination_size}, out, count);
+    if (aside && pair.refuses) copy_values(size, {out.first, out.stride}, {converted, size}, count);
+    failed += pair.kernel(gather ? gathered : in.first, aside ? converted : out.first,
+                          codes == nullptr || streamed ? chunk_codes : codes + done, count);
+    if (spread) copy_values(size, {converted, size}, out, count);
+    if (streamed) {
+      stream(out.first, converted, count * static_cast<std::size_t>(size));
+      if (codes != nullptr) stream(codes + done, chunk_codes, count * sizeof *codes);
+    }
   }
+  if (streamed) end_streams();
   return failed;
 }
 
@@ -123,12 +205,12 @@ VDX_INLINE std::int64_t convert_numbers(Sources sources, Destinations destinatio
 
 #define BATCH_DATE(S, D, way)
 #define BATCH_TEXT(D)
-#define BATCH_NUMBER(S, D, way)                                                                  \
-  std::int64_t comnb_##S##to##D(const void* source, std::ptrdiff_t source_stride,                \
-                                void* destination, std::ptrdiff_t destination_stride,            \
-                                std::int32_t* codes, std::size_t n) {                            \
-    return vdx::convert_numbers<vdx::family_##S, vdx::family_##D, vdx::way>(                     \
-        {static_cast<const unsigned char*>(source), source_stride},                              \
-        {static_cast<unsigned char*>(destination), destination_stride}, codes, n);               \
+#define BATCH_NUMBER(S, D, way)                                                       \
+  std::int64_t comnb_##S##to##D(const void* source, std::ptrdiff_t source_stride,     \
+                                void* destination, std::ptrdiff_t destination_stride, \
+                                std::int32_t* codes, std::size_t n) {                 \
+    return vdx::convert_numbers<vdx::family_##S, vdx::family_##D, vdx::way>(          \
+        {static_cast<const unsigned char*>(source), source_stride},                   \
+        {static_cast<unsigned char*>(destination), destination_stride}, codes, n);    \
   }
 #include "convert/batch.list"
