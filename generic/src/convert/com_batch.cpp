@@ -45,6 +45,21 @@ VDX_INLINE std::int32_t narrow_halves(const unsigned char* source, To& to) {
   return fits ? std::int32_t{VDX_SUCCESS} : code;
 }
 
+// An integer to one of fewer bytes: limited in its own lanes, then packed once.
+template <Integral From, Integral To>
+VDX_INLINE std::int32_t narrow_lanes(From from, To& to) {
+  constexpr From kMost = static_cast<From>(std::numeric_limits<To>::max());
+  constexpr From kLeast =
+      std::is_signed_v<From> ? static_cast<From>(std::numeric_limits<To>::min()) : From{0};
+  const From raised = from < kLeast ? kLeast : from;
+  const From near = raised > kMost ? kMost : raised;
+  to = static_cast<To>(near);
+  const std::int32_t code = std::cmp_less(from, 0) && std::is_unsigned_v<To> && sizeof(To) > 1
+                                ? VDX_UNDERFLOW
+                                : VDX_OVERFLOW;
+  return near == from ? std::int32_t{VDX_SUCCESS} : code;
+}
+
 template <Family Family_>
 struct integer_of {
   template <Integral T>
@@ -59,9 +74,13 @@ VDX_INLINE std::int32_t convert_one(const unsigned char* source, unsigned char* 
   using From = typename integer_of<Source>::Type;
   using To = typename integer_of<Destination>::Type;
   if constexpr (Integral<From> && Integral<To>) {
-    if constexpr (sizeof(From) == 8 && sizeof(To) <= 4) {
+    if constexpr (sizeof(From) > sizeof(To)) {
       To to;
-      const std::int32_t code = narrow_halves<From>(source, to);
+      std::int32_t code;
+      if constexpr (sizeof(From) == 8)
+        code = narrow_halves<From>(source, to);
+      else
+        code = narrow_lanes(load<From>(source), to);
       store(result, to);
       return code;
     }
