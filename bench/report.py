@@ -23,6 +23,13 @@ import sys
 ROWS = [
     ("i4_to_i8", "one checked conversion, `i4` to `i8`", 1.0),
     ("i4_to_i2", "one checked conversion, `i4` to `i2` in range", 1.0),
+    ("batch_i4_to_i2", "array of `i4` to `i2`, in the cache", 0.5),
+    ("batch_i8_to_i4", "array of `i8` to `i4`, in the cache", 0.5),
+    ("batch_i8_to_ui8", "array of `i8` to `ui8`, in the cache", 0.5),
+    ("batch_i2_to_i8", "array of `i2` to `i8`, in the cache", 0.5),
+    ("batch_memory_i4_to_i2", "array of `i4` to `i2`, 64 MiB", 2.0),
+    ("batch_memory_i8_to_i4", "array of `i8` to `i4`, 64 MiB", 2.0),
+    ("batch_memory_i4_to_i8", "array of `i4` to `i8`, 64 MiB", 2.0),
     ("text_to_i4", "text to `i4`, 1-11 bytes mixed", 0.8),
     ("char14_to_i4", "text to `i4`, `char(14)` padded behind", 0.5),
     ("char14_right_to_i4", "text to `i4`, `char(14)` padded before", 0.5),

@@ -2,11 +2,25 @@
 # include/vdxcomn/*.h; writes include/vdxcomn/conversions.h, exports.txt and vdxcomn.map below
 # OUTPUT. Rows read CONVERSION(source, destination, way) or SPECIAL(source, destination, name) for
 # exported conversions; every other macro of a list is not exported.
+#
+# Every row between datatypes of fixed size, and from text to them, is an array conversion too:
+# include/vdxcomn/batch.h and src/convert/batch.list below OUTPUT, with rows
+#   BATCH_NUMBER(source, destination, way)   BATCH_DATE(source, destination, way)
+#   BATCH_TEXT(destination)
 
 file(GLOB lists ${SOURCE}/generic/src/convert/*.list)
 list(SORT lists)
 set(exports)
 set(prototypes)
+set(numbers "i1|i2|i4|i8|ui2|ui4|ui8|bit|flt4|flt8|money|mny4")
+set(dates "date|datetime|date4|datea|timea|bigdatetime|bigtime")
+set(batch_rows "")
+set(batch_prototypes "")
+macro(add_batch type source destination row)
+  list(APPEND exports comnb_${source}to${destination})
+  string(APPEND batch_prototypes "VDX_API ${type} comnb_${source}to${destination};\n")
+  string(APPEND batch_rows "${row}\n")
+endmacro()
 foreach(file IN LISTS lists)
   file(STRINGS ${file} rows REGEX "^(CONVERSION|SPECIAL)\\(")
   get_filename_component(stem ${file} NAME_WE)
@@ -22,6 +36,35 @@ foreach(file IN LISTS lists)
       message(FATAL_ERROR "${file}: cannot read the row: ${row}")
     endif()
   endforeach()
+
+  set(before "${batch_prototypes}")
+  file(STRINGS ${file} rows REGEX "^(CONVERSION|SPECIAL|INTERNAL)\\(")
+  foreach(row IN LISTS rows)
+    string(REGEX REPLACE "^[A-Z]+\\( *([a-z0-9]+) *, *([a-z0-9]+) *, *([a-z_]+) *\\).*$" "\\1,\\2,\\3"
+           pair "${row}")
+    if(pair MATCHES "^(${numbers}),(${numbers}),([a-z_]+)$")
+      add_batch(vdx_batch ${CMAKE_MATCH_1} ${CMAKE_MATCH_2}
+                "BATCH_NUMBER(${CMAKE_MATCH_1}, ${CMAKE_MATCH_2}, ${CMAKE_MATCH_3})")
+    elseif(pair MATCHES "^(${dates}),(${dates}),([a-z_]+)$")
+      add_batch(vdx_batch ${CMAKE_MATCH_1} ${CMAKE_MATCH_2}
+                "BATCH_DATE(${CMAKE_MATCH_1}, ${CMAKE_MATCH_2}, ${CMAKE_MATCH_3})")
+    elseif(pair MATCHES "^char,(${numbers}|${dates}),([a-z_]+)$")
+      set(destinations ${CMAKE_MATCH_1})
+      if(CMAKE_MATCH_2 STREQUAL "by_code")  # one function for a type and its big kin
+        list(APPEND destinations ${CMAKE_MATCH_1})
+        list(TRANSFORM destinations REPLACE "^(date|)timea?$" "big\\1time" AT 1)
+      endif()
+      foreach(destination IN LISTS destinations)
+        add_batch(vdx_text_batch char ${destination} "BATCH_TEXT(${destination})")
+      endforeach()
+    endif()
+  endforeach()
+  if(NOT "${before}" STREQUAL "${batch_prototypes}")
+    string(LENGTH "${before}" at)
+    string(SUBSTRING "${batch_prototypes}" ${at} -1 added)
+    string(REGEX REPLACE "^com_" "" stem ${stem})
+    set(batch_prototypes "${before}\n/* from ${stem} */\n${added}")
+  endif()
 endforeach()
 
 file(GLOB headers ${SOURCE}/include/vdxcomn/*.h)
@@ -71,6 +114,50 @@ VDX_END_DECLS
 
 #endif
 ")
+put(${OUTPUT}/include/vdxcomn/batch.h "/* Conversions of whole arrays; generated from the lists of conversions.
+ *
+ * comnb_<source>to<destination> converts n values of one datatype of fixed size, or n texts of one
+ * length, to values of another. What is stored for each value, and its code, are exactly those of
+ * the conversion of a single value (conversions.h; date as a source is datetime). Every such pair
+ * that com_conv_func knows has a function, but for num and decimal: a numeric needs a precision and
+ * a scale of its own.
+ *
+ * Nothing is checked: these functions trust their caller. A null pointer, a stride or count that
+ * leaves the arrays, a text length below 1 is undefined behaviour.
+ *
+ * context             texts only; may be null: no locale
+ * format              texts only: maxlength is the length of every text in bytes, 1 or more, and
+ *                     locale (null: the context's) governs them; nothing else of it is read
+ * source              the first value or text; may be unaligned
+ * source_stride       bytes from one value to the next: the size where they lie densely, which is
+ *                     fastest; 0 where one value is repeated; may be negative
+ * destination         the first destination; may be unaligned, may not overlap the source
+ * destination_stride  likewise; may be negative, its magnitude at least the size of the datatype
+ * codes               receives the n codes; null: not wanted
+ * n                   number of values; with 0 nothing is read or written
+ *
+ * Nothing stops at a value that does not convert: every value has its code. What a single
+ * conversion would leave alone keeps its value, but may be rewritten with it.
+ *
+ * Returns the number of values whose code is not VDX_SUCCESS. */
+#ifndef VDXCOMN_BATCH_H
+#define VDXCOMN_BATCH_H
+
+#include \"vdxcomn/types.h\"
+
+VDX_BEGIN_DECLS
+
+typedef int64_t vdx_batch(const void *source, ptrdiff_t source_stride, void *destination,
+                          ptrdiff_t destination_stride, int32_t *codes, size_t n);
+typedef int64_t vdx_text_batch(vdx_context *context, const vdx_datafmt *format, const void *source,
+                               ptrdiff_t source_stride, void *destination,
+                               ptrdiff_t destination_stride, int32_t *codes, size_t n);
+${batch_prototypes}
+VDX_END_DECLS
+
+#endif
+")
+put(${OUTPUT}/src/convert/batch.list "// Array conversions; generated from the lists of conversions.\n${batch_rows}")
 list(JOIN exports "\n" names)
 put(${OUTPUT}/exports.txt "${names}\n")
 list(JOIN exports ";\n    " names)

@@ -9,7 +9,8 @@ install(TARGETS vdxcomn_shared vdxcomn_static EXPORT vdxcomnTargets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
         FILES_MATCHING PATTERN "*.h")
-install(FILES ${vdx_conversions_header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vdxcomn)
+install(FILES ${vdx_conversions_header} ${vdx_batch_header}
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vdxcomn)
 
 install(EXPORT vdxcomnTargets NAMESPACE vdxcomn:: DESTINATION ${vdx_package_dir})
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/vdxcomnConfig.cmake.in

@@ -1,9 +1,12 @@
 # What is exported is written down once: VDX_API in the public headers, and the rows of the
-# conversion lists. This file derives from them the header of conversion prototypes, the list of
-# exported names and the ELF version script, and does so again whenever a header or list changes.
+# conversion lists. This file derives from them the headers of conversion prototypes, the list of
+# array conversions, the list of exported names and the ELF version script, and does so again
+# whenever a header or list changes.
 
 set(vdx_generated ${PROJECT_BINARY_DIR}/generated)
 set(vdx_conversions_header ${vdx_generated}/include/vdxcomn/conversions.h)
+set(vdx_batch_header ${vdx_generated}/include/vdxcomn/batch.h)
+set(vdx_batch_list ${vdx_generated}/src/convert/batch.list)
 set(vdx_export_list ${vdx_generated}/exports.txt)
 set(vdx_version_script ${vdx_generated}/vdxcomn.map)
 
@@ -11,9 +14,11 @@ file(GLOB vdx_lists CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/generic/src/convert/
 file(GLOB vdx_public_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/include/vdxcomn/*.h)
 
 add_custom_command(
-  OUTPUT ${vdx_conversions_header} ${vdx_export_list} ${vdx_version_script}
+  OUTPUT ${vdx_conversions_header} ${vdx_batch_header} ${vdx_batch_list} ${vdx_export_list}
+         ${vdx_version_script}
   COMMAND ${CMAKE_COMMAND} -DSOURCE=${PROJECT_SOURCE_DIR} -DOUTPUT=${vdx_generated}
           -DMAJOR=${PROJECT_VERSION_MAJOR} -P ${PROJECT_SOURCE_DIR}/cmake/GenerateLists.cmake
   DEPENDS ${vdx_lists} ${vdx_public_headers} ${PROJECT_SOURCE_DIR}/cmake/GenerateLists.cmake
   COMMENT "Deriving prototypes and export list")
-add_custom_target(vdx_lists DEPENDS ${vdx_conversions_header} ${vdx_export_list} ${vdx_version_script})
+add_custom_target(vdx_lists DEPENDS ${vdx_conversions_header} ${vdx_batch_header}
+                  ${vdx_batch_list} ${vdx_export_list} ${vdx_version_script})

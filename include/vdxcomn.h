@@ -3,6 +3,7 @@
 #define VDXCOMN_H
 
 #include "vdxcomn/charset.h"
+#include "vdxcomn/batch.h"
 #include "vdxcomn/config.h"
 #include "vdxcomn/conversions.h"
 #include "vdxcomn/convert.h"

@@ -45,6 +45,17 @@ static void conversions(vdx_context *context) {
   EXPECT(com_conv_free(context) == XS_SUCCEED);
 }
 
+static void arrays(vdx_context *context) {
+  static const int32_t wide[] = {1, 40000, -3};
+  const vdx_datafmt text = {.datatype = VDX_CHAR, .maxlength = 3};
+  int16_t narrow[3];
+  int32_t codes[3], numbers[2];
+  EXPECT(comnb_i4toi2(wide, sizeof wide[0], narrow, sizeof narrow[0], codes, 3) == 1);
+  EXPECT(narrow[0] == 1 && narrow[1] == INT16_MAX && narrow[2] == -3 && codes[1] == VDX_OVERFLOW);
+  EXPECT(comnb_chartoi4(context, &text, " 7 -42", 3, numbers, sizeof numbers[0], NULL, 2) == 0);
+  EXPECT(numbers[0] == 7 && numbers[1] == -42);
+}
+
 static void frame(void) {
   uint8_t byte = 0xa7;
   char hex[2];
@@ -164,6 +175,7 @@ int main(void) {
   locales(&context);
   charsets(&context);
   conversions(&context);
+  arrays(&context);
   money();
   numbers();
   dates(&context);

@@ -65,16 +65,12 @@ struct fixed {
 // but for the one-byte type, where it is an overflow.
 template <Integral To, Integral From>
 inline std::int32_t narrow(From from, To& to) {
-  if (std::cmp_greater(from, std::numeric_limits<To>::max())) [[unlikely]] {
-    to = std::numeric_limits<To>::max();
-    return VDX_OVERFLOW;
-  }
-  if (std::cmp_less(from, std::numeric_limits<To>::min())) [[unlikely]] {
-    to = std::numeric_limits<To>::min();
-    return std::is_unsigned_v<To> && sizeof(To) > 1 ? VDX_UNDERFLOW : VDX_OVERFLOW;
-  }
   to = static_cast<To>(from);
-  return VDX_SUCCESS;
+  if (std::cmp_equal(to, from)) [[likely]]
+    return VDX_SUCCESS;
+  const bool below = std::cmp_less(from, 0);
+  to = below ? std::numeric_limits<To>::min() : std::numeric_limits<To>::max();
+  return below && std::is_unsigned_v<To> && sizeof(To) > 1 ? VDX_UNDERFLOW : VDX_OVERFLOW;
 }
 
 // Ten-thousandths to whole units, half away from zero. Never further from zero than the count.

@@ -1,0 +1,47 @@
+// What the conversions of arrays share: many values through one pair, no checks.
+#ifndef VDX_CONVERT_BATCH_H
+#define VDX_CONVERT_BATCH_H
+
+#include <cstddef>
+
+#include "convert/ways.h"
+
+// A loop over values is one piece of code: what it calls is inlined, but for what is cold.
+#if defined(__GNUC__)
+#define VDX_FLATTEN [[gnu::flatten]]
+#else
+#define VDX_FLATTEN
+#endif
+
+namespace vdx {
+
+// One array of a call. The stride is in bytes and of either sign.
+template <class Byte>
+struct Strided {
+  Byte* first;
+  std::ptrdiff_t stride;
+
+  Byte* at(std::size_t i) const { return first + static_cast<std::ptrdiff_t>(i) * stride; }
+};
+using Sources = Strided<const unsigned char>;
+using Destinations = Strided<unsigned char>;
+
+// Value by value: what a single conversion does, in a loop. The format is that of the sources.
+template <Family Source, Family Destination, class Way>
+VDX_FLATTEN std::int64_t convert_each(vdx_context* context, const vdx_datafmt* format,
+                                      Sources sources, Destinations destinations,
+                                      std::int32_t* codes, std::size_t n) {
+  std::int64_t failed = 0;
+  for (std::size_t i = 0; i < n; ++i) {
+    std::int32_t length;
+    const std::int32_t code = Way::template convert<Source, Destination>(
+        {context, format, sources.at(i), nullptr, destinations.at(i), &length});
+    if (codes != nullptr) codes[i] = code;
+    failed += code != VDX_SUCCESS;
+  }
+  return failed;
+}
+
+}  // namespace vdx
+
+#endif

@@ -1,0 +1,216 @@
+// Conversions of arrays against the conversions of single values, pair by pair.
+#include <bit>
+#include <limits>
+
+#include "support.h"
+
+namespace {
+
+using namespace vdx_test;
+
+struct Pair {
+  const char* name;
+  std::int32_t source, destination;
+  vdx_batch* numbers;
+  vdx_text_batch* texts;
+};
+
+// clang-format off
+enum : std::int32_t {
+  code_i1 = VDX_I1, code_i2 = VDX_I2, code_i4 = VDX_I4, code_i8 = VDX_I8,
+  code_ui2 = VDX_UI2, code_ui4 = VDX_UI4, code_ui8 = VDX_UI8, code_bit = VDX_BIT,
+  code_flt4 = VDX_FLT4, code_flt8 = VDX_FLT8, code_money = VDX_MONEY, code_mny4 = VDX_MNY4,
+  code_date = VDX_DATETIME, code_datetime = VDX_DATETIME, code_date4 = VDX_DATE4,
+  code_datea = VDX_DATEA, code_timea = VDX_TIMEA,
+  code_bigdatetime = VDX_BIGDATETIME, code_bigtime = VDX_BIGTIME,
+};
+// clang-format on
+
+#define BATCH_NUMBER(S, D, way) {#S " to " #D, code_##S, code_##D, comnb_##S##to##D, nullptr},
+#define BATCH_DATE(S, D, way) BATCH_NUMBER(S, D, way)
+#define BATCH_TEXT(D) {"text to " #D, VDX_CHAR, code_##D, nullptr, comnb_charto##D},
+constexpr Pair kPairs[] = {
+#include "convert/batch.list"
+};
+
+// Images of eight bytes that mean something as one type or another, noise of every size, and days
+// with ticks.
+std::vector<std::uint64_t> words() {
+  std::vector<std::uint64_t> all = {0, 1, 2, 255, 256, ~std::uint64_t{0}};
+  for (int bits = 7; bits < 64; ++bits)
+    for (const int beside : {-2, -1, 0, 1}) {
+      all.push_back((std::uint64_t{1} << bits) + static_cast<std::uint64_t>(beside));
+      all.push_back(0 - all.back());
+      const auto number = static_cast<double>(static_cast<std::int64_t>(all.back()));
+      all.push_back(std::bit_cast<std::uint64_t>(number - 0.5));
+      all.push_back(std::bit_cast<std::uint32_t>(static_cast<float>(number) + 0.5F));
+    }
+  using Double = std::numeric_limits<double>;
+  for (const double number : {Double::quiet_NaN(), Double::infinity(), Double::max(), Double::min(),
+                              1e30, 0.00005, 12345.67885, -1e-50, 2147483647.9, 65535.99})
+    for (const double sign : {1.0, -1.0}) {
+      all.push_back(std::bit_cast<std::uint64_t>(sign * number));
+      all.push_back(std::bit_cast<std::uint32_t>(static_cast<float>(sign * number)));
+    }
+  Random random(11);
+  for (int i = 0; i < 600; ++i) {
+    all.push_back(random.sized());
+    all.push_back(random.below(26000000) << 32 | (random.below(200000) - 60000) % (1ULL << 32));
+    all.push_back(random.below(90000000000) * (i % 2 == 0 ? 1 : 4000000));
+  }
+  for (std::size_t i = all.size(); i > 1; --i) std::swap(all[i - 1], all[random.below(i)]);
+  return all;
+}
+
+// Compares one call with as many single conversions, gaps and surroundings included.
+void compare(vdx_context& context, const Pair& pair, const vdx_datafmt& from, const Bytes& pool,
+             std::ptrdiff_t size, std::ptrdiff_t source_stride, std::ptrdiff_t stride,
+             std::size_t n, bool with_codes) {
+  SCOPED_TRACE(testing::Message() << pair.name << ", strides " << source_stride << " and " << stride
+                                  << ", n " << n << (with_codes ? "" : ", no codes"));
+  const auto count = static_cast<std::ptrdiff_t>(n);
+  const auto extent = [count](std::ptrdiff_t step, std::ptrdiff_t bytes) {
+    return (count > 1 ? count - 1 : 0) * std::abs(step) + bytes;
+  };
+  const auto first = [count](std::ptrdiff_t step) {
+    return step < 0 && count > 1 ? (count - 1) * -step : 0;
+  };
+  // From an odd address on, and exactly as long: reads outside are seen by the sanitizer.
+  Bytes sources(static_cast<std::size_t>(extent(source_stride, size)) + 1);
+  ASSERT_LE(sources.size(), pool.size());
+  std::copy_n(pool.begin(), sources.size() - 1, sources.begin() + 1);
+  const std::uint8_t* const source = sources.data() + 1 + first(source_stride);
+  const std::ptrdiff_t width = comn_typelen(pair.destination, 0);
+  Bytes expected(static_cast<std::size_t>(extent(stride, width)) + 34, kGuard), got = expected;
+  std::vector<std::int32_t> expected_codes(n), codes(n, kUnset);
+  vdx_datafmt to{};
+  to.datatype = pair.destination;
+  const vdx_convfn function = com_conv_func(&context, pair.source, pair.destination);
+  ASSERT_NE(function, nullptr);
+  std::int64_t failed = 0;
+  for (std::ptrdiff_t i = 0; i < count; ++i) {
+    std::int32_t length;
+    std::int32_t& code = expected_codes[static_cast<std::size_t>(i)];
+    code = function(&context, &from, source + i * source_stride, &to,
+                    expected.data() + 17 + first(stride) + i * stride, &length);
+    failed += code != VDX_SUCCESS;
+  }
+  std::uint8_t* const destination = got.data() + 17 + first(stride);
+  std::int32_t* const wanted = with_codes ? codes.data() : nullptr;
+  EXPECT_EQ(pair.texts != nullptr
+                ? pair.texts(&context, &from, source, source_stride, destination, stride, wanted, n)
+                : pair.numbers(source, source_stride, destination, stride, wanted, n),
+            failed);
+  EXPECT_TRUE(got == expected);
+  EXPECT_TRUE(!with_codes || codes == expected_codes);
+}
+
+// Dense, with gaps, one value repeated, backwards; every length that a vector loop may stumble on,
+// and several chunks.
+void compare_shapes(vdx_context& context, const Pair& pair, const vdx_datafmt& from,
+                    const Bytes& pool, std::ptrdiff_t size) {
+  const std::ptrdiff_t width = comn_typelen(pair.destination, 0);
+  const std::ptrdiff_t strides[][2] = {
+      {size, width}, {size + 3, width}, {0, width}, {size, width + 5}, {-size, -width - 1}};
+  for (const auto& [source_stride, stride] : strides)
+    for (std::size_t n = 0; n <= 42; ++n)
+      compare(context, pair, from, pool, size, source_stride, stride, n < 41 ? n : n * n - 680,
+              n % 4 != 0);
+}
+
+TEST(Batch, GivesWhatSingleConversionsGive) {
+  Table table;
+  Bytes pool;
+  const auto images = words();
+  for (const Pair& pair : kPairs) {
+    if (pair.texts != nullptr) continue;
+    vdx_datafmt from{};
+    from.datatype = pair.source;
+    const std::int32_t size = comn_typelen(pair.source, 0);
+    pool.clear();
+    for (std::size_t i = 0; pool.size() < 16000; ++i) {
+      Bytes bytes = image(images[i % images.size()]);
+      if (pair.source == VDX_BIT) bytes[0] = i % 9 == 0 ? bytes[0] : bytes[0] & 1;
+      pool.insert(pool.end(), bytes.begin(), bytes.begin() + size);
+    }
+    compare_shapes(table.context, pair, from, pool, size);
+  }
+}
+
+// Arrays beyond the caches are written past them: the whole against two halves that are not.
+TEST(Batch, GivesTheSameBeyondTheCaches) {
+  constexpr std::size_t kHalf = 3 << 20;
+  Bytes source(2 * kHalf);
+  Random random(5);
+  for (std::uint8_t& byte : source)
+    byte = static_cast<std::uint8_t>(random.below(50) == 0 ? 2 : random.below(2));
+  Bytes expected(16 * kHalf + 33, kGuard), got = expected;
+  std::vector<std::int32_t> expected_codes(2 * kHalf), codes(2 * kHalf);
+  std::int64_t failed = 0;
+  for (const std::size_t half : {std::size_t{0}, kHalf})
+    failed += comnb_bittoi8(source.data() + half, 1, expected.data() + 13 + 8 * half, 8,
+                            expected_codes.data() + half, kHalf);
+  EXPECT_GT(failed, 1000);
+  EXPECT_EQ(comnb_bittoi8(source.data(), 1, got.data() + 13, 8, codes.data(), 2 * kHalf), failed);
+  EXPECT_TRUE(got == expected && codes == expected_codes);
+  std::fill(got.begin(), got.end(), kGuard);
+  EXPECT_EQ(comnb_bittoi8(source.data(), 1, got.data() + 13, 8, nullptr, 2 * kHalf), failed);
+  EXPECT_TRUE(got == expected);
+}
+
+TEST(Batch, ReadsTextsInTheirLocale) {
+  static constexpr std::string_view kTexts[] = {"0",
+                                                "-1",
+                                                "  42  ",
+                                                "+127",
+                                                "256",
+                                                "-32769",
+                                                "65536",
+                                                "99999999999",
+                                                "18446744073709551616",
+                                                "1e3",
+                                                "-3.5",
+                                                "nan",
+                                                "1e400",
+                                                "$1,234.56",
+                                                "-922337203685477.59",
+                                                "x",
+                                                "",
+                                                "1 2",
+                                                "2008-01-02 13:05:09.123",
+                                                "Jan 2 2008 1:05PM",
+                                                "13:05",
+                                                "20080102",
+                                                "31/12/1752",
+                                                "25:00",
+                                                "\x82\x50\x82\x51",
+                                                "9999-12-31 23:59:59.9"};
+  constexpr std::ptrdiff_t kLength = 24;
+  Bytes pool;
+  for (std::size_t i = 0; pool.size() < 42 * 42 * (kLength + 3); ++i) {
+    Bytes text = bytes_of(kTexts[i * i % std::size(kTexts)]);
+    text.resize(kLength, ' ');
+    pool.insert(pool.end(), text.begin(), text.end());
+  }
+  Table table;
+  vdx_locale* locale = nullptr;
+  std::int32_t order = 3;
+  ASSERT_EQ(comn_loc_alloc(&table.context, "sjis", &locale), XS_SUCCEED);
+  ASSERT_EQ(comn_loc_set(locale, VDX_LOC_DATE_ORDER, &order, sizeof order), XS_SUCCEED);
+  for (const Pair& pair : kPairs) {
+    if (pair.texts == nullptr) continue;
+    vdx_datafmt from{};
+    from.datatype = VDX_CHAR;
+    from.maxlength = kLength;
+    compare_shapes(table.context, pair, from, pool, kLength);
+    from.locale = locale;
+    compare(table.context, pair, from, pool, kLength, kLength, 8, 600, true);
+    from.locale = nullptr;
+    table.context.locale = locale;
+    compare(table.context, pair, from, pool, kLength, kLength, 8, 600, true);
+    table.context.locale = nullptr;
+  }
+  EXPECT_EQ(comn_loc_drop(&table.context, locale), XS_SUCCEED);
+}
+
+}  // namespace
