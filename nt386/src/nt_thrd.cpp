@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "frame/check.h"
+#include "frame/turn.h"
 #include "service/thread_level.h"
 #include "vdxcomn/thread.h"
 
@@ -70,7 +71,15 @@ bool begin(vdx_thread* thread, vdx_start_routine* routine, void* argument, unsig
 CRITICAL_SECTION coroutine_section;
 bool coroutine_mode = false;
 
+SRWLOCK* native(void** lock) {
+  static_assert(sizeof(SRWLOCK) == sizeof *lock, "zero where it is free");
+  return reinterpret_cast<SRWLOCK*>(lock);
+}
+
 }  // namespace
+
+void vdx::Turn::lock() { AcquireSRWLockExclusive(native(&lock_)); }
+void vdx::Turn::unlock() { ReleaseSRWLockExclusive(native(&lock_)); }
 
 int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, void* argument,
                               size_t stack_size) {
