@@ -3,9 +3,11 @@
 
 #include <process.h>
 
+#include <atomic>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "frame/check.h"
 #include "frame/turn.h"
@@ -68,6 +70,13 @@ bool begin(vdx_thread* thread, vdx_start_routine* routine, void* argument, unsig
   return handle != 0;
 }
 
+// The system checks no key, and some are other libraries'.
+std::atomic<bool> is_own_key[TLS_MINIMUM_AVAILABLE + 1024];
+
+bool is_own(vdx_key key) {
+  return key < std::size(is_own_key) && is_own_key[key].load(std::memory_order_relaxed);
+}
+
 CRITICAL_SECTION coroutine_section;
 bool coroutine_mode = false;
 
@@ -99,6 +108,7 @@ int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, voi
 
 int32_t comn_join_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
+  if (GetThreadId(thread->handle) == GetCurrentThreadId()) return VDX_TRACE(XS_FAIL);
   return VDX_TRACE(status(WaitForSingleObject(thread->handle, INFINITE) == WAIT_OBJECT_0));
 }
 
@@ -304,17 +314,22 @@ int32_t comn_create_key(vdx_key* key) {
   VDX_CHECK_POINTER(key, XS_FAIL);
   const DWORD index = TlsAlloc();
   if (index == TLS_OUT_OF_INDEXES) return VDX_TRACE(XS_FAIL);
+  is_own_key[index].store(true, std::memory_order_relaxed);
   *key = index;
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_drop_key(vdx_key key) { return VDX_TRACE(status(TlsFree(key))); }
-
-int32_t comn_set_threaduserdata(vdx_key key, const void* value) {
-  return VDX_TRACE(status(TlsSetValue(key, const_cast<void*>(value))));
+int32_t comn_drop_key(vdx_key key) {
+  if (!is_own(key) || !is_own_key[key].exchange(false, std::memory_order_relaxed))
+    return VDX_TRACE(XS_FAIL);
+  return VDX_TRACE(status(TlsFree(key)));
 }
 
-void* comn_get_threaduserdata(vdx_key key) { return TlsGetValue(key); }
+int32_t comn_set_threaduserdata(vdx_key key, const void* value) {
+  return VDX_TRACE(status(is_own(key) && TlsSetValue(key, const_cast<void*>(value))));
+}
+
+void* comn_get_threaduserdata(vdx_key key) { return is_own(key) ? TlsGetValue(key) : nullptr; }
 
 int32_t comn_start_coroutine_mode(void) {
   if (coroutine_mode) return VDX_TRACE(XS_FAIL);
