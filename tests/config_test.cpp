@@ -298,7 +298,7 @@ TEST_F(Config, Names) {
               {"", VDX_NULLTERM, ""},
               {longest, 512, "1040603 cfg__init_parse " + longest + ";"},
               {longest + "n", 513, "1040605 comn_init_cfg " + longest.substr(0, 255) + ";"},
-              {directory_.string(), VDX_NULLTERM, "1040603 cfg__init_parse FILE;"}};
+              {directory_.generic_string(), VDX_NULLTERM, "1040603 cfg__init_parse FILE;"}};
   for (const auto& row : rows) {
     told.clear();
     EXPECT_EQ(comn_init_cfg(&context_, row.name.c_str(), row.length, &cfg), 0);
@@ -307,7 +307,7 @@ TEST_F(Config, Names) {
   EXPECT_EQ(context_.appglobal->configurations, nullptr);
   std::filesystem::create_directories(directory_ / "ini");
   const std::string path = write("[a]\nk=1\n", "ini/ncl.cfg");
-  set_environment("VERDEX", directory_.string().c_str());
+  set_environment("VERDEX", directory_.generic_string().c_str());
   EXPECT_EQ(comn_init_cfg(&context_, nullptr, VDX_UNUSED, &cfg), 1);
   EXPECT_EQ(comn_drop_cfg(cfg, VDX_UNUSED), 1);
   context_.allocate = scarce;

@@ -19,7 +19,7 @@ using vdx_test::Handler;
 using vdx_test::has_match;
 
 std::string contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(path);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
@@ -265,8 +265,10 @@ TEST_F(Frame, DebugFile) {
   EXPECT_EQ(shown, "three four");
   EXPECT_EQ(contents(first), "1");
   EXPECT_EQ(contents(second), "");
-  std::filesystem::remove(first);
-  std::filesystem::remove(second);
+  // One is still open, which Windows minds.
+  std::error_code refused;
+  std::filesystem::remove(first, refused);
+  std::filesystem::remove(second, refused);
 }
 
 TEST_F(Frame, SmallServices) {

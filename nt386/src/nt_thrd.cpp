@@ -144,6 +144,8 @@ vdx_tid comn_thread_id(void) { return GetCurrentThreadId(); }
 int32_t comn_set_priority(vdx_thread* thread, int32_t priority) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   if (priority < 0 || priority >= vdx::kPriorities) return VDX_TRACE(XS_FAIL);
+  // The system may accept it for a thread that has ended.
+  if (WaitForSingleObject(thread->handle, 0) == WAIT_OBJECT_0) return VDX_TRACE(XS_FAIL);
   static constexpr int kLevel[vdx::kLevels] = {
       THREAD_PRIORITY_IDLE,         THREAD_PRIORITY_LOWEST,       THREAD_PRIORITY_BELOW_NORMAL,
       THREAD_PRIORITY_NORMAL,       THREAD_PRIORITY_ABOVE_NORMAL, THREAD_PRIORITY_HIGHEST,
