@@ -54,7 +54,9 @@ bool write_all(int descriptor, const uint8_t* from, std::size_t size) {
         _write(descriptor, from, static_cast<unsigned>(std::min(size, kLargestTransfer)));
     if (put <= 0) {
       // The runtime knows no name for a pipe whose reader is closing.
-      if (_doserrno == ERROR_NO_DATA || _doserrno == ERROR_BROKEN_PIPE) errno = EPIPE;
+      for (const unsigned long closed :
+           {ERROR_NO_DATA, ERROR_BROKEN_PIPE, ERROR_PIPE_NOT_CONNECTED})
+        if (_doserrno == closed) errno = EPIPE;
       return false;
     }
     from += put;
