@@ -15,11 +15,15 @@ for package in "${packages[@]}"; do
   name=$(dpkg-deb -f "$package" Package)
   [[ $name == *-dev ]] || runtime=$name
   # One package alone brings the shared library, the other all else, and asks for it.
-  case $name in
-    *-dev) ! dpkg-deb -c "$package" | grep -F libvdxcomn.so.
-      dpkg-deb -f "$package" Depends | grep -qF "$runtime (= $(dpkg-deb -f "$package" Version))" ;;
-    *) dpkg-deb -f "$package" Depends | grep -vF libvdxcomn | grep -q '^libc6 (>= 2' ;;
-  esac
+  depends=$(dpkg-deb -f "$package" Depends)
+  expected="libc6 (>= 2*" libraries=2
+  if [[ $name == *-dev ]]; then
+    expected="$runtime (= $(dpkg-deb -f "$package" Version)), libc6 (>= 2*" libraries=0
+  fi
+  # shellcheck disable=SC2053  # a pattern
+  [[ $depends == $expected ]] || { echo "$name depends on $depends"; exit 1; }
+  [[ $(dpkg-deb -c "$package" | grep -c '/libvdxcomn\.so\.1') == "$libraries" ]] ||
+    { echo "$name: not $libraries names of the shared library"; exit 1; }
 done
 
 libraries=$(dirname "$(find "$work/tree" -name libvdxcomn.so)")
