@@ -23,14 +23,7 @@
 
 namespace {
 
-using bench::keep;
-using bench::keep_all;
-using bench::kItems;
-using bench::Text;
-using bench::text_contender;
-using bench::Texts;
-using bench::TextSlots;
-using bench::value_contender;
+using namespace bench;
 
 template <class To>
 void checked_call_rows(const std::string& row, std::int32_t to, int max_digits, std::uint64_t limit,

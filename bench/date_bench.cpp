@@ -35,14 +35,7 @@ static bool operator==(const vdx_datetime& a, const vdx_datetime& b) {
 
 namespace {
 
-using bench::keep;
-using bench::keep_all;
-using bench::kItems;
-using bench::Text;
-using bench::text_contender;
-using bench::Texts;
-using bench::TextSlots;
-using bench::value_contender;
+using namespace bench;
 
 constexpr std::int32_t kUnixDay = 25567;  // 1970-01-01 as a day number
 constexpr std::int64_t kDaySeconds = 86400;

@@ -20,14 +20,7 @@ static bool operator==(const vdx_money& a, const vdx_money& b) {
 
 namespace {
 
-using bench::keep;
-using bench::keep_all;
-using bench::kItems;
-using bench::Text;
-using bench::text_contender;
-using bench::Texts;
-using bench::TextSlots;
-using bench::value_contender;
+using namespace bench;
 
 __extension__ typedef __int128 Int128;
 

@@ -3,7 +3,8 @@
 
     report.py [--rounds N] [--min-time S] [--filter REGEX] [--output FILE] PROGRAM...
 
-The table is Markdown; figures are nanoseconds of processor time an item, medians over the rounds.
+The table is Markdown; figures are nanoseconds of processor time an item (bytes an item in rows of
+memory), medians over the rounds.
 A shared machine changes its speed from second to second, so times are compared within a round,
 where the contenders of a row ran one right after the other: a ratio is the median of the ratios
 of the rounds, which is not always the ratio of the medians. A row is met when the ratio to the
@@ -49,6 +50,11 @@ ROWS = [
     ("event", "event set and wait", 0.5),
     ("event_unset", "poll of an unset event", 0.5),
     ("semaphore", "semaphore post and wait", 1.0),
+    ("config_parse", "configuration: parse an entry, 1,000 sections of 20", 0.25),
+    ("config_lookup", "configuration: look up an entry, 1,000 sections of 20", 1.3),
+    ("config_lookup_10", "the same with 10 sections", 1.3),
+    ("config_lookup_20000", "the same with 20,000 sections", 1.3),
+    ("config_memory", "configuration: memory of an entry, bytes instead of time", 1.0),
 ]
 
 OURS = "ours"
@@ -86,12 +92,16 @@ def run(program, options):
 def collect(results, times, errors):
     """Appends to times[row][contender] and notes failures in errors."""
     for one in results["benchmarks"]:
-        row, contender = one["run_name"].removesuffix("/real_time").split("/", 1)
+        name = one["run_name"].removesuffix("/real_time").removesuffix("/iterations:1")
+        row, contender = name.split("/", 1)
         if one.get("error_occurred"):
             errors[row, contender] = one.get("error_message", "failed")
         else:
-            nanoseconds = times.setdefault(row, {}).setdefault(contender, [])
-            nanoseconds.append(1e9 / one["items_per_second"])
+            figures = times.setdefault(row, {}).setdefault(contender, [])
+            if "bytes_per_item" in one:  # a row of memory
+                figures.append(one["bytes_per_item"])
+            else:
+                figures.append(1e9 / one["items_per_second"])
 
 
 def describe(title, reach, contenders):

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
 #include <string>
 
@@ -38,6 +39,9 @@ bool stderr_is_open();
 
 // Asked at every read of a file by the library: true makes it fail. Null at first.
 extern bool (*read_fails)();
+
+// How many bytes such a read gives at most. SIZE_MAX at first.
+extern std::atomic<std::size_t> read_limit;
 
 }  // namespace vdx_test
 

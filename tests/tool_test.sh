@@ -102,6 +102,10 @@ usage 'char char -m 9 --pad-null --pad-blank 1' '--pad-null and --pad-blank excl
 usage 'char char --pad-null 1' 'padding needs --maxlength'
 usage 'char char -m 0 1' '--maxlength must be at least 1'
 usage 'char char -f x 1' 'values come either from --file or from arguments'
+usage 'a k --check' '--check needs --cfg'
+for words in '--check a' a 'a k v'; do
+  usage "--cfg in $words" '--cfg needs either SECTION and KEY or --check'
+done
 row 'money blob 1' '' 2 '' 'vdxconv: there is no conversion from money to blob; vdxconv --matrix shows all\n'
 row 'blob 20 1' '' 2 '' 'vdxconv: there is no conversion from char to blob; vdxconv --matrix shows all\n'
 row 'char i4 -f missing' '' 2 '' 'vdxconv: missing: No such file or directory\n'
@@ -119,6 +123,55 @@ row 'char i4 -r /dev/full x' '' 2 '' 'vdxconv: /dev/full: No space left on devic
 "$vdxconv" char money -q -f "$values" 2> err | true
 [ "${PIPESTATUS[0]}" = 2 ] || fail 'a closed pipe is trouble'
 [ "$(tail -n 1 err)" = 'vdxconv: standard output: Broken pipe' ] || fail 'a closed pipe is named'
+
+# Configuration files: values as they are, of any length and bytes, and why there are none.
+cfg='[a]\nk=1\nk="2\n""x"""\nk=""\n[b]\n[NAMED_APP_DEFAULT]\ninclude=a\nd=\0000\0351 \n'
+row '--cfg in a k' "$cfg" 0 '1\n2\n"x"\n\n' ''
+row '--cfg=./in "no such" k' "$cfg" 0 '1\n2\n"x"\n\n' ''
+row '--cfg in --style 9 NAMED_APP_DEFAULT -- d' "$cfg" 0 '\0000\0351\n' ''
+hint_check='; --check shows what of the file is lost'
+row '--cfg in a "k "' '[a]\nk=1\n' 1 '' 'vdxconv: in: no key "k " in section "a"\n'
+row '--cfg in "b c" k' '[b c]\nk=1\n' 1 '' "vdxconv: in: no section \"b c\"$hint_check\n"
+row '--cfg in "" k' "$cfg" 1 '' 'vdxconv: in: no section ""\n'
+row '--cfg in c x' "$cfg" 1 '' 'vdxconv: in: no section "c" and no key "x" in section "NAMED_APP_DEFAULT"\n'
+# A byte of a character may look like a bracket, to whoever does not know the character set.
+row '--cfg in -c sjis a k' '[a]\nk=\0203\0133 \0203\0135\n' 0 '\0203\0133 \0203\0135\n' ''
+row '--cfg in a k' '[a]\nk=\0203\0133\n' 1 '' "vdxconv: in: no section \"a\"$hint_check\n"
+printf '[a]\nk = %03000000d\nk = 1\n' 0 > 'long values.cfg'
+"$vdxconv" --cfg 'long values.cfg' a k | cmp -s - <(printf '%03000000d\n1\n' 0) || fail 'a long value'
+long_name=$(printf %0513d 0)
+for what in 'a k' --check; do
+  row "--cfg missing $what" '' 1 '' 'vdxconv: missing: No such file or directory\n'
+  row "--cfg . $what" '' 1 '' 'vdxconv: .: Is a directory\n'
+  row "--cfg $long_name $what" '' 1 '' "vdxconv: $long_name: the name is longer than 512 bytes\n"
+  row "--cfg in $what -c klingon" '' 2 '' 'vdxconv: klingon: unknown character set\n'
+  row "--cfg in $what > /dev/full" '[a]\nk=1\n[a]\n' 2 '' \
+    'vdxconv: standard output: No space left on device\n'
+done
+
+# What is lost, in the order of the file.
+lost() { row "--cfg in --check $3" "$1" 1 "$2" ''; }
+row '--cfg in --check' '' 0 '' ''
+row '--cfg in --check' '; c\n[a]\nk="\n[a]\n"\n[b]\ninclude=a\n;[a]' 0 '' ''
+lost 'k=v\n[a]\n' 'in:1: syntax error at "k"; the line is lost\n' ''
+lost '[a]\nk=\\\n\n\n[b\n[c] \033\n[d]\nk="\n\n' 'in:3: syntax error at the end of the line; section "a" is lost
+in:5: syntax error at the end of the line; section "a" is lost
+in:6: syntax error at "\\x1b"; section "c" is lost
+in:10: syntax error at the end of the file; section "d" is lost\n' ''
+lost '[a]\ninclude=b\ninclude = a\n[b]\ninclude=a' 'in:2: include of "b", which is not there above this line; section "a" is lost
+in:3: include of "a" in itself; section "a" is lost
+in:5: include of "a", which is not there above this line; section "b" is lost\n' ''
+# A name is free again when its section is lost, and only then.
+lost '[a]\nk\n[a]\n[b]\n[ a ]\n[b]\nk\n[a]\nk="x\ny" [' 'in:2: syntax error at the end of the line; section "a" is lost
+in:5: the section of line 3 has the same name; section "a" is lost
+in:7: syntax error at the end of the line; section "b" is lost
+in:10: syntax error at "["; section "a" is lost\n' ''
+lost '[a]\nk=v\n[b]\nk=v\0342\0202' 'in:4: the file ends inside a character; the character is lost\n' '-c utf8'
+# Any byte alone on a line is an error, but for a line end, three blanks and a semicolon; a backslash
+# takes the next line along, a quote the rest.
+for byte in {0..33} {35..255} 34; do printf "\\x$(printf %x "$byte")\n"; done > any.cfg
+"$vdxconv" --cfg any.cfg --check > out
+[ "$(grep -cE '^any\.cfg:[0-9]+: syntax error at .*; the line is lost$' out)" = 249 ] || fail "any byte: $(cat out)"
 
 # Every byte value, lines longer than a block, and lines that end on every place of a word.
 for byte in {0..9} {11..255}; do printf "\\x$(printf %x "$byte")%s\n" x; done > bytes

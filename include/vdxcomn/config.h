@@ -32,6 +32,14 @@ struct vdx_appglobal {
   vdx_cfg_record *configurations; /* head of the list of parsed files */
 };
 
+/* A section of a file. */
+typedef struct vdx_cfg_section {
+  const void *place; /* the library's; null: before the first section */
+  const char *name;  /* not terminated; stays as long as the file is open */
+  int32_t length;    /* bytes of name */
+  int32_t line;      /* that its header stands on, from 1 */
+} vdx_cfg_section;
+
 /* Options of com_appglobal_alloc, com_appglobal_drop and comn_drop_cfg. */
 enum {
   VDX_APPGLOBAL_STATIC = 1, /* the one static area of the process */
@@ -84,6 +92,14 @@ VDX_API int32_t comn_get_cfg(vdx_cfg *cfg, const char *section, int32_t section_
                              const char *key, int32_t key_length, vdx_cfg_cursor **cursor,
                              char *buffer, int32_t size, int32_t *value_length);
 
+/* Steps through the sections of a file in their order, without those that errors lost. Names may
+ * come more than once: lookups find the first.
+ *
+ * section  zero-filled before the first call; receives the next section, unchanged without one
+ *
+ * Returns XS_SUCCEED; XS_END_DATA after the last; XS_FAIL for a detached handle. */
+VDX_API int32_t comn_nextsection_cfg(vdx_cfg *cfg, vdx_cfg_section *section);
+
 /* Releases a cursor before its end, before its handle is dropped. A null cursor is nothing to do.
  * Returns XS_SUCCEED, XS_FAIL for a detached handle. */
 VDX_API int32_t comn_nextdrop_cfg(vdx_cfg *cfg, vdx_cfg_cursor *cursor);
@@ -127,7 +143,8 @@ VDX_API int32_t cfg__init_parse(vdx_cfg *cfg);
 /* Ends a parse, whether it succeeded or not: file, buffer and tokens are released. Returns 1. */
 VDX_API int32_t cfg__clean_parse(vdx_cfg *cfg);
 
-/* Parses the whole file. Returns 1, or 0 without memory. */
+/* Parses the whole file. Lines that need no tokens to be understood are read without them. Returns
+ * 1, or 0 without memory. */
 VDX_API int32_t cfg__parse(vdx_cfg *cfg);
 
 /* Reads the next character into the raw buffer. Returns it as the scanner sees it: its ASCII code,
@@ -162,10 +179,11 @@ VDX_API vdx_cfg_token *cfg__cat(vdx_cfg_token *first, vdx_cfg_token *second);
  * one byte. Returns the bytes copied, -1 without memory and with a null block. */
 VDX_API int32_t cfg__catbuf(vdx_cfg *cfg, const vdx_cfg_token *pieces, char **block);
 
-/* Moves the text of the live tokens, and what follows it, to the start of the raw buffer. */
+/* Moves the text of the live tokens, and what follows it, to the start of the raw buffer. A parse does
+ * so whenever that buffer is full. */
 VDX_API void cfg__clearbuf(vdx_cfg *cfg);
 
-/* Releases all live tokens but the newest and clears the buffer. valid 0 marks the current section
+/* Releases all live tokens but the newest; what they held of the raw buffer is free. valid 0 marks the current section
  * invalid. */
 VDX_API void cfg__clearparse(vdx_cfg *cfg, int32_t valid);
 
@@ -173,7 +191,7 @@ VDX_API void cfg__clearparse(vdx_cfg *cfg, int32_t valid);
 VDX_API void cfg__parse_error(vdx_cfg *cfg);
 
 /* Ends the current section and starts one, valid and empty, of the name in pieces; null: none, as
- * at the end of input. A section that ends invalid is removed. Returns 1, 0 without memory. */
+ * at the end of input, which makes the entries read so far ready to be looked up. A section that ends invalid is removed. Returns 1, 0 without memory. */
 VDX_API int32_t cfg__add_section(vdx_cfg *cfg, const vdx_cfg_token *name);
 
 /* Appends a value to a key of the current section. Returns 1, 0 without memory. */

@@ -45,6 +45,7 @@ LONG CALLBACK leave(EXCEPTION_POINTERS* at) {
 
 const int kExitMinusOne = -1;
 bool (*read_fails)() = nullptr;
+std::atomic<std::size_t> read_limit{SIZE_MAX};
 
 // The exception's code becomes the status.
 bool ended_by_check(int status) { return status == static_cast<int>(kCheckFailed); }
@@ -97,7 +98,8 @@ namespace {
 BOOL WINAPI read_or_fail(HANDLE file, void* buffer, DWORD size, DWORD* got,
                          OVERLAPPED* overlapped) {
   if (read_fails == nullptr || !read_fails())
-    return __real___imp_ReadFile(file, buffer, size, got, overlapped);
+    return __real___imp_ReadFile(
+        file, buffer, size < read_limit ? size : static_cast<DWORD>(read_limit), got, overlapped);
   SetLastError(ERROR_READ_FAULT);
   return FALSE;
 }

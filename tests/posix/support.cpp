@@ -6,6 +6,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "checks.h"
 
 namespace vdx_test {
@@ -17,6 +19,7 @@ sigjmp_buf left;
 
 const int kExitMinusOne = 255;
 bool (*read_fails)() = nullptr;
+std::atomic<std::size_t> read_limit{SIZE_MAX};
 
 bool ended_by_check(int status) { return WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT; }
 
@@ -56,7 +59,7 @@ ssize_t __real_read(int file, void* buffer, std::size_t size);
 
 ssize_t __wrap_read(int file, void* buffer, std::size_t size) {
   if (vdx_test::read_fails != nullptr && vdx_test::read_fails()) return -1;
-  return __real_read(file, buffer, size);
+  return __real_read(file, buffer, std::min<std::size_t>(size, vdx_test::read_limit));
 }
 
 }  // extern "C"

@@ -1,6 +1,7 @@
-// vdxconv: converts values between the datatypes of the library.
+// vdxconv: converts values between the datatypes of the library, and reads its configuration files.
 #include <string>
 
+#include "configuration.h"
 #include "datatypes.h"
 #include "options.h"
 #include "session.h"
@@ -59,10 +60,14 @@ int perform(vdx_context* context, const Settings& settings) {
     case Action::kMatrix:
       return print(list_matrix(context));
     case Action::kConvert:
+    case Action::kLookUp:
+    case Action::kCheck:
       break;
   }
   set_locale(context, settings);
-  const int status = Session(context, settings).run();
+  const int status = settings.action == Action::kConvert  ? Session(context, settings).run()
+                     : settings.action == Action::kLookUp ? look_up(*context, settings)
+                                                          : check_configuration(*context, settings);
   if (context->locale != nullptr) comn_loc_drop(context, context->locale);
   return status;
 }

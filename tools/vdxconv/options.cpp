@@ -38,6 +38,7 @@ constexpr std::string_view kInput = "Input";
 constexpr std::string_view kDestination = "Conversion";
 constexpr std::string_view kDates = "Dates";
 constexpr std::string_view kOutput = "Output";
+constexpr std::string_view kConfiguration = "Configuration files";
 constexpr std::string_view kAbout = "Instead of converting";
 
 // The only list of options: parsing and help follow it.
@@ -79,6 +80,9 @@ const Option kOptions[] = {
     {kOutput, 0, "summary", "", &Settings::summary, "a summary also for values given as arguments"},
     {kOutput, 0, "progress", "", &Settings::progress,
      "a progress bar even for short inputs and without a terminal"},
+    {kConfiguration, 0, "cfg", "FILE", &Settings::configuration,
+     "show every value that FILE has for KEY in SECTION, one a line"},
+    {kConfiguration, 0, "check", "", &Settings::check, "show what of the file is lost, and why"},
     {kAbout, 0, "now", "", Action::kNow, "show the date and the time of day"},
     {kAbout, 0, "matrix", "", Action::kMatrix, "show which pairs have a conversion"},
     {kAbout, 0, "types", "", Action::kTypes, "list the datatypes"},
@@ -194,6 +198,14 @@ Settings read_command_line(int count, char** words) {
     std::visit(Apply{settings, written, attached}, option->effect);
   }
   if (settings.action != Action::kConvert) return settings;
+  if (settings.check && settings.configuration == nullptr) misuse("--check needs --cfg");
+  if (settings.configuration != nullptr) {
+    if (plain.size() != (settings.check ? 0 : 2))
+      misuse("--cfg needs either SECTION and KEY or --check");
+    settings.action = settings.check ? Action::kCheck : Action::kLookUp;
+    settings.values = plain;
+    return settings;
+  }
   if (plain.size() < 2) misuse("SOURCE and DEST are needed");
   settings.source = read_datatype(plain[0]);
   settings.destination = read_datatype(plain[1]);
@@ -207,6 +219,8 @@ std::string help_text() {
   constexpr std::size_t kWidth = 96;
   std::string text =
       "Usage: vdxconv [OPTION]... SOURCE DEST [VALUE]...\n"
+      "       vdxconv [OPTION]... --cfg FILE SECTION KEY\n"
+      "       vdxconv [OPTION]... --cfg FILE --check\n"
       "       vdxconv --now | --matrix | --types | --help | --version\n\n"
       "Converts each VALUE, or each line of a file or of standard input, from text to the "
       "datatype\n"
@@ -233,7 +247,8 @@ std::string help_text() {
       "\nA value that fails is reported on standard error and the rest goes on. The exit status is "
       "0\n"
       "when all values were converted, 1 when some failed, 2 for wrong usage and for trouble with\n"
-      "files.\n";
+      "files. With --cfg it is 1 when the file, section or key is not there or something is "
+      "lost.\n";
   return text;
 }
 

@@ -9,7 +9,7 @@
 
 namespace vdxconv {
 
-enum class Action { kConvert, kNow, kMatrix, kTypes, kHelp, kVersion };
+enum class Action { kConvert, kNow, kMatrix, kTypes, kHelp, kVersion, kLookUp, kCheck };
 enum class Show { kText, kHex, kRaw };
 
 using Number = std::optional<int32_t>;
@@ -18,7 +18,7 @@ struct Settings {
   Action action = Action::kConvert;
   int32_t source = 0;
   int32_t destination = 0;
-  std::vector<const char*> values;  // empty: lines are read from file
+  std::vector<const char*> values;  // empty: lines are read from file; kLookUp: section and key
 
   Number precision, scale, maxlength;
   Number source_precision, source_scale;
@@ -26,6 +26,9 @@ struct Settings {
   const char* charset = nullptr;
   Number date_style, date_order;  // of the locale
   bool twelve_hour = false;
+
+  const char* configuration = nullptr;
+  bool check = false;
 
   const char* file = nullptr;  // null and "-": standard input
   bool keep_cr = false;

@@ -60,7 +60,7 @@ int Session::run() {
   summarise(settings_.summary || (from_lines && !settings_.quiet && trouble_.empty()));
   messages_.flush();
   if (!trouble_.empty()) give_up(trouble_);
-  return failed_ == 0 ? 0 : kExitFailedValues;
+  return failed_ == 0 ? 0 : kExitFailed;
 }
 
 void Session::run_values() {

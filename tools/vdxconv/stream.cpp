@@ -77,11 +77,11 @@ uint64_t newlines(const uint8_t* text) {
 
 }  // namespace
 
-void give_up(std::string_view message) {
+void give_up(std::string_view message, int status) {
   std::string text = "vdxconv: ";
   text.append(message).append("\n");
   write_all(kStandardError, reinterpret_cast<const uint8_t*>(text.data()), text.size());
-  std::exit(kExitTrouble);
+  std::exit(status);
 }
 
 std::string reason_of_errno(std::string_view name) {

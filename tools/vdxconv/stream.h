@@ -14,10 +14,10 @@
 
 namespace vdxconv {
 
-enum { kExitFailedValues = 1, kExitTrouble = 2 };
+enum { kExitFailed = 1, kExitTrouble = 2 };
 
-// Prints "vdxconv: message" and ends the process with kExitTrouble.
-[[noreturn]] void give_up(std::string_view message);
+// Prints "vdxconv: message" and ends the process.
+[[noreturn]] void give_up(std::string_view message, int status = kExitTrouble);
 
 // The same with the reason of errno: "vdxconv: name: No such file or directory".
 [[noreturn]] void give_up_on(std::string_view name);

@@ -285,7 +285,7 @@ void release_cursors(CfgParsed& parsed, vdx_cfg_cursor* root) {
 std::int32_t give(const CfgValue& value, char* buffer, std::int32_t size, std::int32_t* length) {
   if (length != nullptr) *length = value.length;
   const std::int32_t copied = value.length <= size ? value.length : size;
-  std::memcpy(buffer, value.bytes, static_cast<std::size_t>(copied));
+  std::memcpy(buffer, value.bytes(), static_cast<std::size_t>(copied));
   if (copied < size) buffer[copied] = '\0';
   return copied == value.length ? std::int32_t{XS_SUCCEED} : std::int32_t{VDX_TRUNCATED};
 }
@@ -312,14 +312,26 @@ std::uint32_t hash_text(std::string_view text, std::uint32_t seed) {
   };
   const char* at = text.data();
   std::size_t left = text.size();
-  for (; left >= 8; left -= 8, at += 8) {
-    std::uint64_t word;
-    std::memcpy(&word, at, 8);
-    mix(word);
-  }
-  std::uint64_t rest = 0;
-  if (left != 0) std::memcpy(&rest, at, left);
-  mix(rest);
+  const auto word = [](const char* from) {
+    std::uint64_t bytes;
+    std::memcpy(&bytes, from, sizeof bytes);
+    return bytes;
+  };
+  const auto half = [](const char* from) {
+    std::uint32_t bytes;
+    std::memcpy(&bytes, from, sizeof bytes);
+    return std::uint64_t{bytes};
+  };
+  for (; left > 8; left -= 8, at += 8) mix(word(at));
+  // The rest in loads of fixed size, which overlap where they have to.
+  if (text.size() >= 8)
+    mix(word(at + left - 8));
+  else if (left >= 4)
+    mix(half(at) | half(at + left - 4) << 32);
+  else if (left != 0)
+    mix(static_cast<std::uint8_t>(at[0]) |
+        std::uint64_t{static_cast<std::uint8_t>(at[left / 2])} << 8 |
+        std::uint64_t{static_cast<std::uint8_t>(at[left - 1])} << 16);
   hash *= kOdd;
   return static_cast<std::uint32_t>(hash >> 32);
 }
@@ -410,13 +422,15 @@ std::int32_t comn_get_cfg(vdx_cfg* cfg, const char* section, std::int32_t sectio
   std::string_view wanted;
   const bool is_first = cursor == nullptr || *cursor == nullptr;
   if (is_first) {
-    const vdx::CfgSection* found =
-        vdx::find_section(cfg, parsed, vdx::text_of(section, section_length));
-    if (found == nullptr) return VDX_TRACE(XS_FAIL);
+    const std::string_view name = vdx::text_of(section, section_length);
     wanted = vdx::text_of(key, key_length);
-    const vdx::CfgEntry* entry = parsed.find_entry(found, wanted);
+    const vdx::CfgEntry* entry = parsed.find_entry(name, wanted);
     if (cursor == nullptr && entry != nullptr)
       return VDX_TRACE(vdx::give(*entry->values.first, buffer, size, value_length));
+    const vdx::CfgSection* found =
+        entry != nullptr ? entry->section : vdx::find_section(cfg, parsed, name);
+    if (found == nullptr) return VDX_TRACE(XS_FAIL);
+    if (entry == nullptr) entry = parsed.find_entry(found, wanted);
     if (cursor != nullptr) {
       root = deepest = parsed.make<vdx_cfg_cursor>();
       if (root == nullptr) {
@@ -429,7 +443,7 @@ std::int32_t comn_get_cfg(vdx_cfg* cfg, const char* section, std::int32_t sectio
     // A value was given last at the deepest cursor, so its key is known there.
     root = *cursor;
     deepest = vdx::deepest_of(root);
-    wanted = {deepest->entry->key, static_cast<std::size_t>(deepest->entry->length)};
+    wanted = deepest->entry->text();
   }
 
   vdx::Search search(parsed, root);
@@ -450,6 +464,18 @@ std::int32_t comn_get_cfg(vdx_cfg* cfg, const char* section, std::int32_t sectio
     *cursor = nullptr;
   }
   return VDX_TRACE(result);
+}
+
+std::int32_t comn_nextsection_cfg(vdx_cfg* cfg, vdx_cfg_section* section) {
+  VDX_CHECK_POINTER(cfg, VDX_TRACE(XS_FAIL));
+  VDX_CHECK_POINTER(section, VDX_TRACE(XS_FAIL));
+  const vdx_cfg_record* record = cfg->record.load(std::memory_order_acquire);
+  if (record == nullptr) return VDX_TRACE(XS_FAIL);
+  const auto* last = static_cast<const vdx::CfgSection*>(section->place);
+  const vdx::CfgSection* next = last == nullptr ? record->parsed->sections.first : last->next;
+  if (next == nullptr) return VDX_TRACE(XS_END_DATA);
+  *section = {next, next->name, next->length, next->line};
+  return VDX_TRACE(XS_SUCCEED);
 }
 
 std::int32_t comn_nextdrop_cfg(vdx_cfg* cfg, vdx_cfg_cursor* cursor) {

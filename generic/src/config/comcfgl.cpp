@@ -1,14 +1,28 @@
 // The scanner of configuration files. It reads characters ahead as far as it must and consumes those
 // that belong to the token; the next token starts behind them.
+#include <bit>
+#include <cstdio>
+#include <iterator>
+
 #include "config/comcfg.h"
 #include "frame/check.h"
 #include "frame/com_err.h"
 #include "vdxcomn/intl.h"
 
+#if defined(__SSE2__) && !defined(VDX_PORTABLE)
+#include <emmintrin.h>
+#endif
+
 namespace vdx {
 namespace {
 
 enum CharKind : std::uint8_t { kWordChar, kBlankChar, kLineEndChar, kSignChar, kEndChar };
+
+// Characters that a token only counts, as bits.
+enum RunKind : std::uint8_t { kWordRun = 1, kBlankRun = 2, kStringRun = 4, kCommentRun = 8 };
+
+constexpr char kInclude[] = "include";
+constexpr std::uint8_t kLineFeed = '\n';
 
 constexpr std::int32_t kNormal = 1;
 constexpr std::int32_t kString = 2;
@@ -37,6 +51,13 @@ CharKind kind_of(std::int32_t c) {
   }
 }
 
+std::uint8_t runs_of(std::int32_t c) {
+  const CharKind kind = kind_of(c);
+  return static_cast<std::uint8_t>(
+      (kind == kWordChar ? kWordRun : 0) | (kind == kBlankChar ? kBlankRun : 0) |
+      (c != '"' && c != '\\' && c != '\n' ? kStringRun : 0) | (c != '\n' ? kCommentRun : 0));
+}
+
 bool is_letter(std::int32_t c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
 class Scanner {
@@ -49,7 +70,7 @@ class Scanner {
     std::int32_t c = peek();
     if (c == kCfgEnd) return VDX_CFGTOK_END;
     if (kind_of(c) == kBlankChar) {
-      while (kind_of(c = peek()) == kBlankChar) take();
+      while (kind_of(c = peek()) == kBlankChar) take_run(kBlankRun);
       if (is_line_start && c == ';') return comment();
       return line_end(0) ? VDX_CFGTOK_NEWLINE : VDX_CFGTOK_BLANK;
     }
@@ -95,24 +116,56 @@ class Scanner {
       return VDX_CFGTOK_STRING_END;
     }
     if (c == '\\' && line_end(1)) return VDX_CFGTOK_CONTINUE;
-    do take();
+    do take_run(kStringRun);
     while ((c = peek()) != '"' && c != kCfgEnd && !(c == '\\' && line_end_length(1) != 0));
     return VDX_CFGTOK_STRING;
   }
 
  private:
   std::int32_t peek(std::int32_t distance = 0) {
+    if (parse_.ahead_count == 0 && parse_.raw_end - parse_.raw_used > distance) {
+      std::int32_t at = parse_.raw_used;
+      std::int32_t left = distance;
+      std::int32_t c;
+      while ((c = plain(at)) != 0 && left-- > 0) ++at;
+      if (c != 0) return c;
+    }
     while (parse_.ahead_count <= distance) cfg__getc(cfg_);
     return parse_.ahead[distance].character;
   }
 
+  // Takes the character that peek gave.
   void take() {
-    const CfgAhead first = parse_.ahead[0];
-    for (std::int32_t i = 1; i < parse_.ahead_count; ++i) parse_.ahead[i - 1] = parse_.ahead[i];
-    --parse_.ahead_count;
+    CfgAhead first;
+    if (parse_.ahead_count == 0) {
+      first = {plain(parse_.raw_used++), 1};
+    } else {
+      first = parse_.ahead[0];
+      for (std::int32_t i = 1; i < parse_.ahead_count; ++i) parse_.ahead[i - 1] = parse_.ahead[i];
+      --parse_.ahead_count;
+    }
     parse_.consumed += first.length;
     parse_.previous = first.character;
     if (first.character == '\n') ++parse_.line;
+  }
+
+  // Takes the character that peek gave, and those of a run behind it that are single bytes at hand.
+  void take_run(RunKind run) {
+    take();
+    if (parse_.ahead_count != 0) return;
+    const auto* const start = reinterpret_cast<const std::uint8_t*>(parse_.raw + parse_.raw_used);
+    const auto* const end = reinterpret_cast<const std::uint8_t*>(parse_.raw + parse_.raw_end);
+    const std::uint8_t* at = start;
+    while (at < end && (parse_.runs[*at] & run) != 0) ++at;
+    if (at == start) return;
+    const auto taken = static_cast<std::int32_t>(at - start);
+    parse_.raw_used += taken;
+    parse_.consumed += taken;
+    parse_.previous = parse_.plain[at[-1]];
+  }
+
+  std::int32_t plain(std::int32_t at) const {
+    return parse_.plain[static_cast<std::uint8_t>(parse_.raw[at])];
   }
 
   // Characters of the line end at a distance, 0 where there is none.
@@ -131,80 +184,252 @@ class Scanner {
   }
 
   std::int32_t comment() {
-    while (peek() != '\n' && peek() != kCfgEnd) take();
+    for (std::int32_t c; (c = peek()) != '\n' && c != kCfgEnd;) take_run(kCommentRun);
     return VDX_CFGTOK_BLANK;
   }
 
   std::int32_t word() {
-    constexpr char kInclude[] = "include";
     const std::int32_t token = is_letter(peek()) ? VDX_CFGTOK_IDENT : VDX_CFGTOK_VALUE;
-    std::int32_t length = 0;
-    std::int32_t matched = 0;  // of the keyword, from the start of the word
-    for (std::int32_t c; kind_of(c = peek()) == kWordChar; ++length) {
-      if (matched == length && length < 7 && is_letter(c) && (c | 32) == kInclude[length])
-        ++matched;
+    std::int32_t matched = 0;  // of the keyword
+    for (std::int32_t c; matched < 7 && is_letter(c = peek()) && (c | 32) == kInclude[matched];
+         ++matched)
       take();
-    }
-    return matched == 7 && length == 7 ? VDX_CFGTOK_INCLUDE : token;
+    bool is_longer = false;
+    for (; kind_of(peek()) == kWordChar; is_longer = true) take_run(kWordRun);
+    return matched == 7 && !is_longer ? VDX_CFGTOK_INCLUDE : token;
   }
 
   vdx_cfg* cfg_;
   CfgParse& parse_;
 };
 
-// The scanner keeps a byte free for each that a character can have.
-bool make_room(CfgParse& parse) {
-  constexpr std::int32_t kLongestCharacter = 4;
-  constexpr std::int32_t kStep = 1024;
-  if (parse.raw_size - parse.raw_used >= kLongestCharacter) return true;
-  const std::int32_t step = parse.raw_size < 16 * kStep ? kStep : parse.raw_size / 2;
-  if (parse.raw_size > INT32_MAX - step) return false;
-  auto* made = static_cast<char*>(std::malloc(static_cast<std::size_t>(parse.raw_size + step)));
-  if (made == nullptr) return false;
-  std::memcpy(made, parse.raw, static_cast<std::size_t>(parse.raw_used));
-  std::free(parse.raw);
-  parse.raw = made;
-  parse.raw_size += step;
+bool is_include(const std::uint8_t* word, std::size_t length, const std::uint8_t* plain) {
+  if (length != std::size(kInclude) - 1) return false;
+  for (std::size_t i = 0; i < length; ++i)
+    if (!is_letter(plain[word[i]]) || (plain[word[i]] | 32) != kInclude[i]) return false;
   return true;
 }
 
-// The next byte of the file, -1 at its end.
-std::int32_t read_byte(CfgParse& parse) {
-  if (parse.input_at == parse.input_end) {
-    if (parse.has_failed || parse.is_at_end) return kCfgEnd;
-    const std::int64_t got = read_file(parse.file, parse.input, sizeof parse.input);
-    parse.input_at = 0;
-    parse.input_end = got > 0 ? static_cast<std::size_t>(got) : 0;
-    parse.has_failed = parse.has_read_error = got < 0;
-    parse.is_at_end = got == 0;
-    if (got <= 0) return kCfgEnd;
-  }
-  return parse.input[parse.input_at++];
+void take_to(CfgParse& parse, const void* end) {
+  parse.raw_used = parse.claimed =
+      static_cast<std::int32_t>(static_cast<const char*>(end) - parse.raw);
+  ++parse.line;
 }
 
-// Reads one character to the end of the raw buffer; false at the end of the file.
+#if defined(__SSE2__) && !defined(VDX_PORTABLE)
+
+// 64 bytes, a bit for each.
+struct ByteMasks {
+  std::uint64_t feeds = 0;
+  std::uint64_t returns = 0;
+  std::uint64_t blanks = 0;
+  std::uint64_t equals = 0;
+  std::uint64_t is = 0;     // the letter i
+  std::uint64_t signs = 0;  // quotes, backslashes and brackets
+  std::uint64_t high = 0;   // bytes above 127
+
+  explicit ByteMasks(const char* from) {
+    for (int i = 0; i < 64; i += 16) {
+      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i));
+      const auto same = [bytes](char c) { return _mm_cmpeq_epi8(bytes, _mm_set1_epi8(c)); };
+      const auto add = [i](std::uint64_t& mask, __m128i found) {
+        mask |= std::uint64_t{static_cast<std::uint32_t>(_mm_movemask_epi8(found))} << i;
+      };
+      const __m128i lower = _mm_or_si128(bytes, _mm_set1_epi8(32));
+      add(feeds, same('\n'));
+      add(returns, same('\r'));
+      add(blanks, _mm_or_si128(_mm_or_si128(same(' '), same('\t')), same('\f')));
+      add(equals, same('='));
+      add(is, _mm_cmpeq_epi8(lower, _mm_set1_epi8('i')));
+      add(signs,
+          _mm_or_si128(_mm_or_si128(same('"'), same('\\')), _mm_or_si128(same('['), same(']'))));
+      add(high, bytes);
+    }
+  }
+};
+
+// take_plain_line for lines of up to 63 bytes, without a branch for each byte. What it leaves may
+// still be plain.
+bool take_short_line(CfgParse& parse, CfgPlainLine& line) {
+  if (parse.raw_end - parse.raw_used < 64 || !parse.is_ascii) return false;
+  const char* const from = parse.raw + parse.raw_used;
+  const ByteMasks at(from);
+  if (at.feeds == 0) return false;
+  const int end = std::countr_zero(at.feeds);
+  const std::uint64_t before = (std::uint64_t{1} << end) - 1;
+  if ((at.returns & before >> 1) != 0) return false;
+  const std::uint64_t text = before & ~at.returns;
+  if ((at.signs & text) != 0 || ((at.high & text) != 0 && parse.has_high_signs)) return false;
+  const std::uint64_t words = text & ~at.blanks & ~at.equals;
+  const std::uint64_t equals = text & at.equals;
+  line = {};
+  if (words == 0) {
+    if (equals != 0) return false;
+  } else if (const int first = std::countr_zero(words);
+             from[first] != ';' || (equals & ((std::uint64_t{1} << first) - 1)) != 0) {
+    if (equals == 0 || (equals & (equals - 1)) != 0) return false;
+    const std::uint64_t key = words & (equals - 1);
+    const std::uint64_t value = words & ~(equals - 1);
+    // A key of one word: adding to its first bit carries out of it.
+    if (key == 0 || value == 0 || ((key + (key & (0 - key))) & key) != 0) return false;
+    const std::uint64_t pairs = words & words >> 1;
+    const std::uint64_t fours = pairs & pairs >> 2;
+    const std::uint64_t sevens = fours & fours >> 3;
+    if ((sevens & ~(words << 1) & at.is) != 0) return false;  // may be the keyword
+    const int start = std::countr_zero(value);
+    line.key = {from + first, static_cast<std::size_t>(64 - std::countl_zero(key) - first)};
+    line.value = {from + start, static_cast<std::size_t>(64 - std::countl_zero(value) - start)};
+  }
+  take_to(parse, from + end + 1);
+  return true;
+}
+
+#else
+
+bool take_short_line(CfgParse&, CfgPlainLine&) { return false; }
+
+#endif
+
+// Makes the raw buffer longer than its text, by half of the buffer at least: tokens of any length
+// are moved few times.
+bool make_room(vdx_cfg* cfg, CfgParse& parse) {
+  cfg__clearbuf(cfg);
+  if (parse.raw_end <= parse.raw_size / 2) return true;
+  if (parse.raw_size > INT32_MAX / 2) return false;
+  auto* made = static_cast<char*>(std::malloc(static_cast<std::size_t>(parse.raw_size) * 2));
+  if (made == nullptr) return false;
+  std::memcpy(made, parse.raw, static_cast<std::size_t>(parse.raw_end));
+  std::free(parse.raw);
+  parse.raw = made;
+  parse.raw_size *= 2;
+  return true;
+}
+
+// Reads more of the file into the raw buffer, which moves what is there. False at the end of the
+// file, and where it failed.
+bool fill(vdx_cfg* cfg, CfgParse& parse) {
+  if (parse.has_failed || parse.is_at_end) return false;
+  if (parse.raw_end == parse.raw_size && !make_room(cfg, parse)) {
+    parse.has_failed = true;
+    return false;
+  }
+  const std::int64_t got = read_file(parse.file, parse.raw + parse.raw_end,
+                                     static_cast<std::size_t>(parse.raw_size - parse.raw_end));
+  parse.has_failed = parse.has_read_error = got < 0;
+  parse.is_at_end = got == 0;
+  if (got > 0) parse.raw_end += static_cast<std::int32_t>(got);
+  return got > 0;
+}
+
+// Reads the character at the start of what is unread; false at the end of the file.
 bool read_character(vdx_cfg* cfg, CfgParse& parse, CfgAhead& out) {
-  if (!make_room(parse)) parse.has_failed = true;
   if (parse.has_failed) return false;
-  auto* const bytes = reinterpret_cast<std::uint8_t*>(parse.raw + parse.raw_used);
+  const auto bytes = [&parse] {
+    return reinterpret_cast<const std::uint8_t*>(parse.raw + parse.raw_used);
+  };
   std::int32_t have = 0;
   for (std::int32_t whole = 1; have < whole; ++have) {
-    const std::int32_t byte = read_byte(parse);
-    if (byte == kCfgEnd) {
+    if (parse.raw_used + have == parse.raw_end && !fill(cfg, parse)) {
+      parse.raw_end = parse.raw_used;  // its bytes belong to no token
       if (have > 0 && !parse.has_failed)
-        raise_message(cfg->context, VDX_MSG_CFG_CUT, err_parameters(cfg->parsed().file()));
+        raise_message(cfg->context, VDX_MSG_CFG_CUT, err_parameters(cfg->parsed().file()),
+                      place_of(cfg->parsed(), parse.line,
+                               {parse.raw + parse.raw_used, static_cast<std::size_t>(have)}));
       return false;
     }
-    bytes[have] = static_cast<std::uint8_t>(byte);
-    whole = whole_char_bytes(*parse.attributes, bytes, have + 1);
+    whole = whole_char_bytes(*parse.attributes, bytes(), have + 1);
   }
-  const std::int32_t ascii = comn_to_ascii(parse.attributes, bytes, have);
+  const std::int32_t ascii = comn_to_ascii(parse.attributes, bytes(), have);
   out = {ascii == 0 ? kCfgForeign : ascii, have};
   parse.raw_used += have;
   return true;
 }
 
 }  // namespace
+
+const char* token_name(std::int32_t token) {
+  constexpr const char* kNames[] = {"end",
+                                    "whitespace",
+                                    "include",
+                                    "newline",
+                                    "start string",
+                                    "string value",
+                                    "escaped quote",
+                                    "string end",
+                                    "line continuation",
+                                    "ident",
+                                    "value",
+                                    "[",
+                                    "]",
+                                    "="};
+  return token >= 0 && token < VDX_CFGTOK_UNKNOWN ? kNames[token] : "unknown token";
+}
+
+bool take_plain_line(CfgParse& parse, CfgPlainLine& line) {
+  const std::int32_t start = parse.raw_used;
+  if (parse.previous != '\n' || parse.ahead_count != 0 || parse.consumed != 0 || state != kNormal)
+    return false;
+  if (kTraceTokens) return false;
+  if (take_short_line(parse, line)) return true;
+  const auto* at = reinterpret_cast<const std::uint8_t*>(parse.raw + start);
+  // No run goes beyond a line feed, so none leaves the buffer.
+  if (std::memchr(at, '\n', static_cast<std::size_t>(parse.raw_end - start)) == nullptr ||
+      parse.plain[kLineFeed] != kLineFeed)
+    return false;
+  const auto skip = [&parse, &at](RunKind run) {
+    while ((parse.runs[*at] & run) != 0) ++at;
+  };
+  const auto now = [&parse, &at] { return parse.plain[*at]; };
+  const auto text = [&at](const std::uint8_t* from) {
+    return std::string_view(reinterpret_cast<const char*>(from),
+                            static_cast<std::size_t>(at - from));
+  };
+  // A word that opens no string and continues no line, and is not the keyword; empty: there is none.
+  const auto word = [&] {
+    const std::uint8_t* from = at;
+    if (now() == '"' || now() == '\\') return std::string_view();
+    skip(kWordRun);
+    const std::string_view taken = text(from);
+    return is_include(from, taken.size(), parse.plain) ? std::string_view() : taken;
+  };
+  line = {};
+  skip(kBlankRun);
+  if (now() == ';') {
+    skip(kCommentRun);
+  } else if ((parse.runs[*at] & kWordRun) != 0) {
+    line.key = word();
+    skip(kBlankRun);
+    if (line.key.empty() || now() != '=') return false;
+    ++at;
+    skip(kBlankRun);
+    const std::uint8_t* const from = at;
+    do {
+      if (word().empty()) return false;
+      line.value = text(from);
+      skip(kBlankRun);
+    } while ((parse.runs[*at] & kWordRun) != 0);
+  }
+  if (now() == '\r') ++at;
+  if (now() != '\n') return false;
+  take_to(parse, at + 1);
+  return true;
+}
+
+void CfgParse::classify() {
+  for (int i = 0; i < 256; ++i) {
+    const auto byte = static_cast<std::uint8_t>(i);
+    if (whole_char_bytes(*attributes, &byte, 1) != 1) continue;
+    const std::int32_t ascii = comn_to_ascii(attributes, &byte, 1);
+    plain[i] = static_cast<std::uint8_t>(ascii == 0 ? kCfgForeign : ascii);
+    runs[i] = runs_of(plain[i]);
+  }
+  is_ascii = true;
+  for (std::int32_t i = 1; i < 128; ++i) is_ascii = is_ascii && plain[i] == i;
+  has_high_signs = false;
+  for (std::int32_t i = 128; i < 256; ++i)
+    has_high_signs = has_high_signs || (runs[i] & kWordRun) == 0;
+}
+
 }  // namespace vdx
 
 extern "C" {
@@ -233,7 +458,11 @@ std::int32_t cfg__lex(void) {
   vdx::CfgParse* parse = vdx::current->parsed().parse;
   VDX_CHECK_POINTER(parse, VDX_CFGTOK_END);
   vdx::Scanner scanner(vdx::current, *parse);
-  return vdx::state == vdx::kString ? scanner.string() : scanner.normal();
+  const std::int32_t token = vdx::state == vdx::kString ? scanner.string() : scanner.normal();
+  if (vdx::kTraceTokens)
+    std::fprintf(stderr, "cfg__lex: %s >%.*s<\n", vdx::token_name(token),
+                 static_cast<int>(parse->consumed), parse->raw + parse->claimed);
+  return token;
 }
 
 }  // extern "C"

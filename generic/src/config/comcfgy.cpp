@@ -1,4 +1,7 @@
 // The parse of a configuration file: tokens, the grammar of its lines, and what it makes of them.
+#include <cstdio>
+#include <new>
+
 #include "config/comcfg.h"
 #include "frame/check.h"
 #include "frame/com_err.h"
@@ -9,20 +12,18 @@ namespace vdx {
 
 void CfgParsed::remove_section(CfgSection* section) {
   const auto give_back = [this](void* piece, std::size_t bytes) { pool->release(piece, bytes); };
-  const auto text_size = [](std::int32_t bytes) {
-    return bytes < 1 ? std::size_t{1} : static_cast<std::size_t>(bytes);
+  const auto value_size = [](const CfgValue* value) {
+    return sizeof *value + static_cast<std::size_t>(value->length);
   };
   for (CfgEntry* entry = section->entries.first; entry != nullptr;) {
-    entry_index.erase(entry);
-    for (CfgValue* value = entry->values.first; value != nullptr;) {
+    --parse->unindexed_count;
+    for (CfgValue* value = entry->values.first->next; value != nullptr;) {
       CfgValue* next = value->next;
-      give_back(value->bytes, text_size(value->length));
-      give_back(value, sizeof *value);
+      give_back(value, value_size(value));
       value = next;
     }
     CfgEntry* next = entry->next;
-    give_back(entry->key, text_size(entry->length));
-    give_back(entry, sizeof *entry);
+    give_back(entry, CfgEntry::size(entry->text().size()) + value_size(entry->values.first));
     entry = next;
   }
   for (CfgInclude* include = section->includes.first; include != nullptr;) {
@@ -30,11 +31,22 @@ void CfgParsed::remove_section(CfgSection* section) {
     give_back(include, sizeof *include);
     include = next;
   }
+  if (parse->unindexed == section) parse->unindexed = nullptr;
   section_index.erase(section);
   (section->previous != nullptr ? section->previous->next : sections.first) = section->next;
   (section->next != nullptr ? section->next->previous : sections.last) = section->previous;
-  give_back(section->name, text_size(section->length));
+  give_back(section->name, static_cast<std::size_t>(section->length));
   give_back(section, sizeof *section);
+}
+
+bool CfgParsed::index_entries() {
+  if (!entry_index.reserve(parse->unindexed_count)) return false;
+  for (CfgSection* at = parse->unindexed; at != nullptr; at = at->next)
+    for (CfgEntry* entry = at->entries.first; entry != nullptr; entry = entry->next)
+      entry_index.insert(entry);
+  parse->unindexed = nullptr;
+  parse->unindexed_count = 0;
+  return true;
 }
 
 namespace {
@@ -44,6 +56,56 @@ std::string_view text_of(const CfgParse& parse, const vdx_cfg_token* token) {
   return {parse.raw + token->offset, static_cast<std::size_t>(token->length)};
 }
 
+std::int32_t length_of(const vdx_cfg_token* pieces) {
+  std::int32_t length = 0;
+  for (; pieces != nullptr; pieces = pieces->piece) length += pieces->length;
+  return length;
+}
+
+void copy_pieces(const CfgParse& parse, const vdx_cfg_token* pieces, char* to) {
+  for (; pieces != nullptr; pieces = pieces->piece) {
+    std::memcpy(to, parse.raw + pieces->offset, static_cast<std::size_t>(pieces->length));
+    to += pieces->length;
+  }
+}
+
+// Gives the current section's key one more value, of which fill writes the text.
+template <class Fill>
+bool store_value(CfgParsed& parsed, std::string_view key, std::int32_t length, Fill fill) {
+  CfgSection* const section = parsed.parse->section;
+  const std::size_t value_bytes = sizeof(CfgValue) + static_cast<std::size_t>(length);
+  const std::uint32_t hash = hash_text(key, section->hash);
+  CfgEntry* entry = parsed.parse->keys.find(hash, section, key);
+  CfgValue* added;
+  if (entry != nullptr) {
+    added = static_cast<CfgValue*>(parsed.pool->allocate(value_bytes));
+    if (added == nullptr) return false;
+  } else {
+    const std::size_t key_bytes = CfgEntry::size(key.size());
+    auto* piece = static_cast<char*>(parsed.pool->allocate(key_bytes + value_bytes));
+    if (piece == nullptr) return false;
+    entry = new (piece) CfgEntry{nullptr, section, static_cast<std::int32_t>(key.size()), hash, {}};
+    std::memcpy(entry + 1, key.data(), key.size());
+    if (!parsed.parse->keys.insert(entry)) return false;
+    section->entries.append(entry);
+    ++parsed.parse->unindexed_count;
+    added = reinterpret_cast<CfgValue*>(piece + key_bytes);
+  }
+  *added = {nullptr, length};
+  fill(added->bytes());
+  entry->values.append(added);
+  return true;
+}
+
+// Of a list of live tokens; empties it.
+void release_tokens(CfgParse& parse, vdx_cfg_token*& list) {
+  while (vdx_cfg_token* token = list) {
+    list = token->live;
+    token->live = parse.spare;
+    parse.spare = token;
+  }
+}
+
 // Reads lines, one at a time, until the end of the file. Each line ends in one of three ways.
 class Grammar {
  public:
@@ -51,6 +113,7 @@ class Grammar {
 
   bool run() {
     do {
+      if (!plain_lines()) return false;
       next();
       const Line line = read_line();
       if (parse_.has_failed || line == Line::kFailed) return false;
@@ -68,6 +131,24 @@ class Grammar {
 
  private:
   enum class Line { kDone, kWrong, kFailed };
+
+  // Those that lie ahead, most lines of most files, without making tokens of them. False without
+  // memory.
+  bool plain_lines() {
+    CfgPlainLine line;
+    if (parse_.section == nullptr) return true;
+    while (take_plain_line(parse_, line)) {
+      release_tokens(parse_, parse_.tokens);  // what they hold on to would stay in the buffer
+      if (line.key.empty()) continue;
+      const auto fill = [&line](char* to) {
+        std::memcpy(to, line.value.data(), line.value.size());
+      };
+      if (!store_value(cfg_->parsed(), line.key, static_cast<std::int32_t>(line.value.size()),
+                       fill))
+        return false;
+    }
+    return true;
+  }
 
   void next() {
     token_ = cfg__nexttok(cfg_, &mark_);
@@ -194,6 +275,15 @@ class Grammar {
 
 }  // namespace
 
+vdx_err_place place_of(const CfgParsed& parsed, std::int32_t line, std::string_view token) {
+  vdx_err_place place{};
+  place.file = err_text(parsed.file());
+  place.line = line;
+  if (parsed.parse->section != nullptr) place.section = err_text(parsed.parse->section->text());
+  place.token = err_text(token);
+  return place;
+}
+
 bool parse_file(vdx_cfg* cfg) {
   static constinit Turn turn;
   const std::lock_guard guard(turn);
@@ -231,21 +321,21 @@ std::int32_t cfg__init_parse(vdx_cfg* cfg) {
   const std::intptr_t file = vdx::open_file(parsed.name);
   if (file == vdx::kNoFile)
     return VDX_TRACE(fail(VDX_MSG_CFG_OPEN, "cfg__init_parse", parsed.file()));
-  constexpr std::int32_t kRawSize = 1024;
   auto* parse = parsed.make<CfgParse>();
-  auto* raw = parse == nullptr ? nullptr : static_cast<char*>(std::malloc(kRawSize));
+  auto* raw = parse == nullptr ? nullptr : static_cast<char*>(std::malloc(CfgParse::kRawSize));
   if (raw == nullptr) {
     parsed.pool->release(parse, sizeof *parse);
     vdx::close_file(file);
     return VDX_TRACE(fail(VDX_MSG_CFG_MEMORY, "comn_init_cfg"));
   }
-  *parse = {};
+  new (parse) CfgParse{};
   parse->line = parse->token_line = 1;
   parse->file = file;
   parse->previous = '\n';
   parse->raw = raw;
-  parse->raw_size = kRawSize;
+  parse->raw_size = CfgParse::kRawSize;
   parse->attributes = com_intl_charattr(cfg->context, nullptr);
+  parse->classify();
   parsed.parse = parse;
   com__yyrestart(cfg);
   return VDX_TRACE(XS_SUCCEED);
@@ -262,6 +352,7 @@ std::int32_t cfg__clean_parse(vdx_cfg* cfg) {
       parsed.pool->release(token, sizeof *token);
     }
   }
+  parse.~CfgParse();
   parsed.pool->release(&parse, sizeof parse);
   parsed.parse = nullptr;
   return VDX_TRACE(XS_SUCCEED);
@@ -287,7 +378,14 @@ std::int32_t cfg__nexttok(vdx_cfg* cfg, vdx_cfg_token** token) {
   parse.is_end = code == VDX_CFGTOK_END;
   if (parse.is_end) return code;
   *token = cfg__marktok(cfg);
-  return *token == nullptr ? -1 : code;
+  if (*token == nullptr) return -1;
+  if (vdx::kTraceTokens) {
+    const std::int32_t length = (*token)->length;
+    std::printf("cfg__nexttok: %d #%s# -- (%d)>%.*s<\n", static_cast<int>(code),
+                vdx::token_name(code), static_cast<int>(length), static_cast<int>(length),
+                parse.raw + (*token)->offset);
+  }
+  return code;
 }
 
 vdx_cfg_token* cfg__newtok(vdx_cfg* cfg, std::int32_t offset, std::int32_t length) {
@@ -323,16 +421,11 @@ vdx_cfg_token* cfg__cat(vdx_cfg_token* first, vdx_cfg_token* second) {
 std::int32_t cfg__catbuf(vdx_cfg* cfg, const vdx_cfg_token* pieces, char** block) {
   VDX_CFG_PARSE(cfg, -1);
   VDX_CHECK_POINTER(block, -1);
-  std::int32_t length = 0;
-  for (const vdx_cfg_token* at = pieces; at != nullptr; at = at->piece) length += at->length;
+  const std::int32_t length = vdx::length_of(pieces);
   const auto bytes = static_cast<std::size_t>(length < 1 ? 1 : length);
   *block = static_cast<char*>(parsed.pool->allocate(bytes));
   if (*block == nullptr) return -1;
-  char* to = *block;
-  for (const vdx_cfg_token* at = pieces; at != nullptr; at = at->piece) {
-    std::memcpy(to, parse.raw + at->offset, static_cast<std::size_t>(at->length));
-    to += at->length;
-  }
+  vdx::copy_pieces(parse, pieces, *block);
   return length;
 }
 
@@ -344,55 +437,47 @@ void cfg__clearbuf(vdx_cfg* cfg) {
   if (start == 0) return;
   for (vdx_cfg_token* at = parse.tokens; at != nullptr; at = at->live) at->offset -= start;
   parse.raw_used -= start;
+  parse.raw_end -= start;
   parse.claimed -= start;
-  std::memmove(parse.raw, parse.raw + start, static_cast<std::size_t>(parse.raw_used));
+  std::memmove(parse.raw, parse.raw + start, static_cast<std::size_t>(parse.raw_end));
 }
 
 void cfg__clearparse(vdx_cfg* cfg, std::int32_t valid) {
   VDX_CFG_PARSE(cfg, );
   if (valid == 0) parse.is_valid = false;
   if (parse.tokens != nullptr) {
-    vdx_cfg_token* old = parse.tokens->live;
-    parse.tokens->live = nullptr;
-    while (old != nullptr) {
-      vdx_cfg_token* next = old->live;
-      old->live = parse.spare;
-      parse.spare = old;
-      old = next;
-    }
+    vdx::release_tokens(parse, parse.tokens->live);
   }
-  cfg__clearbuf(cfg);
 }
 
 void cfg__parse_error(vdx_cfg* cfg) {
   VDX_CFG_PARSE(cfg, );
   // At the end of the input no token was marked, and none is named.
   const std::string_view token = vdx::text_of(parse, parse.is_end ? nullptr : parse.tokens);
-  vdx_err_place place{};
-  place.file = vdx::err_text(parsed.file());
-  place.line = parse.token_line;
-  if (parse.section != nullptr) place.section = vdx::err_text(parse.section->text());
-  place.token = vdx::err_text(token);
   vdx::raise_message(cfg->context, VDX_MSG_CFG_SYNTAX,
-                     vdx::err_parameters(parsed.file(), parse.token_line, token), place);
+                     vdx::err_parameters(parsed.file(), parse.token_line, token),
+                     vdx::place_of(parsed, parse.token_line, token));
 }
 
 std::int32_t cfg__add_section(vdx_cfg* cfg, const vdx_cfg_token* name) {
   VDX_CFG_PARSE(cfg, VDX_TRACE(XS_FAIL));
   if (parse.section != nullptr && !parse.is_valid) parsed.remove_section(parse.section);
   parse.section = nullptr;
-  if (name == nullptr) return VDX_TRACE(XS_SUCCEED);
+  parse.keys.clear();
+  if (name == nullptr) return VDX_TRACE(parsed.index_entries() ? XS_SUCCEED : XS_FAIL);
   auto* section = parsed.make<CfgSection>();
   if (section == nullptr) return VDX_TRACE(XS_FAIL);
   *section = {};
   section->length = cfg__catbuf(cfg, name, &section->name);
   if (section->length < 0) return VDX_TRACE(XS_FAIL);
   section->hash = vdx::hash_text(section->text(), 0);
-  if (parsed.find_section(section->text()) == nullptr && !parsed.section_index.insert(section))
-    return VDX_TRACE(XS_FAIL);
+  section->line = parse.token_line;
+  section->is_first = parsed.find_section(section->text()) == nullptr;
+  if (section->is_first && !parsed.section_index.insert(section)) return VDX_TRACE(XS_FAIL);
   section->previous = parsed.sections.last;
   parsed.sections.append(section);
   parse.section = section;
+  if (parse.unindexed == nullptr) parse.unindexed = section;
   parse.is_valid = true;
   return VDX_TRACE(XS_SUCCEED);
 }
@@ -401,26 +486,9 @@ std::int32_t cfg__add_entry(vdx_cfg* cfg, const vdx_cfg_token* key, const vdx_cf
   VDX_CFG_PARSE(cfg, VDX_TRACE(XS_FAIL));
   VDX_CHECK_POINTER(key, VDX_TRACE(XS_FAIL));
   VDX_CHECK_POINTER(parse.section, VDX_TRACE(XS_FAIL));
-  CfgEntry* entry = parsed.find_entry(parse.section, vdx::text_of(parse, key));
-  if (entry == nullptr) {
-    entry = parsed.make<CfgEntry>();
-    if (entry == nullptr) return VDX_TRACE(XS_FAIL);
-    *entry = {};
-    entry->length = cfg__catbuf(cfg, key, &entry->key);
-    if (entry->length < 0) return VDX_TRACE(XS_FAIL);
-    entry->section = parse.section;
-    entry->hash =
-        CfgParsed::entry_hash(parse.section, {entry->key, static_cast<std::size_t>(entry->length)});
-    if (!parsed.entry_index.insert(entry)) return VDX_TRACE(XS_FAIL);
-    parse.section->entries.append(entry);
-  }
-  auto* added = parsed.make<CfgValue>();
-  if (added == nullptr) return VDX_TRACE(XS_FAIL);
-  *added = {};
-  added->length = cfg__catbuf(cfg, value, &added->bytes);
-  if (added->length < 0) return VDX_TRACE(XS_FAIL);
-  entry->values.append(added);
-  return VDX_TRACE(XS_SUCCEED);
+  const auto fill = [&parse, value](char* to) { vdx::copy_pieces(parse, value, to); };
+  const bool done = vdx::store_value(parsed, vdx::text_of(parse, key), vdx::length_of(value), fill);
+  return VDX_TRACE(done ? XS_SUCCEED : XS_FAIL);
 }
 
 std::int32_t cfg__add_include(vdx_cfg* cfg, const vdx_cfg_token* name) {
@@ -430,14 +498,10 @@ std::int32_t cfg__add_include(vdx_cfg* cfg, const vdx_cfg_token* name) {
   const std::string_view text = vdx::text_of(parse, name);
   CfgSection* included = parsed.find_section(text);
   if (included == nullptr || text == parse.section->text()) {
-    vdx_err_place place{};
-    place.file = vdx::err_text(parsed.file());
-    place.line = parse.token_line;
-    place.section = vdx::err_text(parse.section->text());
-    place.token = vdx::err_text(text);
     vdx::raise_message(
         cfg->context, VDX_MSG_CFG_INCLUDE,
-        vdx::err_parameters("cfg__add_include", text.substr(0, vdx::kLongestMessageText)), place);
+        vdx::err_parameters("cfg__add_include", text.substr(0, vdx::kLongestMessageText)),
+        vdx::place_of(parsed, parse.token_line, text));
     parse.is_valid = false;
     return VDX_TRACE(XS_SUCCEED);
   }

@@ -80,55 +80,12 @@ constexpr ByDatatype kNullable = [] {
   return rows;
 }();
 
-// Tokens that stand for one datatype whatever the length, in the order in which they are found.
+// What a token stands for whatever the length, where the rows above do not say it or say it of an
+// outgoing value alone. The first row of a token answers for it.
 constexpr WireType kTokens[] = {
-    {45, VDX_BIN, 255, 0, 1},
     {37, VDX_BIN, 255, 1, 1},
-    {47, VDX_CHAR, 255, 1, 1},
     {39, VDX_CHAR, 255, 1, 1},
-    {48, VDX_I1, 1, 0, 0},
-    {52, VDX_I2, 2, 0, 0},
-    {56, VDX_I4, 4, 0, 0},
-    {59, VDX_FLT4, 4, 0, 0},
-    {62, VDX_FLT8, 8, 0, 0},
-    {58, VDX_DATE4, 4, 0, 0},
-    {61, VDX_DATETIME, 8, 0, 0},
-    {122, VDX_MNY4, 4, 0, 0},
-    {60, VDX_MONEY, 8, 0, 0},
-    {50, VDX_BIT, 1, 0, 0},
-    {175, VDX_LONGCHAR, kLong, 0, 4},
-    {225, VDX_LONGBIN, kLong, 0, 4},
-    {35, VDX_TEXT, kLong, 0, 4},
-    {34, VDX_IMAGE, kLong, 0, 4},
-    {34, VDX_IMAGE, kLong, 0, 4},
-    {108, VDX_NUM, 33, 0, 1},
-    {106, VDX_DECIMAL, 33, 0, 1},
-    {103, VDX_SENSITIVITY, 255, 1, 1},
-    {104, VDX_BOUNDARY, 255, 1, 1},
     {36, VDX_BLOB, VDX_UNUSED, 0, 0},
-    {31, VDX_VOID, 0, 1, 1},
-    {49, VDX_DATEA, 4, 0, 0},
-    {51, VDX_TIMEA, 4, 0, 0},
-    {174, VDX_UNITEXT, kLong, 0, 4},
-    {191, VDX_I8, 8, 0, 0},
-    {65, VDX_UI2, 2, 0, 0},
-    {66, VDX_UI4, 4, 0, 0},
-    {67, VDX_UI8, 8, 0, 0},
-    {163, VDX_XML, kLong, 0, 4},
-    {187, VDX_BIGDATETIME, 8, 1, 1},
-    {188, VDX_BIGTIME, 8, 1, 1},
-    {0, -1, 0, 0, 0},
-};
-
-// Nullable tokens, which the length tells apart; looked at where the token is not above.
-constexpr WireType kNullableTokens[] = {
-    {37, VDX_BIN, 255, 1, 1},  {39, VDX_CHAR, 255, 1, 1}, {38, VDX_I1, 1, 1, 1},
-    {38, VDX_I2, 2, 1, 1},     {38, VDX_I4, 4, 1, 1},     {109, VDX_FLT4, 4, 1, 1},
-    {109, VDX_FLT8, 8, 1, 1},  {111, VDX_DATE4, 4, 1, 1}, {111, VDX_DATETIME, 8, 1, 1},
-    {110, VDX_MNY4, 4, 1, 1},  {110, VDX_MONEY, 8, 1, 1}, {31, VDX_VOID, 0, 1, 1},
-    {123, VDX_DATEA, 4, 1, 1}, {147, VDX_TIMEA, 4, 1, 1}, {38, VDX_I8, 8, 1, 1},
-    {68, VDX_UI2, 2, 1, 1},    {68, VDX_UI4, 4, 1, 1},    {68, VDX_UI8, 8, 1, 1},
-    {0, -1, 0, 0, 0},
 };
 
 constexpr std::size_t kLengths = 9;  // a nullable token's values have 0 to 8 bytes
@@ -144,20 +101,27 @@ struct Token {
 constexpr std::array<Token, 256> kIndex = [] {
   std::array<Token, 256> index{};
   for (Token& entry : index) entry.datatypes.fill(-1);
-  for (const WireType* row = kTokens; row->datatype != -1; ++row) {
-    Token& entry = index[static_cast<std::size_t>(row->token)];
-    if (entry.row == nullptr) entry.row = row;
-  }
-  for (const WireType* row = kNullableTokens; row->datatype != -1; ++row) {
-    Token& entry = index[static_cast<std::size_t>(row->token)];
+  const auto add = [&index](const WireType& row) {
+    if (row.datatype == -1) return;
+    Token& entry = index[static_cast<std::size_t>(row.token)];
+    if (entry.row == nullptr) entry.row = &row;
+  };
+  for (const WireType& row : kTokens) add(row);
+  for (const WireType& row : kPlain) add(row);
+  // Tokens of values that can be null stand for one datatype a length.
+  for (const WireType& row : kNullableVariants) {
+    Token& entry = index[static_cast<std::size_t>(row.token)];
     if (entry.row != nullptr && !entry.nullable) continue;
-    if (entry.row == nullptr) entry.row = row;
+    add(row);
     entry.nullable = true;
-    std::int8_t& datatype = entry.datatypes.at(static_cast<std::size_t>(row->length));
-    if (datatype == -1) datatype = static_cast<std::int8_t>(row->datatype);
+    entry.datatypes.at(static_cast<std::size_t>(row.length)) =
+        static_cast<std::int8_t>(row.datatype);
   }
   return index;
 }();
+
+// Every nullable token that the length tells apart has a flag, which no outgoing one has.
+constexpr std::int32_t flag_of(const Token& token) { return token.nullable ? 1 : token.row->flag; }
 
 constexpr Token kUnknown{};
 
@@ -227,6 +191,6 @@ std::int32_t com_tds_get_tdsdatainfo(std::int32_t token, std::int32_t* length_ki
   const vdx::Token& known = vdx::find(token);
   if (known.row == nullptr) return VDX_TRACE(VDX_UNKNOWN_TOKEN);
   *length_kind = known.row->length_kind;
-  *flag = known.row->flag;
+  *flag = vdx::flag_of(known);
   return VDX_TRACE(XS_SUCCEED);
 }
