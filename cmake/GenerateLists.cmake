@@ -1,6 +1,6 @@
 # Run with cmake -P. Reads the rows of generic/src/convert/*.list and the VDX_API declarations of
-# include/vdxcomn/*.h; writes include/vdxcomn/conversions.h, exports.txt and vdxcomn.map below
-# OUTPUT. Rows read CONVERSION(source, destination, way) or SPECIAL(source, destination, name) for
+# include/vdxcomn/*.h; writes include/vdxcomn/conversions.h, exports.txt, vdxcomn.map and
+# vdxcomn.def below OUTPUT. Rows read CONVERSION(source, destination, way) or SPECIAL(source, destination, name) for
 # exported conversions; every other macro of a list is not exported.
 #
 # Every row between datatypes of fixed size, and from text to them, is an array conversion too:
@@ -162,3 +162,5 @@ list(JOIN exports "\n" names)
 put(${OUTPUT}/exports.txt "${names}\n")
 list(JOIN exports ";\n    " names)
 put(${OUTPUT}/vdxcomn.map "VDXCOMN_${MAJOR} {\n  global:\n    ${names};\n  local:\n    *;\n};\n")
+list(JOIN exports "\n  " names)
+put(${OUTPUT}/vdxcomn.def "LIBRARY vdxcomn.dll\nEXPORTS\n  ${names}\n")

@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
     for (const auto& entry : std::filesystem::directory_iterator(argv[i])) {
       std::ifstream in(entry.path(), std::ios::binary);
       const std::string bytes{std::istreambuf_iterator<char>(in), {}};
-      std::printf("%s\n", entry.path().filename().c_str());
+      std::printf("%s\n", entry.path().filename().string().c_str());
       std::fflush(stdout);  // the last name printed is that of a finding
       const auto exact = std::make_unique<std::uint8_t[]>(bytes.size());
       bytes.copy(reinterpret_cast<char*>(exact.get()), bytes.size());

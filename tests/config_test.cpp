@@ -2,7 +2,6 @@
 #include "vdxcomn/config.h"
 
 #include <gtest/gtest.h>
-#include <sys/types.h>
 
 #include <algorithm>
 #include <atomic>
@@ -15,10 +14,14 @@
 #include <thread>
 #include <vector>
 
+#include "checks.h"
 #include "vdxcomn/errors.h"
 #include "vdxcomn/intl.h"
 
 namespace {
+
+using vdx_test::read_limit;
+using vdx_test::set_environment;
 
 thread_local std::string told;
 
@@ -61,13 +64,13 @@ struct Failure {
 };
 Failure memory_failure;
 Failure read_failure;
-std::atomic<std::size_t> read_limit{SIZE_MAX};  // bytes that one read gives at most
 
 class Config : public testing::Test {
  protected:
   Config() {
     context_.version = VDX_VERSION;
     context_.message = tell;
+    vdx_test::read_fails = [] { return read_failure.strikes(); };
     EXPECT_EQ(com_appglobal_alloc(&context_.appglobal, 7, 0), XS_SUCCEED);
     told.clear();
     directory_ = std::filesystem::temp_directory_path() /
@@ -81,7 +84,7 @@ class Config : public testing::Test {
   }
 
   std::string write(const std::string& text, const char* name = "a.cfg") {
-    const std::string path = (directory_ / name).string();
+    const std::string path = (directory_ / name).generic_string();
     std::ofstream(path, std::ios::binary) << text;
     return path;
   }
@@ -391,7 +394,7 @@ TEST_F(Config, Names) {
               {"", VDX_NULLTERM, ""},
               {longest, 512, "1040603 cfg__init_parse " + longest + ";"},
               {longest + "n", 513, "1040605 comn_init_cfg " + longest.substr(0, 255) + ";"},
-              {directory_.string(), VDX_NULLTERM, "1040603 cfg__init_parse FILE;"}};
+              {directory_.generic_string(), VDX_NULLTERM, "1040603 cfg__init_parse FILE;"}};
   for (const auto& row : rows) {
     told.clear();
     EXPECT_EQ(comn_init_cfg(&context_, row.name.c_str(), row.length, &cfg), 0);
@@ -400,7 +403,7 @@ TEST_F(Config, Names) {
   EXPECT_EQ(context_.appglobal->configurations, nullptr);
   std::filesystem::create_directories(directory_ / "ini");
   const std::string path = write("[a]\nk=1\n", "ini/ncl.cfg");
-  setenv("VERDEX", directory_.c_str(), 1);
+  set_environment("VERDEX", directory_.generic_string().c_str());
   EXPECT_EQ(comn_init_cfg(&context_, nullptr, VDX_UNUSED, &cfg), 1);
   EXPECT_EQ(comn_drop_cfg(cfg, VDX_UNUSED), 1);
   context_.allocate = scarce;
@@ -544,16 +547,16 @@ TEST_F(Config, Threads) {
 TEST(ConfigPaths, Rules) {
   char buffer[600];
   vdx_context context{};
-  unsetenv("VERDEX");
-  unsetenv("VERDEX_NCL");
-  for (const char* name : {"VDXNCL_IFILE", "VDXNCL_TCL_CFG", "VERDEX_TCL_CFG"}) unsetenv(name);
+  for (const char* name :
+       {"VERDEX", "VERDEX_NCL", "VDXNCL_IFILE", "VDXNCL_TCL_CFG", "VERDEX_TCL_CFG"})
+    set_environment(name, nullptr);
   EXPECT_EQ(com_path_ifile(&context, buffer, 600), -301);
   EXPECT_EQ(context.os_error, -1);
   EXPECT_EQ(com_get_tclcfg(buffer, 600), 0);
   EXPECT_EQ(com_getenv("VERDEX"), nullptr);
   EXPECT_EQ(com_getenv(nullptr), nullptr);
-  setenv("VERDEX", "/home", 1);
-  setenv("VERDEX_NCL", "ncl", 1);
+  set_environment("VERDEX", "/home");
+  set_environment("VERDEX_NCL", "ncl");
   const struct {
     std::int32_t code;  // -1: none
     const char* path;
@@ -597,9 +600,9 @@ TEST(ConfigPaths, Rules) {
     EXPECT_EQ(row.make(buffer, row.size), row.code);
     EXPECT_STREQ(buffer, row.path);
   }
-  setenv("VERDEX_TCL_CFG", "family", 1);
+  set_environment("VERDEX_TCL_CFG", "family");
   EXPECT_EQ(com_get_tclcfg(buffer, 600), 6);
-  setenv("VDXNCL_TCL_CFG", "own", 1);
+  set_environment("VDXNCL_TCL_CFG", "own");
   EXPECT_EQ(com_get_tclcfg(buffer, 600), 3);
   EXPECT_EQ(com_set_tclcfg("set"), 1);
   EXPECT_EQ(com_set_tclcfg(std::string(512, 'x').c_str()), 0);
@@ -622,20 +625,13 @@ TEST(ConfigNames, Compare) {
 
 }  // namespace
 
-// The linker sends the library's calls here.
+// The linker sends the library's allocations here.
 extern "C" {
 
 void* __real_malloc(std::size_t size);
-ssize_t __real_read(int file, void* buffer, std::size_t size);
 
 void* __wrap_malloc(std::size_t size) {
   return memory_failure.strikes() ? nullptr : __real_malloc(size);
-}
-
-ssize_t __wrap_read(int file, void* buffer, std::size_t size) {
-  return read_failure.strikes()
-             ? -1
-             : __real_read(file, buffer, std::min<std::size_t>(size, read_limit));
 }
 
 }  // extern "C"

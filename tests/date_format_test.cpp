@@ -326,13 +326,13 @@ TEST(DateFormatDeath, ReportsBrokenContracts) {
   char buffer[64];
   std::int32_t length;
   const vdx_bigtime time = 0;
-  EXPECT_DEATH(com__bigtimetochar(nullptr, buffer, 64, 0, kShort),
+  EXPECT_FATAL(com__bigtimetochar(nullptr, buffer, 64, 0, kShort),
                "Invalid NULL pointer , file 'format.cpp'");
-  EXPECT_DEATH(com__bigtimetochar(&time, nullptr, 64, 0, kShort),
+  EXPECT_FATAL(com__bigtimetochar(&time, nullptr, 64, 0, kShort),
                "Invalid NULL pointer , file 'format.cpp'");
-  EXPECT_DEATH(comn_dtloc_format(nullptr, nullptr, VDX_I4, &time, buffer, 64, &length),
+  EXPECT_FATAL(comn_dtloc_format(nullptr, nullptr, VDX_I4, &time, buffer, 64, &length),
                "assertion failed");
-  EXPECT_DEATH(comn_intl_day(nullptr, nullptr, 0, buffer, -1, &length), "assertion failed");
+  EXPECT_FATAL(comn_intl_day(nullptr, nullptr, 0, buffer, -1, &length), "assertion failed");
 }
 
 }  // namespace

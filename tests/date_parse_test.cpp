@@ -453,20 +453,20 @@ TEST(DateParseDeathTest, ChecksItsPointers) {
   const char* const null = "NULL pointer , file 'parse.cpp'";
   for (int bad = 0; bad < 5; ++bad) {
     const auto pick = [bad](int i, auto* p) { return bad == i ? nullptr : p; };
-    EXPECT_DEATH(com__datefromchar_mb(pick(0, &value), pick(1, text), 5, 0, 1, pick(2, m),
+    EXPECT_FATAL(com__datefromchar_mb(pick(0, &value), pick(1, text), 5, 0, 1, pick(2, m),
                                       pick(3, m), nullptr, pick(4, &rounded)),
                  null);
-    EXPECT_DEATH(com__dateafromchar_mb(pick(0, &word), bad == 4 ? nullptr : pick(1, text), 5, 0, 1,
+    EXPECT_FATAL(com__dateafromchar_mb(pick(0, &word), bad == 4 ? nullptr : pick(1, text), 5, 0, 1,
                                        pick(2, m), pick(3, m), nullptr),
                  null);
-    EXPECT_DEATH(com__timeafromchar_mb(pick(0, &word), bad == 4 ? nullptr : pick(1, text), 5, 0, 1,
+    EXPECT_FATAL(com__timeafromchar_mb(pick(0, &word), bad == 4 ? nullptr : pick(1, text), 5, 0, 1,
                                        pick(2, m), pick(3, m), nullptr),
                  null);
-    EXPECT_DEATH(com__timefromchar_mb(pick(0, &value), pick(1, text), 5, 0, nullptr,
+    EXPECT_FATAL(com__timefromchar_mb(pick(0, &value), pick(1, text), 5, 0, nullptr,
                                       bad < 2 ? &rounded : nullptr),
                  null);
   }
-  EXPECT_DEATH(com__timefromchar_mb(&value, text, -1, 0, nullptr, &rounded),
+  EXPECT_FATAL(com__timefromchar_mb(&value, text, -1, 0, nullptr, &rounded),
                "assertion failed, file 'parse.cpp'");
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "checks.h"
 #include "frame/com_err.h"
 
 namespace {
@@ -200,14 +201,14 @@ TEST(ErrorsDeath, WrongCallsAreReported) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   vdx_err_parameters set{};
   char buffer[4];
-  EXPECT_DEATH(com_ep_ss(&set, "a", 1, nullptr, 1), "Invalid NULL pointer , file 'com_err.cpp'");
-  EXPECT_DEATH(com_ep_s(&set, "a", -1), "assertion failed, file 'com_err.cpp'");
-  EXPECT_DEATH(com_build_errmsg(nullptr, 7, nullptr, buffer, 0, nullptr),
+  EXPECT_FATAL(com_ep_ss(&set, "a", 1, nullptr, 1), "Invalid NULL pointer , file 'com_err.cpp'");
+  EXPECT_FATAL(com_ep_s(&set, "a", -1), "assertion failed, file 'com_err.cpp'");
+  EXPECT_FATAL(com_build_errmsg(nullptr, 7, nullptr, buffer, 0, nullptr),
                "assertion failed, file 'com_err.cpp'");
   set.count = VDX_ERR_PARAMETERS + 1;
-  EXPECT_DEATH(com_build_errmsg(nullptr, 7, &set, buffer, 4, nullptr),
+  EXPECT_FATAL(com_build_errmsg(nullptr, 7, &set, buffer, 4, nullptr),
                "assertion failed, file 'com_err.cpp'");
-  EXPECT_DEATH(com_err_set(nullptr, 7, nullptr, nullptr),
+  EXPECT_FATAL(com_err_set(nullptr, 7, nullptr, nullptr),
                "Invalid NULL pointer , file 'com_errrec.cpp'");
 }
 

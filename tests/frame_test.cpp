@@ -1,27 +1,25 @@
 // Failed checks, the tracer and the debug stream.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <setjmp.h>
-#include <signal.h>
-#include <stdlib.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdarg>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 
+#include "checks.h"
 #include "frame/check.h"
 #include "vdxcomn/frame.h"
 
 namespace {
 
 using testing::ExitedWithCode;
-using testing::KilledBySignal;
+using vdx_test::Handler;
+using vdx_test::has_match;
 
 std::string contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(path);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
@@ -40,30 +38,20 @@ std::int32_t vprint(const char* format, ...) {
   return result;
 }
 
-void set_handler(void (*handler)(int)) {
-  struct sigaction action = {};
-  action.sa_handler = handler;
-  sigaction(SIGABRT, &action, nullptr);
-}
-
-sigjmp_buf left;
-void leave(int) { siglongjmp(left, 1); }
-void resume(int) {}
-
 // Fails a check under a handler and exits: 10 when the check was resumed and gave its function's
 // result, 30 when the handler left it. Then descriptor 2 must still be taken, and a second report
 // shows whether standard error is still heard.
-[[noreturn]] void fail_under(void (*handler)(int), std::int32_t mode) {
-  set_handler(handler);
+[[noreturn]] void fail_under(Handler handler, std::int32_t mode) {
+  vdx_test::handle_checks(handler);
   com_toggle_abort(mode);
   const auto checked = [] {
     VDX_CHECK_POINTER(static_cast<void*>(nullptr), 10);
     return 20;
   };
-  if (sigsetjmp(left, 1) == 0) exit(checked());
-  if (fcntl(STDERR_FILENO, F_GETFD) == -1) exit(40);
-  if (sigsetjmp(left, 1) == 0) com_bomb("again.cpp", 3);
-  exit(30);
+  if (!vdx_test::leave_checks([&] { std::exit(checked()); })) std::exit(50);
+  if (!vdx_test::stderr_is_open()) std::exit(40);
+  if (!vdx_test::leave_checks([] { com_bomb("again.cpp", 3); })) std::exit(60);
+  std::exit(30);
 }
 
 class Frame : public testing::Test {
@@ -99,22 +87,23 @@ TEST_F(FrameDeath, ReportsAreExactAndEndTheProcess) {
   for (const Row& row : rows)
     for (std::int32_t mode : {1, 2}) {
       SCOPED_TRACE(testing::Message() << row.what << ", abort mode " << mode);
-      EXPECT_EXIT((com_toggle_abort(mode), row.call()), KilledBySignal(SIGABRT), row.report);
+      EXPECT_FATAL((com_toggle_abort(mode), row.call()), row.report);
     }
 }
 
 TEST_F(FrameDeath, HandlersLeaveOrResume) {
   const std::string report = "^\nInvalid NULL pointer , file 'frame_test.cpp' line [0-9]+\n";
   const std::string again = "\n\rassertion failed, file 'again.cpp' line 3\n\r";
-  EXPECT_EXIT(fail_under(resume, 0), ExitedWithCode(10), report + "$");
-  EXPECT_EXIT(fail_under(leave, 0), ExitedWithCode(30), report + again + "$");
+  EXPECT_EXIT(fail_under(Handler::kResume, 0), ExitedWithCode(10), has_match(report + "$"));
+  EXPECT_EXIT(fail_under(Handler::kLeave, 0), ExitedWithCode(30), has_match(report + again + "$"));
   // Mode 1 is not resumed, and what is reported after it is dropped.
-  EXPECT_EXIT(fail_under(resume, 1), KilledBySignal(SIGABRT), report + "$");
-  EXPECT_EXIT(fail_under(leave, 1), ExitedWithCode(30), report + "$");
+  EXPECT_EXIT(fail_under(Handler::kResume, 1), vdx_test::refused_resumption,
+              has_match(report + "$"));
+  EXPECT_EXIT(fail_under(Handler::kLeave, 1), ExitedWithCode(30), has_match(report + "$"));
 }
 
 [[noreturn]] void resume_everything() {
-  set_handler(resume);
+  vdx_test::handle_checks(Handler::kResume);
   com_toggle_abort(2);
   char out[2] = {'?', '?'};
   const std::uint8_t byte = 1;
@@ -125,40 +114,38 @@ TEST_F(FrameDeath, HandlersLeaveOrResume) {
   com_errset(9);
   const bool is_held = comn_debug_print(nullptr) == 0 && vprint(nullptr) == 0 && out[0] == '?' &&
                        vdx::trace_mode == 1;
-  exit(is_held ? 0 : 1);
+  std::exit(is_held ? 0 : 1);
 }
 
 TEST_F(FrameDeath, ResumedCallsReturnTheirFailure) {
   EXPECT_EXIT(resume_everything(), ExitedWithCode(0),
-              "^(\nInvalid NULL[^\n]*\n){4}\n\rassertion[^\n]*\n\r"
-              "(\nInvalid NULL[^\n]*\n){2}$");
+              has_match("^(\nInvalid NULL[^\n]*\n){4}\n\rassertion[^\n]*\n\r"
+                        "(\nInvalid NULL[^\n]*\n){2}$"));
 }
 
 TEST_F(FrameDeath, PanicExits) {
-  EXPECT_EXIT(com_panic("disk %s gone"), ExitedWithCode(255),
-              "^\nINTERNAL ERROR: unrecoverable error: disk %s gone\n$");
+  EXPECT_EXIT(com_panic("disk %s gone"), ExitedWithCode(vdx_test::kExitMinusOne),
+              has_match("^\nINTERNAL ERROR: unrecoverable error: disk %s gone\n$"));
 }
 
 TEST_F(Frame, PersistentReportsGoToBothPlaces) {
-  std::string name = testing::TempDir() + "/vdxframeXXXXXX";
-  ASSERT_NE(mkdtemp(name.data()), nullptr);
-  char* home = getcwd(nullptr, 0);
-  ASSERT_EQ(chdir(name.c_str()), 0);
+  const auto home = std::filesystem::current_path();
+  const auto folder = home / "vdxframe";
+  std::filesystem::create_directory(folder);
+  std::filesystem::current_path(folder);
   testing::internal::CaptureStderr();
   com_perr("one\n");
   com_perr("100%% of %s %n%");
   const std::string expected = "one\n100% of %s %n%";
   EXPECT_EQ(testing::internal::GetCapturedStderr(), expected);
   EXPECT_EQ(contents("vdxinit.err"), expected);
-  unlink("vdxinit.err");
-  ASSERT_EQ(mkdir("vdxinit.err", 0700), 0);  // a name that cannot be opened for writing
+  std::filesystem::remove("vdxinit.err");
+  std::filesystem::create_directory("vdxinit.err");  // a name that cannot be opened for writing
   testing::internal::CaptureStderr();
   com_perr("two");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "two");
-  rmdir("vdxinit.err");
-  ASSERT_EQ(chdir(home), 0);
-  free(home);
-  rmdir(name.c_str());
+  std::filesystem::current_path(home);
+  std::filesystem::remove_all(folder);
 }
 
 TEST_F(Frame, TraceModes) {
@@ -278,8 +265,10 @@ TEST_F(Frame, DebugFile) {
   EXPECT_EQ(shown, "three four");
   EXPECT_EQ(contents(first), "1");
   EXPECT_EQ(contents(second), "");
-  unlink(first.c_str());
-  unlink(second.c_str());
+  // One is still open, which Windows minds.
+  std::error_code refused;
+  std::filesystem::remove(first, refused);
+  std::filesystem::remove(second, refused);
 }
 
 TEST_F(Frame, SmallServices) {

@@ -270,9 +270,9 @@ TEST(Integers, ToVarbinThroughTheSharedCopier) {
   format.maxlength = 258;
   EXPECT_EQ(comn_fixedtobin(source, 300, &format, destination, &length), VDX_TRUNCATED);
   EXPECT_EQ(length, 258);
-  EXPECT_DEATH(comn_fixedtovarbin(source, 3, &format, destination, &length),
+  EXPECT_FATAL(comn_fixedtovarbin(source, 3, &format, destination, &length),
                "assertion failed, file 'com_fixed.cpp'");
-  EXPECT_DEATH(comn_fixedtobin(source, 0, &format, destination, &length),
+  EXPECT_FATAL(comn_fixedtobin(source, 0, &format, destination, &length),
                "assertion failed, file 'com_fixed.cpp'");
 }
 
@@ -595,23 +595,23 @@ TEST(ContractDeath, ReportsTheRowOfTheConversion) {
   char out[20];
   std::int32_t n = 0;
   const char* const null = "Invalid NULL pointer , file 'com_i4.list' line";
-  EXPECT_DEATH(comn_i4tochar(nullptr, &from, &value, &to, out, &n), null);
-  EXPECT_DEATH(comn_i4tochar(&table.context, nullptr, &value, &to, out, &n), null);
-  EXPECT_DEATH(comn_i4tochar(&table.context, &from, nullptr, &to, out, &n), null);
-  EXPECT_DEATH(comn_i4tochar(&table.context, &from, &value, nullptr, out, &n), null);
-  EXPECT_DEATH(comn_i4tochar(&table.context, &from, &value, &to, nullptr, &n), null);
-  EXPECT_DEATH(comn_i4tochar(&table.context, &from, &value, &to, out, nullptr), null);
+  EXPECT_FATAL(comn_i4tochar(nullptr, &from, &value, &to, out, &n), null);
+  EXPECT_FATAL(comn_i4tochar(&table.context, nullptr, &value, &to, out, &n), null);
+  EXPECT_FATAL(comn_i4tochar(&table.context, &from, nullptr, &to, out, &n), null);
+  EXPECT_FATAL(comn_i4tochar(&table.context, &from, &value, nullptr, out, &n), null);
+  EXPECT_FATAL(comn_i4tochar(&table.context, &from, &value, &to, nullptr, &n), null);
+  EXPECT_FATAL(comn_i4tochar(&table.context, &from, &value, &to, out, nullptr), null);
   const char* const broken = "assertion failed, file 'com_i4.list' line";
   to.maxlength = -1;
-  EXPECT_DEATH(comn_i4tochar(&table.context, &from, &value, &to, out, &n), broken);
+  EXPECT_FATAL(comn_i4tochar(&table.context, &from, &value, &to, out, &n), broken);
   to.maxlength = 20;
   for (const std::int32_t wrong :
        std::initializer_list<std::int32_t>{VDX_I2, VDX_VARCHAR, 45, -1, 64, INT32_MIN}) {
     to.datatype = wrong;
-    EXPECT_DEATH(comn_i4tochar(&table.context, &from, &value, &to, out, &n), broken);
+    EXPECT_FATAL(comn_i4tochar(&table.context, &from, &value, &to, out, &n), broken);
     to.datatype = VDX_CHAR;
     from.datatype = wrong;
-    EXPECT_DEATH(comn_i4tochar(&table.context, &from, &value, &to, out, &n), broken);
+    EXPECT_FATAL(comn_i4tochar(&table.context, &from, &value, &to, out, &n), broken);
     from.datatype = VDX_I4;
   }
   for (const std::int32_t text : std::initializer_list<std::int32_t>{
@@ -622,17 +622,17 @@ TEST(ContractDeath, ReportsTheRowOfTheConversion) {
   from.datatype = VDX_CHAR;
   from.maxlength = 0;
   to.datatype = VDX_I4;
-  EXPECT_DEATH(comn_chartoi4(&table.context, &from, out, &to, &value, &n),
+  EXPECT_FATAL(comn_chartoi4(&table.context, &from, out, &to, &value, &n),
                "assertion failed, file 'com_char.list'");
   from.datatype = VDX_VARCHAR;
   const std::int16_t empty = 0;
-  EXPECT_DEATH(comn_varchartoi4(&table.context, &from, &empty, &to, &value, &n),
+  EXPECT_FATAL(comn_varchartoi4(&table.context, &from, &empty, &to, &value, &n),
                "assertion failed, file 'com_varchar.list'");
   from.datatype = VDX_I8;
   to.datatype = 20;  // the retired code of i8 never reaches a conversion
   const std::int64_t wide = 5;
   std::int64_t wide_out = 0;
-  EXPECT_DEATH(comn_i8toi8(&table.context, &from, &wide, &to, &wide_out, &n),
+  EXPECT_FATAL(comn_i8toi8(&table.context, &from, &wide, &to, &wide_out, &n),
                "assertion failed, file 'com_i8.list'");
 }
 

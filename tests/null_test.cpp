@@ -240,28 +240,28 @@ TEST(NullDeath, ReportsBrokenContracts) {
   vdx_context* const c = &nulls.context;
   ASSERT_EQ(com_null_init(c), 1);
   ASSERT_EQ(com_null_set(c, VDX_I4, nullptr, 0), 1);
-  EXPECT_DEATH(com_null_get(c, &format, b, 4, &n), null);
-  EXPECT_DEATH(com_null_reinstall(c, VDX_I4), null);
-  EXPECT_DEATH(com_null_get(c, &user, b, 4, &n), null);
+  EXPECT_FATAL(com_null_get(c, &format, b, 4, &n), null);
+  EXPECT_FATAL(com_null_reinstall(c, VDX_I4), null);
+  EXPECT_FATAL(com_null_get(c, &user, b, 4, &n), null);
   ASSERT_EQ(com_null_set(c, 40, b, 0), 1);
-  EXPECT_DEATH(com_null_get(c, &user, b, 4, &n), null);
-  EXPECT_DEATH(com_null_init(nullptr), null);
-  EXPECT_DEATH(com_null_free(nullptr), null);
-  EXPECT_DEATH(com_null_set(nullptr, 0, b, 1), null);
-  EXPECT_DEATH(com_null_set(c, 0, nullptr, 1), null);
-  EXPECT_DEATH(com_null_set(&bare, 0, b, 1), null);
-  EXPECT_DEATH(com_null_set(c, 0, b, -1), contract);
-  EXPECT_DEATH(com_null_set(c, -1, b, 1), contract);
-  EXPECT_DEATH(com_null_reinstall(nullptr, 0), null);
-  EXPECT_DEATH(com_null_reinstall(&bare, 0), null);
-  EXPECT_DEATH(com_null_reinstall(c, -1), contract);
-  EXPECT_DEATH(com_null_get(nullptr, &format, b, 4, &n), null);
-  EXPECT_DEATH(com_null_get(c, nullptr, b, 4, &n), null);
-  EXPECT_DEATH(com_null_get(c, &format, nullptr, 4, &n), null);
-  EXPECT_DEATH(com_null_get(c, &format, b, 4, nullptr), null);
-  EXPECT_DEATH(com_null_get(&bare, &format, b, 4, &n), null);
-  EXPECT_DEATH(com_null_get(c, &format, b, -1, &n), contract);
-  EXPECT_DEATH(com_null_get(c, &negative, b, 4, &n), contract);
+  EXPECT_FATAL(com_null_get(c, &user, b, 4, &n), null);
+  EXPECT_FATAL(com_null_init(nullptr), null);
+  EXPECT_FATAL(com_null_free(nullptr), null);
+  EXPECT_FATAL(com_null_set(nullptr, 0, b, 1), null);
+  EXPECT_FATAL(com_null_set(c, 0, nullptr, 1), null);
+  EXPECT_FATAL(com_null_set(&bare, 0, b, 1), null);
+  EXPECT_FATAL(com_null_set(c, 0, b, -1), contract);
+  EXPECT_FATAL(com_null_set(c, -1, b, 1), contract);
+  EXPECT_FATAL(com_null_reinstall(nullptr, 0), null);
+  EXPECT_FATAL(com_null_reinstall(&bare, 0), null);
+  EXPECT_FATAL(com_null_reinstall(c, -1), contract);
+  EXPECT_FATAL(com_null_get(nullptr, &format, b, 4, &n), null);
+  EXPECT_FATAL(com_null_get(c, nullptr, b, 4, &n), null);
+  EXPECT_FATAL(com_null_get(c, &format, nullptr, 4, &n), null);
+  EXPECT_FATAL(com_null_get(c, &format, b, 4, nullptr), null);
+  EXPECT_FATAL(com_null_get(&bare, &format, b, 4, &n), null);
+  EXPECT_FATAL(com_null_get(c, &format, b, -1, &n), contract);
+  EXPECT_FATAL(com_null_get(c, &negative, b, 4, &n), contract);
 }
 
 using Filler = std::int32_t (*)(void*, std::int32_t, const void*, std::int32_t);
@@ -391,13 +391,13 @@ TEST(OldNullDeath, ReportsBrokenContracts) {
   char b[300];
   for (const Filler filler :
        {com_seti4null, com_setbinarynull, com_setcharnull, com_setvarycharnull}) {
-    EXPECT_DEATH(filler(nullptr, 4, "a", 1), null);
-    EXPECT_DEATH(filler(b, 4, "a", -1), contract);
+    EXPECT_FATAL(filler(nullptr, 4, "a", 1), null);
+    EXPECT_FATAL(filler(b, 4, "a", -1), contract);
   }
-  EXPECT_DEATH(com_seti4null(b, 4, "a", VDX_NULLTERM), contract);
-  EXPECT_DEATH(com_setvarycharnull(b, 1, "a", 1), contract);
-  EXPECT_DEATH(com_setnumnull(nullptr, 35, nullptr, 0, 1, 0), null);
-  EXPECT_DEATH(com_setnumnull(b, 35, b, -1, 1, 0), contract);
+  EXPECT_FATAL(com_seti4null(b, 4, "a", VDX_NULLTERM), contract);
+  EXPECT_FATAL(com_setvarycharnull(b, 1, "a", 1), contract);
+  EXPECT_FATAL(com_setnumnull(nullptr, 35, nullptr, 0, 1, 0), null);
+  EXPECT_FATAL(com_setnumnull(b, 35, b, -1, 1, 0), contract);
 }
 
 }  // namespace

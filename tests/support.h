@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "checks.h"
 #include "vdxcomn.h"
 
 namespace vdx_test {

@@ -136,14 +136,14 @@ TEST(Table, ReportsMemoryThatRanOut) {
 TEST(TableDeath, ReportsBrokenContracts) {
   vdx_context bare{};
   Table table;
-  EXPECT_DEATH(com_conv_init(nullptr), "Invalid NULL pointer , file 'com_conv.cpp' line");
-  EXPECT_DEATH(com_conv_func(nullptr, 0, 0), "Invalid NULL pointer , file 'com_conv.cpp' line");
-  EXPECT_DEATH(com_conv_install(&bare, 0, 0, &never),
+  EXPECT_FATAL(com_conv_init(nullptr), "Invalid NULL pointer , file 'com_conv.cpp' line");
+  EXPECT_FATAL(com_conv_func(nullptr, 0, 0), "Invalid NULL pointer , file 'com_conv.cpp' line");
+  EXPECT_FATAL(com_conv_install(&bare, 0, 0, &never),
                "Invalid NULL pointer , file 'com_conv.cpp' line");
-  EXPECT_DEATH(com_conv_default(nullptr, 0, 0), "Invalid NULL pointer , file 'com_conv.cpp' line");
-  EXPECT_DEATH(com_conv_default(&table.context, -1, 0),
+  EXPECT_FATAL(com_conv_default(nullptr, 0, 0), "Invalid NULL pointer , file 'com_conv.cpp' line");
+  EXPECT_FATAL(com_conv_default(&table.context, -1, 0),
                "assertion failed, file 'com_conv.cpp' line");
-  EXPECT_DEATH(com_conv_free(nullptr), "Invalid NULL pointer , file 'com_conv.cpp' line");
+  EXPECT_FATAL(com_conv_free(nullptr), "Invalid NULL pointer , file 'com_conv.cpp' line");
 }
 
 }  // namespace

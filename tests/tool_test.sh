@@ -1,9 +1,10 @@
 #!/bin/bash
 # Runs vdxconv as a user does: command lines, input and files in; output, messages, status out.
-#   tool_test.sh VDXCONV MAKE_VALUES EXAMPLE_CONVERT PROJECT_DIRECTORY
+#   tool_test.sh VDXCONV MAKE_VALUES EXAMPLE_CONVERT PROJECT_DIRECTORY [wine]
 set -u
 export LC_ALL=C
 vdxconv=$(realpath "$1") make_values=$(realpath "$2") example=$(realpath "$3") project=$(realpath "$4")
+wine=${5:-}
 values=$project/examples/data/values.txt
 dates=$project/examples/data/dates.txt
 work=$(mktemp -d) || exit 1
@@ -112,7 +113,11 @@ row 'char i4 -f .' '' 2 '' 'vdxconv: .: Is a directory\n'
 row 'char i4 -r no/where 1' '' 2 '' 'vdxconv: no/where: No such file or directory\n'
 row 'char i4 -c klingon 1' '' 2 '' 'vdxconv: klingon: unknown character set\n'
 row 'char datea --style 24 2008' '' 2 '' 'vdxconv: 24: unknown date style\n'
-row 'char i4 -r ./in' 'x\n' 2 '' 'vdxconv: ./in: rejects would overwrite the input\n'
+if [ -n "$wine" ]; then
+  echo 'left out: rejects onto standard input: wine cannot tell which file a stream from outside is'
+else
+  row 'char i4 -r ./in' 'x\n' 2 '' 'vdxconv: ./in: rejects would overwrite the input\n'
+fi
 row 'char i4 1 > /dev/full' '' 2 '' 'vdxconv: standard output: No space left on device\n'
 row 'char i4 -r /dev/full x' '' 2 '' 'vdxconv: /dev/full: No space left on device\n'
 "$vdxconv" char money -q -f "$values" 2> err | true

@@ -102,14 +102,14 @@ TEST(WireDeath, ReportsNullPointers) {
   std::int32_t n = 0;
   const char* const report = "Invalid NULL pointer , file 'com_wire.cpp' line";
   for (const auto function : {com_tds_get_fixed_tdstype, com_tds_get_nullable_tdstype}) {
-    EXPECT_DEATH(function(8, nullptr, &n, &n), report);
-    EXPECT_DEATH(function(8, &n, nullptr, &n), report);
-    EXPECT_DEATH(function(8, &n, &n, nullptr), report);
+    EXPECT_FATAL(function(8, nullptr, &n, &n), report);
+    EXPECT_FATAL(function(8, &n, nullptr, &n), report);
+    EXPECT_FATAL(function(8, &n, &n, nullptr), report);
   }
-  EXPECT_DEATH(com_tds_get_cstype(38, 4, nullptr), report);
-  EXPECT_DEATH(com_tds_get_tdsfixedlen(38, nullptr), report);
-  EXPECT_DEATH(com_tds_get_tdsdatainfo(38, nullptr, &n), report);
-  EXPECT_DEATH(com_tds_get_tdsdatainfo(38, &n, nullptr), report);
+  EXPECT_FATAL(com_tds_get_cstype(38, 4, nullptr), report);
+  EXPECT_FATAL(com_tds_get_tdsfixedlen(38, nullptr), report);
+  EXPECT_FATAL(com_tds_get_tdsdatainfo(38, nullptr, &n), report);
+  EXPECT_FATAL(com_tds_get_tdsdatainfo(38, &n, nullptr), report);
 }
 
 }  // namespace

@@ -60,7 +60,7 @@ VDX_API int32_t comn_create_thread(vdx_thread **thread, vdx_start_routine *start
 VDX_API int32_t comn_start_thread(vdx_thread *thread);
 
 /* Waits without limit until the thread has ended. 1, or 0 when the wait failed, as it does for a
- * thread that waits for itself on POSIX. May be called more than once and by several threads; the
+ * thread that waits for itself. May be called more than once and by several threads; the
  * object stays. */
 VDX_API int32_t comn_join_thread(vdx_thread *thread);
 

@@ -9,9 +9,7 @@
 #include <stdint.h>
 
 #if defined(_WIN32)
-#if defined(VDXCOMN_BUILDING_SHARED)
-#define VDX_API __declspec(dllexport)
-#elif defined(VDXCOMN_STATIC)
+#if defined(VDXCOMN_STATIC)
 #define VDX_API
 #else
 #define VDX_API __declspec(dllimport)

@@ -3,11 +3,14 @@
 
 #include <process.h>
 
+#include <atomic>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "frame/check.h"
+#include "frame/turn.h"
 #include "service/thread_level.h"
 #include "vdxcomn/thread.h"
 
@@ -67,10 +70,25 @@ bool begin(vdx_thread* thread, vdx_start_routine* routine, void* argument, unsig
   return handle != 0;
 }
 
+// The system checks no key, and some are other libraries'.
+std::atomic<bool> is_own_key[TLS_MINIMUM_AVAILABLE + 1024];
+
+bool is_own(vdx_key key) {
+  return key < std::size(is_own_key) && is_own_key[key].load(std::memory_order_relaxed);
+}
+
 CRITICAL_SECTION coroutine_section;
 bool coroutine_mode = false;
 
+SRWLOCK* native(void** lock) {
+  static_assert(sizeof(SRWLOCK) == sizeof *lock, "zero where it is free");
+  return reinterpret_cast<SRWLOCK*>(lock);
+}
+
 }  // namespace
+
+void vdx::Turn::lock() { AcquireSRWLockExclusive(native(&lock_)); }
+void vdx::Turn::unlock() { ReleaseSRWLockExclusive(native(&lock_)); }
 
 int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, void* argument,
                               size_t stack_size) {
@@ -90,6 +108,7 @@ int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, voi
 
 int32_t comn_join_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
+  if (GetThreadId(thread->handle) == GetCurrentThreadId()) return VDX_TRACE(XS_FAIL);
   return VDX_TRACE(status(WaitForSingleObject(thread->handle, INFINITE) == WAIT_OBJECT_0));
 }
 
@@ -125,6 +144,8 @@ vdx_tid comn_thread_id(void) { return GetCurrentThreadId(); }
 int32_t comn_set_priority(vdx_thread* thread, int32_t priority) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   if (priority < 0 || priority >= vdx::kPriorities) return VDX_TRACE(XS_FAIL);
+  // The system may accept it for a thread that has ended.
+  if (WaitForSingleObject(thread->handle, 0) == WAIT_OBJECT_0) return VDX_TRACE(XS_FAIL);
   static constexpr int kLevel[vdx::kLevels] = {
       THREAD_PRIORITY_IDLE,         THREAD_PRIORITY_LOWEST,       THREAD_PRIORITY_BELOW_NORMAL,
       THREAD_PRIORITY_NORMAL,       THREAD_PRIORITY_ABOVE_NORMAL, THREAD_PRIORITY_HIGHEST,
@@ -295,17 +316,22 @@ int32_t comn_create_key(vdx_key* key) {
   VDX_CHECK_POINTER(key, XS_FAIL);
   const DWORD index = TlsAlloc();
   if (index == TLS_OUT_OF_INDEXES) return VDX_TRACE(XS_FAIL);
+  is_own_key[index].store(true, std::memory_order_relaxed);
   *key = index;
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_drop_key(vdx_key key) { return VDX_TRACE(status(TlsFree(key))); }
-
-int32_t comn_set_threaduserdata(vdx_key key, const void* value) {
-  return VDX_TRACE(status(TlsSetValue(key, const_cast<void*>(value))));
+int32_t comn_drop_key(vdx_key key) {
+  if (!is_own(key) || !is_own_key[key].exchange(false, std::memory_order_relaxed))
+    return VDX_TRACE(XS_FAIL);
+  return VDX_TRACE(status(TlsFree(key)));
 }
 
-void* comn_get_threaduserdata(vdx_key key) { return TlsGetValue(key); }
+int32_t comn_set_threaduserdata(vdx_key key, const void* value) {
+  return VDX_TRACE(status(is_own(key) && TlsSetValue(key, const_cast<void*>(value))));
+}
+
+void* comn_get_threaduserdata(vdx_key key) { return is_own(key) ? TlsGetValue(key) : nullptr; }
 
 int32_t comn_start_coroutine_mode(void) {
   if (coroutine_mode) return VDX_TRACE(XS_FAIL);

@@ -1,4 +1,4 @@
-// Files and environment variables.
+// Files, environment variables and the program's name.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -49,6 +49,11 @@ std::size_t read_environment(const char* name, char* buffer, std::size_t size) {
   const std::size_t length = strnlen(value, size);
   std::memcpy(buffer, value, length);
   return length;
+}
+
+std::size_t executable_name(char* buffer, std::size_t size) {
+  const ssize_t length = readlink("/proc/self/exe", buffer, size);
+  return length < 0 ? 0 : static_cast<std::size_t>(length);
 }
 
 }  // namespace vdx

@@ -2,12 +2,12 @@
 #include "config/comcfg.h"
 
 #include <cstdio>
-#include <mutex>
 #include <new>
 
 #include "frame/allocate.h"
 #include "frame/check.h"
 #include "frame/com_err.h"
+#include "frame/turn.h"
 
 namespace vdx {
 namespace {
@@ -26,7 +26,7 @@ std::int32_t int_size(std::string_view text) { return static_cast<std::int32_t>(
 // The context's area, or the static one, which is allocated once for all contexts without one.
 vdx_appglobal* area_of(vdx_context* context) {
   if (context->appglobal != nullptr) return context->appglobal;
-  static constinit std::mutex turn;
+  static constinit Turn turn;
   static constinit vdx_appglobal* shared = nullptr;
   const std::lock_guard guard(turn);
   if (shared == nullptr && com_appglobal_alloc(&shared, 0, VDX_APPGLOBAL_STATIC) != XS_SUCCEED)

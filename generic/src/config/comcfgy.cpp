@@ -1,11 +1,11 @@
 // The parse of a configuration file: tokens, the grammar of its lines, and what it makes of them.
 #include <cstdio>
-#include <mutex>
 #include <new>
 
 #include "config/comcfg.h"
 #include "frame/check.h"
 #include "frame/com_err.h"
+#include "frame/turn.h"
 #include "vdxcomn/intl.h"
 
 namespace vdx {
@@ -285,7 +285,7 @@ vdx_err_place place_of(const CfgParsed& parsed, std::int32_t line, std::string_v
 }
 
 bool parse_file(vdx_cfg* cfg) {
-  static constinit std::mutex turn;
+  static constinit Turn turn;
   const std::lock_guard guard(turn);
   if (cfg__init_parse(cfg) != XS_SUCCEED) return false;
   const bool done = cfg__parse(cfg) == XS_SUCCEED;

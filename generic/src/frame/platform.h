@@ -1,4 +1,5 @@
-// What the library needs of the platform; posix/src and nt386/src each supply it.
+// What the library needs of the platform; posix/src and nt386/src each supply it. Names of files
+// and values of the environment are bytes on POSIX and UTF-8 on Windows.
 #ifndef VDX_FRAME_PLATFORM_H
 #define VDX_FRAME_PLATFORM_H
 
@@ -10,7 +11,7 @@
 namespace vdx {
 
 // Leaves after a failed check was reported on stderr: for a handler of the caller's where one is
-// set, else the process ends. With resumable the handler may also return, and so does this
+// set, else the process ends: SIGABRT, or a structured exception of code 0. With resumable the handler may also return, and so does this
 // function; without, stderr is closed first, once a process, and nothing returns here.
 void fatal_exit(bool resumable);
 
@@ -33,6 +34,10 @@ void close_file(std::intptr_t file);
 // Copies up to size bytes of an environment variable's value, without a terminator, and returns how
 // many; 0 where it is unset or empty.
 std::size_t read_environment(const char* name, char* buffer, std::size_t size);
+
+// Copies up to size bytes of the full name of the running program's file, without a terminator, and
+// returns how many; 0 where the platform cannot tell.
+std::size_t executable_name(char* buffer, std::size_t size);
 
 }  // namespace vdx
 

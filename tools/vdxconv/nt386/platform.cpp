@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cerrno>
 
 namespace vdxconv {
 
@@ -27,7 +28,12 @@ void prepare_streams() {
 
 int open_to_read(const char* path) {
   int file = -1;
-  _sopen_s(&file, path, _O_RDONLY | _O_BINARY, _SH_DENYNO, 0);
+  if (_sopen_s(&file, path, _O_RDONLY | _O_BINARY, _SH_DENYNO, 0) == EACCES) {
+    const DWORD attributes = GetFileAttributesA(path);
+    const bool folder =
+        attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    errno = folder ? EISDIR : EACCES;
+  }
   return file;
 }
 
@@ -46,7 +52,13 @@ bool write_all(int descriptor, const uint8_t* from, std::size_t size) {
   while (size > 0) {
     const int put =
         _write(descriptor, from, static_cast<unsigned>(std::min(size, kLargestTransfer)));
-    if (put <= 0) return false;
+    if (put <= 0) {
+      // The runtime knows no name for a pipe whose reader is closing.
+      for (const unsigned long closed :
+           {ERROR_NO_DATA, ERROR_BROKEN_PIPE, ERROR_PIPE_NOT_CONNECTED})
+        if (_doserrno == closed) errno = EPIPE;
+      return false;
+    }
     from += put;
     size -= static_cast<std::size_t>(put);
   }

@@ -1,0 +1,25 @@
+// A mutex that stands from the start of the process: it needs no making, which could fail.
+#ifndef VDX_FRAME_TURN_H
+#define VDX_FRAME_TURN_H
+
+#include <mutex>
+
+namespace vdx {
+
+#if defined(_WIN32)
+// The C++ library's own mutex is made on first use there.
+class Turn {
+ public:
+  void lock();
+  void unlock();
+
+ private:
+  void* lock_ = nullptr;
+};
+#else
+using Turn = std::mutex;
+#endif
+
+}  // namespace vdx
+
+#endif

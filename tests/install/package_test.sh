@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Makes the .deb pair of a finished build, unpacks it, and builds and runs README's example there.
+# Usage: package_test.sh SOURCE BUILD CC
+set -euo pipefail
+source=$1 build=$2 cc=$3
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+mapfile -t packages < <("$source/scripts/package" deb "$work/out" "$build")
+((${#packages[@]} == 2)) || { echo "made ${packages[*]}"; exit 1; }
+for package in "${packages[@]}"; do
+  dpkg-deb -x "$package" "$work/tree"
+  dpkg-deb -e "$package" "$work/control"
+  (cd "$work/tree" && md5sum --quiet -c "$work/control/md5sums")
+  name=$(dpkg-deb -f "$package" Package)
+  [[ $name == *-dev ]] || runtime=$name
+  # One package alone brings the shared library, the other all else, and asks for it.
+  depends=$(dpkg-deb -f "$package" Depends)
+  expected="libc6 (>= 2*" libraries=2
+  if [[ $name == *-dev ]]; then
+    expected="$runtime (= $(dpkg-deb -f "$package" Version)), libc6 (>= 2*" libraries=0
+  fi
+  # shellcheck disable=SC2053  # a pattern
+  [[ $depends == $expected ]] || { echo "$name depends on $depends"; exit 1; }
+  [[ $(dpkg-deb -c "$package" | grep -c '/libvdxcomn\.so\.1') == "$libraries" ]] ||
+    { echo "$name: not $libraries names of the shared library"; exit 1; }
+done
+
+libraries=$(dirname "$(find "$work/tree" -name libvdxcomn.so)")
+awk '$0 == "```c" { on = 1; next } $0 == "```" { on = 0 } on' "$source/README.md" >"$work/readme.c"
+export PKG_CONFIG_LIBDIR=$libraries/pkgconfig PKG_CONFIG_SYSROOT_DIR=
+# Unquoted on purpose: a list of words.
+"$cc" -std=c11 "$work/readme.c" $(pkg-config --cflags --libs vdxcomn) -o "$work/readme"
+diff <(LD_LIBRARY_PATH=$libraries "$work/readme") \
+  <(awk '$0 == "```text" { on = 1; next } $0 == "```" { on = 0 } on' "$source/README.md")
+[[ $("$work/tree/usr/bin/vdxconv" char i4 ' -42') == -42 ]]

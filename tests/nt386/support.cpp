@@ -1,0 +1,108 @@
+#include <windows.h>
+
+#include <io.h>
+
+#include <cstdlib>
+#include <regex>
+
+#include "checks.h"
+
+namespace vdx_test {
+namespace {
+
+constexpr DWORD kCheckFailed = 0;
+
+class HasMatch : public testing::MatcherInterface<const std::string&> {
+ public:
+  explicit HasMatch(const std::string& expression)
+      : expression_(expression), regex_(expression, std::regex::extended) {}
+  bool MatchAndExplain(const std::string& text, testing::MatchResultListener*) const override {
+    return std::regex_search(text, regex_);
+  }
+  void DescribeTo(std::ostream* out) const override { *out << "has a match of " << expression_; }
+
+ private:
+  const std::string expression_;
+  const std::regex regex_;
+};
+
+// Where a handler that leaves goes to: the exception is continued in this frame instead of its own.
+CONTEXT frame;
+volatile bool is_inside;
+
+LONG CALLBACK resume(EXCEPTION_POINTERS* at) {
+  return at->ExceptionRecord->ExceptionCode == kCheckFailed ? EXCEPTION_CONTINUE_EXECUTION
+                                                            : EXCEPTION_CONTINUE_SEARCH;
+}
+
+LONG CALLBACK leave(EXCEPTION_POINTERS* at) {
+  if (at->ExceptionRecord->ExceptionCode != kCheckFailed) return EXCEPTION_CONTINUE_SEARCH;
+  *at->ContextRecord = frame;
+  return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+}  // namespace
+
+const int kExitMinusOne = -1;
+bool (*read_fails)() = nullptr;
+std::atomic<std::size_t> read_limit{SIZE_MAX};
+
+// The exception's code becomes the status.
+bool ended_by_check(int status) { return status == static_cast<int>(kCheckFailed); }
+
+bool refused_resumption(int status) {
+  return static_cast<DWORD>(status) == EXCEPTION_NONCONTINUABLE_EXCEPTION;
+}
+
+testing::Matcher<const std::string&> has_match(const std::string& expression) {
+  return testing::Matcher<const std::string&>(new HasMatch(expression));
+}
+
+void handle_checks(Handler handler) {
+  AddVectoredExceptionHandler(1, handler == Handler::kResume ? resume : leave);
+}
+
+bool leave_checks(const std::function<void()>& body) {
+  is_inside = false;
+  RtlCaptureContext(&frame);
+  if (is_inside) return true;
+  is_inside = true;
+  body();
+  return false;
+}
+
+void set_environment(const char* name, const char* value) {
+  _putenv_s(name, value != nullptr ? value : "");
+}
+
+bool stderr_is_open() { return _get_osfhandle(2) != -1; }
+
+namespace {
+
+BOOL WINAPI read_or_fail(HANDLE file, void* buffer, DWORD size, DWORD* got, OVERLAPPED* overlapped);
+
+}  // namespace
+}  // namespace vdx_test
+
+// The linker sends the library's reads here: its pointer to the system's function is ours.
+extern "C" {
+
+extern decltype(&ReadFile) __real___imp_ReadFile;
+decltype(&ReadFile) __wrap___imp_ReadFile = vdx_test::read_or_fail;
+
+}  // extern "C"
+
+namespace vdx_test {
+namespace {
+
+BOOL WINAPI read_or_fail(HANDLE file, void* buffer, DWORD size, DWORD* got,
+                         OVERLAPPED* overlapped) {
+  if (read_fails == nullptr || !read_fails())
+    return __real___imp_ReadFile(
+        file, buffer, size < read_limit ? size : static_cast<DWORD>(read_limit), got, overlapped);
+  SetLastError(ERROR_READ_FAULT);
+  return FALSE;
+}
+
+}  // namespace
+}  // namespace vdx_test

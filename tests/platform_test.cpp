@@ -1,0 +1,95 @@
+// What each platform has to give: one contract, whoever fills it.
+#include "frame/platform.h"
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "checks.h"
+
+namespace {
+
+std::string read_all(const char* name, std::size_t piece) {
+  const std::intptr_t file = vdx::open_file(name);
+  if (file == vdx::kNoFile) return "none";
+  std::string all, buffer(piece, '?');
+  std::int64_t got;
+  while ((got = vdx::read_file(file, buffer.data(), piece)) > 0)
+    all.append(buffer, 0, static_cast<std::size_t>(got));
+  vdx::close_file(file);
+  return got == 0 ? all : "failed";
+}
+
+TEST(Platform, FilesAreReadUnderEverySpelling) {
+  const std::filesystem::path top = "vdxplatform";
+  const std::filesystem::path folder = top / u8"M\u00fc\u65e5";
+  std::filesystem::create_directories(folder);
+  const std::string bytes("a\r\n\x1a\0b\n", 7);
+  std::ofstream(folder / "f.cfg", std::ios::binary) << bytes;
+  const std::string utf8 = "vdxplatform/M\xc3\xbc\xe6\x97\xa5";
+  // Longer than the systems' classic limit of 260, though it names the same file.
+  std::string longer = utf8;
+  for (int i = 0; i < 150; ++i) longer += "/.";
+  const struct {
+    std::string name;
+    std::string expected;
+  } rows[] = {
+      {utf8 + "/f.cfg", bytes},
+      {"vdxplatform\\M\xc3\xbc\xe6\x97\xa5\\f.cfg", bytes},
+      {utf8 + "\\f.cfg", bytes},
+      {longer + "/f.cfg", bytes},
+      {utf8, "none"},
+      {"vdxplatform\\none", "none"},
+      {"", "none"},
+      {std::string(5000, 'x'), "none"},
+      {std::string(5000, '\\'), "none"},
+      {"vdxplatform/\xff\xfe", "none"},
+  };
+  for (const auto& row : rows)
+    for (const std::size_t piece : {1, 3, 100}) {
+      SCOPED_TRACE(row.name.substr(0, 100));
+      EXPECT_EQ(read_all(row.name.c_str(), piece), row.expected);
+    }
+  // A file that somebody has open may be replaced meanwhile.
+  const std::intptr_t file = vdx::open_file(rows[0].name.c_str());
+  std::filesystem::rename(folder / "f.cfg", folder / "g.cfg");
+  std::filesystem::remove(folder / "g.cfg");
+  vdx::close_file(file);
+  std::filesystem::remove_all(top);
+}
+
+TEST(Platform, VariablesAreCutToTheirRoom) {
+  const std::string long_value(5000, 'v');
+  const struct {
+    const char* value;
+    std::size_t size;
+    std::string expected;
+  } rows[] = {
+      {"home", 256, "home"},
+      {"home", 4, "home"},
+      {"home", 3, "hom"},
+      {"home", 0, ""},
+      {"", 256, ""},
+      {nullptr, 256, ""},
+      {long_value.c_str(), 256, long_value.substr(0, 256)},
+      {long_value.c_str(), 5001, long_value},
+  };
+  for (const auto& row : rows) {
+    vdx_test::set_environment("VDX_PLATFORM", row.value);
+    std::string buffer(6000, '?');
+    const std::size_t length = vdx::read_environment("VDX_PLATFORM", buffer.data(), row.size);
+    EXPECT_EQ(buffer.substr(0, length), row.expected);
+    EXPECT_EQ(buffer.find_first_not_of('?', length), std::string::npos);
+  }
+  vdx_test::set_environment("VDX_PLATFORM", nullptr);
+}
+
+TEST(Platform, KnowsItsProgram) {
+  char name[1024];
+  const std::string whole(name, vdx::executable_name(name, sizeof name));
+  EXPECT_NE(whole.find("vdxcomn_tests"), std::string::npos) << whole;
+  EXPECT_TRUE(std::filesystem::exists(whole)) << whole;
+  EXPECT_EQ(std::string(name, vdx::executable_name(name, 5)), whole.substr(0, 5));
+}
+
+}  // namespace
