@@ -71,6 +71,24 @@ static void locales(vdx_context *context) {
   EXPECT(comn_loc_drop(context, locale) == XS_SUCCEED);
 }
 
+static void charsets(vdx_context *context) {
+  static const char text[] = "caf\xc3\xa9";
+  vdx_locale *utf8 = NULL;
+  uint16_t units[4];
+  char latin1[8];
+  int32_t length = 0;
+  EXPECT(comn_loc_alloc(context, "utf8", &utf8) == XS_SUCCEED);
+  EXPECT(comn_charset_convert(context, utf8, text, VDX_NULLTERM, NULL, latin1, sizeof latin1,
+                              &length) == VDX_SUCCESS);
+  EXPECT(length == 4 && memcmp(latin1, "caf\xe9", 4) == 0);
+  EXPECT(comn_loc_drop(context, utf8) == XS_SUCCEED);
+  EXPECT(com_intl_xlate(context, "utf8", "ascii", text, VDX_NULLTERM, latin1, sizeof latin1,
+                        &length) == VDX_TRANSLATION);
+  EXPECT(length == 3);
+  EXPECT(com__fou_utf8_to_utf16(text, VDX_NULLTERM, units, sizeof units, &length) == VDX_SUCCESS);
+  EXPECT(length == 8 && units[3] == 0xe9);
+}
+
 static void money(void) {
   const vdx_money a = {0, 15000}, b = {0, 20000};
   vdx_money product;
@@ -144,6 +162,7 @@ int main(void) {
   vdx_context context = {.version = VDX_VERSION};
   frame();
   locales(&context);
+  charsets(&context);
   conversions(&context);
   money();
   numbers();

@@ -32,6 +32,9 @@ struct CharRun {
   std::uint8_t fold;  // of the first, the next one folds to fold + 1 and so on; 0: none of them
 };
 
+// How the bytes of a set give code points, see unicode.h.
+enum class Encoding : std::uint8_t { latin1, ascii, utf8, sjis };
+
 }  // namespace vdx
 
 struct vdx_charattr {
@@ -46,6 +49,7 @@ struct vdx_charattr {
   // UTF-8 alone: characters of three and four bytes, ascending
   const vdx::CharRun* runs = nullptr;
   std::int32_t run_count = 0;
+  vdx::Encoding encoding = vdx::Encoding::latin1;
 };
 
 namespace vdx {

@@ -43,8 +43,10 @@ struct LeadRange {
 };
 
 template <const CharPage& Single, std::size_t N = 0>
-constexpr vdx_charattr make_set(const LeadRange (&leads)[N], const CharPage* const* pages) {
+constexpr vdx_charattr make_set(Encoding encoding, const LeadRange (&leads)[N],
+                                const CharPage* const* pages) {
   vdx_charattr set{1, {}, &Single, pages, kUpper<Single>.data(), kLower<Single>.data()};
+  set.encoding = encoding;
   for (std::uint8_t& bytes : set.lead_class) bytes = 1;
   for (const LeadRange& range : leads) {
     for (std::int32_t c = range.first; c <= range.last; ++c) set.lead_class[c] = range.bytes;
@@ -58,7 +60,7 @@ constexpr LeadRange kUtf8Leads[] = {{0xC2, 0xDF, 2}, {0xE0, 0xEF, 3}, {0xF0, 0xF
 constexpr LeadRange kSjisLeads[] = {{0x81, 0x9F, 2}, {0xE0, 0xFC, 2}};
 
 constexpr vdx_charattr make_utf8() {
-  vdx_charattr set = make_set<kUtf8Single>(kUtf8Leads, kUtf8Pages);
+  vdx_charattr set = make_set<kUtf8Single>(Encoding::utf8, kUtf8Leads, kUtf8Pages);
   set.runs = kUtf8Runs;
   set.run_count = static_cast<std::int32_t>(std::size(kUtf8Runs));
   return set;
@@ -84,10 +86,10 @@ const CharRun* find_run(const vdx_charattr& attributes, std::uint32_t code) {
 
 }  // namespace
 
-constexpr vdx_charattr kLatin1 = make_set<kLatin1Single>(kNoLeads, nullptr);
-constexpr vdx_charattr kAscii = make_set<kAsciiSingle>(kNoLeads, nullptr);
+constexpr vdx_charattr kLatin1 = make_set<kLatin1Single>(Encoding::latin1, kNoLeads, nullptr);
+constexpr vdx_charattr kAscii = make_set<kAsciiSingle>(Encoding::ascii, kNoLeads, nullptr);
 constexpr vdx_charattr kUtf8 = make_utf8();
-constexpr vdx_charattr kSjis = make_set<kSjisSingle>(kSjisLeads, kSjisPages);
+constexpr vdx_charattr kSjis = make_set<kSjisSingle>(Encoding::sjis, kSjisLeads, kSjisPages);
 
 constexpr NamedCharset kCharsets[4] = {
     {"iso_1", &kLatin1}, {"ascii", &kAscii}, {"utf8", &kUtf8}, {"sjis", &kSjis}};

@@ -2,7 +2,9 @@
 //
 // Units are in native byte order unless a parameter says that their bytes are swapped, and need no
 // alignment. Nothing here allocates, and a character is never cut: where the next one does not fit
-// whole, the work stops before it.
+// whole, the work stops before it. Where the next character is malformed, that is the outcome
+// whether there is room or not. In a double-byte set a lead byte and the byte behind it are one
+// character whatever the second is, as everywhere in the library.
 #ifndef VDX_INTL_UNICODE_H
 #define VDX_INTL_UNICODE_H
 
@@ -17,35 +19,46 @@ enum class Transcoding : std::uint8_t {
   done,       // all of the source was taken
   full,       // the destination has no room for the next character
   malformed,  // the source is not well-formed at `taken`: UTF-8 or UTF-16, or a cut character
+  missing,    // the character at `taken` is not in the destination's set, or is none at all
+};
+
+// What becomes of characters that the destination's set does not have, and of bytes that are no
+// character of a single- or double-byte set.
+enum class Missing : std::uint8_t {
+  substitute,  // a question mark or, towards UTF-16, U+FFFD takes their place
+  stop,        // the work stops before them
 };
 
 struct Transcoded {
   std::size_t taken;   // of the source: bytes, or units where the source is UTF-16
   std::size_t placed;  // in the destination: bytes, or units where the destination is UTF-16
   Transcoding outcome;
-  // Characters that the destination's set does not have, a question mark in their place, and bytes
-  // that are no character of a single- or double-byte set, U+FFFD in theirs.
-  bool substituted;
+  bool substituted;  // anything was
 };
 
 // n bytes of the set as UTF-16.
 Transcoded to_utf16(const vdx_charattr& set, const std::uint8_t* from, std::size_t n, void* to,
-                    std::size_t room_units, bool swapped);
+                    std::size_t room_units, bool swapped, Missing missing = Missing::substitute);
 
 // UTF-16 as bytes of the set.
 Transcoded from_utf16(const vdx_charattr& set, const void* from, std::size_t units,
-                      std::uint8_t* to, std::size_t room);
+                      std::uint8_t* to, std::size_t room, Missing missing = Missing::substitute);
 
 // Bytes of one set as bytes of another. Equal sets are checked (UTF-8 must be well-formed) and
-// copied.
+// copied, whatever their bytes stand for.
 Transcoded transcode(const vdx_charattr& from_set, const std::uint8_t* from, std::size_t n,
-                     const vdx_charattr& to_set, std::uint8_t* to, std::size_t room);
+                     const vdx_charattr& to_set, std::uint8_t* to, std::size_t room,
+                     Missing missing = Missing::substitute);
 
 // How many of the units come before the first unpaired surrogate: all of them in well-formed text.
 std::size_t well_formed_utf16(const void* units, std::size_t n);
 
 // How many of the bytes come before the first that is not well-formed UTF-8.
 std::size_t well_formed_utf8(const std::uint8_t* bytes, std::size_t n);
+
+// How many of the bytes come before the first that is not well-formed UTF-8 or, in a double-byte
+// set, the first of a cut character.
+std::size_t well_formed(const vdx_charattr& set, const std::uint8_t* bytes, std::size_t n);
 
 // How many of the units come before the first that is not ASCII, which are placed as bytes; `to`
 // has room for n.

@@ -1,0 +1,91 @@
+// Text of one character set as text of another.
+#include "vdxcomn/charset.h"
+
+#include "frame/check.h"
+#include "frame/length.h"
+#include "intl/locale.h"
+#include "intl/unicode.h"
+
+namespace vdx {
+namespace {
+
+// The result of a conversion that gives a text as a whole or up to its room. A cut one is complete
+// only in what was looked at: whether the rest is well-formed is still open.
+inline std::int32_t code_of(const Transcoded& text, const vdx_charattr& from,
+                            const std::uint8_t* source, std::size_t n) {
+  if (text.outcome == Transcoding::done) [[likely]]
+    return text.substituted ? VDX_TRANSLATION : VDX_SUCCESS;
+  if (text.outcome == Transcoding::malformed) return VDX_MALFORMED_UNICODE;
+  const std::size_t rest = n - text.taken;
+  return well_formed(from, source + text.taken, rest) == rest ? VDX_TRUNCATED
+                                                              : VDX_MALFORMED_UNICODE;
+}
+
+}  // namespace
+}  // namespace vdx
+
+#define VDX_CHECK_TEXTS(source, length, destination, size, length_out) \
+  VDX_CHECK_POINTER(source, VDX_OVERFLOW);                             \
+  VDX_CHECK_POINTER(destination, VDX_OVERFLOW);                        \
+  VDX_CHECK_POINTER(length_out, VDX_OVERFLOW);                         \
+  VDX_ASSERT(vdx::is_length(length) && (size) >= 0, VDX_OVERFLOW)
+
+extern "C" {
+
+std::int32_t comn_charset_convert(const vdx_context* context, const vdx_locale* source_locale,
+                                  const void* source, std::int32_t length,
+                                  const vdx_locale* destination_locale, void* destination,
+                                  std::int32_t size, std::int32_t* length_out) {
+  VDX_CHECK_TEXTS(source, length, destination, size, length_out);
+  const vdx_charattr& from = *vdx::chosen_locale(context, source_locale).charset->attributes;
+  const vdx_charattr& to = *vdx::chosen_locale(context, destination_locale).charset->attributes;
+  const auto* const bytes = static_cast<const std::uint8_t*>(source);
+  const std::size_t n = vdx::measured(source, length);
+  const vdx::Transcoded text = vdx::transcode(
+      from, bytes, n, to, static_cast<std::uint8_t*>(destination), static_cast<std::size_t>(size));
+  const std::int32_t result = vdx::code_of(text, from, bytes, n);
+  *length_out = result == VDX_MALFORMED_UNICODE ? 0 : static_cast<std::int32_t>(text.placed);
+  return result;
+}
+
+std::int32_t com_intl_xlate(const vdx_context*, const char* from, const char* to,
+                            const void* source, std::int32_t length, void* destination,
+                            std::int32_t size, std::int32_t* length_out) {
+  VDX_CHECK_POINTER(from, VDX_OVERFLOW);
+  VDX_CHECK_POINTER(to, VDX_OVERFLOW);
+  VDX_CHECK_TEXTS(source, length, destination, size, length_out);
+  *length_out = 0;
+  const vdx::NamedCharset* const from_set = vdx::find_charset(from);
+  const vdx::NamedCharset* const to_set = vdx::find_charset(to);
+  if (from_set == nullptr || to_set == nullptr) return VDX_TRANSLATION;
+  const vdx::Transcoded text = vdx::transcode(
+      *from_set->attributes, static_cast<const std::uint8_t*>(source),
+      vdx::measured(source, length), *to_set->attributes, static_cast<std::uint8_t*>(destination),
+      static_cast<std::size_t>(size), vdx::Missing::stop);
+  *length_out = static_cast<std::int32_t>(text.placed);
+  switch (text.outcome) {
+    case vdx::Transcoding::done:
+      break;
+    case vdx::Transcoding::full:
+      return VDX_TRUNCATED;
+    case vdx::Transcoding::malformed:
+      return VDX_MALFORMED_UNICODE;
+    case vdx::Transcoding::missing:
+      return VDX_TRANSLATION;
+  }
+  return VDX_SUCCESS;
+}
+
+std::int32_t com__fou_utf8_to_utf16(const void* source, std::int32_t length, void* destination,
+                                    std::int32_t size, std::int32_t* length_out) {
+  VDX_CHECK_TEXTS(source, length, destination, size, length_out);
+  const auto* const bytes = static_cast<const std::uint8_t*>(source);
+  const std::size_t n = vdx::measured(source, length);
+  const vdx::Transcoded text =
+      vdx::to_utf16(vdx::kUtf8, bytes, n, destination, static_cast<std::size_t>(size) / 2, false);
+  const std::int32_t result = vdx::code_of(text, vdx::kUtf8, bytes, n);
+  *length_out = result == VDX_MALFORMED_UNICODE ? 0 : static_cast<std::int32_t>(2 * text.placed);
+  return result;
+}
+
+}  // extern "C"

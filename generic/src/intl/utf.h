@@ -1,0 +1,54 @@
+// UTF-8 and UTF-16 without a record of attributes: what unicode.cpp builds the conversions from.
+#ifndef VDX_INTL_UTF_H
+#define VDX_INTL_UTF_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "intl/unicode.h"
+#include "number/digits.h"
+
+namespace vdx {
+
+inline constexpr char32_t kReplacement = 0xFFFD;
+
+constexpr bool is_surrogate(std::uint32_t unit) { return (unit & 0xF800) == 0xD800; }
+constexpr bool is_high_surrogate(std::uint32_t unit) { return (unit & 0xFC00) == 0xD800; }
+constexpr bool is_low_surrogate(std::uint32_t unit) { return (unit & 0xFC00) == 0xDC00; }
+
+// Units lie at any address.
+VDX_INLINE std::uint16_t unit_at(const std::uint8_t* units, std::size_t i) {
+  return load<std::uint16_t>(units + 2 * i);
+}
+
+// Whether units i and i + 1 of n, the first of them a surrogate, are one character.
+VDX_INLINE bool surrogate_pair_at(const std::uint8_t* units, std::size_t i, std::size_t n) {
+  return n - i > 1 && is_high_surrogate(unit_at(units, i)) &&
+         is_low_surrogate(unit_at(units, i + 1));
+}
+
+template <bool Swapped>
+VDX_INLINE void put_unit(std::uint8_t* units, std::size_t i, std::uint32_t unit) {
+  if constexpr (Swapped) unit = (unit << 8 & 0xFF00) | (unit >> 8 & 0xFF);
+  store(units + 2 * i, static_cast<std::uint16_t>(unit));
+}
+
+// Places the ASCII bytes that the text starts with as units; how many they are. Both texts are at
+// least n long.
+template <bool Swapped>
+std::size_t widen_run(const std::uint8_t* from, std::size_t n, std::uint8_t* to);
+
+// Places the units below Limit (0x80 or 0x100) that the text starts with as bytes; how many.
+template <std::uint32_t Limit>
+std::size_t narrow_run(const std::uint8_t* units, std::size_t n, std::uint8_t* to);
+
+template <bool Swapped>
+Transcoded utf8_to_utf16(const std::uint8_t* from, std::size_t n, std::uint8_t* to,
+                         std::size_t room);
+
+Transcoded utf16_to_utf8(const std::uint8_t* from, std::size_t n, std::uint8_t* to,
+                         std::size_t room);
+
+}  // namespace vdx
+
+#endif

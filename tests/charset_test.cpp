@@ -1,0 +1,489 @@
+// Between character sets and UTF-16.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "intl/locale.h"
+#include "intl/unicode.h"
+#include "vdxcomn/charset.h"
+
+namespace {
+
+using vdx::Missing;
+using vdx::Transcoded;
+using vdx::Transcoding;
+
+// A copy without a spare byte on either side, at an odd address where `shift` says so: a sanitizer
+// sees what is read or written beyond it.
+struct Exact {
+  std::unique_ptr<std::uint8_t[]> memory;
+  std::uint8_t* data;
+  std::size_t size;
+  explicit Exact(std::size_t n, std::size_t shift = 0)
+      : memory(new std::uint8_t[n + shift]()), data(memory.get() + shift), size(n) {}
+  Exact(const std::string& bytes, std::size_t shift) : Exact(bytes.size(), shift) {
+    bytes.copy(reinterpret_cast<char*>(data), bytes.size());
+  }
+  std::string first(std::size_t n) const { return {reinterpret_cast<char*>(data), n}; }
+};
+
+struct Expected {
+  std::size_t taken = 0;
+  Transcoding outcome = Transcoding::done;
+  std::string placed;
+};
+
+void expect_same(const Transcoded& got, std::size_t scale, const Exact& to, const Expected& want) {
+  EXPECT_EQ(got.taken, want.taken);
+  EXPECT_EQ(got.outcome, want.outcome);
+  EXPECT_FALSE(got.substituted);
+  ASSERT_EQ(got.placed * scale, want.placed.size());
+  EXPECT_EQ(to.first(want.placed.size()), want.placed);
+}
+
+std::string units_of(char32_t c, bool swapped = false) {
+  std::u16string units(1, static_cast<char16_t>(c));
+  if (c > 0xFFFF)
+    units = {static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10)),
+             static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF))};
+  std::string bytes;
+  for (const char16_t unit : units) {
+    const char low = static_cast<char>(unit & 0xFF), high = static_cast<char>(unit >> 8);
+    bytes += {swapped ? high : low, swapped ? low : high};
+  }
+  return bytes;
+}
+
+std::string utf8_of(char32_t c) {
+  const auto byte = [](char32_t b) { return static_cast<char>(b); };
+  if (c < 0x80) return {byte(c)};
+  if (c < 0x800) return {byte(0xC0 | c >> 6), byte(0x80 | (c & 63))};
+  const char last = byte(0x80 | (c & 63)), third = byte(0x80 | (c >> 6 & 63));
+  if (c < 0x10000) return {byte(0xE0 | c >> 12), third, last};
+  return {byte(0xF0 | c >> 18), byte(0x80 | (c >> 12 & 63)), third, last};
+}
+
+// One character of UTF-8: its bytes (0: none) by the ranges that each place allows.
+std::size_t utf8_character(const std::string& text, std::size_t at, char32_t& code) {
+  static constexpr struct {
+    int first, last, second, second_last, bytes;
+  } rows[] = {
+      {0x00, 0x7F, 0, 0, 1},       {0xC2, 0xDF, 0x80, 0xBF, 2}, {0xE0, 0xE0, 0xA0, 0xBF, 3},
+      {0xE1, 0xEC, 0x80, 0xBF, 3}, {0xED, 0xED, 0x80, 0x9F, 3}, {0xEE, 0xEF, 0x80, 0xBF, 3},
+      {0xF0, 0xF0, 0x90, 0xBF, 4}, {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4}};
+  const auto byte = [&](int i) {
+    const std::size_t place = at + static_cast<std::size_t>(i);
+    return place < text.size() ? static_cast<unsigned char>(text[place]) : -1;
+  };
+  for (const auto& row : rows) {
+    if (byte(0) < row.first || byte(0) > row.last) continue;
+    code = static_cast<char32_t>(byte(0));
+    if (row.bytes > 1) code &= 0xFFu >> (row.bytes + 1);
+    for (int i = 1; i < row.bytes; ++i) {
+      if (byte(i) < (i == 1 ? row.second : 0x80) || byte(i) > (i == 1 ? row.second_last : 0xBF))
+        return 0;
+      code = code << 6 | static_cast<char32_t>(byte(i) & 0x3F);
+    }
+    return static_cast<std::size_t>(row.bytes);
+  }
+  return 0;
+}
+
+// One character of UTF-16: its units.
+std::size_t utf16_character(const std::string& text, std::size_t at, char32_t& code) {
+  const auto unit = [&](std::size_t i) -> char32_t {
+    if (2 * i + 1 >= text.size()) return 0;
+    return static_cast<unsigned char>(text[2 * i]) |
+           static_cast<char32_t>(static_cast<unsigned char>(text[2 * i + 1])) << 8;
+  };
+  code = unit(at);
+  if (code < 0xD800 || code > 0xDFFF) return 1;
+  const char32_t low = unit(at + 1);
+  if (code > 0xDBFF || low < 0xDC00 || low > 0xDFFF) return 0;
+  code = 0x10000 + (code - 0xD800) * 0x400 + (low - 0xDC00);
+  return 2;
+}
+
+// The obvious way: character by character.
+template <class Read, class Write>
+Expected slowly(const std::string& text, std::size_t n, std::size_t room, Read read, Write write) {
+  Expected result;
+  while (result.taken < n) {
+    char32_t code = 0;
+    const std::size_t length = read(text, result.taken, code);
+    const std::string placed = length == 0 ? std::string() : write(code);
+    result.outcome = length == 0                                   ? Transcoding::malformed
+                     : result.placed.size() + placed.size() > room ? Transcoding::full
+                                                                   : Transcoding::done;
+    if (result.outcome != Transcoding::done) break;
+    result.taken += length;
+    result.placed += placed;
+  }
+  return result;
+}
+
+// Every function of UTF-8 and UTF-16 on a text of each, into a room in bytes, against the slow way.
+void check_text(const std::string& utf8, const std::string& utf16, std::size_t room,
+                std::size_t shift) {
+  const std::size_t units = utf16.size() / 2;
+  const Exact narrow(utf8, shift), wide(utf16, shift);
+  Exact to(room, shift);
+  for (const bool swapped : {false, true})
+    expect_same(vdx::to_utf16(vdx::kUtf8, narrow.data, narrow.size, to.data, room / 2, swapped), 2,
+                to, slowly(utf8, utf8.size(), room / 2 * 2, utf8_character, [=](char32_t c) {
+                  return units_of(c, swapped);
+                }));
+  expect_same(vdx::from_utf16(vdx::kUtf8, wide.data, units, to.data, room), 1, to,
+              slowly(utf16, units, room, utf16_character, utf8_of));
+  const auto checked = slowly(utf8, utf8.size(), SIZE_MAX, utf8_character, utf8_of);
+  EXPECT_EQ(vdx::well_formed_utf8(narrow.data, narrow.size), checked.taken);
+  EXPECT_EQ(vdx::well_formed_utf16(wide.data, units),
+            slowly(utf16, units, SIZE_MAX, utf16_character, utf8_of).taken);
+  std::size_t ascii = 0;
+  while (ascii < units && utf16[2 * ascii + 1] == 0 && utf16[2 * ascii] >= 0) ++ascii;
+  Exact bytes(units, shift), widened(2 * ascii, shift);
+  EXPECT_EQ(vdx::narrow_ascii(wide.data, units, bytes.data), ascii);
+  vdx::widen_ascii(bytes.data, ascii, widened.data, false);
+  EXPECT_EQ(widened.first(2 * ascii), utf16.substr(0, 2 * ascii));
+  vdx::widen_ascii(bytes.data, ascii, widened.data, true);
+  for (std::size_t i = 0; i < ascii; ++i) ASSERT_EQ(widened.data[2 * i + 1], bytes.data[i]);
+}
+
+constexpr char32_t kCodes = 0x110000;
+bool is_code(char32_t c) { return c < 0xD800 || c > 0xDFFF; }
+
+TEST(Unicode, EveryCodePoint) {
+  std::string all8, all16;
+  for (char32_t c = 0; c < kCodes; ++c) {
+    if (!is_code(c)) continue;
+    const std::string utf8 = utf8_of(c), utf16 = units_of(c);
+    std::uint8_t to[4];
+    const auto wide = vdx::to_utf16(vdx::kUtf8, reinterpret_cast<const std::uint8_t*>(utf8.data()),
+                                    utf8.size(), to, 2, false);
+    ASSERT_EQ(std::string(to, to + 2 * wide.placed), utf16) << std::hex << +c;
+    const auto narrow = vdx::from_utf16(vdx::kUtf8, utf16.data(), utf16.size() / 2, to, 4);
+    ASSERT_EQ(std::string(to, to + narrow.placed), utf8) << std::hex << +c;
+    all8 += utf8;
+    all16 += utf16;
+  }
+  check_text(all8, all16, all8.size(), 0);
+  check_text(all8, all16, all16.size(), 1);
+}
+
+TEST(Unicode, Malformed) {
+  struct Row {
+    std::string text;
+    bool is_utf16;
+  };
+  std::vector<Row> rows;
+  for (const char* text : {"\x80",
+                           "\xBF",
+                           "\xC0\x80",
+                           "\xC1\xBF",
+                           "\xC2",
+                           "\xC2\x41",
+                           "\xC2\xC2",
+                           "\xDF\xC0",
+                           "\xE0\x9F\xBF",
+                           "\xE0\xA0",
+                           "\xE1\x80\x41",
+                           "\xE1\xC0\x80",
+                           "\xED\xA0\x80",
+                           "\xED\xBF\xBF",
+                           "\xEF\xBF",
+                           "\xEF\xBF\xC0",
+                           "\xF0\x8F\xBF\xBF",
+                           "\xF0\x90\x80",
+                           "\xF1\x80\x80\xC0",
+                           "\xF4\x90\x80\x80",
+                           "\xF5\x80\x80\x80",
+                           "\xF8\x88\x80\x80\x80",
+                           "\xFE",
+                           "\xFF"})
+    rows.push_back({text, false});
+  for (const std::string& units :
+       {units_of(0xD800), units_of(0xDBFF) + units_of(0xE000), units_of(0xDC00),
+        units_of(0xDFFF) + units_of(0xD800), units_of(0xD800) + units_of(0x1F600)})
+    rows.push_back({units, true});
+  const std::string fillers[] = {"a", "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80"};
+  for (const Row& row : rows)
+    for (const std::string& filler : fillers) {
+      char32_t code = 0;
+      utf8_character(filler, 0, code);
+      for (std::size_t before = 0; before < 40; ++before)
+        for (const std::size_t after : {0u, 1u, 3u, 40u}) {
+          SCOPED_TRACE(testing::PrintToString(row.text) + " after " + std::to_string(before));
+          std::string utf8, utf16;
+          for (std::size_t i = 0; i < before + after; ++i) {
+            if (i == before) (row.is_utf16 ? utf16 : utf8) += row.text;
+            utf8 += filler;
+            utf16 += units_of(code);
+          }
+          if (after == 0) (row.is_utf16 ? utf16 : utf8) += row.text;
+          check_text(utf8, utf16, 8 * (before + after), before & 1);
+          if (HasFailure()) return;
+        }
+    }
+}
+
+// Runs of characters of one length, now and then something broken.
+TEST(Unicode, RandomTexts) {
+  std::mt19937 random(7);
+  const auto below = [&](std::size_t n) { return random() % n; };
+  constexpr char32_t kFirst[] = {0, 0x80, 0x800, 0x10000, 0x20},
+                     kLast[] = {0x7F, 0x7FF, 0xFFFF, kCodes - 1, 0x3FF};
+  for (int round = 0; round < 20000 && !testing::Test::HasFailure(); ++round) {
+    SCOPED_TRACE(round);
+    std::string utf8, utf16;
+    for (std::size_t runs = below(8); runs > 0; --runs) {
+      const std::size_t kind = below(5);
+      for (std::size_t n = below(40); n > 0; --n) {
+        const char32_t c =
+            kFirst[kind] + static_cast<char32_t>(below(kLast[kind] - kFirst[kind] + 1));
+        if (!is_code(c)) continue;
+        utf8 += utf8_of(c);
+        utf16 += units_of(c);
+      }
+    }
+    if (below(4) == 0 && !utf8.empty()) utf8[below(utf8.size())] = static_cast<char>(random());
+    if (below(4) == 0 && !utf16.empty())
+      utf16[below(utf16.size()) | 1] = static_cast<char>(0xD8 + below(8));
+    if (below(4) == 0) utf8.resize(below(utf8.size() + 1));
+    const std::size_t room = below(3) == 0 ? 3 * utf8.size() + 2 : below(utf16.size() + 9);
+    check_text(utf8, utf16, room, below(2));
+  }
+}
+
+std::string bytes_of_unit(const vdx_charattr& set, char32_t c, bool* substituted = nullptr) {
+  std::uint8_t to[4];
+  const std::string units = units_of(c);
+  const auto narrow = vdx::from_utf16(set, units.data(), units.size() / 2, to, 4);
+  if (substituted != nullptr) *substituted = narrow.substituted;
+  return {to, to + narrow.placed};
+}
+
+// Every byte sequence of a set that is a character is read as a code point that gives it back, but
+// for the doubles of sjis, and every code point that is written is read back, but for six signs
+// that are read as their wide forms.
+TEST(Charset, RoundTrips) {
+  struct Row {
+    const vdx_charattr& set;
+    int characters, doubles, one_way;
+  } const rows[] = {
+      {vdx::kLatin1, 256, 0, 0}, {vdx::kAscii, 128, 0, 0}, {vdx::kSjis, 9795, 398, 6}};
+  for (const Row& row : rows) {
+    int characters = 0, doubles = 0, one_way = 0, found = 0;
+    const auto read = [&](const std::string& bytes, bool& is_character) {
+      std::uint16_t unit[2] = {};
+      const auto wide = vdx::to_utf16(row.set, reinterpret_cast<const std::uint8_t*>(bytes.data()),
+                                      bytes.size(), unit, 2, false);
+      EXPECT_EQ(wide.placed, 1u);
+      EXPECT_EQ(wide.taken, bytes.size());
+      EXPECT_EQ(wide.substituted, unit[0] == 0xFFFD);
+      is_character = !wide.substituted;
+      return char32_t{unit[0]};
+    };
+    for (int first = 0; first < 256; ++first)
+      for (int second = 0; second < 256; ++second) {
+        std::string bytes(1, static_cast<char>(first));
+        if ((row.set.lead_class[first] & 15) == 2)
+          bytes += static_cast<char>(second);
+        else if (second != 0)
+          break;
+        bool is_character = false;
+        const char32_t c = read(bytes, is_character);
+        if (!is_character) continue;
+        ++characters;
+        if (bytes_of_unit(row.set, c) != bytes) ++doubles;
+      }
+    for (char32_t c = 0; c < kCodes; ++c) {
+      bool substituted = false, is_character = false;
+      if (!is_code(c)) continue;
+      const std::string bytes = bytes_of_unit(row.set, c, &substituted);
+      ASSERT_TRUE(!substituted || bytes == "?") << std::hex << +c;
+      if (substituted) continue;
+      ++found;
+      if (read(bytes, is_character) != c) ++one_way;
+    }
+    EXPECT_EQ(characters, row.characters);
+    EXPECT_EQ(doubles, row.doubles);
+    EXPECT_EQ(one_way, row.one_way);
+    EXPECT_EQ(found, characters - doubles + one_way);
+  }
+  const struct {
+    const char* bytes;
+    char32_t code;
+  } known[] = {{"\x82\xA0", 0x3042}, {"\x95\x5C", 0x8868}, {"\xB1", 0xFF71},
+               {"\x81\x5F", 0xFF3C}, {"\x87\x40", 0x2460}, {"\x98\x72", 0x8155},
+               {"\xED\x40", 0x7E8A}, {"\xF0\x40", 0xE000}, {"\xF9\xFC", 0xE757},
+               {"\xEA\xA4", 0x7199}, {"\x81\x80", 0xF7},   {"\xE0\x9E", 0x70DD}};
+  for (const auto& row : known) EXPECT_EQ(bytes_of_unit(vdx::kSjis, row.code), row.bytes);
+}
+
+// Any set to any other, at every room: what going by UTF-16 gives, whole characters of it.
+TEST(Charset, BetweenSetsAtEveryCut) {
+  std::string sample;
+  for (int i = 0; i < 25; ++i)
+    sample +=
+        "abc\xC3\xA9\xE8\xA1\xA8z\xF0\x9F\x98\x80\xEF\xBD\xB1 \xE3\x81\x82\xE2\x82\xAC\xC2\x80";
+  sample.insert(200, 100, 'x');
+  for (const vdx::NamedCharset& from : vdx::kCharsets)
+    for (const vdx::NamedCharset& to : vdx::kCharsets)
+      for (const Missing missing : {Missing::substitute, Missing::stop}) {
+        // Source sets that lack a character get bytes that are none.
+        std::string text = sample;
+        if (from.attributes == &vdx::kSjis)
+          text = "\x82\xA0 tab\xB1\xB2\x95\x5C\xFD\x81\x20.\xE0" + sample;
+        const Exact source(text, 1);
+        std::vector<std::uint8_t> wide(2 * text.size()), whole(3 * text.size());
+        const auto read = vdx::to_utf16(*from.attributes, source.data, source.size, wide.data(),
+                                        text.size(), false, missing);
+        const bool is_same = from.attributes == to.attributes;
+        for (std::size_t room = 0; room <= 3 * text.size(); ++room) {
+          SCOPED_TRACE(testing::Message() << from.name << " to " << to.name << " " << room);
+          Exact got(room);
+          const auto direct = vdx::transcode(*from.attributes, source.data, source.size,
+                                             *to.attributes, got.data, room, missing);
+          Transcoded want = vdx::from_utf16(*to.attributes, wide.data(), read.placed, whole.data(),
+                                            room, missing);
+          if (!is_same) {
+            EXPECT_EQ(direct.outcome,
+                      want.outcome == Transcoding::done ? read.outcome : want.outcome);
+            EXPECT_EQ(got.first(direct.placed),
+                      std::string(whole.data(), whole.data() + want.placed));
+          } else {
+            EXPECT_EQ(got.first(direct.placed), text.substr(0, direct.taken));
+          }
+          // What was taken gives the same alone, and nothing stood behind it that had room.
+          Exact again(room);
+          const auto alone = vdx::transcode(*from.attributes, source.data, direct.taken,
+                                            *to.attributes, again.data, room, missing);
+          EXPECT_EQ(alone.outcome, Transcoding::done);
+          EXPECT_EQ(alone.placed, direct.placed);
+          EXPECT_EQ(alone.substituted, direct.substituted);
+          EXPECT_TRUE(direct.outcome != Transcoding::full || room - direct.placed <= 3);
+          if (HasFailure()) return;
+        }
+      }
+}
+
+struct Locale {
+  vdx_locale* locale = nullptr;
+  explicit Locale(const char* set) { EXPECT_EQ(comn_loc_alloc(nullptr, set, &locale), XS_SUCCEED); }
+  ~Locale() { comn_loc_drop(nullptr, locale); }
+  Locale(const Locale&) = delete;
+  Locale& operator=(const Locale&) = delete;
+};
+
+TEST(Charset, ExportedFunctions) {
+  struct Row {
+    const char* from;
+    const char* to;
+    std::string text;
+    std::int32_t size;
+    std::int32_t convert;
+    std::string converted;
+    std::int32_t xlate;
+    std::string xlated;
+  } const rows[] = {
+      {"iso_1", "utf8", "caf\xE9", 9, VDX_SUCCESS, "caf\xC3\xA9", VDX_SUCCESS, "caf\xC3\xA9"},
+      {"iso_1", "utf8", "caf\xE9", 4, VDX_TRUNCATED, "caf", VDX_TRUNCATED, "caf"},
+      {"utf8", "utf8", "caf\xC3\xA9", 4, VDX_TRUNCATED, "caf", VDX_TRUNCATED, "caf"},
+      {"utf8", "sjis", "\xE3\x81\x82", 2, VDX_SUCCESS, "\x82\xA0", VDX_SUCCESS, "\x82\xA0"},
+      {"utf8", "sjis", "\xE3\x81\x82", 1, VDX_TRUNCATED, "", VDX_TRUNCATED, ""},
+      {"utf8", "iso_1",
+       "a\xE2\x82\xAC"
+       "b",
+       9, VDX_TRANSLATION, "a?b", VDX_TRANSLATION, "a"},
+      {"utf8", "iso_1",
+       "a\xE2\x82\xAC"
+       "b",
+       2, VDX_TRUNCATED, "a?", VDX_TRANSLATION, "a"},
+      {"ascii", "utf8", "a\xE9", 9, VDX_TRANSLATION, "a\xEF\xBF\xBD", VDX_TRANSLATION, "a"},
+      {"ascii", "iso_1", "a\xE9", 9, VDX_TRANSLATION, "a?", VDX_TRANSLATION, "a"},
+      {"ascii", "ascii", "a\xE9", 9, VDX_SUCCESS, "a\xE9", VDX_SUCCESS, "a\xE9"},
+      {"utf8", "iso_1", "ab\xFF", 9, VDX_MALFORMED_UNICODE, "", VDX_MALFORMED_UNICODE, "ab"},
+      {"utf8", "iso_1", "ab\xFF", 1, VDX_MALFORMED_UNICODE, "", VDX_TRUNCATED, "a"},
+      {"sjis", "sjis", "ab\x82", 9, VDX_MALFORMED_UNICODE, "", VDX_MALFORMED_UNICODE, "ab"},
+      {"sjis", "utf8", "ab\x82", 1, VDX_MALFORMED_UNICODE, "", VDX_TRUNCATED, "a"},
+      {"utf8", "sjis", "", 0, VDX_SUCCESS, "", VDX_SUCCESS, ""},
+  };
+  for (const Row& row : rows)
+    for (const bool is_measured : {false, true}) {
+      SCOPED_TRACE(testing::Message() << row.from << " to " << row.to << " "
+                                      << testing::PrintToString(row.text) << " in " << row.size);
+      const Locale from(row.from), to(row.to);
+      vdx_context context{};
+      context.locale = to.locale;
+      std::string out(9, '\0');
+      const std::int32_t n =
+          is_measured ? VDX_NULLTERM : static_cast<std::int32_t>(row.text.size());
+      std::int32_t length = -1;
+      EXPECT_EQ(comn_charset_convert(&context, from.locale, row.text.c_str(), n, nullptr,
+                                     out.data(), row.size, &length),
+                row.convert);
+      EXPECT_EQ(out.substr(0, static_cast<std::size_t>(length)), row.converted);
+      EXPECT_EQ(com_intl_xlate(nullptr, row.from, row.to, row.text.c_str(), n, out.data(), row.size,
+                               &length),
+                row.xlate);
+      EXPECT_EQ(out.substr(0, static_cast<std::size_t>(length)), row.xlated);
+    }
+  std::int32_t length = -1;
+  char out[8];
+  EXPECT_EQ(comn_charset_convert(nullptr, nullptr, "\xE9", 1, nullptr, out, 8, &length),
+            VDX_SUCCESS);
+  EXPECT_EQ(length, 1);
+  for (const auto& [from, to] : {std::pair("ascii", "koi8"), std::pair("", "ascii")}) {
+    EXPECT_EQ(com_intl_xlate(nullptr, from, to, "a", 1, out, 8, &length), VDX_TRANSLATION);
+    EXPECT_EQ(length, 0);
+  }
+  const struct {
+    const char* text;
+    std::int32_t size, code, length;
+  } fou[] = {{"a\xC3\xA9", 5, VDX_SUCCESS, 4},
+             {"a\xF0\x9F\x98\x80", 5, VDX_TRUNCATED, 2},
+             {"a\xF0\x9F\x98\x80", 6, VDX_SUCCESS, 6},
+             {"abc\xC3", 2, VDX_MALFORMED_UNICODE, 0}};
+  for (const auto& row : fou) {
+    EXPECT_EQ(com__fou_utf8_to_utf16(row.text, VDX_NULLTERM, out, row.size, &length), row.code);
+    EXPECT_EQ(length, row.length);
+  }
+}
+
+// Eleven null pointers, then five wrong lengths, each resumed.
+[[noreturn]] void resume_everything() {
+  signal(SIGABRT, [](int) {});
+  com_toggle_abort(0);
+  std::int32_t n = 7, sum = 0;
+  char out = 'o';
+  for (int missing = 0; missing < 3; ++missing) {
+    const char* const text = missing == 0 ? nullptr : "a";
+    char* const to = missing == 1 ? nullptr : &out;
+    std::int32_t* const length = missing == 2 ? nullptr : &n;
+    sum += comn_charset_convert(nullptr, nullptr, text, 1, nullptr, to, 1, length);
+    sum += com_intl_xlate(nullptr, "ascii", "utf8", text, 1, to, 1, length);
+    sum += com__fou_utf8_to_utf16(text, 1, to, 1, length);
+  }
+  sum += com_intl_xlate(nullptr, nullptr, "utf8", "a", 1, &out, 1, &n);
+  sum += com_intl_xlate(nullptr, "ascii", nullptr, "a", 1, &out, 1, &n);
+  fputs(" ; ", stderr);
+  sum += comn_charset_convert(nullptr, nullptr, "a", -1, nullptr, &out, 1, &n);
+  sum += comn_charset_convert(nullptr, nullptr, "a", 1, nullptr, &out, -1, &n);
+  sum += com_intl_xlate(nullptr, "ascii", "utf8", "a", -2, &out, 1, &n);
+  sum += com__fou_utf8_to_utf16("a", -1, &out, 1, &n);
+  sum += com__fou_utf8_to_utf16("a", 1, &out, VDX_NULLTERM, &n);
+  exit(sum == 16 * VDX_OVERFLOW && n == 7 && out == 'o' ? 0 : 1);
+}
+
+TEST(CharsetDeath, ChecksStandAndResume) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(resume_everything(), testing::ExitedWithCode(0),
+              "^(\nInvalid NULL pointer , file 'com_charset.cpp' line [0-9]+\n){11} ; "
+              "(\n\rassertion failed, file 'com_charset.cpp' line [0-9]+\n\r){5}$");
+}
+
+}  // namespace
