@@ -81,8 +81,8 @@ struct SpecialCell {
 
 constexpr SpecialCell kSpecialCells[] = {
     // A retired code of i8, kept where it was ever filled.
-    {VDX_UNICHAR, 20, {true, nullptr}},
-    {VDX_UNITEXT, 20, {true, nullptr}},
+    {VDX_UNICHAR, 20, {true, comn_unichartoi8}},
+    {VDX_UNITEXT, 20, {true, comn_unichartoi8}},
     // Images and UTF-16 have conversions of their own; UTF-16 objects become images like byte strings.
     {VDX_UNICHAR, VDX_IMAGE, {true, nullptr}},
     {VDX_IMAGE, VDX_UNICHAR, {true, nullptr}},

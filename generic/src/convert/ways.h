@@ -13,9 +13,6 @@
 
 namespace vdx {
 
-template <Family>
-struct datatype;
-
 // clang-format off
 template <> struct datatype<family_i1>      : integer<std::uint8_t> {};
 template <> struct datatype<family_i2>      : integer<std::int16_t> {};
@@ -31,6 +28,7 @@ template <> struct datatype<family_money>   : money_count<std::int64_t> {};
 template <> struct datatype<family_mny4>    : money_count<std::int32_t> {};
 template <> struct datatype<family_char>    : characters {};
 template <> struct datatype<family_varchar> : counted_characters {};
+template <> struct datatype<family_unichar> : utf16 {};
 template <> struct datatype<family_bin>     : bytes {};
 template <> struct datatype<family_varbin>  : counted_bytes {};
 template <> struct datatype<family_datetime>    : instant<DatetimeType> {};
@@ -111,18 +109,22 @@ struct image_bytes {
 
 // Between text and the small calendar types: the big ones take the same functions, and their codes
 // tell which it is.
-struct by_code {
+template <class Way>
+struct by_code_with {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
     if constexpr (big_kin(Destination) != family_none) {
       if (accepts<codes_of(kDestinationFamily, big_kin(Destination))>(call.format->datatype))
-        return direct::convert<Source, big_kin(Destination)>(call);
+        return Way::template convert<Source, big_kin(Destination)>(call);
     } else if (accepts<codes_of(kSourceFamily, big_kin(Source))>(call.source_format->datatype)) {
-      return direct::convert<big_kin(Source), Destination>(call);
+      return Way::template convert<big_kin(Source), Destination>(call);
     }
-    return direct::convert<Source, Destination>(call);
+    return Way::template convert<Source, Destination>(call);
   }
 };
+
+using by_code = by_code_with<direct>;
+using units_by_code = by_code_with<from_units>;
 
 // A bit as a byte string: a destination without room gets nothing and is told it got a byte.
 struct bit_as_byte {

@@ -46,7 +46,7 @@ struct vdx_charattr {
   // upper and lower case of single bytes; letters of longer characters keep their case
   const std::uint8_t* to_upper;
   const std::uint8_t* to_lower;
-  // UTF-8 alone: characters of three and four bytes, ascending
+  // Unicode alone: characters that take three and four bytes in UTF-8, ascending
   const vdx::CharRun* runs = nullptr;
   std::int32_t run_count = 0;
   vdx::Encoding encoding = vdx::Encoding::latin1;
@@ -74,7 +74,7 @@ inline std::int32_t char_bytes(const vdx_charattr& attributes, const std::uint8_
   return n <= left ? n : static_cast<std::int32_t>(left);
 }
 
-// The fold and the class of a character of three or four bytes.
+// The fold and the class of a character of three or four bytes, or of one in UTF-16.
 std::uint8_t long_char_fold(const vdx_charattr& attributes, const std::uint8_t* p, std::int32_t n);
 std::uint8_t long_char_class(const vdx_charattr& attributes, const std::uint8_t* p, std::int32_t n);
 
@@ -82,7 +82,8 @@ std::uint8_t long_char_class(const vdx_charattr& attributes, const std::uint8_t*
 inline std::uint8_t char_fold(const vdx_charattr& attributes, const std::uint8_t* p,
                               std::int32_t n) {
   if (n == 1) return attributes.max_bytes > 1 ? attributes.single->fold[*p] : *p;
-  if (n > 2 && attributes.runs != nullptr) return long_char_fold(attributes, p, n);
+  if (attributes.runs != nullptr && (n > 2 || attributes.pages == nullptr))
+    return long_char_fold(attributes, p, n);
   if (n != 2 || attributes.pages == nullptr) return 0;
   const CharPage* page = attributes.pages[*p];
   return page == nullptr ? std::uint8_t{0} : page->fold[p[1]];
@@ -92,7 +93,8 @@ inline std::uint8_t char_fold(const vdx_charattr& attributes, const std::uint8_t
 inline std::uint8_t char_class(const vdx_charattr& attributes, const std::uint8_t* p,
                                std::int32_t n) {
   if (n == 1) return attributes.single->bits[*p];
-  if (n > 2 && attributes.runs != nullptr) return long_char_class(attributes, p, n);
+  if (attributes.runs != nullptr && (n > 2 || attributes.pages == nullptr))
+    return long_char_class(attributes, p, n);
   if (n != 2 || attributes.pages == nullptr) return 0;
   const CharPage* page = attributes.pages[*p];
   return page == nullptr ? std::uint8_t{0} : page->bits[p[1]];
@@ -103,6 +105,10 @@ extern const vdx_charattr kLatin1;
 extern const vdx_charattr kAscii;
 extern const vdx_charattr kUtf8;
 extern const vdx_charattr kSjis;
+
+// UTF-16 in native byte order as a set of two bytes a character, for what reads text character by
+// character. A text may not end inside a unit; surrogates fold to nothing and are of no class.
+extern const vdx_charattr kUtf16;
 
 struct NamedCharset {
   const char* name;

@@ -66,6 +66,16 @@ constexpr vdx_charattr make_utf8() {
   return set;
 }
 
+// Two bytes whatever they are. The tables are those of UTF-8: what is known of a character does not
+// depend on how it is written.
+constexpr vdx_charattr make_utf16() {
+  vdx_charattr set = make_utf8();
+  set.max_bytes = 2;
+  for (std::uint8_t& bytes : set.lead_class) bytes = 2;
+  set.pages = nullptr;
+  return set;
+}
+
 // The code point of n bytes of UTF-8; 0 for what is none. Forms that are longer than they need
 // be give a code point below every run.
 std::uint32_t code_point(const std::uint8_t* p, std::int32_t n) {
@@ -84,12 +94,19 @@ const CharRun* find_run(const vdx_charattr& attributes, std::uint32_t code) {
   return run != end && run->first <= code ? run : nullptr;
 }
 
+std::uint32_t unit_at(const std::uint8_t* p) {
+  std::uint16_t unit;
+  std::memcpy(&unit, p, sizeof unit);
+  return unit;
+}
+
 }  // namespace
 
 constexpr vdx_charattr kLatin1 = make_set<kLatin1Single>(Encoding::latin1, kNoLeads, nullptr);
 constexpr vdx_charattr kAscii = make_set<kAsciiSingle>(Encoding::ascii, kNoLeads, nullptr);
 constexpr vdx_charattr kUtf8 = make_utf8();
 constexpr vdx_charattr kSjis = make_set<kSjisSingle>(Encoding::sjis, kSjisLeads, kSjisPages);
+constexpr vdx_charattr kUtf16 = make_utf16();
 
 constexpr NamedCharset kCharsets[4] = {
     {"iso_1", &kLatin1}, {"ascii", &kAscii}, {"utf8", &kUtf8}, {"sjis", &kSjis}};
@@ -101,7 +118,9 @@ const NamedCharset* find_charset(const char* name) {
 }
 
 std::uint8_t long_char_fold(const vdx_charattr& attributes, const std::uint8_t* p, std::int32_t n) {
-  const std::uint32_t code = code_point(p, n);
+  const bool is_unit = attributes.pages == nullptr;
+  const std::uint32_t code = is_unit ? unit_at(p) : code_point(p, n);
+  if (is_unit && code < 0x800) return code < 0x80 ? kUtf8Single.fold[code] : std::uint8_t{0};
   const CharRun* run = find_run(attributes, code);
   if (run == nullptr || run->fold == 0) return 0;
   return static_cast<std::uint8_t>(run->fold + (code - run->first));
@@ -109,7 +128,14 @@ std::uint8_t long_char_fold(const vdx_charattr& attributes, const std::uint8_t* 
 
 std::uint8_t long_char_class(const vdx_charattr& attributes, const std::uint8_t* p,
                              std::int32_t n) {
-  const CharRun* run = find_run(attributes, code_point(p, n));
+  const bool is_unit = attributes.pages == nullptr;
+  const std::uint32_t code = is_unit ? unit_at(p) : code_point(p, n);
+  if (is_unit && code < 0x80) return kUtf8Single.bits[code];
+  if (is_unit && code < 0x800) {
+    const CharPage* const page = kUtf8Pages[0xC0 | code >> 6];
+    return page == nullptr ? std::uint8_t{0} : page->bits[0x80 | (code & 0x3F)];
+  }
+  const CharRun* run = find_run(attributes, code);
   return run == nullptr ? std::uint8_t{0} : run->bits;
 }
 

@@ -1,0 +1,185 @@
+#include "convert/unicode_value.h"
+
+#include <algorithm>
+
+namespace vdx {
+
+namespace {
+
+constexpr std::uint16_t swapped_bytes(std::uint16_t unit) {
+  return static_cast<std::uint16_t>(unit << 8 | unit >> 8);
+}
+
+// Room for text in units, without the one that a terminator takes.
+struct UnitRoom {
+  std::int32_t whole;
+  std::int32_t text;
+
+  explicit UnitRoom(const vdx_datafmt& format)
+      : whole(format.maxlength / 2),
+        text(whole > 0 ? whole - static_cast<std::int32_t>(format.format & VDX_FMT_TERMINATE) : 0) {
+  }
+};
+
+bool is_swapped(const Call& call) { return (call.format->format & VDX_FMT_SWAP) != 0; }
+
+// The code of n bytes of text, padded and terminated as asked. There is room for the terminator but
+// in a destination without any.
+std::int32_t finish_units(const Call& call, std::size_t n, std::int32_t code) {
+  const auto bytes = static_cast<std::int32_t>(n);
+  *call.length = bytes;
+  const std::int32_t finished = finish_utf16(*call.format, call.destination, bytes, *call.length);
+  return finished == VDX_BAD_PADDING ? finished : code;
+}
+
+std::int32_t refuse(const Call& call) {
+  *call.length = 0;
+  return VDX_MALFORMED_UNICODE;
+}
+
+// Whether text behind a cut is well-formed to its end.
+bool rest_is_text(const vdx_charattr& set, const std::uint8_t* from, std::size_t n) {
+  std::uint16_t scratch[64];
+  while (true) {
+    const Transcoded rest = to_utf16(set, from, n, scratch, std::size(scratch), false);
+    if (rest.outcome != Transcoding::full) return rest.outcome == Transcoding::done;
+    from += rest.taken;
+    n -= rest.taken;
+  }
+}
+
+const std::uint8_t* source_bytes(const Call& call) {
+  return static_cast<const std::uint8_t*>(call.source);
+}
+
+std::uint8_t fold_at(const std::uint8_t* unit) { return char_fold(kUtf16, unit, 2); }
+
+constexpr std::uint8_t kNothing[1] = {0};
+
+}  // namespace
+
+bool is_utf16(const Call& call) {
+  const std::size_t n = units_of(call);
+  return call.source_format->maxlength % 2 == 0 && well_formed_utf16(call.source, n) == n;
+}
+
+std::int32_t misfit_as_utf16(const Call& call, const unsigned char* text, std::int32_t n,
+                             Misfit style) {
+  const vdx_datafmt& format = *call.format;
+  const std::int32_t room = format.maxlength / 2;
+  auto* const to = static_cast<unsigned char*>(call.destination);
+  if (style == Misfit::asterisk && room > 1) {
+    const std::uint16_t asterisk = '*';
+    store(to, is_swapped(call) ? swapped_bytes(asterisk) : asterisk);
+    store(to + 2, std::uint16_t{0});
+    *call.length = 2;
+    static_cast<void>(finish_utf16(format, to, 2, *call.length));
+  } else {
+    const std::int32_t placed = std::min(n, room);
+    widen_ascii(text, static_cast<std::size_t>(placed), to, is_swapped(call));
+    *call.length = 2 * placed;
+  }
+  if ((format.format & VDX_FMT_TERMINATE) != 0 && room > 0)
+    store(to + 2 * room - 2, std::uint16_t{0});
+  return VDX_OVERFLOW;
+}
+
+std::int32_t write_as_utf16(const Call& call, const Text& text) {
+  const vdx_datafmt& format = *call.format;
+  const UnitRoom room(format);
+  const auto n = static_cast<std::size_t>(text.length);
+  const Transcoded result = to_utf16(text.attributes, text.bytes, n, call.destination,
+                                     static_cast<std::size_t>(room.text), is_swapped(call));
+  std::int32_t code = result.substituted ? VDX_TRANSLATION : VDX_SUCCESS;
+  if (result.outcome != Transcoding::done) [[unlikely]] {
+    if (result.outcome == Transcoding::malformed ||
+        !rest_is_text(text.attributes, text.bytes + result.taken, n - result.taken))
+      return refuse(call);
+    code = VDX_TRUNCATED;
+  }
+  *call.length = static_cast<std::int32_t>(2 * result.placed);
+  if ((format.format & kFinishFlags) == 0) return code;
+  return finish_units(call, 2 * result.placed, code);
+}
+
+std::int32_t write_made_text_as_utf16(const Call& call, const Text& text) {
+  const vdx_datafmt& format = *call.format;
+  const UnitRoom room(format);
+  const Transcoded result =
+      to_utf16(text.attributes, text.bytes, static_cast<std::size_t>(text.length), call.destination,
+               static_cast<std::size_t>(room.whole), is_swapped(call));
+  if (result.outcome == Transcoding::malformed) return refuse(call);
+  const auto placed = static_cast<std::int32_t>(result.placed);
+  *call.length = 2 * placed;
+  if (result.outcome == Transcoding::full || placed > room.text) {
+    // One unit more than there is room for, at least.
+    static_cast<void>(finish_utf16(format, call.destination, format.maxlength + 2, *call.length));
+    return VDX_OVERFLOW;
+  }
+  const std::int32_t code = result.substituted ? VDX_TRANSLATION : VDX_SUCCESS;
+  return finish_units(call, 2 * result.placed, code);
+}
+
+Text wide_text(const Call& call) {
+  const std::uint8_t* from = source_bytes(call);
+  std::size_t n = units_of(call);
+  while (n > 1 && load<std::uint16_t>(from + 2 * n - 2) == ' ') --n;
+  for (; n > 1 && load<std::uint16_t>(from) == ' '; --n) from += 2;
+  // Readers of numbers take bytes that are digits, signs and blanks for characters of their own.
+  // Pairs of such bytes are characters as well, of which no number consists: a number has another
+  // byte among its first two.
+  if (fold_at(from) == 0 && (char_class(kUtf16, from, 2) & kClassCurrency) == 0)
+    return {kNothing, 1, kLatin1};
+  return {from, static_cast<std::int32_t>(2 * n), kUtf16};
+}
+
+bool local_text(const Call& call, const vdx_charattr& set, std::uint8_t* to, std::int32_t room,
+                std::int32_t& length) {
+  const std::uint8_t* from = source_bytes(call);
+  std::size_t n = units_of(call);
+  while (n > 0 && fold_at(from + 2 * n - 2) == ' ') --n;
+  for (; n > 0 && fold_at(from) == ' '; --n) from += 2;
+  length = 0;
+  while (n > 0) {
+    if (length == room) return false;
+    if (const std::uint8_t fold = fold_at(from); fold != 0) {
+      to[length++] = fold;
+      from += 2;
+      --n;
+      continue;
+    }
+    std::size_t run = 1;
+    while (run < n && fold_at(from + 2 * run) == 0) ++run;
+    const Transcoded result =
+        from_utf16(set, from, run, to + length, static_cast<std::size_t>(room - length));
+    if (result.outcome != Transcoding::done) return false;
+    length += static_cast<std::int32_t>(result.placed);
+    from += 2 * run;
+    n -= run;
+  }
+  return true;
+}
+
+std::int32_t units_to_units(const Call& call) {
+  if (!is_utf16(call)) return refuse(call);
+  const UnitRoom room(*call.format);
+  const std::uint8_t* const from = source_bytes(call);
+  std::size_t n = units_of(call);
+  std::int32_t code = VDX_SUCCESS;
+  if (n > static_cast<std::size_t>(room.text)) {
+    n = static_cast<std::size_t>(room.text);
+    // Not behind the first half of a pair.
+    if (n > 0 && (load<std::uint16_t>(from + 2 * n - 2) & 0xFC00) == 0xD800) --n;
+    code = VDX_TRUNCATED;
+  }
+  auto* const to = static_cast<unsigned char*>(call.destination);
+  if (is_swapped(call)) {
+    for (std::size_t i = 0; i < n; ++i)
+      store(to + 2 * i, swapped_bytes(load<std::uint16_t>(from + 2 * i)));
+  } else {
+    std::memmove(to, from, 2 * n);
+  }
+  return finish_units(call, 2 * n, code);
+}
+
+}  // namespace vdx
