@@ -54,6 +54,9 @@ enum Family : std::uint8_t {
   family_xml,
   family_locator,
   family_void,
+  // Destinations of functions that serve a part of a family, or many families.
+  family_text,  // the code text alone
+  family_any,   // whatever void becomes in one way
   kFamilies,
   // Sources of type datetime are called date.
   family_date = family_datetime,
@@ -93,6 +96,8 @@ constexpr Codes codes_of(const std::array<Family, kCodes>& families, Family fami
 }
 
 inline constexpr Codes kTextCodes = codes_of(kSourceFamily, family_char);
+inline constexpr Codes kAllCodes = (Codes{1} << kCodes) - 1;
+inline constexpr Codes kLocatorCodes = codes_of(kDestinationFamily, family_locator);
 
 // The big calendar types share the conversions of their smaller kin from and to text.
 constexpr Family big_kin(Family family) {
@@ -114,6 +119,8 @@ constexpr Codes accepted_sources(Family family, Family destination) {
 }
 constexpr Codes accepted_destinations(Family family, Family source = family_none) {
   if (family == family_char) return kTextCodes;
+  if (family == family_text) return code(VDX_TEXT);
+  if (family == family_any) return kAllCodes & ~kLocatorCodes & ~code(VDX_VOID);
   Codes codes = codes_of(kDestinationFamily, family);
   if (is_text(source) && big_kin(family) != family_none)
     codes |= codes_of(kDestinationFamily, big_kin(family));
@@ -133,18 +140,24 @@ inline bool pointers_given(const Call& call) {
          call.destination != nullptr && call.format != nullptr && call.length != nullptr;
 }
 
+// Families whose values are as long as their format says.
+constexpr bool is_sized(Family family) {
+  return family == family_char || family == family_text || family == family_bin ||
+         family == family_unichar || family == family_sensitivity || family == family_boundary ||
+         family == family_xml || family == family_locator;
+}
+
 // True when the caller kept its side: codes that this conversion serves, a source that is there, a
 // destination whose room is not negative.
 template <Family Source, Family Destination>
 inline bool contract_holds(const Call& call) {
   if (!accepts<accepted_sources(Source, Destination)>(call.source_format->datatype)) return false;
   if (!accepts<accepted_destinations(Destination, Source)>(call.format->datatype)) return false;
-  if constexpr (Source == family_char || Source == family_bin || Source == family_unichar)
+  if constexpr (is_sized(Source))
     if (call.source_format->maxlength < 1) return false;
   if constexpr (Source == family_varchar || Source == family_varbin)
     if (load<std::int16_t>(call.source) < 1) return false;
-  if constexpr (Destination == family_char || Destination == family_bin ||
-                Destination == family_unichar)
+  if constexpr (is_sized(Destination))
     if (call.format->maxlength < 0) return false;
   return true;
 }

@@ -46,9 +46,6 @@ constexpr FamilyTable kFamilyTable = [] {
   return table;
 }();
 
-constexpr Codes kAll = (Codes{1} << kCodes) - 1;
-constexpr Codes kLocators = codes_of(kDestinationFamily, family_locator);
-
 // What a code reaches of all that its family converts to.
 constexpr Codes reach(std::int32_t source) {
   const Codes plain_text = code(VDX_CHAR) | code(VDX_LONGCHAR) | code(VDX_TEXT) | code(VDX_VARCHAR);
@@ -61,7 +58,7 @@ constexpr Codes reach(std::int32_t source) {
              code(VDX_XML);
     case VDX_LONGCHAR:
     case VDX_TEXT:
-      return kAll & ~kLocators;  // a locator's text is short
+      return kAllCodes & ~kLocatorCodes;  // a locator's text is short
     case VDX_TEXTLOCATOR:
       return code(VDX_CHAR) | code(VDX_TEXT) | code(source);
     case VDX_IMAGELOCATOR:
@@ -69,7 +66,7 @@ constexpr Codes reach(std::int32_t source) {
     case VDX_UNITEXTLOCATOR:
       return code(VDX_CHAR) | code(VDX_UNICHAR) | code(source);
     default:
-      return kAll;
+      return kAllCodes;
   }
 }
 
@@ -87,10 +84,8 @@ constexpr SpecialCell kSpecialCells[] = {
     {VDX_UNICHAR, VDX_IMAGE, {true, nullptr}},
     {VDX_IMAGE, VDX_UNICHAR, {true, nullptr}},
     {VDX_IMAGE, VDX_UNITEXT, {true, nullptr}},
-    // A locator becomes what it locates.
-    {VDX_TEXTLOCATOR, VDX_TEXT, {true, nullptr}},
-    {VDX_IMAGELOCATOR, VDX_IMAGE, {true, nullptr}},
-    {VDX_UNITEXTLOCATOR, VDX_UNICHAR, {true, nullptr}},
+    // A locator becomes what it locates; the other two are families of their own already.
+    {VDX_TEXTLOCATOR, VDX_TEXT, {true, inner_locatortotext}},
 };
 
 // The big date types share the texts of their smaller kin.
@@ -105,7 +100,7 @@ constexpr Cell family_cell(std::int32_t source, std::int32_t destination) {
   const Family to = kDestinationFamily[static_cast<std::size_t>(destination)];
   // Void becomes anything that has no handle; void itself in its own way.
   if (from == family_void && to != family_void)
-    return {(code(destination) & kLocators) == 0, nullptr};
+    return (code(destination) & kLocatorCodes) == 0 ? kFamilyTable[from][family_any] : Cell{};
   if ((reach(source) & code(destination)) == 0) return {};
   const Cell own = kFamilyTable[from][to];
   return own.named ? own : kFamilyTable[shared(from)][shared(to)];

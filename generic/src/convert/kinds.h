@@ -30,6 +30,11 @@ struct Text {
   const vdx_charattr& attributes;
 };
 
+struct Bytes {
+  const std::uint8_t* bytes;
+  std::int32_t length;
+};
+
 // A bit is no integer: it has two values, and bytes of its own.
 enum class Bit : std::uint8_t { zero, one };
 
@@ -335,6 +340,10 @@ struct counted_characters {
 
 // Fixed-length values keep their image.
 struct bytes {
+  static Bytes read(const Call& call) {
+    return {static_cast<const std::uint8_t*>(call.source), call.source_format->maxlength};
+  }
+
   template <class V>
   static std::int32_t write(const Call& call, [[maybe_unused]] const V& value) {
     if constexpr (requires { write_as_bytes(call, value); })
@@ -345,6 +354,11 @@ struct bytes {
 };
 
 struct counted_bytes {
+  static Bytes read(const Call& call) {
+    return {static_cast<const std::uint8_t*>(call.source) + 2, load<std::int16_t>(call.source)};
+  }
+  static bool readable(const Call& call) { return load<std::int16_t>(call.source) <= 256; }
+
   template <class V>
   static std::int32_t write(const Call& call, [[maybe_unused]] const V& value) {
     if constexpr (requires { write_as_varbin(call, value); })

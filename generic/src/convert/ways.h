@@ -31,6 +31,11 @@ template <> struct datatype<family_varchar> : counted_characters {};
 template <> struct datatype<family_unichar> : utf16 {};
 template <> struct datatype<family_bin>     : bytes {};
 template <> struct datatype<family_varbin>  : counted_bytes {};
+template <> struct datatype<family_sensitivity> : characters {};
+template <> struct datatype<family_boundary>    : characters {};
+template <> struct datatype<family_xml>         : characters {};
+template <> struct datatype<family_text>        : characters {};
+template <> struct datatype<family_locator>     : bytes {};
 template <> struct datatype<family_datetime>    : instant<DatetimeType> {};
 template <> struct datatype<family_date4>       : instant<Date4Type> {};
 template <> struct datatype<family_datea>       : day_count {};
@@ -125,6 +130,61 @@ struct by_code_with {
 
 using by_code = by_code_with<direct>;
 using units_by_code = by_code_with<from_units>;
+// The image of a fixed-length value from bytes: short ones end in zeros, long ones are cut, and what
+// is no image of the type is stored nowhere.
+struct from_bytes {
+  template <Family Source, Family Destination>
+  static std::int32_t convert(const Call& call) {
+    using Kind = datatype<Source>;
+    if (!readable<Kind>(call)) [[unlikely]]
+      return VDX_INVALID;
+    constexpr std::int32_t kLength = length<Destination>();
+    const Bytes bytes = Kind::read(call);
+    *call.length = kLength;
+    if (bytes.length != kLength) [[unlikely]]
+      return fit_image(call, bytes, kLength, is_image<Destination>);
+    if (!is_image<Destination>(bytes.bytes)) [[unlikely]]
+      return VDX_INVALID;
+    std::memcpy(call.destination, bytes.bytes, kLength);
+    return VDX_SUCCESS;
+  }
+
+ private:
+  template <Family Destination>
+  static constexpr std::int32_t length() {
+    if constexpr (Destination == family_num)
+      return kNumericBytes;
+    else
+      return datatype<Destination>::kLength;
+  }
+
+  template <Family Destination>
+  static bool is_image(const void* image) {
+    if constexpr (Destination == family_num) {
+      Exact value;
+      return read_numeric(image, value) == VDX_SUCCESS;
+    } else {
+      return readable<datatype<Destination>>({nullptr, nullptr, image, nullptr, nullptr, nullptr});
+    }
+  }
+};
+
+// Bytes as digits in units.
+struct as_utf16_digits {
+  template <Family Source, Family>
+  static std::int32_t convert(const Call& call) {
+    return write_as_utf16(call, datatype<Source>::read(call));
+  }
+};
+
+// A value without content leaves none behind.
+struct no_content {
+  template <Family, Family>
+  static std::int32_t convert(const Call& call) {
+    *call.length = 0;
+    return VDX_SUCCESS;
+  }
+};
 
 // A bit as a byte string: a destination without room gets nothing and is told it got a byte.
 struct bit_as_byte {

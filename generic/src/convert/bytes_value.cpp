@@ -1,0 +1,139 @@
+#include "convert/bytes_value.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "intl/unicode.h"
+#include "number/com_num.h"
+#include "number/hex.h"
+
+namespace vdx {
+
+namespace {
+
+std::int64_t digits_in(Bytes bytes) { return 2 * std::int64_t{bytes.length}; }
+
+// The first n digits; a cut may leave a byte's first digit alone.
+void put_digits(Bytes bytes, std::int32_t n, unsigned char* to) {
+  const auto whole = static_cast<std::size_t>(n / 2);
+  hex_encode(bytes.bytes, whole, to);
+  if (n % 2 == 0) return;
+  std::uint8_t pair[2];
+  hex_encode(bytes.bytes + whole, 1, pair);
+  to[n - 1] = pair[0];
+}
+
+struct Decoded {
+  bool is_hex;
+  bool is_cut;
+  std::int32_t placed;
+};
+
+// Looks at every digit, however few bytes there is room for.
+Decoded decode(const Text& text, unsigned char* to, std::int32_t room) {
+  const std::uint8_t* from = text.bytes;
+  auto n = static_cast<std::size_t>(text.length);
+  while (n > 0 && from[n - 1] == ' ') --n;
+  for (; n > 0 && *from == ' '; --n) ++from;
+  if (n >= 2 && from[0] == '0' && (from[1] == 'x' || from[1] == 'X')) {
+    from += 2;
+    n -= 2;
+  }
+  const std::size_t total = (n + 1) / 2;
+  const std::size_t placed = std::min(total, static_cast<std::size_t>(room));
+  bool is_hex = true;
+  std::size_t done = 0;
+  if (n % 2 != 0) {
+    const std::uint8_t value = hex_value(*from++);
+    --n;
+    is_hex = value <= 15;
+    if (placed > 0) to[done++] = value;
+  }
+  const std::size_t pairs = placed - done;
+  is_hex = is_hex && hex_decode(from, pairs, to + done) && all_hex(from + 2 * pairs, n - 2 * pairs);
+  return {is_hex, placed < total, static_cast<std::int32_t>(placed)};
+}
+
+std::int32_t refuse(const Call& call) {
+  *call.length = 0;
+  return VDX_SYNTAX;
+}
+
+}  // namespace
+
+std::int32_t write_as_text(const Call& call, Bytes bytes) {
+  const vdx_datafmt& format = *call.format;
+  auto* const to = static_cast<unsigned char*>(call.destination);
+  const std::int64_t digits = digits_in(bytes);
+  const auto n = static_cast<std::int32_t>(std::min<std::int64_t>(digits, format.maxlength));
+  put_digits(bytes, n, to);
+  *call.length = n;
+  if (!text_fits(format, digits)) {
+    if ((format.format & VDX_FMT_TERMINATE) != 0 && n > 0) to[format.maxlength - 1] = 0;
+    return VDX_OVERFLOW;
+  }
+  if ((format.format & kFinishFlags) == 0) return VDX_SUCCESS;
+  return finish_text(format, to, n, *call.length);
+}
+
+std::int32_t write_as_varchar(const Call& call, Bytes bytes) {
+  const std::int64_t digits = digits_in(bytes);
+  const auto n = static_cast<std::int32_t>(std::min<std::int64_t>(digits, 256));
+  store(call.destination, static_cast<std::int16_t>(n));
+  put_digits(bytes, n, static_cast<unsigned char*>(call.destination) + 2);
+  *call.length = sizeof(vdx_varchar);
+  return n < digits ? VDX_OVERFLOW : VDX_SUCCESS;
+}
+
+std::int32_t write_as_utf16(const Call& call, Bytes bytes) {
+  const vdx_datafmt& format = *call.format;
+  auto* const to = static_cast<unsigned char*>(call.destination);
+  const bool terminate = (format.format & VDX_FMT_TERMINATE) != 0;
+  const std::int32_t room = format.maxlength / 2;
+  const std::int64_t digits = digits_in(bytes);
+  const auto n = static_cast<std::int32_t>(std::min<std::int64_t>(digits, room));
+  std::uint8_t some[128];
+  constexpr auto kSome = static_cast<std::int32_t>(std::size(some));
+  for (std::int32_t at = 0; at < n; at += kSome) {
+    const std::int32_t count = std::min(n - at, kSome);
+    put_digits({bytes.bytes + at / 2, bytes.length - at / 2}, count, some);
+    widen_ascii(some, static_cast<std::size_t>(count), to + 2 * std::ptrdiff_t{at},
+                (format.format & VDX_FMT_SWAP) != 0);
+  }
+  *call.length = 2 * n;
+  if (digits + (terminate ? 1 : 0) > room) {
+    if (terminate && room > 0) store(to + 2 * std::ptrdiff_t{room} - 2, std::uint16_t{0});
+    return VDX_OVERFLOW;
+  }
+  if ((format.format & kFinishFlags) == 0) return VDX_SUCCESS;
+  return finish_utf16(format, to, 2 * n, *call.length);
+}
+
+std::int32_t write_as_bytes(const Call& call, const Text& text) {
+  const vdx_datafmt& format = *call.format;
+  const Decoded decoded =
+      decode(text, static_cast<unsigned char*>(call.destination), format.maxlength);
+  if (!decoded.is_hex) return refuse(call);
+  *call.length = decoded.placed;
+  if (decoded.is_cut) return VDX_TRUNCATED;
+  return finish_bytes(format, call.destination, decoded.placed, *call.length);
+}
+
+std::int32_t write_as_varbin(const Call& call, const Text& text) {
+  const Decoded decoded = decode(text, static_cast<unsigned char*>(call.destination) + 2, 256);
+  if (!decoded.is_hex) return refuse(call);
+  store(call.destination, static_cast<std::int16_t>(decoded.placed));
+  *call.length = sizeof(vdx_varbin);
+  return decoded.is_cut ? VDX_TRUNCATED : VDX_SUCCESS;
+}
+
+std::int32_t fit_image(const Call& call, Bytes bytes, std::int32_t length,
+                       bool (*is_image)(const void*)) {
+  unsigned char image[kNumericBytes] = {};
+  std::memcpy(image, bytes.bytes, static_cast<std::size_t>(std::min(bytes.length, length)));
+  if (!is_image(image)) return VDX_INVALID;
+  std::memcpy(call.destination, image, static_cast<std::size_t>(length));
+  return bytes.length > length ? VDX_TRUNCATED : VDX_SUCCESS;
+}
+
+}  // namespace vdx

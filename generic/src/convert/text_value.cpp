@@ -1,0 +1,128 @@
+#include "convert/text_value.h"
+
+#include <algorithm>
+
+#include "intl/unicode.h"
+
+namespace vdx {
+
+namespace {
+
+constexpr std::uint8_t kApostrophe = '\'';
+
+struct Placed {
+  std::int32_t code;
+  std::size_t n;
+};
+
+std::size_t char_size(const vdx_charattr& set, const std::uint8_t* p, std::size_t left) {
+  return static_cast<std::size_t>(char_bytes(set, p, static_cast<std::int64_t>(left)));
+}
+
+// The bytes of the whole characters that fit the room.
+std::size_t whole_characters(const vdx_charattr& set, const std::uint8_t* from, std::size_t n,
+                             std::size_t room) {
+  if (n <= room) return n;
+  if (set.max_bytes <= 1) return room;
+  std::size_t at = 0;
+  while (at < room) {
+    const std::size_t size = char_size(set, from + at, n - at);
+    if (size > room - at) break;
+    at += size;
+  }
+  return at;
+}
+
+// Whether bytes are characters to their end, as reading them would find.
+bool is_text(const vdx_charattr& set, const std::uint8_t* from, std::size_t n) {
+  if (set.encoding == Encoding::utf8) return well_formed_utf8(from, n) == n;
+  if (set.max_bytes <= 1) return true;
+  std::size_t size;
+  for (; n > 0; from += size, n -= size) {
+    size = static_cast<std::size_t>(whole_char_bytes(set, from, static_cast<std::int64_t>(n)));
+    if (size > n) return false;
+  }
+  return true;
+}
+
+// The text in another set. That it is malformed is told wherever it is, behind a cut as well.
+Placed place_in_other_set(const Text& text, const vdx_charattr& set, std::uint8_t* to,
+                          std::size_t room) {
+  const auto n = static_cast<std::size_t>(text.length);
+  const Transcoded result = transcode(text.attributes, text.bytes, n, set, to, room);
+  if (result.outcome == Transcoding::done)
+    return {result.substituted ? VDX_TRANSLATION : VDX_SUCCESS, result.placed};
+  if (result.outcome == Transcoding::full &&
+      is_text(text.attributes, text.bytes + result.taken, n - result.taken))
+    return {VDX_TRUNCATED, result.placed};
+  return {VDX_MALFORMED_UNICODE, 0};
+}
+
+Placed place(const Text& text, const vdx_charattr& set, std::uint8_t* to, std::size_t room) {
+  if (&set != &text.attributes) return place_in_other_set(text, set, to, room);
+  const auto n = static_cast<std::size_t>(text.length);
+  const std::size_t placed = whole_characters(set, text.bytes, n, room);
+  std::memcpy(to, text.bytes, placed);
+  return {placed < n ? VDX_TRUNCATED : VDX_SUCCESS, placed};
+}
+
+Placed place_quoted(const Text& text, const vdx_charattr& set, std::uint8_t* to, std::size_t room) {
+  if (&set == &text.attributes) {
+    const auto n = static_cast<std::size_t>(text.length);
+    const Quoted quoted = quote_text(set, text.bytes, n, to, room);
+    return {quoted.taken < n ? VDX_TRUNCATED : VDX_SUCCESS, quoted.placed};
+  }
+  // Quoting never shortens, so what fits quoted fits as it is.
+  const Placed plain = place_in_other_set(text, set, to, room);
+  if (plain.code == VDX_MALFORMED_UNICODE) return plain;
+  const Quoted whole = quote_text(set, to, plain.n, nullptr, room);
+  std::uint8_t* const tail = to + (whole.placed - whole.taken);
+  std::memmove(tail, to, whole.taken);
+  quote_text(set, tail, whole.taken, to, whole.placed);
+  return {whole.taken < plain.n ? VDX_TRUNCATED : plain.code, whole.placed};
+}
+
+}  // namespace
+
+Quoted quote_text(const vdx_charattr& set, const std::uint8_t* from, std::size_t n,
+                  std::uint8_t* to, std::size_t room) {
+  Quoted quoted{0, 0};
+  while (quoted.taken < n) {
+    const std::uint8_t* const character = from + quoted.taken;
+    const std::size_t size = set.max_bytes <= 1 ? 1 : char_size(set, character, n - quoted.taken);
+    const bool doubled = size == 1 && *character == kApostrophe;
+    if (size + (doubled ? 1 : 0) > room - quoted.placed) break;
+    quoted.taken += size;
+    if (to != nullptr) {
+      for (std::size_t i = 0; i < size; ++i) to[quoted.placed + i] = character[i];
+      if (doubled) to[quoted.placed + 1] = kApostrophe;
+    }
+    quoted.placed += size + (doubled ? 1 : 0);
+  }
+  return quoted;
+}
+
+std::int32_t write_changed_text(const Call& call, const Text& text, const vdx_charattr& set) {
+  const vdx_datafmt& format = *call.format;
+  auto* const to = static_cast<std::uint8_t*>(call.destination);
+  // A text that is cut keeps its terminator.
+  const std::int32_t terminator = (format.format & VDX_FMT_TERMINATE) != 0 ? 1 : 0;
+  const auto room = static_cast<std::size_t>(std::max(format.maxlength - terminator, 0));
+  const Placed placed = (format.format & VDX_FMT_QUOTE) != 0 ? place_quoted(text, set, to, room)
+                                                             : place(text, set, to, room);
+  *call.length = static_cast<std::int32_t>(placed.n);
+  if (placed.code == VDX_MALFORMED_UNICODE || format.maxlength < terminator) return placed.code;
+  const std::int32_t finished =
+      finish_text(format, to, static_cast<std::int32_t>(placed.n), *call.length);
+  return finished == VDX_SUCCESS ? placed.code : finished;
+}
+
+std::int32_t write_changed_varchar(const Call& call, const Text& text, const vdx_charattr& set) {
+  *call.length = sizeof(vdx_varchar);
+  const Placed placed = place(text, set, static_cast<std::uint8_t*>(call.destination) + 2, 256);
+  if (placed.code == VDX_MALFORMED_UNICODE) return placed.code;
+  store(call.destination, static_cast<std::int16_t>(placed.n));
+  return placed.code;
+}
+
+}  // namespace vdx
