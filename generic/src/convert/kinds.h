@@ -17,6 +17,7 @@
 #include "convert/scan.h"
 #include "convert/text_out.h"
 #include "intl/locale.h"
+#include "number/com_flt.h"
 #include "number/com_mony.h"
 
 namespace vdx {
@@ -201,6 +202,17 @@ struct floating : fixed<T> {
     const double number =
         sizeof(M) == 8 ? money_to_double(money.count) : static_cast<double>(money.count) / 10000.0;
     return fixed<T>::put(call, static_cast<T>(number), VDX_SUCCESS);
+  }
+
+  static std::int32_t write(const Call& call, const Text& text) {
+    T number;
+    const std::int32_t code = read_float(text.bytes, text.length, text.attributes, number);
+    if (code == VDX_SYNTAX) [[unlikely]] {
+      *call.length = 0;
+      return code;
+    }
+    fixed<T>::set_length(call);
+    return fixed<T>::put(call, number, code);
   }
 };
 

@@ -1,0 +1,2 @@
+#include "convert/define.h"
+#include "convert/com_num.list"
