@@ -283,7 +283,7 @@ const std::vector<std::u32string>& texts() {
         U"\u3042\u65E5x\uFF71",
         U"\U0001F600",
         U"ab\U0001F600cd'\u3042",
-        U"\u00A312",
+        U"\u00A412",
         U"\uFFE5 5",
         U"\u20AC 5",
         U"\uFF0D\uFF11\uFF12\uFF0E\uFF15",
@@ -470,26 +470,29 @@ std::vector<Format> formats_of(std::int32_t destination, std::int32_t size, Rand
 
 // ---- every cell ----
 
-void check(vdx_context& context, Request request) {
+// False where the answers differ.
+bool agrees(vdx_context& context, Request request) {
   request.format.locale = locale_of(request.from);
   request.format.to_locale = locale_of(request.to);
   const Answer answer = expect(request);
   const Result result =
       convert(context, request.source, request.value, request.destination, request.format);
-  const Result expected{answer.code, answer.length,
-                        answer.contents_open ? result.bytes : answer.bytes};
-  if (result == expected) return;
+  Result expected{answer.code, answer.length, answer.bytes};
+  for (std::size_t i = answer.open_from; i < result.bytes.size(); ++i)
+    expected.bytes[i] = result.bytes[i];
+  if (result == expected) return true;
   std::string value;
   for (const int byte : request.value) {
     char digits[8];
     std::snprintf(digits, sizeof digits, " %02x", static_cast<unsigned>(byte));
     value += digits;
   }
-  FAIL() << request.source << " to " << request.destination << ", sets "
+  ADD_FAILURE() << request.source << " to " << request.destination << ", sets "
          << static_cast<int>(request.from) << " and " << static_cast<int>(request.to) << ", flags "
          << request.format.flags << ", room " << request.format.maxlength << ", precision "
          << request.format.precision << ", scale " << request.format.scale << ", value" << value
          << "\nexpected " << expected << "\ngot      " << result;
+  return false;
 }
 
 void check_cell(vdx_context& context, std::int32_t source, std::int32_t destination, bool whole) {
@@ -513,8 +516,7 @@ void check_cell(vdx_context& context, std::int32_t source, std::int32_t destinat
       for (const Format& format : formats_of(destination, size, random, random.below(150) == 0)) {
         request.format = format;
         if (has_sets(source) && has_sets(destination)) request.to = kSets[random.below(4)];
-        check(context, request);
-        if (testing::Test::HasFatalFailure()) return;
+        if (!agrees(context, request)) return;
       }
     }
   }

@@ -269,7 +269,7 @@ constexpr struct {
                  {0xFF0B, 0xFF0B, 0x817B}, {0xFF0D, 0xFF0D, 0x817C}, {0xFF0E, 0xFF0E, 0x8144},
                  {0xFF0C, 0xFF0C, 0x8143}, {0x3000, 0x3000, 0x8140}, {0xFFE5, 0xFFE5, 0x818F},
                  {0x3042, 0x3042, 0x82A0}, {0x6708, 0x6708, 0x8C8E}, {0x65E5, 0x65E5, 0x93FA},
-                 {0xFF61, 0xFF9F, 0xA1},   {0xFF07, 0xFF07, 0xFA56}};
+                 {0xFF61, 0xFF9F, 0xA1},   {0xFF07, 0xFF07, 0xFA56}, {0xA0, 0xA0, 0xA0}};
 
 Bytes bytes_of_code(std::uint32_t code) {
   Bytes bytes;
@@ -383,6 +383,12 @@ std::string folded(const Characters& characters) {
   return text;
 }
 
+std::string unfolded(const Characters& characters) {
+  std::string text;
+  for (const Character& c : characters) text += c.code < 0x80 ? static_cast<char>(c.code) : '\x7F';
+  return text;
+}
+
 std::string trimmed(const std::string& text) {
   const std::size_t first = text.find_first_not_of(' ');
   if (first == std::string::npos) return "";
@@ -409,7 +415,7 @@ Answer fixed(const Request& r, std::int32_t code, const Bytes& value) {
 }
 
 // No literal of the destination's type: the destination is of no use.
-Answer no_literal(const Request& r) { return {VDX_SYNTAX, 0, untouched(r), true}; }
+Answer no_literal(const Request& r) { return {VDX_SYNTAX, 0, untouched(r), 0}; }
 
 struct Destination {
   const Request& request;
@@ -443,7 +449,7 @@ struct Destination {
       answer.code = VDX_BAD_PADDING;
     } else if (nulls || blanks) {
       while (used < room) put(nulls || (terminate && used + unit == room) ? zero : blank);
-      if (used < answer.bytes.size()) answer.bytes[used++] = 0;  // half a unit
+      if (used < static_cast<std::size_t>(request.format.maxlength)) answer.bytes[used++] = 0;  // half a unit
     } else if (terminate) {
       put(zero);
     }
@@ -466,15 +472,15 @@ Answer text_of_value(const Request& r, const Bytes& text, bool asterisk) {
     return d.finish(VDX_SUCCESS);
   }
   const std::size_t placed = std::min(text.size(), d.room);
-  if (!asterisk) {
+  if (!asterisk || (d.unit == 2 && d.room < 4)) {
     d.put(Bytes(text.begin(), text.begin() + static_cast<long>(placed)));
-  } else if (d.room >= 2 * d.unit) {
+  } else if (d.room >= 2 * d.unit) {  // and a zero unit
     d.put(d.unit == 2 ? encode_unit('*') : Bytes{'*'});
     std::fill_n(d.answer.bytes.begin() + static_cast<long>(d.unit), d.unit, std::uint8_t{0});
     d.finish(VDX_OVERFLOW);
     d.used = static_cast<std::size_t>(d.answer.length);
   } else {
-    d.used = placed;  // that much was there room for, but a single unit tells nothing
+    d.used = placed;  // so much was there room for, but nothing is told by it
   }
   d.zero_last();
   d.answer.code = VDX_OVERFLOW;
@@ -556,10 +562,7 @@ Answer write_real(const Request& r, const Number& n, T rounded) {
     rounded = std::copysign(std::numeric_limits<T>::max(), rounded);
     code = VDX_OVERFLOW;
   }
-  if (rounded == 0 && !n.zero()) {
-    rounded = 0;
-    code = VDX_UNDERFLOW;
-  }
+  if (rounded == 0 && !n.zero()) code = VDX_UNDERFLOW;
   return fixed(r, code, image(rounded));
 }
 
@@ -606,7 +609,7 @@ Answer write_number(const Request& r, const Number& n) {
   const WholeType& type = whole_type(r.destination);
   if (n.nan) return fixed(r, VDX_INVALID, whole_image(type, false, ""));
   if (to == Kind::bit)
-    return fixed(r, n.infinite ? VDX_OVERFLOW : VDX_SUCCESS, {std::uint8_t{!n.zero()}});
+    return fixed(r, VDX_SUCCESS, {std::uint8_t{!n.zero()}});
   if (to == Kind::money && from == Kind::real)
     return real_as_money(r, type, flt4 ? as<float>(r.value) : as<double>(r.value));
   const std::size_t places = to == Kind::money ? 4 : 0;
@@ -646,11 +649,10 @@ bool is_value(std::int32_t datatype, const Bytes& b) {
     }
     case Kind::date: {
       const DateType& type = date_type(datatype);
-      if (datatype == VDX_BIGDATETIME && as<std::uint64_t>(b) >> 63 != 0) return false;
-      if (datatype == VDX_BIGTIME && as<std::uint64_t>(b) >> 63 != 0) return false;
       const Moment moment = read_date(type, b);
+      const std::int64_t units = type.has_time ? kDay / type.unit : 1;
       return moment.day >= type.first_day && moment.day <= type.last_day && moment.units >= 0 &&
-             moment.units * type.unit < (type.has_time ? kDay : 1);
+             moment.units < units;
     }
     default:
       return true;
@@ -844,7 +846,7 @@ Answer real_from_text(const Request& r, const std::string& text) {
     return fixed(r, VDX_SUCCESS, image(negative ? -Limits::infinity() : Limits::infinity()));
   if (word == "nan") {
     Answer a = fixed(r, VDX_SUCCESS, image(Limits::quiet_NaN()));
-    a.contents_open = true;
+    a.open_from = 0;
     return a;
   }
   const std::optional<Number> n = read_decimal(text);
@@ -973,7 +975,9 @@ Answer from_characters(const Request& r, const Characters& characters) {
   const bool to_text = to == Kind::text || to == Kind::varchar || to == Kind::utf16;
   if (malformed && (utf16 || (to_text && r.from == Set::utf8))) {
     const std::int32_t length = comn_typelen(to == Kind::utf16 ? VDX_TEXT : r.destination, 0);
-    return refused(r, VDX_MALFORMED_UNICODE, length);
+    Answer a = refused(r, VDX_MALFORMED_UNICODE, length);
+    if (!utf16) a.open_from = 0;
+    return a;
   }
   const std::string plain = folded(characters);
   Bytes encoded;  // in the set of the source's locale
@@ -1003,7 +1007,7 @@ Answer from_characters(const Request& r, const Characters& characters) {
     }
     case Kind::bytes:
     case Kind::varbin: {
-      const std::optional<Bytes> bytes = bytes_of_hexadecimal(plain);
+      const std::optional<Bytes> bytes = bytes_of_hexadecimal(unfolded(characters));
       if (!bytes) return no_literal(r);
       return to == Kind::bytes ? byte_string(r, *bytes) : counted(r, *bytes, VDX_TRUNCATED);
     }
@@ -1012,21 +1016,23 @@ Answer from_characters(const Request& r, const Characters& characters) {
   }
   std::vector<Bytes> pieces;
   bool substituted = false;
+  const bool same = to == Kind::utf16 ? utf16 : !utf16 && r.from == r.to;
+  const bool quoted = to == Kind::text && (r.format.flags & VDX_FMT_QUOTE) != 0;
   for (const Character& c : characters) {
-    const bool same = to == Kind::utf16 ? utf16 : !utf16 && r.from == r.to;
     std::optional<Bytes> piece = c.bytes;
-    if (!same && c.code == kNoCharacter)
-      piece = std::nullopt;
-    else if (!same)
-      piece = to == Kind::utf16 ? encode_utf16_one(c.code) : encode_one(r.to, c.code);
-    if (!piece) substituted = true;
-    pieces.push_back(piece.value_or(to == Kind::utf16 ? encode_unit(0xFFFD) : Bytes{'?'}));
-    if (c.code == '\'' && (r.format.flags & VDX_FMT_QUOTE) != 0 && to != Kind::varchar) {
-      const Bytes twice = pieces.back();
-      pieces.back().insert(pieces.back().end(), twice.begin(), twice.end());
+    if (!same) {
+      const char32_t code = c.code == kNoCharacter ? 0xFFFD : c.code;
+      piece = to == Kind::utf16 ? encode_utf16_one(code) : encode_one(r.to, code);
+      if (!piece || c.code == kNoCharacter) substituted = true;
     }
+    pieces.push_back(piece.value_or(Bytes{'?'}));
+    if (c.code == '\'' && quoted) pieces.back().push_back('\'');
   }
-  if (to != Kind::varchar) return text_of_characters(r, pieces, substituted);
+  if (to != Kind::varchar) {
+    Answer a = text_of_characters(r, pieces, substituted);
+    if (quoted) a.open_from = static_cast<std::size_t>(a.length);
+    return a;
+  }
   Request whole = r;  // the count, then what a destination of 256 bytes gets
   whole.format = {};
   whole.format.maxlength = 256;

@@ -5,6 +5,7 @@
 #ifndef VDX_TESTS_ORACLE_H
 #define VDX_TESTS_ORACLE_H
 
+#include <limits>
 #include <optional>
 
 #include "support.h"
@@ -56,7 +57,8 @@ struct Answer {
   std::int32_t code;
   std::int32_t length;         // kUnset: not touched
   Bytes bytes;                 // of the destination; kGuard: not touched
-  bool contents_open = false;  // only code and length are told
+  // What the bytes from here on hold does not matter.
+  std::size_t open_from = std::numeric_limits<std::size_t>::max();
 };
 
 Answer expect(const Request& request);
