@@ -53,6 +53,14 @@ ROWS = [
     ("event", "event set and wait", 0.5),
     ("event_unset", "poll of an unset event", 0.5),
     ("semaphore", "semaphore post and wait", 1.0),
+    ("utf8_to_utf16_ascii", "UTF-8 to UTF-16, 10-40 characters, ASCII", 0.4),
+    ("utf8_to_utf16_mixed", "UTF-8 to UTF-16, 10-40 characters, mixed", 1.0),
+    ("utf16_to_utf8_ascii", "UTF-16 to UTF-8, 10-40 characters, ASCII", 0.45),
+    ("utf16_to_utf8_mixed", "UTF-16 to UTF-8, 10-40 characters, mixed", 1.25),
+    ("utf8_to_utf16_ascii_4k", "UTF-8 to UTF-16, 4 KiB, ASCII", 0.1),
+    ("utf8_to_utf16_mixed_4k", "UTF-8 to UTF-16, 4 KiB, mixed", 1.0),
+    ("utf16_to_utf8_ascii_4k", "UTF-16 to UTF-8, 4 KiB, ASCII", 0.1),
+    ("utf16_to_utf8_mixed_4k", "UTF-16 to UTF-8, 4 KiB, mixed", 1.0),
 ]
 
 OURS = "ours"

@@ -5,8 +5,8 @@
  * What the parameters of all three mean:
  *
  * source, length       the text and its bytes, 0 or more, or VDX_NULLTERM for a zero-terminated one
- * destination, size    receives the text; size, 0 or more, is its room in bytes. Nothing ends the
- *                      text; bytes behind it may have been written, but none beyond size
+ * destination, size    receives the text, with nothing behind it; size, 0 or more, is its room in
+ *                      bytes. A malformed source may leave anything in that room
  * length_out           receives the bytes placed
  *
  * Null pointers, other than those said to be allowed, are failed checks, other lengths and sizes
@@ -27,8 +27,7 @@ VDX_BEGIN_DECLS
  *   VDX_SUCCESS
  *   VDX_TRUNCATED          the text did not fit: as many whole characters as do are placed
  *   VDX_MALFORMED_UNICODE  UTF-8 that is not well-formed, or a double-byte character that the end
- *                          of the source cuts, anywhere in the source; length_out is 0, the
- *                          destination's content undefined
+ *                          of the source cuts, anywhere in the source; length_out is 0
  *   VDX_TRANSLATION        the text is complete, but characters that the destination's set lacks
  *                          are question marks, and bytes that are no character of the source's set
  *                          are U+FFFD in UTF-8, else question marks; where it did not fit as well,
@@ -60,8 +59,7 @@ VDX_API int32_t com_intl_xlate(const vdx_context *context, const char *from, con
  * Returns
  *   VDX_SUCCESS
  *   VDX_TRUNCATED          the text did not fit: as many whole characters as do are placed
- *   VDX_MALFORMED_UNICODE  the source is not well-formed somewhere; length_out is 0, the
- *                          destination's content undefined */
+ *   VDX_MALFORMED_UNICODE  the source is not well-formed somewhere; length_out is 0 */
 VDX_API int32_t com__fou_utf8_to_utf16(const void *source, int32_t length, void *destination,
                                        int32_t size, int32_t *length_out);
 

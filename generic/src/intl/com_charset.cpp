@@ -4,7 +4,7 @@
 #include "frame/check.h"
 #include "frame/length.h"
 #include "intl/locale.h"
-#include "intl/unicode.h"
+#include "intl/utf.h"
 
 namespace vdx {
 namespace {

@@ -17,11 +17,11 @@ struct SjisBlock {
 
 #include "intl/charset_codes_generated.inc"
 
-// A single- or double-byte set: every byte below 0x80 is ASCII, every character takes one unit.
-// decode() reads one character of `bytes` bytes, 0 where it is none; encode() gives the bytes of a
-// unit from 0x80 on, lead * 256 + trail, 0 where the set lacks it.
+// A single- or double-byte set: bytes and units below kDirect are the same, every character takes
+// one unit. decode() reads another one of `bytes` bytes, 0 where it is none; encode() gives the
+// bytes of another unit, lead * 256 + trail, 0 where the set lacks it.
 struct Ascii {
-  static constexpr std::uint32_t kDirect = 0x80;  // units below are the byte itself
+  static constexpr std::uint32_t kDirect = 0x80;
   static std::size_t bytes_at(const std::uint8_t*) { return 1; }
   static std::uint32_t decode(const std::uint8_t*, std::size_t) { return 0; }
   static std::uint32_t encode(std::uint32_t) { return 0; }
@@ -29,7 +29,6 @@ struct Ascii {
 
 struct Latin1 : Ascii {
   static constexpr std::uint32_t kDirect = 0x100;
-  static std::uint32_t decode(const std::uint8_t* p, std::size_t) { return *p; }
 };
 
 struct Sjis {
@@ -71,7 +70,7 @@ Transcoded decode_set(const std::uint8_t* from, std::size_t n, std::uint8_t* to,
                       Missing missing) {
   Transcoded state{0, 0, Transcoding::done, false};
   for (;;) {
-    const std::size_t run = widen_run<Swapped>(
+    const std::size_t run = widen_run<Set::kDirect, Swapped>(
         from + state.taken, std::min(n - state.taken, room - state.placed), to + 2 * state.placed);
     state.taken += run;
     state.placed += run;

@@ -2,7 +2,8 @@
 //
 // Units are in native byte order unless a parameter says that their bytes are swapped, and need no
 // alignment. Nothing here allocates, and a character is never cut: where the next one does not fit
-// whole, the work stops before it. Where the next character is malformed, that is the outcome
+// whole, the work stops before it. Behind what is placed nothing is written, unless the source is
+// malformed; beyond the room, never. Where the next character is malformed, that is the outcome
 // whether there is room or not. In a double-byte set a lead byte and the byte behind it are one
 // character whatever the second is, as everywhere in the library.
 #ifndef VDX_INTL_UNICODE_H

@@ -1,6 +1,10 @@
 // UTF-8 and UTF-16.
 #include "intl/utf.h"
 
+#include <algorithm>
+
+#include "intl/utf_sse2.h"
+
 namespace vdx {
 namespace {
 
@@ -28,49 +32,148 @@ VDX_INLINE Character character_at(const std::uint8_t* p, std::size_t left) {
   return code < 0x10000 || code > 0x10FFFF ? kNone : Character{code, 4};
 }
 
-}  // namespace
-
+// Code points as UTF-16. Where there is room for the bytes that they come from there is room for
+// them.
 template <bool Swapped>
-std::size_t widen_run(const std::uint8_t* from, std::size_t n, std::uint8_t* to) {
-  std::size_t i = 0;
-  for (; i < n && from[i] < 0x80; ++i) put_unit<Swapped>(to, i, from[i]);
+struct Utf16Sink {
+  std::uint8_t* to;
+  std::size_t room;
+  std::size_t placed;  // for good
+  std::size_t next = placed;
+
+  bool has_room(std::size_t units) const { return room - placed >= units; }
+
+  // Both stores hit the same unit where there is but one.
+  void character(std::uint32_t code) {
+    const bool is_pair = code > 0xFFFF;
+    put_unit<Swapped>(to, next, is_pair ? 0xD7C0 + (code >> 10) : code);
+    next += is_pair;
+    put_unit<Swapped>(to, next, is_pair ? 0xDC00 | (code & 0x3FF) : code);
+    ++next;
+  }
+
+  void keep() { placed = next; }
+
+#if defined(VDX_SSE2)
+  void ascii(__m128i block) {
+    widen_16<Swapped>(block, to + 2 * placed);
+    next = placed += 16;
+  }
+  void ascii_few(const std::uint8_t* text, std::size_t n) {
+    widen_few<Swapped>(text, n, to + 2 * placed);
+    next = placed += n;
+  }
+#endif
+};
+
+struct Checker {
+  static bool has_room(std::size_t) { return true; }
+  static void character(std::uint32_t) {}
+  static void keep() {}
+#if defined(VDX_SSE2)
+  static void ascii(__m128i) {}
+  static void ascii_few(const std::uint8_t*, std::size_t) {}
+#endif
+};
+
+#if !defined(VDX_SSE2)
+template <class Sink>
+std::size_t utf8_blocks(const std::uint8_t*, std::size_t i, std::size_t, Sink&) {
   return i;
 }
+#endif
 
-template std::size_t widen_run<false>(const std::uint8_t*, std::size_t, std::uint8_t*);
-template std::size_t widen_run<true>(const std::uint8_t*, std::size_t, std::uint8_t*);
+VDX_INLINE std::size_t utf8_bytes(std::uint32_t code) {
+  return code < 0x80 ? 1u : code < 0x800 ? 2u : code < 0x10000 ? 3u : 4u;
+}
+
+VDX_INLINE std::uint32_t trail(std::uint32_t code) { return 0x80 | (code & 0x3F); }
+
+// A code point below 0x10000 at its bytes, from the last one on: short forms store the first byte
+// more than once.
+VDX_INLINE std::size_t put_short(std::uint8_t* to, std::uint32_t code) {
+  const std::uint32_t is_long = code >= 0x80;
+  const std::uint32_t is_longer = code >= 0x800;
+  const std::uint32_t two = 0xC0 | code >> 6;
+  const std::uint32_t three = 0xE0 | code >> 12;
+  to[is_long + is_longer] = static_cast<std::uint8_t>(trail(code));
+  to[is_longer] = static_cast<std::uint8_t>(trail(code >> 6));
+  to[0] = static_cast<std::uint8_t>(is_longer != 0 ? three : is_long != 0 ? two : code);
+  return 1 + is_long + is_longer;
+}
+
+VDX_INLINE void put_long(std::uint8_t* to, std::uint32_t code) {
+  store(to,
+        0xF0 | code >> 18 | trail(code >> 12) << 8 | trail(code >> 6) << 16 | trail(code) << 24);
+}
+
+VDX_INLINE std::uint32_t pair_code(const std::uint8_t* units, std::size_t i) {
+  return 0x10000 + ((unit_at(units, i) & 0x3FFu) << 10 | (unit_at(units, i + 1) & 0x3FFu));
+}
+
+// Whether eight units are ASCII, which are placed then.
+VDX_INLINE bool narrow_8(const std::uint8_t* units, std::uint8_t* to) {
+#if defined(VDX_SSE2)
+  const __m128i block = block_at(units);
+  if (narrow_bits<0x80>(block, block) != 0xFFFF) return false;
+  put_half(to, _mm_packus_epi16(block, block));
+  return true;
+#else
+  (void)units, (void)to;
+  return false;
+#endif
+}
+
+}  // namespace
+
+template <std::uint32_t Limit, bool Swapped>
+std::size_t widen_run(const std::uint8_t* from, std::size_t n, std::uint8_t* to) {
+#if defined(VDX_SSE2)
+  return widen_blocks<Limit, Swapped>(from, n, to);
+#else
+  std::size_t i = 0;
+  for (; i < n && from[i] < Limit; ++i) put_unit<Swapped>(to, i, from[i]);
+  return i;
+#endif
+}
 
 template <std::uint32_t Limit>
 std::size_t narrow_run(const std::uint8_t* units, std::size_t n, std::uint8_t* to) {
+#if defined(VDX_SSE2)
+  return narrow_blocks<Limit>(units, n, to);
+#else
   std::size_t i = 0;
   for (; i < n && unit_at(units, i) < Limit; ++i)
     to[i] = static_cast<std::uint8_t>(unit_at(units, i));
   return i;
+#endif
 }
 
-template std::size_t narrow_run<0x80>(const std::uint8_t*, std::size_t, std::uint8_t*);
-template std::size_t narrow_run<0x100>(const std::uint8_t*, std::size_t, std::uint8_t*);
+using Runs = std::size_t(const std::uint8_t*, std::size_t, std::uint8_t*);
+template Runs widen_run<0x80, false>;
+template Runs widen_run<0x80, true>;
+template Runs widen_run<0x100, false>;
+template Runs widen_run<0x100, true>;
+template Runs narrow_run<0x80>;
+template Runs narrow_run<0x100>;
 
 template <bool Swapped>
 Transcoded utf8_to_utf16(const std::uint8_t* from, std::size_t n, std::uint8_t* to,
                          std::size_t room) {
-  std::size_t i = 0;
-  std::size_t o = 0;
+  std::size_t i = widen_run<0x80, Swapped>(from, std::min(n, room), to);
+  Utf16Sink<Swapped> sink{to, room, i};
   while (i < n) {
+    i = utf8_blocks(from, i, n, sink);
+    if (i == n) break;
     const Character c = character_at(from + i, n - i);
-    if (c.bytes == 0) return {i, o, Transcoding::malformed, false};
-    const std::size_t units = c.bytes == 4 ? 2 : 1;
-    if (units > room - o) return {i, o, Transcoding::full, false};
-    if (units == 1) {
-      put_unit<Swapped>(to, o, c.code);
-    } else {
-      put_unit<Swapped>(to, o, 0xD7C0 + (c.code >> 10));
-      put_unit<Swapped>(to, o + 1, 0xDC00 | (c.code & 0x3FF));
-    }
+    if (c.bytes == 0) return {i, sink.placed, Transcoding::malformed, false};
+    if (!sink.has_room(c.bytes == 4 ? 2 : 1)) return {i, sink.placed, Transcoding::full, false};
+    sink.next = sink.placed;
+    sink.character(c.code);
+    sink.keep();
     i += c.bytes;
-    o += units;
   }
-  return {i, o, Transcoding::done, false};
+  return {n, sink.placed, Transcoding::done, false};
 }
 
 template Transcoded utf8_to_utf16<false>(const std::uint8_t*, std::size_t, std::uint8_t*,
@@ -80,49 +183,76 @@ template Transcoded utf8_to_utf16<true>(const std::uint8_t*, std::size_t, std::u
 
 Transcoded utf16_to_utf8(const std::uint8_t* from, std::size_t n, std::uint8_t* to,
                          std::size_t room) {
-  std::size_t i = 0;
-  std::size_t o = 0;
+  std::size_t i = narrow_run<0x80>(from, std::min(n, room), to);
+  std::size_t o = i;
   while (i < n) {
-    std::uint32_t c = unit_at(from, i);
-    std::size_t units = 1;
-    if (is_surrogate(c)) {
+    // Units that have room whatever they are.
+    const std::size_t end = i + std::min(n - i, (room - o) / 3);
+    while (i < end) {
+      if (end - i >= 8 && narrow_8(from + 2 * i, to + o)) {
+        i += 8;
+        o += 8;
+        continue;
+      }
+      const std::size_t block_end = std::min(end, i + 8);
+      for (; i < block_end; ++i) {
+        const std::uint32_t unit = unit_at(from, i);
+        if (is_surrogate(unit)) {
+          if (!surrogate_pair_at(from, i, end)) break;
+          put_long(to + o, pair_code(from, i++));
+          o += 4;
+        } else {
+          o += put_short(to + o, unit);
+        }
+      }
+      if (i < block_end) break;
+    }
+    if (i == n) break;
+    std::uint32_t code = unit_at(from, i);
+    if (is_surrogate(code)) {
       if (!surrogate_pair_at(from, i, n)) return {i, o, Transcoding::malformed, false};
-      c = 0x10000 + ((c & 0x3FF) << 10 | (unit_at(from, i + 1) & 0x3FFu));
-      units = 2;
+      code = pair_code(from, i);
     }
-    const std::size_t bytes = c < 0x80 ? 1u : c < 0x800 ? 2u : c < 0x10000 ? 3u : 4u;
+    const std::size_t bytes = utf8_bytes(code);
     if (bytes > room - o) return {i, o, Transcoding::full, false};
-    if (bytes == 1) {
-      to[o] = static_cast<std::uint8_t>(c);
-    } else {
-      for (std::size_t at = bytes - 1; at > 0; --at, c >>= 6)
-        to[o + at] = static_cast<std::uint8_t>(0x80 | (c & 0x3F));
-      to[o] = static_cast<std::uint8_t>(0xF00 >> bytes | c);
-    }
-    i += units;
+    if (bytes == 4)
+      put_long(to + o, code);
+    else
+      put_short(to + o, code);
+    i += bytes == 4 ? 2 : 1;
     o += bytes;
   }
-  return {i, o, Transcoding::done, false};
+  return {n, o, Transcoding::done, false};
 }
 
 std::size_t well_formed_utf16(const void* units, std::size_t n) {
   const auto* from = static_cast<const std::uint8_t*>(units);
   std::size_t i = 0;
   while (i < n) {
-    const std::uint32_t unit = unit_at(from, i);
-    if (!is_surrogate(unit)) {
-      ++i;
-    } else {
+#if defined(VDX_SSE2)
+    for (; n - i >= 8; i += 8) {
+      const __m128i high = _mm_and_si128(block_at(from + 2 * i), _mm_set1_epi16(-0x800));
+      if (high_bits(_mm_cmpeq_epi16(high, _mm_set1_epi16(-0x2800))) != 0) break;
+    }
+#endif
+    for (const std::size_t end = std::min(n, i + 8); i < end; ++i) {
+      if (!is_surrogate(unit_at(from, i))) continue;
       if (!surrogate_pair_at(from, i, n)) return i;
-      i += 2;
+      ++i;
     }
   }
   return n;
 }
 
 std::size_t well_formed_utf8(const std::uint8_t* bytes, std::size_t n) {
+  Checker checker;
   std::size_t i = 0;
+#if defined(VDX_SSE2)
+  if (n < 16) i = ascii_run_of_few(bytes, n);
+#endif
   while (i < n) {
+    i = utf8_blocks(bytes, i, n, checker);
+    if (i == n) break;
     const Character c = character_at(bytes + i, n - i);
     if (c.bytes == 0) return i;
     i += c.bytes;
@@ -137,9 +267,9 @@ std::size_t narrow_ascii(const void* units, std::size_t n, std::uint8_t* to) {
 void widen_ascii(const std::uint8_t* bytes, std::size_t n, void* to, bool swapped) {
   auto* units = static_cast<std::uint8_t*>(to);
   if (swapped)
-    widen_run<true>(bytes, n, units);
+    widen_run<0x80, true>(bytes, n, units);
   else
-    widen_run<false>(bytes, n, units);
+    widen_run<0x80, false>(bytes, n, units);
 }
 
 }  // namespace vdx

@@ -12,7 +12,8 @@ namespace vdx {
 
 inline constexpr char32_t kReplacement = 0xFFFD;
 
-constexpr bool is_surrogate(std::uint32_t unit) { return (unit & 0xF800) == 0xD800; }
+// Of a unit or a code point.
+constexpr bool is_surrogate(std::uint32_t code) { return (code & ~0x7FFu) == 0xD800; }
 constexpr bool is_high_surrogate(std::uint32_t unit) { return (unit & 0xFC00) == 0xD800; }
 constexpr bool is_low_surrogate(std::uint32_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
@@ -33,9 +34,9 @@ VDX_INLINE void put_unit(std::uint8_t* units, std::size_t i, std::uint32_t unit)
   store(units + 2 * i, static_cast<std::uint16_t>(unit));
 }
 
-// Places the ASCII bytes that the text starts with as units; how many they are. Both texts are at
-// least n long.
-template <bool Swapped>
+// Places the bytes below Limit (0x80 or 0x100) that the text starts with as units; how many. Both
+// texts are at least n long.
+template <std::uint32_t Limit, bool Swapped>
 std::size_t widen_run(const std::uint8_t* from, std::size_t n, std::uint8_t* to);
 
 // Places the units below Limit (0x80 or 0x100) that the text starts with as bytes; how many.
