@@ -1,6 +1,8 @@
-/* Pieces of the exact numeric form: its tables and its arithmetic on byte strings.
+/* Exact numerics: arithmetic on values, and the pieces of their form: its tables and its arithmetic
+ * on byte strings.
  *
- * No function of this header allocates, locks or checks a pointer. */
+ * No function of this header allocates or locks. The comn_num functions check their pointers; the
+ * others do not. */
 #ifndef VDXCOMN_NUMBER_H
 #define VDXCOMN_NUMBER_H
 
@@ -48,6 +50,36 @@ VDX_API int32_t com__exctnume_divby10(vdx_exact *value);
  * ten above 77; 3 when the divisor is zero. On failure the quotient is as it was. */
 VDX_API int32_t com__exctnume_div(const vdx_exact *dividend, const vdx_exact *divisor,
                                   vdx_exact *quotient);
+
+/* Arithmetic on exact numerics of any precision and scale. A value may be unaligned and belongs to
+ * the caller; bytes behind its magnitude are not read.
+ *
+ * The result's precision (1 to 77) and scale (0 to 77) are read first: they say what the caller
+ * wants, and all 35 bytes are then written. The result may be an operand, whose precision and scale
+ * then are the ones asked for. Zero is positive.
+ *
+ * Sum, difference and product are exact and then rounded once to the result's scale, halves away
+ * from zero. A quotient is truncated to it.
+ *
+ * Each returns VDX_SUCCESS, or the first that applies of
+ *   VDX_INVALID        an operand is no numeric: precision outside 1 to 77, scale above 77, a sign
+ *                      byte above 1, or more digits than its precision says
+ *   VDX_BAD_PRECISION  the result's precision is outside 1 to 77
+ *   VDX_BAD_SCALE      the result's scale is above 77
+ *   VDX_ARITHMETIC     division by zero
+ * with nothing written, or
+ *   VDX_OVERFLOW       more whole digits than the result's precision less its scale: the largest
+ *                      magnitude of the precision is stored, with the sign
+ * A null pointer is a failed check; resumed, it is VDX_OVERFLOW with nothing written. */
+VDX_API int32_t comn_numadd(const vdx_num *a, const vdx_num *b, vdx_num *result);
+VDX_API int32_t comn_numsub(const vdx_num *a, const vdx_num *b, vdx_num *result);
+VDX_API int32_t comn_nummul(const vdx_num *a, const vdx_num *b, vdx_num *result);
+VDX_API int32_t comn_numdivide(const vdx_num *a, const vdx_num *b, vdx_num *result);
+
+/* Returns -1, 0 or 1 as a is less than, equal to or greater than b, whatever their scales, or
+ * VDX_INVALID when either is no numeric. A null pointer is a failed check; resumed, it is
+ * VDX_INVALID. */
+VDX_API int32_t comn_numcmp(const vdx_num *a, const vdx_num *b);
 
 VDX_END_DECLS
 

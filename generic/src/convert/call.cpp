@@ -3,11 +3,6 @@
 
 namespace vdx {
 
-std::int32_t write_exact(const Call& call, const Exact& value) {
-  *call.length = sizeof(vdx_num);
-  return write_numeric(value, call.format->precision, call.format->scale, call.destination);
-}
-
 std::int32_t pointer_missing(const char* file, std::int32_t line) {
   com_raise_invalid_null_pointer(file, line);
   return VDX_OVERFLOW;

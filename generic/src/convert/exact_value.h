@@ -1,9 +1,106 @@
-// Exact numerics as values: the kind of num and decimal, and how they become other numbers.
+// Exact numerics as values: the kind of num and decimal, and how they become other numbers, text
+// and bytes.
 #ifndef VDX_CONVERT_EXACT_VALUE_H
 #define VDX_CONVERT_EXACT_VALUE_H
 
 #include "convert/kinds.h"
+#include "number/num_text.h"
 
-namespace vdx {}  // namespace vdx
+namespace vdx {
+
+// Toward zero, and only then into the range: what is cut off never makes a value negative.
+template <Integral T>
+inline std::int32_t narrow(const Exact& value, T& result) {
+  using Limits = std::numeric_limits<T>;
+  const Magnitude whole = whole_part(value);
+  const bool wide = (whole[1] | whole[2] | whole[3]) != 0;
+  const bool negative = value.negative && !is_zero(whole);
+  const std::uint64_t most = signed_magnitude(negative ? Limits::min() : Limits::max()).magnitude;
+  if (wide || whole[0] > most) [[unlikely]] {
+    result = negative ? Limits::min() : Limits::max();
+    return negative && std::is_unsigned_v<T> && sizeof(T) > 1 ? VDX_UNDERFLOW : VDX_OVERFLOW;
+  }
+  result = static_cast<T>(negative ? 0 - whole[0] : whole[0]);
+  return VDX_SUCCESS;
+}
+
+inline std::int32_t narrow(const Exact& value, Bit& result) {
+  result = is_zero(value.magnitude) ? Bit::zero : Bit::one;
+  return VDX_SUCCESS;
+}
+
+// Halves away from zero at four places.
+template <class T>
+inline std::int32_t narrow(const Exact& value, Money<T>& result) {
+  Exact count = value;
+  bool fits = rescale(count, 4);
+  count.scale = 0;
+  std::int64_t wide = 0;
+  fits = fits && narrow(count, wide) == VDX_SUCCESS;
+  if (!fits)
+    wide = value.negative ? std::numeric_limits<std::int64_t>::min()
+                          : std::numeric_limits<std::int64_t>::max();
+  fits = narrow(wide, result.count) == VDX_SUCCESS && fits;
+  return fits ? VDX_SUCCESS : VDX_OVERFLOW;
+}
+
+inline NumericText text_of(const Call&, const Exact& value) {
+  NumericText text;
+  put_numeric(value, text);
+  return text;
+}
+
+inline std::int32_t write_as_text(const Call& call, const Exact& value) {
+  const NumericText text = text_of(call, value);
+  const auto n = static_cast<std::int32_t>(text.length());
+  if (!text_fits(*call.format, n)) [[unlikely]]
+    return misfit(*call.format, call.destination, *call.length, text.data(), n, Misfit::cut);
+  std::memcpy(call.destination, text.data(), text.length());
+  *call.length = n;
+  if ((call.format->format & kFinishFlags) == 0) return VDX_SUCCESS;
+  return finish_text(*call.format, call.destination, n, *call.length);
+}
+
+// A numeric keeps its image, which is longer than a C++ type of its value would say.
+inline std::int32_t write_as_bytes(const Call& call, const Exact&) {
+  return write_bytes(call, call.source, kNumericBytes);
+}
+inline std::int32_t write_as_varbin(const Call& call, const Exact&) {
+  return write_varbin(call, call.source, kNumericBytes);
+}
+
+std::int32_t write_exact(const Call& call, const Exact& value);
+std::int32_t write_exact(const Call& call, const Text& text);
+
+struct exact_numeric {
+  static constexpr std::int32_t kLength = kNumericBytes;
+  static void set_length(const Call& call) { *call.length = kLength; }
+
+  using Checked = Exact;
+  VDX_INLINE static bool read(const Call& call, Exact& value) {
+    return read_numeric(call.source, value) == VDX_SUCCESS;
+  }
+  static bool readable(const Call& call) {
+    Exact value;
+    return read(call, value);
+  }
+  static Exact read(const Call& call) {
+    return image_value(static_cast<const std::uint8_t*>(call.source));
+  }
+
+  static std::int32_t write(const Call& call, const Exact& value) {
+    return write_exact(call, value);
+  }
+  static std::int32_t write(const Call& call, const Text& text) { return write_exact(call, text); }
+
+  // Whatever says how it becomes a numeric.
+  template <class V>
+  requires requires(const Call& call, const V& value) { write_as_numeric(call, value); }
+  static std::int32_t write(const Call& call, const V& value) {
+    return write_as_numeric(call, value);
+  }
+};
+
+}  // namespace vdx
 
 #endif

@@ -26,6 +26,7 @@ template <> struct datatype<family_flt4>    : floating<float> {};
 template <> struct datatype<family_flt8>    : floating<double> {};
 template <> struct datatype<family_money>   : money_count<std::int64_t> {};
 template <> struct datatype<family_mny4>    : money_count<std::int32_t> {};
+template <> struct datatype<family_num>     : exact_numeric {};
 template <> struct datatype<family_char>    : characters {};
 template <> struct datatype<family_varchar> : counted_characters {};
 template <> struct datatype<family_unichar> : utf16 {};
@@ -53,13 +54,21 @@ inline bool readable(const Call& call) {
     return true;
 }
 
-// The pair in one inlined piece: what rows of real data meet.
+// The pair in one inlined piece: what rows of real data meet. A kind that has to read a value to
+// know whether it is one does both at once, and names what it reads Checked.
 struct direct {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
-    if (!readable<datatype<Source>>(call)) [[unlikely]]
-      return VDX_INVALID;
-    return datatype<Destination>::write(call, datatype<Source>::read(call));
+    if constexpr (requires { typename datatype<Source>::Checked; }) {
+      typename datatype<Source>::Checked value;
+      if (!datatype<Source>::read(call, value)) [[unlikely]]
+        return VDX_INVALID;
+      return datatype<Destination>::write(call, value);
+    } else {
+      if (!readable<datatype<Source>>(call)) [[unlikely]]
+        return VDX_INVALID;
+      return datatype<Destination>::write(call, datatype<Source>::read(call));
+    }
   }
 };
 
@@ -72,8 +81,6 @@ template <class M>
 inline Exact exact_of(Money<M> money) {
   return exact_money(money.count);
 }
-
-std::int32_t write_exact(const Call& call, const Exact& value);
 
 // Through the exact value: a sign, a magnitude and a scale that lose nothing. One writer serves
 // every source.

@@ -1,81 +1,322 @@
 #include "number/com_num.h"
 
 #include <algorithm>
-#include <cstring>
 
-#include "number/digits.h"
-#include "vdxcomn/types.h"
+#include "frame/check.h"
+#include "vdxcomn/number.h"
 
 namespace vdx {
+
+constinit const std::array<Divisor, kMaxPrecision + 1> kPowerDivisors = [] {
+  std::array<Divisor, kMaxPrecision + 1> divisors{};
+  for (std::size_t i = 0; i < divisors.size(); ++i)
+    divisors[i] = make_divisor<PortableWide>(kPowersOfTen[i]);
+  return divisors;
+}();
+
 namespace {
 
-// Compilers know this shape as one instruction.
-inline std::uint64_t reverse_bytes(std::uint64_t v) {
-  v = (v >> 8 & 0x00FF00FF00FF00FF) | (v & 0x00FF00FF00FF00FF) << 8;
-  v = (v >> 16 & 0x0000FFFF0000FFFF) | (v & 0x0000FFFF0000FFFF) << 16;
-  return v >> 32 | v << 32;
+constexpr const Magnitude& power_of_ten(std::int32_t exponent) {
+  return kPowersOfTen[static_cast<std::size_t>(exponent)];
 }
 
-inline std::uint64_t load_big(const std::uint8_t* p) {
-  return reverse_bytes(load<std::uint64_t>(p));
+// A magnitude on its way to a result: a product of two, or a dividend of one and two powers of ten,
+// and two more limbs for carries.
+struct WideValue {
+  static constexpr std::size_t kLimbs = 14;
+  std::uint64_t limbs[kLimbs];
+  std::size_t count;  // without leading zero limbs
+  std::int32_t scale;
+  bool negative;
+
+  void set(const Magnitude& magnitude) {
+    std::memcpy(limbs, magnitude.data(), sizeof magnitude);
+    count = used_limbs(limbs, 4);
+  }
+  void multiply(const WideValue& other, const Magnitude& factor) {
+    const std::size_t size = used_limbs(factor.data(), 4);
+    multiply_limbs(limbs, other.limbs, other.count, factor.data(), size);
+    count = used_limbs(limbs, other.count + size);
+  }
+  Magnitude low() const {
+    Magnitude magnitude{};
+    std::memcpy(magnitude.data(), limbs, std::min<std::size_t>(count, 4) * 8);
+    return magnitude;
+  }
+};
+
+// The value at another scale; false where its magnitude passes 256 bits.
+bool rescale_wide(WideValue& value, std::int32_t scale, Magnitude& magnitude) {
+  std::int32_t up = scale - value.scale;
+  if (up >= 0) {
+    magnitude = value.low();
+    return value.count <= 4 && scale_up(magnitude, up);
+  }
+  // Cutting first and rounding last rounds like rounding once: half of what goes is a multiple of
+  // what was cut.
+  for (; up < -kMaxPrecision && value.count != 0; up += kMaxPrecision)
+    value.count = divide_by_power<false>(value.limbs, value.count, kMaxPrecision);
+  if (value.count != 0)
+    value.count = divide_by_power<true>(value.limbs, value.count, std::min(-up, kMaxPrecision));
+  magnitude = value.low();
+  return value.count <= 4;
 }
-inline void store_big(std::uint8_t* p, std::uint64_t value) { store(p, reverse_bytes(value)); }
+
+// What an operation was asked for.
+struct Request {
+  std::int32_t precision, scale;
+  vdx_num* result;
+
+  VDX_INLINE std::int32_t put(bool fits, const Magnitude& magnitude, bool negative) const {
+    return put_image(fits, magnitude, negative, precision, scale, result);
+  }
+
+  [[gnu::noinline]] std::int32_t put(WideValue& value) const {
+    Magnitude magnitude;
+    const bool fits = rescale_wide(value, scale, magnitude);
+    return put(fits, magnitude, value.negative);
+  }
+};
+
+// a + b at one scale; gives whether the sum is negative. Signs are as unpredictable as values: a
+// difference is a sum with the complement, and is complemented again where it comes out below zero.
+template <std::size_t kSize>
+VDX_INLINE bool add_signed(const std::array<std::uint64_t, kSize>& a, bool a_negative,
+                           const std::array<std::uint64_t, kSize>& b, bool b_negative,
+                           std::array<std::uint64_t, kSize + 1>& sum) {
+  const std::uint64_t differ = a_negative != b_negative ? 1 : 0;
+  std::uint64_t carry = differ;
+  VDX_UNROLL
+  for (std::size_t i = 0; i < kSize; ++i) sum[i] = add_carry(a[i], b[i] ^ (0 - differ), carry);
+  const std::uint64_t below = differ & (carry ^ 1);
+  sum[kSize] = carry & (differ ^ 1);
+  carry = below;
+  VDX_UNROLL
+  for (std::size_t i = 0; i < kSize; ++i) sum[i] = add_carry(sum[i] ^ (0 - below), 0, carry);
+  return a_negative != (below != 0);
+}
+
+// Operands and result of different scales. The common scale of the operands may take 512 bits.
+[[gnu::noinline]] std::int32_t add_scaled(const Exact& a, const Exact& b, const Request& request) {
+  std::array<std::uint64_t, 8> finer[2];
+  std::array<std::uint64_t, 9> all;
+  WideValue sum;
+  sum.scale = std::max(a.scale, b.scale);
+  const Exact* const operands[] = {&a, &b};
+  for (std::size_t i = 0; i < 2; ++i)
+    multiply_limbs(finer[i].data(), power_of_ten(sum.scale - operands[i]->scale).data(), 4,
+                   operands[i]->magnitude.data(), 4);
+  sum.negative = add_signed(finer[0], a.negative, finer[1], b.negative, all);
+  std::memcpy(sum.limbs, all.data(), sizeof all);
+  sum.count = used_limbs(sum.limbs, all.size());
+  return request.put(sum);
+}
+
+VDX_INLINE std::int32_t add(const Exact& a, const Exact& b, const Request& request) {
+  if (a.scale != b.scale || a.scale != request.scale) [[unlikely]] {
+    const Exact left = a, right = b;  // copies: operands with an address would leave the registers
+    const Request wanted = request;
+    return add_scaled(left, right, wanted);
+  }
+  std::array<std::uint64_t, 5> sum;
+  const bool negative = add_signed(a.magnitude, a.negative, b.magnitude, b.negative, sum);
+  return request.put(sum[4] == 0, {sum[0], sum[1], sum[2], sum[3]}, negative);
+}
+
+VDX_INLINE std::int32_t subtract(const Exact& a, const Exact& b, const Request& request) {
+  Exact negated = b;
+  negated.negative = !b.negative;
+  return add(a, negated, request);
+}
+
+[[gnu::noinline]] std::int32_t multiply_wide(const Exact& a, const Exact& b,
+                                             const Request& request) {
+  WideValue left, product;
+  left.set(a.magnitude);
+  product.multiply(left, b.magnitude);
+  product.scale = a.scale + b.scale;
+  product.negative = a.negative != b.negative;
+  return request.put(product);
+}
+
+VDX_INLINE std::int32_t multiply(const Exact& a, const Exact& b, const Request& request) {
+  const Magnitude x = a.magnitude, y = b.magnitude;
+  if ((x[2] | x[3] | y[2] | y[3]) != 0 || a.scale + b.scale != request.scale) [[unlikely]] {
+    const Exact left = a, right = b;
+    const Request wanted = request;
+    return multiply_wide(left, right, wanted);
+  }
+  // Two limbs by two, as columns of 39 digits and less have.
+  const U128 low = Wide::multiply(x[0], y[0]), high = Wide::multiply(x[1], y[1]);
+  const U128 left = Wide::multiply(x[0], y[1]), right = Wide::multiply(x[1], y[0]);
+  std::uint64_t carry = 0;
+  std::uint64_t one = add_carry(low.high, left.low, carry);
+  std::uint64_t two = add_carry(high.low, left.high, carry);
+  std::uint64_t three = high.high + carry;
+  carry = 0;
+  one = add_carry(one, right.low, carry);
+  two = add_carry(two, right.high, carry);
+  three += carry;
+  return request.put(true, {low.low, one, two, three}, a.negative != b.negative);
+}
+
+[[gnu::noinline]] std::int32_t divide_wide(const Exact& a, const Exact& b, const Request& request) {
+  WideValue top;
+  top.set(a.magnitude);
+  std::int32_t up = request.scale - a.scale + b.scale;
+  if (up < 0) {
+    // The whole part of a quotient is that of the dividend's whole part by the same divisor.
+    top.count = divide_by_power<false>(top.limbs, top.count, -up);
+  } else {
+    while (up != 0 && top.count != 0) {
+      const std::int32_t step = std::min(up, kMaxPrecision);
+      const WideValue before = top;
+      top.multiply(before, power_of_ten(step));
+      up -= step;
+    }
+  }
+  const Divisor divisor = make_divisor(b.magnitude);
+  Magnitude quotient{};
+  bool fits = true;
+  if (top.count >= divisor.size) {
+    std::uint64_t limbs[WideValue::kLimbs];
+    const std::size_t count = top.count - divisor.size + 1;
+    divide_limbs(top.limbs, top.count, divisor, limbs);
+    const std::size_t used = used_limbs(limbs, count);
+    fits = used <= 4;
+    for (std::size_t i = 0; i < std::min<std::size_t>(used, 4); ++i) quotient[i] = limbs[i];
+  }
+  return request.put(fits, quotient, a.negative != b.negative);
+}
+
+// Two limbs by one or two.
+VDX_INLINE U128 divide_double(U128 a, U128 b) {
+  if (b.high == 0) {
+    const std::uint64_t high = a.high / b.low;
+    return {high, Wide::divide(a.high - high * b.low, a.low, b.low).quotient};
+  }
+  // Half the dividend by the divisor's top 64 bits gives a quotient that, less one, is never too
+  // large and at most one too small.
+  const int shift = std::countl_zero(b.high);
+  const std::uint64_t top = b.high << shift | (b.low >> 1) >> (63 - shift);
+  std::uint64_t quotient =
+      Wide::divide(a.high >> 1, a.high << 63 | a.low >> 1, top).quotient >> (63 - shift);
+  quotient -= quotient != 0 ? 1 : 0;
+  const U128 away = Wide::multiply(quotient, b.low);
+  std::uint64_t borrow = 0;
+  const std::uint64_t low = subtract_borrow(a.low, away.low, borrow);
+  const std::uint64_t high = a.high - away.high - quotient * b.high - borrow;
+  quotient += static_cast<std::uint64_t>((high > b.high) | ((high == b.high) & (low >= b.low)));
+  return {0, quotient};
+}
+
+VDX_INLINE std::int32_t divide(const Exact& a, const Exact& b, const Request& request) {
+  if (is_zero(b.magnitude)) [[unlikely]]
+    return VDX_ARITHMETIC;
+  const Magnitude x = a.magnitude, y = b.magnitude;
+  if ((x[2] | x[3] | y[2] | y[3]) != 0 || a.scale - b.scale != request.scale) {
+    const Exact left = a, right = b;
+    const Request wanted = request;
+    return divide_wide(left, right, wanted);
+  }
+  const U128 quotient = divide_double({x[1], x[0]}, {y[1], y[0]});
+  return request.put(true, {quotient.low, quotient.high, 0, 0}, a.negative != b.negative);
+}
+
+template <std::int32_t (*Operator)(const Exact&, const Exact&, const Request&)>
+VDX_INLINE std::int32_t operate(const vdx_num* a, const vdx_num* b, vdx_num* result) {
+  Exact left, right;
+  if (read_numeric(a, left) != VDX_SUCCESS || read_numeric(b, right) != VDX_SUCCESS) [[unlikely]]
+    return VDX_INVALID;
+  // The result may be an operand: what it asks for is read before anything is written.
+  const Request request{result->precision, result->scale, result};
+  if (request.precision < 1 || request.precision > kMaxPrecision) return VDX_BAD_PRECISION;
+  if (request.scale > kMaxPrecision) return VDX_BAD_SCALE;
+  return Operator(left, right, request);
+}
+
+// -1, 0 or 1.
+std::int32_t compare(const Exact& a, const Exact& b) {
+  if (a.negative != b.negative) return a.negative ? -1 : 1;
+  Magnitude left = a.magnitude, right = b.magnitude;
+  const std::int32_t away = a.negative ? -1 : 1;
+  // At a finer scale than 256 bits have room for, either is larger than all that has room.
+  if (a.scale < b.scale && !scale_up(left, b.scale - a.scale)) return away;
+  if (b.scale < a.scale && !scale_up(right, a.scale - b.scale)) return -away;
+  return less(left, right) ? -away : less(right, left) ? away : 0;
+}
 
 }  // namespace
 
+std::int32_t put_largest(bool negative, std::int32_t precision, std::int32_t scale, void* image) {
+  Magnitude largest = kPowersOfTen[static_cast<std::size_t>(precision)];
+  for (std::uint64_t& limb : largest)
+    if (limb-- != 0) break;
+  put_image(true, largest, negative, precision, scale, image);
+  return VDX_OVERFLOW;
+}
+
 bool rescale(Exact& value, std::int32_t scale) {
-  constexpr std::int64_t kBeyond = kMaxPrecision + 1;  // more digits than this change nothing
-  const std::int64_t up = std::int64_t{scale} - value.scale;
+  if (value.scale == scale) return true;
+  if (value.scale < scale) {
+    const std::int32_t up = std::min(scale - value.scale, kMaxPrecision + 1);
+    value.scale = scale;
+    return scale_up(value.magnitude, up);
+  }
+  WideValue wide;
+  wide.set(value.magnitude);
+  wide.scale = std::min(value.scale - scale, 2 * kMaxPrecision);  // drops every digit of 256 bits
+  const bool fits = rescale_wide(wide, 0, value.magnitude);
   value.scale = scale;
-  if (up > 0) return scale_up(value.magnitude, static_cast<std::int32_t>(std::min(up, kBeyond)));
-  scale_down(value.magnitude, static_cast<std::int32_t>(std::min(-up, kBeyond)));
   if (is_zero(value.magnitude)) value.negative = false;
-  return true;
+  return fits;
 }
 
 std::int32_t write_numeric(const Exact& value, std::int32_t precision, std::int32_t scale,
                            void* image) {
   if (precision < 1 || precision > kMaxPrecision) return VDX_BAD_PRECISION;
   if (scale < 0 || scale > kMaxPrecision) return VDX_BAD_SCALE;
-  const Magnitude& limit = kPowersOfTen[static_cast<std::size_t>(precision)];
+  if (value.scale == scale) [[likely]]
+    return put_image(true, value.magnitude, value.negative, precision, scale, image);
   Exact exact = value;
-  std::int32_t code = VDX_SUCCESS;
-  if (!rescale(exact, scale) || !less(exact.magnitude, limit)) [[unlikely]] {
-    exact.magnitude = limit;
-    for (std::uint64_t& limb : exact.magnitude)
-      if (limb-- != 0) break;
-    code = VDX_OVERFLOW;
-  }
-  const std::size_t bytes = kBytesOfPrecision[static_cast<std::size_t>(precision)] - 1U;
-  auto* const out = static_cast<std::uint8_t*>(image);
-  out[0] = static_cast<std::uint8_t>(precision);
-  out[1] = static_cast<std::uint8_t>(scale);
-  out[2] = exact.negative && !is_zero(exact.magnitude) ? 1 : 0;
-  std::uint8_t* const digits = out + 3;
-  if (bytes <= 8) {
-    store_big(digits, exact.magnitude[0] << (64 - 8 * bytes));
-    std::memset(digits + 8, 0, kNumericBytes - 11);
-  } else {
-    std::uint8_t block[64] = {};
-    for (std::size_t i = 0; i < 4; ++i) store_big(block + 8 * i, exact.magnitude[3 - i]);
-    std::memcpy(digits, block + (32 - bytes), 32);
-  }
-  return code;
-}
-
-std::int32_t read_numeric(const void* image, Exact& value) {
-  const auto* const in = static_cast<const std::uint8_t*>(image);
-  const std::size_t precision = in[0];
-  if (precision == 0 || precision > kMaxPrecision || in[1] > kMaxPrecision || in[2] > 1)
-    return VDX_INVALID;
-  std::uint8_t block[64] = {};
-  std::memcpy(block + 32, in + 3, 32);
-  const std::uint8_t* const first = block + (kBytesOfPrecision[precision] - 1U);
-  for (std::size_t i = 0; i < 4; ++i) value.magnitude[3 - i] = load_big(first + 8 * i);
-  if (!less(value.magnitude, kPowersOfTen[precision])) return VDX_INVALID;
-  value.scale = in[1];
-  value.negative = in[2] == 1 && !is_zero(value.magnitude);
-  return VDX_SUCCESS;
+  const bool fits = rescale(exact, scale);
+  return put_image(fits, exact.magnitude, exact.negative, precision, scale, image);
 }
 
 }  // namespace vdx
+
+#define VDX_CHECK_OPERANDS(failure) \
+  VDX_CHECK_POINTER(a, failure);    \
+  VDX_CHECK_POINTER(b, failure)
+
+std::int32_t comn_numadd(const vdx_num* a, const vdx_num* b, vdx_num* result) {
+  VDX_CHECK_OPERANDS(VDX_OVERFLOW);
+  VDX_CHECK_POINTER(result, VDX_OVERFLOW);
+  return vdx::operate<vdx::add>(a, b, result);
+}
+
+std::int32_t comn_numsub(const vdx_num* a, const vdx_num* b, vdx_num* result) {
+  VDX_CHECK_OPERANDS(VDX_OVERFLOW);
+  VDX_CHECK_POINTER(result, VDX_OVERFLOW);
+  return vdx::operate<vdx::subtract>(a, b, result);
+}
+
+std::int32_t comn_nummul(const vdx_num* a, const vdx_num* b, vdx_num* result) {
+  VDX_CHECK_OPERANDS(VDX_OVERFLOW);
+  VDX_CHECK_POINTER(result, VDX_OVERFLOW);
+  return vdx::operate<vdx::multiply>(a, b, result);
+}
+
+std::int32_t comn_numdivide(const vdx_num* a, const vdx_num* b, vdx_num* result) {
+  VDX_CHECK_OPERANDS(VDX_OVERFLOW);
+  VDX_CHECK_POINTER(result, VDX_OVERFLOW);
+  return vdx::operate<vdx::divide>(a, b, result);
+}
+
+std::int32_t comn_numcmp(const vdx_num* a, const vdx_num* b) {
+  VDX_CHECK_OPERANDS(VDX_INVALID);
+  vdx::Exact left, right;
+  if (vdx::read_numeric(a, left) != VDX_SUCCESS || vdx::read_numeric(b, right) != VDX_SUCCESS)
+    return VDX_INVALID;
+  return vdx::compare(left, right);
+}

@@ -6,8 +6,11 @@
 #define VDX_NUMBER_COM_NUM_H
 
 #include <cstdint>
+#include <cstring>
 
-#include "number/magnitude.h"
+#include "number/digits.h"
+#include "number/limbs.h"
+#include "vdxcomn/types.h"
 
 namespace vdx {
 
@@ -44,9 +47,109 @@ bool rescale(Exact& value, std::int32_t scale);
 std::int32_t write_numeric(const Exact& value, std::int32_t precision, std::int32_t scale,
                            void* image);
 
+// Compilers know this shape as one instruction.
+constexpr std::uint64_t reverse_bytes(std::uint64_t v) {
+  v = (v >> 8 & 0x00FF00FF00FF00FF) | (v & 0x00FF00FF00FF00FF) << 8;
+  v = (v >> 16 & 0x0000FFFF0000FFFF) | (v & 0x0000FFFF0000FFFF) << 16;
+  return v >> 32 | v << 32;
+}
+
+// The value of an image whose precision is 0 to 77, whatever else it holds. A precision says where
+// its limbs lie, so that each is one load; a column has one precision.
+VDX_INLINE Exact image_value(const std::uint8_t* image) {
+  const std::size_t bytes = kBytesOfPrecision[image[0]] - 1U;
+  const std::uint8_t* const digits = image + 3;
+  const std::uint8_t* const end = digits + bytes;
+  const auto limb = [end](std::size_t i) {
+    return reverse_bytes(load<std::uint64_t>(end - 8 * (i + 1)));
+  };
+  const std::uint64_t top = reverse_bytes(load<std::uint64_t>(digits)) >> (7 - (bytes - 1) % 8) * 8;
+  Exact value;
+  switch ((bytes - 1) / 8) {
+    case 0:
+      value.magnitude = {top, 0, 0, 0};
+      break;
+    case 1:
+      value.magnitude = {limb(0), top, 0, 0};
+      break;
+    case 2:
+      value.magnitude = {limb(0), limb(1), top, 0};
+      break;
+    default:
+      value.magnitude = {limb(0), limb(1), limb(2), top};
+  }
+  value.scale = image[1];
+  // Signs are as unpredictable as values: no branch looks at them.
+  value.negative = (image[2] != 0) & !is_zero(value.magnitude);
+  return value;
+}
+
 // Gives VDX_SUCCESS, or VDX_INVALID for an image that is no numeric. A negative zero is read as
 // zero.
-std::int32_t read_numeric(const void* image, Exact& value);
+VDX_INLINE std::int32_t read_numeric(const void* image, Exact& value) {
+  const auto* const in = static_cast<const std::uint8_t*>(image);
+  if (in[0] == 0 || in[0] > kMaxPrecision || in[1] > kMaxPrecision || in[2] > 1) [[unlikely]]
+    return VDX_INVALID;
+  value = image_value(in);
+  if (!less(value.magnitude, kPowersOfTen[in[0]])) [[unlikely]]
+    return VDX_INVALID;
+  return VDX_SUCCESS;
+}
+
+[[gnu::cold, gnu::noinline]] std::int32_t put_largest(bool negative, std::int32_t precision,
+                                                      std::int32_t scale, void* image);
+
+// The image of a magnitude at its scale; where it does not fit, the largest of the precision.
+VDX_INLINE std::int32_t put_image(bool fits, const Magnitude& m, bool negative,
+                                  std::int32_t precision, std::int32_t scale, void* image) {
+  if (!fits || !less(m, kPowersOfTen[static_cast<std::size_t>(precision)])) [[unlikely]]
+    return put_largest(negative, precision, scale, image);
+  const std::size_t bytes = kBytesOfPrecision[static_cast<std::size_t>(precision)] - 1U;
+  auto* const out = static_cast<std::uint8_t*>(image);
+  out[0] = static_cast<std::uint8_t>(precision);
+  out[1] = static_cast<std::uint8_t>(scale);
+  out[2] = static_cast<std::uint8_t>(negative & !is_zero(m));
+  std::uint8_t* const digits = out + 3;
+  std::uint8_t* const end = digits + bytes;
+  std::memset(digits, 0, kNumericBytes - 3);
+  const std::size_t spare = (7 - (bytes - 1) % 8) * 8;
+  const auto put = [end](std::size_t i, std::uint64_t limb) {
+    store(end - 8 * (i + 1), reverse_bytes(limb));
+  };
+  // The top limb overlaps the one below it where it is not whole.
+  switch ((bytes - 1) / 8) {
+    case 0:
+      store(digits, reverse_bytes(m[0] << spare));
+      break;
+    case 1:
+      store(digits, reverse_bytes(m[1] << spare));
+      put(0, m[0]);
+      break;
+    case 2:
+      store(digits, reverse_bytes(m[2] << spare));
+      put(1, m[1]);
+      put(0, m[0]);
+      break;
+    default:
+      store(digits, reverse_bytes(m[3] << spare));
+      put(2, m[2]);
+      put(1, m[1]);
+      put(0, m[0]);
+  }
+  return VDX_SUCCESS;
+}
+
+// The magnitude of the value's whole part; the rest is cut off.
+inline Magnitude whole_part(const Exact& value) {
+  if (value.scale == 0) return value.magnitude;
+  if (value.scale > kMaxPrecision) return {};
+  std::uint64_t limbs[6];
+  std::memcpy(limbs, value.magnitude.data(), sizeof(Magnitude));
+  divide_by_power<false>(limbs, 4, value.scale);
+  Magnitude whole;
+  std::memcpy(whole.data(), limbs, sizeof whole);
+  return whole;
+}
 
 }  // namespace vdx
 

@@ -9,6 +9,14 @@
 
 #include "number/wide.h"
 
+// Limbs stay in registers only where loops over them are unrolled, which compilers do not do at the
+// level that distributions build with.
+#if defined(__GNUC__)
+#define VDX_UNROLL _Pragma("GCC unroll 8")
+#else
+#define VDX_UNROLL
+#endif
+
 namespace vdx {
 
 using Magnitude = std::array<std::uint64_t, 4>;
@@ -17,10 +25,16 @@ inline constexpr std::int32_t kMaxPrecision = 77;  // the largest power of ten i
 
 constexpr bool is_zero(const Magnitude& m) { return (m[0] | m[1] | m[2] | m[3]) == 0; }
 
+// Without a branch on the limbs: which of them decides is as unpredictable as values.
 constexpr bool less(const Magnitude& a, const Magnitude& b) {
-  for (std::size_t i = 4; i-- > 0;)
-    if (a[i] != b[i]) return a[i] < b[i];
-  return false;
+  std::uint64_t borrow = 0;
+  VDX_UNROLL
+  for (std::size_t i = 0; i < 4; ++i) {
+    const std::uint64_t difference = a[i] - b[i];
+    borrow =
+        static_cast<std::uint64_t>(a[i] < b[i]) | static_cast<std::uint64_t>(difference < borrow);
+  }
+  return borrow != 0;
 }
 
 // m * factor + addend; the return value is the limb above.
@@ -96,24 +110,6 @@ inline bool scale_up(Magnitude& m, std::int32_t exponent) {
   for (; exponent > kLimbDigits; exponent -= kLimbDigits)
     if (multiply_add(m, limb_power(kLimbDigits), 0) != 0) return false;
   return multiply_add(m, limb_power(exponent), 0) == 0;
-}
-
-// m divided by 10^exponent, halves rounded up.
-inline void scale_down(Magnitude& m, std::int32_t exponent) {
-  if (exponent == 0) return;
-  if ((m[1] | m[2] | m[3]) == 0 && exponent <= kLimbDigits) {
-    const std::uint64_t power = limb_power(exponent), quotient = m[0] / power;
-    m[0] = quotient + (m[0] - quotient * power >= power / 2 ? 1 : 0);
-    return;
-  }
-  if (exponent > kMaxPrecision) {  // 256 bits stay below an eighth of what goes
-    m = {};
-    return;
-  }
-  // The digit removed last decides the rounding.
-  for (--exponent; exponent > 0; exponent -= kLimbDigits)
-    divide_limb(m, limb_power(exponent < kLimbDigits ? exponent : kLimbDigits));
-  if (divide_limb(m, 10) >= 5) multiply_add(m, 1, 1);
 }
 
 }  // namespace vdx
