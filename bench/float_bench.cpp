@@ -67,8 +67,7 @@ void parse_rows(const std::string& row, const std::vector<double>& expected, con
 }
 
 void format_rows(const std::string& row, const std::vector<double>& values,
-                 const std::vector<std::string>& texts,
-                 const std::vector<std::string>& fmt_texts) {
+                 const std::vector<std::string>& texts, const std::vector<std::string>& fmt_texts) {
   auto& results = keep<TextSlots>();
   const double* in = values.data();
   char* out = results.bytes();
@@ -81,9 +80,8 @@ void format_rows(const std::string& row, const std::vector<double>& values,
     });
   };
   bench::our_format(row, VDX_FLT8, values, results, texts);
-  add("std::to_chars", texts, [](char* at, double value) {
-    return std::to_chars(at, at + TextSlots::kSlot, value).ptr;
-  });
+  add("std::to_chars", texts,
+      [](char* at, double value) { return std::to_chars(at, at + TextSlots::kSlot, value).ptr; });
 #ifdef VDX_PEER_FMT
   // The same digits, but not always the same choice between fixed and scientific.
   add("fmt", fmt_texts,

@@ -11,6 +11,10 @@ void fill(void* destination, std::int32_t from, std::int32_t to, int byte) {
 
 }  // namespace
 
+void copy_text(unsigned char* to, const unsigned char* from, std::uint32_t n) {
+  std::memcpy(to, from, n);
+}
+
 std::int32_t finish_text(const vdx_datafmt& format, void* destination, std::int32_t n,
                          std::int32_t& length) {
   auto* const bytes = static_cast<unsigned char*>(destination);

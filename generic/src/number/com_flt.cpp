@@ -131,13 +131,13 @@ std::int32_t round_binary(std::uint64_t top, bool more, std::int32_t exponent, F
   if (biased < 1) drop += 1 - biased;  // subnormal
   if (drop > 64) return beyond(VDX_UNDERFLOW, value);
   const std::uint64_t kept = drop == 64 ? 0 : top >> drop;
-  const std::uint64_t rest = top << (64 - drop);
-  constexpr std::uint64_t kHalf = std::uint64_t{1} << 63;
-  const bool up = rest > kHalf || (rest == kHalf && (more || (kept & 1) != 0));
+  // What follows counts as one more bit below; odd floats round up from the middle. No branches:
+  // these bits are unpredictable.
+  const std::uint64_t rest = top << (64 - drop) | (more ? 1 : 0);
+  const std::uint64_t up = rest > (std::uint64_t{1} << 63) - (kept & 1) ? 1 : 0;
   // The hidden bit and a carry out of the fraction count as one in the exponent.
   const std::uint64_t bits =
-      (static_cast<std::uint64_t>(biased < 1 ? 0 : biased - 1) << Format::kFraction) + kept +
-      (up ? 1 : 0);
+      (static_cast<std::uint64_t>(biased < 1 ? 0 : biased - 1) << Format::kFraction) + kept + up;
   if (bits >= Format::kInfinity) [[unlikely]]
     return beyond(VDX_OVERFLOW, value);
   if (bits == 0) [[unlikely]]
@@ -167,22 +167,18 @@ std::int32_t round_decimal(std::uint64_t size, std::int32_t tens, F& value) {
   size <<= shift;
   const Power& power = power_of_ten(tens);
   const U128 lower = Wide::multiply(size, power.low);
-  U128 product = add_high(Wide::multiply(size, power.high), lower);
-  std::int32_t exponent = floor_log2_of_tens(tens) + 1 - shift;
-  bool more = lower.low != 0;
-  if (product.high >> 63 == 0) {
-    product.high = product.high << 1 | product.low >> 63;
-    product.low = product.low << 1 | lower.low >> 63;
-    more = lower.low << 1 != 0;
-    --exponent;
-  }
-  more = more || product.low != 0;
-  if (!is_exact(tens)) {
-    // What was cut off is less than 2 in the middle word, with its carry 3.
-    if (product.low > ~std::uint64_t{4}) return kUnsure;
-    more = true;
-  }
-  return round_binary(product.high, more, exponent, value);
+  const U128 product = add_high(Wide::multiply(size, power.high), lower);
+  // The product has one bit less where the top bit is clear.
+  const int less = static_cast<int>(~product.high >> 63);
+  const std::uint64_t top = product.high << less | product.low >> 1 >> (63 - less);
+  const std::uint64_t middle = product.low << less | lower.low >> 1 >> (63 - less);
+  const std::int32_t exponent = floor_log2_of_tens(tens) + 1 - shift - less;
+  bool more = true;
+  if (is_exact(tens))
+    more = (middle | lower.low << less) != 0;
+  else if (middle > ~std::uint64_t{4}) [[unlikely]]  // 3 may be missing, with its carry
+    return kUnsure;
+  return round_binary(top, more, exponent, value);
 }
 
 inline bool is_digit(std::uint8_t c) { return c >= '0' && c <= '9'; }
@@ -291,7 +287,7 @@ std::int32_t read_word(Folded& text, bool negative, F& value) {
 
 // The full grammar, for any text and any character set.
 template <class F>
-std::int32_t read_folded_float(Folded text, F& value) {
+[[gnu::cold, gnu::noinline]] std::int32_t read_folded_float(Folded text, F& value) {
   text.skip_blanks();
   if (!text.more()) {
     value = 0;
@@ -344,6 +340,43 @@ struct Decimal {
   bool negative;
 };
 
+// The shape that shortest texts of many digits have: no blanks, up to sixteen digits on either side
+// of a point, nineteen in all, an exponent of at most four digits; in 17 to 32 bytes. Nothing here
+// branches on how many digits there are.
+VDX_INLINE bool read_plain_long(const std::uint8_t* text, std::uint32_t n, Decimal& decimal) {
+  const Block first = Block::whole(text);
+  const std::uint32_t digits =
+      (first.digits() | Block::of(text + 16, n - 16).digits() << 16) & 0xFFFFFFFFU >> (32 - n);
+  const auto run = [digits](std::uint32_t at) {
+    return static_cast<std::uint32_t>(std::countr_one(std::uint64_t{digits} >> at));
+  };
+  const std::uint32_t minus = *text == '-' ? 1 : 0;
+  const std::uint32_t start = minus | (*text == '+' ? 1U : 0U);
+  const std::uint32_t point = start + run(start);
+  if (point == start || point > 16 || text[point] != '.') return false;
+  const std::uint32_t places = run(point + 1);
+  const std::uint32_t end = point + 1 + places;
+  if (places > 16 || end - start > 20) return false;
+  const std::uint64_t fraction = end >= 16 ? Block::whole(text + end - 16).number(places)
+                                           : number_in(text, first, end, places);
+  decimal.size =
+      number_in(text, first, point, point - start) * limb_power(static_cast<std::int32_t>(places)) +
+      fraction;
+  decimal.tens = -static_cast<std::int32_t>(places);
+  decimal.negative = minus != 0;
+  if (end == n) return true;
+  if ((text[end] | 32) != 'e' || end + 1 == n) return false;
+  const bool down = text[end + 1] == '-';
+  const std::uint32_t power = end + 1 + (down || text[end + 1] == '+' ? 1U : 0U);
+  const std::uint32_t count = n - power;
+  if (run(power) != count || count == 0 || count > 4) return false;
+  const std::uint64_t tail = load<std::uint64_t>(text + n - 8) & 0x0F0F0F0F0F0F0F0F;
+  const auto size =
+      static_cast<std::int32_t>(number_of_8(tail >> (64 - 8 * count) << (64 - 8 * count)));
+  decimal.tens += down ? -size : size;
+  return true;
+}
+
 // A number of single bytes and at most nineteen digits that count; false for any other text.
 VDX_INLINE bool read_plain(const std::uint8_t* at, const std::uint8_t* end, Decimal& decimal) {
   constexpr std::uint64_t kBlanks = 0x2020202020202020;
@@ -352,7 +385,7 @@ VDX_INLINE bool read_plain(const std::uint8_t* at, const std::uint8_t* end, Deci
   while (at != end && *at == ' ') ++at;
   if (at == end) return false;
   decimal.negative = *at == '-';
-  if (*at == '-' || *at == '+') ++at;
+  at += decimal.negative || *at == '+' ? 1 : 0;
   std::uint64_t size = 0;
   const std::uint8_t* const start = at;
   at = take_digits(at, end, size);
@@ -411,8 +444,7 @@ VDX_INLINE Shortest shortest_decimal(typename FloatFormat<F>::Bits bits) {
   const auto fraction = std::uint64_t{bits & (Format::kHidden - 1)};
   const auto biased = static_cast<std::int32_t>(bits >> Format::kFraction);
   const std::uint64_t size = biased != 0 ? fraction | Format::kHidden : fraction;
-  const std::int32_t exponent =
-      (biased != 0 ? biased : 1) - Format::kBias - Format::kFraction;
+  const std::int32_t exponent = (biased != 0 ? biased : 1) - Format::kBias - Format::kFraction;
   if (exponent <= 0 && -exponent <= Format::kFraction &&
       std::countr_zero(size) >= -exponent)  // a whole number, and so are its neighbours' middles
     return {size >> -exponent, 0};
@@ -424,21 +456,23 @@ VDX_INLINE Shortest shortest_decimal(typename FloatFormat<F>::Bits bits) {
   if (!is_exact(-k)) power.high += ++power.low == 0 ? 1 : 0;
   const std::uint64_t scaled = round_to_odd(power, (4 * size) << shift);
   const std::uint64_t odd = size & 1;  // the ends round to even floats
-  const std::uint64_t least =
-      round_to_odd(power, (4 * size - (closer ? 1 : 2)) << shift) + odd;
+  const std::uint64_t least = round_to_odd(power, (4 * size - (closer ? 1 : 2)) << shift) + odd;
   const std::uint64_t most = round_to_odd(power, (4 * size + 2) << shift) - odd;
   const std::uint64_t units = scaled / 4;
-  if (units >= 10) {
-    const std::uint64_t tens = units / 10;
-    const bool lower_inside = least <= 40 * tens;
-    const bool upper_inside = 40 * tens + 40 <= most;
-    if (lower_inside != upper_inside) return {tens + (upper_inside ? 1 : 0), k + 1};
-  }
-  const bool lower_inside = least <= 4 * units;
-  const bool upper_inside = 4 * units + 4 <= most;
-  const std::uint64_t middle = 4 * units + 2;
-  const bool nearer = scaled > middle || (scaled == middle && (units & 1) != 0);
-  return {units + ((lower_inside != upper_inside ? upper_inside : nearer) ? 1 : 0), k};
+  const std::uint64_t tens = scaled / 40;
+  const bool tens_below = least <= 40 * tens, tens_above = 40 * tens + 40 <= most;
+  if (tens != 0 && tens_below != tens_above) return {tens + std::uint64_t{tens_above}, k + 1};
+  const bool below = least <= 4 * units, above = 4 * units + 4 <= most;
+  const std::uint64_t nearer = scaled > 4 * units + 2 - (units & 1) ? 1 : 0;
+  return {units + (below != above ? std::uint64_t{above} : nearer), k};
+}
+
+// The same number with as many zeros behind its digits as make them seventeen.
+inline Shortest with_17_digits(Shortest shortest) {
+  const auto bits = static_cast<std::int32_t>(std::bit_width(shortest.digits));
+  const std::int32_t least = (bits * 1233) >> 12;  // a power of ten near the number
+  const std::int32_t count = least + (shortest.digits >= limb_power(least) ? 1 : 0);
+  return {shortest.digits * limb_power(17 - count), shortest.tens - (17 - count)};
 }
 
 // Places in a text: the number starts here, its sign before it.
@@ -458,7 +492,9 @@ template <class F>
 [[gnu::noinline]] std::int32_t read_any_float(const std::uint8_t* text, std::int32_t length,
                                               const vdx_charattr& attributes, F& value) {
   Decimal decimal;
-  if (length > 0 && read_plain(text, text + length, decimal)) [[likely]] {
+  if ((length > 16 && length <= 32 &&
+       read_plain_long(text, static_cast<std::uint32_t>(length), decimal)) ||
+      (length > 0 && read_plain(text, text + length, decimal))) [[likely]] {
     F size;
     const std::int32_t code = round_decimal(decimal.size, decimal.tens, size);
     if (code != kUnsure) [[likely]] {
@@ -482,34 +518,32 @@ ShortText float_text(F value) {
   if (bits == 0) [[unlikely]]
     return negative ? short_word("-0", 2) : short_word("0", 1);
 
-  // Seventeen digits, of which the first may be zeros.
-  const Shortest shortest = shortest_decimal<F>(bits);
+  const Shortest shortest = with_17_digits(shortest_decimal<F>(bits));
   constexpr std::uint64_t kTen8 = 100000000;
   const std::uint64_t upper = shortest.digits / kTen8;
   const std::uint64_t head = upper / kTen8;
   const Digits16 digits(upper - head * kTen8, shortest.digits - upper * kTen8);
-  unsigned char spread[48];
-  spread[0] = static_cast<unsigned char>('0' + head);
-  digits.put(spread + 1);
-  std::memset(spread + 17, 0, sizeof spread - 17);
-  const std::uint32_t used = digits.nonzero() << 1 | (head != 0 ? 1U : 0U);
-  const auto skipped = static_cast<std::uint32_t>(std::countr_zero(used));
-  const std::uint32_t count = 32 - static_cast<std::uint32_t>(std::countl_zero(used)) - skipped;
-  const unsigned char* const from = spread + skipped;
-  const std::int32_t scientific = shortest.tens + 16 - static_cast<std::int32_t>(skipped);
-  const std::int32_t tens = scientific + 1 - static_cast<std::int32_t>(count);  // of the last digit
+  const auto put_digits = [head, &digits](unsigned char* at, unsigned char* behind_first) {
+    *at = static_cast<unsigned char>('0' + head);
+    digits.put(behind_first);
+  };
+  const std::int32_t count =
+      32 - std::countl_zero(std::uint32_t{digits.nonzero()} << 1 | 1);  // without zeros behind
+  const std::int32_t scientific = shortest.tens + 16;
+  const std::int32_t tens = scientific + 1 - count;  // of the last digit
 
   ShortText text;
   unsigned char* const to = text.bytes + kNumberStart;
   to[-1] = '-';
   text.begin = kNumberStart - (negative ? 1 : 0);
-  // The shorter of both notations, fixed where they are equally long.
+  // The shorter of both notations, fixed where they are equally long. One comparison, because
+  // large and small numbers may come in any order.
   const std::int32_t point = count > 1 ? 1 : 0;
-  if (tens < -static_cast<std::int32_t>(count) - 2 - point || tens > 4 + point) {
-    to[0] = from[0];
+  const std::int32_t least = -count - 2 - point, most = 4 + point;
+  if (static_cast<std::uint32_t>(tens - least) > static_cast<std::uint32_t>(most - least)) {
+    put_digits(to, to + 2);
     to[1] = '.';
-    std::memcpy(to + 2, from + 1, 16);
-    unsigned char* const at = to + count + static_cast<std::uint32_t>(point);
+    unsigned char* const at = to + count + point;
     const bool down = scientific < 0;
     const auto size = static_cast<std::uint32_t>(down ? -scientific : scientific);
     const std::uint32_t hundreds = size / 100;
@@ -531,15 +565,16 @@ ShortText float_text(F value) {
     text.end = kNumberStart + static_cast<std::uint32_t>(end - first);
   } else if (scientific < 0) {
     std::memcpy(to, "0.000000", 8);
-    std::memcpy(to + (1 - scientific), from, 24);
-    text.end = kNumberStart + static_cast<std::uint32_t>(1 - scientific) + count;
+    unsigned char* const first = to + 1 - scientific;
+    put_digits(first, first + 1);
+    text.end = static_cast<std::uint32_t>(first + count - text.bytes);
   } else {
-    const auto whole = static_cast<std::uint32_t>(scientific + 1);
-    std::memcpy(to, from, 24);
-    text.end = kNumberStart + count;
+    put_digits(to, to + 1);
+    text.end = static_cast<std::uint32_t>(to + count - text.bytes);
     if (tens < 0) {
-      to[whole] = '.';
-      std::memcpy(to + whole + 1, from + whole, 16);
+      unsigned char* const behind = to + scientific + 1;
+      std::memmove(behind + 1, behind, 16);
+      *behind = '.';
       ++text.end;
     }
   }

@@ -75,8 +75,7 @@ VDX_INLINE bool read_plain_decimal(const std::uint8_t* text, std::uint32_t n, F&
   const std::uint32_t places = point != 0 ? end - whole_end - 1 : 0;
   const std::uint64_t whole = number_in(text, block, whole_end, whole_end - start);
   const std::uint64_t fraction = number_in(text, block, end, places);
-  const std::uint64_t size =
-      whole * limb_power(static_cast<std::int32_t>(places)) + fraction;
+  const std::uint64_t size = whole * limb_power(static_cast<std::int32_t>(places)) + fraction;
   if (size > kExactIntegers) [[unlikely]]
     return false;
   F result;
