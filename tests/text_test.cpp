@@ -19,6 +19,18 @@ std::string hex_of(const Bytes& bytes) {
   return text;
 }
 
+bool starts_with(const Result& result, const Bytes& start) {
+  return result.bytes.size() >= start.size() &&
+         std::equal(start.begin(), start.end(), result.bytes.begin());
+}
+
+// Length and bytes, without what follows them in a record.
+Bytes counted(std::string_view text) {
+  Bytes bytes = varchar_image(text);
+  bytes.resize(2 + text.size());
+  return bytes;
+}
+
 Bytes noise(Random& random, std::size_t n) {
   Bytes bytes(n);
   for (std::uint8_t& b : bytes) b = static_cast<std::uint8_t>(random.below(256));
@@ -158,45 +170,39 @@ TEST(TextToText, CutsPadsQuotesAndTranscodesWholeCharacters) {
 TEST(TextToText, FillsAVarcharWithWholeCharactersWhateverTheFlags) {
   Table table;
   const Sets sets(table.context);
-  for (std::size_t kanas = 84; kanas <= 130; ++kanas)
+  for (std::size_t n = 84; n <= 130; ++n)
     for (const std::size_t to : {std::size_t{1}, std::size_t{2}}) {
       std::string source = "'", all = "'";
-      for (std::size_t i = 0; i < kanas; ++i) source += kKana[1], all += kKana[to];
-      const std::size_t size = std::string(kKana[to]).size();
+      for (std::size_t i = 0; i < n; ++i) source += kKana[1], all += kKana[to];
       const bool cut = all.size() > 256;
-      if (cut) all.resize(1 + 255 / size * size);
+      if (cut) all.resize(to == 1 ? 256 : 255);
       const Result result = convert(table.context, VDX_CHAR, bytes_of(source), VDX_VARCHAR,
                                     {.flags = VDX_FMT_QUOTE | VDX_FMT_PADNULL | VDX_FMT_PADBLANK,
                                      .locale = sets.locales[1],
                                      .to_locale = sets.locales[to]});
-      EXPECT_EQ(result.code, cut ? VDX_TRUNCATED : VDX_SUCCESS) << kanas;
+      EXPECT_EQ(result.code, cut ? VDX_TRUNCATED : VDX_SUCCESS) << n;
       EXPECT_EQ(result.length, 258);
-      EXPECT_EQ(result.as<std::int16_t>(), all.size());
-      EXPECT_TRUE(std::equal(all.begin(), all.end(), result.bytes.begin() + 2,
-                             [](char a, std::uint8_t b) { return static_cast<char>(b) == a; }));
+      EXPECT_TRUE(starts_with(result, counted(all))) << n;
     }
 }
 
 TEST(TextToText, MalformedTextOfAnotherSetIsToldBehindACutAsWell) {
   Table table;
   const Sets sets(table.context);
-  const std::pair<std::size_t, std::string> rows[] = {
+  const std::pair<std::size_t, const char*> rows[] = {
       {1, "abc\xFF"}, {1, "abc\xE3\x81"}, {1, "abc\x80xyz"}, {2, "abc\x82"}};
   for (const auto& [from, text] : rows)
     for (const std::int32_t room : {1, 64})
-      for (const std::uint32_t flags : {0U, unsigned{VDX_FMT_QUOTE}, unsigned{VDX_FMT_TERMINATE}}) {
-        const Format format{.flags = flags,
-                            .maxlength = room,
-                            .locale = sets.locales[from],
-                            .to_locale = sets.locales[0]};
-        const Result result = convert(table.context, VDX_CHAR, bytes_of(text), VDX_CHAR, format);
-        EXPECT_EQ(result.code, VDX_MALFORMED_UNICODE) << text;
-        EXPECT_EQ(result.length, 0);
-        const Result counted =
-            convert(table.context, VDX_CHAR, bytes_of(text), VDX_VARCHAR, format);
-        EXPECT_EQ(counted.code, VDX_MALFORMED_UNICODE) << text;
-        EXPECT_EQ(counted.length, 258);
-      }
+      for (const std::uint32_t flags : {0, 1, 32})
+        for (const int code : {VDX_CHAR, VDX_VARCHAR}) {
+          const Result result = convert(table.context, VDX_CHAR, bytes_of(text), code,
+                                        {.flags = flags,
+                                         .maxlength = room,
+                                         .locale = sets.locales[from],
+                                         .to_locale = sets.locales[0]});
+          EXPECT_EQ(result.code, VDX_MALFORMED_UNICODE) << text;
+          EXPECT_EQ(result.length, code == VDX_CHAR ? 0 : 258);
+        }
 }
 
 TEST(BytesAndText, HexadecimalOfEveryLengthInEveryRoom) {
@@ -241,92 +247,58 @@ struct Row {
   Bytes start;  // of the destination
 };
 
-Bytes counted(std::size_t n, std::uint8_t fill) {
-  return varchar_image(std::string(n, static_cast<char>(fill)));
-}
-
 TEST(BytesAndText, Rows) {
   Table table;
   const Format four{.maxlength = 4};
   const Bytes both = {0xAB, 0x01};
-  const std::string digits(256, '7');
-  vdx_num num{};
-  num.precision = 5;
-  num.value[3] = 9;
-  vdx_num bad_num = num;
-  bad_num.precision = 78;
-  const Bytes utf16 = {'a', 0, 'b', 0}, swapped = {0, 'a', 0, 'b', 0, '0', 0, '1', 0, 0};
+  const std::string d(256, '7'), b(128, 'w');
+  Bytes longest = counted(d);
+  longest[0] = 1;  // one too many
+  const Bytes units = {'a', 0, 'b', 0, 0, 0}, swapped = {0, 'a', 0, 'b', 0, '0', 0, '1', 0, 0};
   const Row rows[] = {
-      {VDX_CHAR, bytes_of("   "), VDX_BIN, four, VDX_SUCCESS, 0, {}},
-      {VDX_CHAR, bytes_of("0x"), VDX_BIN, four, VDX_SUCCESS, 0, {}},
-      {VDX_CHAR, bytes_of("0"), VDX_BIN, four, VDX_SUCCESS, 1, {0}},
+      {VDX_CHAR, bytes_of("   "), VDX_BIN, four, 1, 0, {}},
+      {VDX_CHAR, bytes_of("0x"), VDX_BIN, four, 1, 0, {}},
       {VDX_CHAR, bytes_of("12 34"), VDX_BIN, four, VDX_SYNTAX, 0, {}},
       {VDX_CHAR, bytes_of("0X0x"), VDX_BIN, four, VDX_SYNTAX, 0, {}},
-      {VDX_CHAR, bytes_of("x1"), VDX_BIN, four, VDX_SYNTAX, 0, {}},
-      {VDX_VARCHAR, varchar_image("0XaB1"), VDX_VARBIN, {}, 1, 258, {2, 0, 0x0A, 0xB1}},
-      {VDX_CHAR, bytes_of(digits + digits), VDX_VARBIN, {}, 1, 258, counted(256, 0x77)},
-      {VDX_CHAR, bytes_of(digits + digits + "7"), VDX_VARBIN, {}, -113, 258, {0, 1, 7, 0x77}},
-      {VDX_CHAR, bytes_of(digits + digits + "x"), VDX_VARBIN, {}, VDX_SYNTAX, 0, {}},
-      {VDX_VARBIN, counted(128, 0x77), VDX_VARCHAR, {}, 1, 258, varchar_image(digits)},
-      {VDX_VARBIN, counted(129, 0x77), VDX_VARCHAR, {}, -101, 258, varchar_image(digits)},
-      {VDX_VARBIN, counted(257, 0), VDX_VARCHAR, {}, VDX_INVALID, kUnset, {kGuard}},
-      {VDX_VARBIN, counted(257, 0), VDX_I4, {}, VDX_INVALID, kUnset, {kGuard}},
-      {VDX_BIN, Bytes(257, 9), VDX_VARBIN, {}, -101, 258, counted(256, 9)},
-      {VDX_BIN, both, VDX_VARBIN, {}, 1, 258, {2, 0, 0xAB, 1}},
-      {VDX_VARBIN, counted(3, 8), VDX_IMAGE, {.maxlength = 2}, -113, 2, {8, 8}},
-      {VDX_VARBIN, counted(1, 8), VDX_BIN, {.flags = 2, .maxlength = 3}, 1, 3, {8, 0, 0}},
+      {VDX_VARCHAR, counted("0XaB1"), VDX_VARBIN, {}, 1, 258, {2, 0, 0x0A, 0xB1}},
+      {VDX_CHAR, bytes_of(d + d), VDX_VARBIN, {}, 1, 258, counted(b + b)},
+      {VDX_CHAR, bytes_of(d + d + "7"), VDX_VARBIN, {}, -113, 258, {0, 1, 7, 'w'}},
+      {VDX_CHAR, bytes_of(d + d + "x"), VDX_VARBIN, {}, VDX_SYNTAX, 0, {}},
+      {VDX_VARBIN, counted(b), VDX_VARCHAR, {}, 1, 258, counted(d)},
+      {VDX_VARBIN, counted(b + "7"), VDX_VARCHAR, {}, -101, 258, counted(d)},
+      {VDX_VARBIN, longest, VDX_VARCHAR, {}, VDX_INVALID, kUnset, {kGuard}},
+      {VDX_VARBIN, longest, VDX_I4, {}, VDX_INVALID, kUnset, {kGuard}},
       {VDX_BIN, both, VDX_CHAR, {.flags = 1, .maxlength = 4}, -101, 4, {'a', 'b', '0', 0}},
       {VDX_BIN, both, VDX_XML, {.flags = 5, .maxlength = 6}, 1, 6, {'a', 'b', '0', '1', ' ', 0}},
-      {VDX_BIN, both, VDX_XML, {.flags = 6, .maxlength = 6}, -106, 4, {'a', 'b', '0', '1'}},
       // Images of fixed length.
       {VDX_BIN, both, VDX_I4, {}, 1, 4, {0xAB, 1, 0, 0}},
-      {VDX_BIN, {1, 2, 3, 4}, VDX_UI4, {}, 1, 4, {1, 2, 3, 4}},
-      {VDX_VARBIN, counted(9, 5), VDX_MONEY, {}, -113, 8, Bytes(8, 5)},
-      {VDX_BIN, {1}, VDX_BIT, {}, 1, 1, {1}},
+      {VDX_VARBIN, counted("wwwwwwwww"), VDX_MONEY, {}, -113, 8, Bytes(8, 'w')},
       {VDX_BIN, {1, 7}, VDX_BIT, {}, -113, 1, {1}},
       {VDX_BIN, {2}, VDX_BIT, {}, VDX_INVALID, 1, {kGuard}},
-      {VDX_VARBIN, counted(3, 2), VDX_BIT, {}, VDX_INVALID, 1, {kGuard}},
-      {VDX_BIN, image(num), VDX_DECIMAL, {}, 1, 35, image(num)},
+      {VDX_BIN, {2, 0}, VDX_BIT, {}, VDX_INVALID, 1, {kGuard}},
       {VDX_BIN, {1}, VDX_NUM, {}, 1, 35, {1, 0, 0}},
-      {VDX_BIN, image(bad_num), VDX_NUM, {}, VDX_INVALID, 35, {kGuard}},
+      {VDX_BIN, Bytes(35, 78), VDX_DECIMAL, {}, VDX_INVALID, 35, {kGuard}},
       {VDX_BIN, {0, 0, 0, 0x7F}, VDX_DATEA, {}, VDX_INVALID, 4, {kGuard}},
-      {VDX_BIN, {7}, VDX_TIMEA, {}, 1, 4, {7, 0, 0, 0}},
       {VDX_BIN, {7}, VDX_BIGTIME, {}, 1, 8, {7, 0, 0, 0, 0, 0, 0, 0}},
       {VDX_BIN, {7}, VDX_BIGDATETIME, {}, VDX_INVALID, 8, {kGuard}},
       // Locators, and what has no content.
       {VDX_CHAR, bytes_of("ab1"), VDX_IMAGELOCATOR, four, 1, 2, {0x0A, 0xB1}},
       {VDX_TEXTLOCATOR, both, VDX_TEXT, four, 1, 4, bytes_of("ab01")},
-      {VDX_IMAGELOCATOR, both, VDX_CHAR, four, 1, 4, bytes_of("ab01")},
       {VDX_IMAGELOCATOR, both, VDX_IMAGE, four, 1, 2, both},
       {VDX_TEXTLOCATOR, both, VDX_TEXTLOCATOR, {.maxlength = 1}, -113, 1, {0xAB}},
-      {VDX_UNITEXTLOCATOR, both, VDX_UNICHAR, {.maxlength = 5}, -101, 4, utf16},
       {VDX_UNITEXTLOCATOR, both, VDX_UNICHAR, {.flags = 65, .maxlength = 10}, 1, 10, swapped},
-      {VDX_UNITEXTLOCATOR,
-       both,
-       VDX_UNICHAR,
-       {.flags = 1, .maxlength = 6},
-       -101,
-       6,
-       {'a', 0, 'b', 0, 0, 0}},
+      {VDX_UNITEXTLOCATOR, both, VDX_UNICHAR, {.flags = 1, .maxlength = 7}, -101, 6, units},
+      {VDX_UNITEXTLOCATOR, Bytes(200, 9), VDX_UNICHAR, {.maxlength = 800}, 1, 800, {'0', 0, '9'}},
       {VDX_VOID, both, VDX_VOID, {}, 1, 0, {kGuard}},
-      {VDX_VOID, both, VDX_I4, {}, 1, 0, {kGuard}},
       {VDX_VOID, {}, VDX_CHAR, {.flags = 6}, 1, 0, {kGuard}},
-      {VDX_VOID, both, 20, {}, 1, 0, {kGuard}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(&row - rows);
     const Result result = convert(table.context, row.from, row.source, row.to, row.format);
     EXPECT_EQ(result.code, row.code);
     EXPECT_EQ(result.length, row.length);
-    ASSERT_GE(result.bytes.size(), row.start.size());
-    EXPECT_TRUE(std::equal(row.start.begin(), row.start.end(), result.bytes.begin())) << result;
+    EXPECT_TRUE(starts_with(result, row.start)) << result;
   }
-  // Longer than the piece that digits pass through on their way to units.
-  const Result wide =
-      convert(table.context, VDX_UNITEXTLOCATOR, Bytes(200, 0x3C), VDX_UNICHAR, {.maxlength = 800});
-  Bytes expected;
-  for (int i = 0; i < 200; ++i) expected.insert(expected.end(), {'3', 0, 'c', 0});
-  EXPECT_EQ(wide, (Result{1, 800, expected}));
 }
 
 }  // namespace
