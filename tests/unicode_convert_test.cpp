@@ -74,11 +74,12 @@ TEST(UnicodeConvert, ReadsValuesAsFromUtf8) {
       u"1753-01-01", u"0001-01-01", u"2 M\u00E4rz 2008", u"\u20AC 12.50", u"\u221242", u"\u00A512",
       // Units whose bytes are digits, blanks and signs, and others that stand for nothing.
       u"\u3131", u"\u2020\u3131", u"\u2D31\u3030", u"7\u2020\u2020", u"\U0001F600", u"1\u00E91",
-      u"\u0431\u0432", std::u16string(1, u'\0'), u"\t5", u"5\t"};
-  const int destinations[] = {VDX_I1,    VDX_I2,       VDX_I4,          VDX_I8,     VDX_UI2,
-                              VDX_UI4,   VDX_UI8,      VDX_BIT,         VDX_MONEY,  VDX_MNY4,
-                              VDX_NUM,   VDX_FLT4,     VDX_FLT8,        VDX_DATE4,  VDX_DATEA,
-                              VDX_TIMEA, VDX_DATETIME, VDX_BIGDATETIME, VDX_BIGTIME};
+      u"\u0431\u0432", std::u16string(1, u'\0'), u"\t5", u"0xaBc", u"0X", u"1 2", u"00ff7", u"5\t"};
+  const int destinations[] = {VDX_I1,          VDX_I2,       VDX_I4,      VDX_I8,    VDX_UI2,
+                              VDX_UI4,         VDX_UI8,      VDX_BIT,     VDX_MONEY, VDX_MNY4,
+                              VDX_NUM,         VDX_FLT4,     VDX_FLT8,    VDX_DATE4, VDX_DATEA,
+                              VDX_TIMEA,       VDX_DATETIME, VDX_LONGBIN, VDX_IMAGE, VDX_VARBIN,
+                              VDX_BIGDATETIME, VDX_BIGTIME};
   for (const std::u16string& row : rows)
     for (const int destination : destinations) {
       if (com_conv_func(&table.context, VDX_UNITEXT, destination) == nullptr) continue;
@@ -118,11 +119,11 @@ TEST(UnicodeConvert, RefusesWhatIsNoUtf16) {
   for (std::int32_t destination = 0; destination < VDX_DATATYPES; ++destination) {
     if (destination == 20 || com_conv_func(&table.context, VDX_UNICHAR, destination) == nullptr)
       continue;
+    const std::int32_t length = destination == VDX_UNICHAR ? 0 : comn_typelen(destination, 0);
     for (const Bytes& row : rows) {
       const Result result = convert(table.context, VDX_UNICHAR, row, destination, {0, -1, 10, 0});
       EXPECT_EQ(result.code, VDX_MALFORMED_UNICODE) << destination;
-      EXPECT_EQ(result.length, comn_typelen(destination, 0) > 2 ? comn_typelen(destination, 0) : 0)
-          << destination;
+      EXPECT_EQ(result.length, length) << destination;
     }
   }
 }
@@ -151,29 +152,27 @@ TEST(UnicodeConvert, WritesValuesAsWideText) {
       {VDX_DATE4, image(vdx_date4{39447, 785})},
       {VDX_DATEA, image(std::int32_t{2958464})},
       {VDX_BIGTIME, image(std::uint64_t{1})},
+      {VDX_IMAGE, Bytes(13, 0xAB)},
+      {VDX_BIN, Bytes(29, 0x1F)},
   };
   for (const auto& [source, value] : sources) {
     if (com_conv_func(&table.context, source, VDX_UNICHAR) == nullptr) continue;
     for (std::uint32_t bits = 0; bits < 16; ++bits)
       for (std::int32_t room = 0; room < 62; ++room) {
-        const bool swapped = (bits & 8) != 0;
+        const std::size_t swapped = bits >> 3;
         SCOPED_TRACE(testing::Message() << source << " flags " << bits << " room " << room);
         const Result narrow = convert(table.context, source, value, VDX_CHAR, {bits & 7, room / 2});
         const Result wide =
-            convert(table.context, source, value, VDX_UNICHAR, {flags_of(bits), room});
+            convert(table.context, source, value, VDX_UNITEXT, {flags_of(bits), room});
         EXPECT_EQ(wide.code, narrow.code);
-        const bool is_padded = narrow.code == 1 && (bits & 6) != 0;
-        EXPECT_EQ(wide.length, narrow.length == vdx_test::kUnset ? narrow.length
-                               : is_padded                       ? room
-                                                                 : 2 * narrow.length);
-        for (int i = 0; i < narrow.length && i < room / 2; ++i) {
-          const auto at = static_cast<std::size_t>(i);
-          if (narrow.bytes[at] == kGuard) continue;
-          EXPECT_EQ(wide.bytes[2 * at + swapped], narrow.bytes[at]);
-          EXPECT_EQ(wide.bytes[2 * at + !swapped], 0);
+        for (std::size_t i = 0; i < narrow.bytes.size(); ++i) {
+          EXPECT_EQ(wide.bytes[2 * i + swapped], narrow.bytes[i]);
+          EXPECT_EQ(wide.bytes[2 * i + 1 - swapped], narrow.bytes[i] == kGuard ? kGuard : 0);
         }
-        if (room % 2 != 0) {
-          EXPECT_EQ(wide.bytes.back(), is_padded ? 0 : kGuard);
+        if (room % 2 == 0) {
+          EXPECT_EQ(wide.length, narrow.length < 0 ? narrow.length : 2 * narrow.length);
+        } else {  // half a unit is zero where something follows the text
+          EXPECT_EQ(wide.bytes.back(), wide.length == room ? 0 : kGuard);
         }
       }
   }
@@ -220,12 +219,26 @@ TEST(UnicodeConvert, CutsTextOnWholeCharacters) {
       SCOPED_TRACE(testing::Message() << "flags " << flags << " room " << room);
       const Result expected = unit_model(text, flags, room);
       const Format format{flags, room, 0, 0, locale.locale};
-      EXPECT_EQ(convert(table.context, VDX_UNITEXT, units(text), VDX_UNICHAR, format), expected);
+      EXPECT_EQ(convert(table.context, VDX_UNICHAR, units(text), VDX_UNITEXT, format), expected);
       EXPECT_EQ(convert(table.context, VDX_TEXT, bytes_of(utf8(text)), VDX_UNITEXT, format),
                 expected);
-      EXPECT_EQ(convert(table.context, VDX_VARCHAR, varchar_image(utf8(text)), VDX_UNICHAR, format),
+      EXPECT_EQ(convert(table.context, VDX_VARCHAR, varchar_image(utf8(text)), VDX_UNITEXT, format),
                 expected);
     }
+  // Into other sets as from UTF-8.
+  for (const char* charset : {"iso_1", "sjis", "utf8"}) {
+    const Locale destination(charset);
+    table.context.locale = destination.locale;
+    for (std::uint32_t bits = 0; bits < 16; ++bits)
+      for (std::int32_t room = 0; room < 30; ++room) {
+        SCOPED_TRACE(testing::Message() << charset << " flags " << bits << " room " << room);
+        const Format format{(bits & 7) | (bits >> 3) * VDX_FMT_QUOTE, room, 0, 0, locale.locale};
+        for (const int datatype : {VDX_LONGCHAR, VDX_VARCHAR})
+          EXPECT_EQ(convert(table.context, VDX_UNICHAR, units(text), datatype, format),
+                    convert(table.context, VDX_CHAR, bytes_of(utf8(text)), datatype, format));
+      }
+    table.context.locale = nullptr;
+  }
   // Bytes that are no characters, before and behind the cut.
   for (const char* malformed : {"ab\xFF", "abcdefgh\xC3"})
     EXPECT_EQ(convert(table.context, VDX_CHAR, bytes_of(malformed), VDX_UNICHAR,

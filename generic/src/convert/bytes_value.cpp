@@ -29,8 +29,81 @@ struct Decoded {
   std::int32_t placed;
 };
 
-// Looks at every digit, however few bytes there is room for.
-Decoded decode(const Text& text, unsigned char* to, std::int32_t room) {
+// The characters of a text, folded to single bytes some at a time.
+class Folds {
+ public:
+  explicit Folds(const Text& text)
+      : set_(text.attributes), at_(text.bytes), left_(static_cast<std::size_t>(text.length)) {}
+
+  // The next characters, as many as n or the rest.
+  std::size_t take(std::size_t n, std::uint8_t* to) {
+    std::size_t taken = 0;
+    if (set_.encoding == Encoding::utf16) {
+      taken = narrow_ascii(at_, std::min(n, left_ / 2), to);
+      pass(2 * taken);
+    }
+    while (taken < n && left_ > 0) {
+      const std::int32_t size = char_bytes(set_, at_, static_cast<std::int64_t>(left_));
+      to[taken++] = char_fold(set_, at_, size);
+      pass(static_cast<std::size_t>(size));
+    }
+    return taken;
+  }
+
+ private:
+  void pass(std::size_t n) {
+    at_ += n;
+    left_ -= n;
+  }
+
+  const vdx_charattr& set_;
+  const std::uint8_t* at_;
+  std::size_t left_;
+};
+
+// Looks at every digit, however few bytes there is room for; takes a text of any character set a
+// piece at a time.
+Decoded decode_folds(const Text& text, unsigned char* to, std::int32_t room) {
+  constexpr std::size_t kSome = 128;
+  std::uint8_t some[kSome];
+  std::uint8_t head[2] = {};
+  std::size_t first = 0, end = 0, at = 0;  // of what stands between blanks, in characters
+  Folds all(text);
+  while (const std::size_t count = all.take(kSome, some)) {
+    for (std::size_t i = 0; i < count; ++i, ++at) {
+      if (some[i] == ' ') continue;
+      if (end == 0) first = at;
+      if (at - first < 2) head[at - first] = some[i];
+      end = at + 1;
+    }
+  }
+  if (end - first >= 2 && head[0] == '0' && (head[1] | 0x20) == 'x') first += 2;
+  Folds digits(text);
+  for (std::size_t skipped = 0; skipped < first;)
+    skipped += digits.take(std::min(first - skipped, kSome), some);
+  std::size_t n = end - first;
+  const std::size_t total = (n + 1) / 2;
+  const std::size_t placed = std::min(total, static_cast<std::size_t>(room));
+  bool is_hex = true;
+  std::size_t done = 0;
+  if (n % 2 != 0) {
+    digits.take(1, some);
+    --n;
+    is_hex = hex_value(*some) <= 15;
+    if (placed > 0) to[done++] = hex_value(*some);
+  }
+  while (is_hex && n > 0) {
+    const std::size_t count = digits.take(std::min(n, kSome), some);
+    const std::size_t pairs = std::min(count / 2, placed - done);
+    is_hex = hex_decode(some, pairs, to + done) && all_hex(some + 2 * pairs, count - 2 * pairs);
+    done += pairs;
+    n -= count;
+  }
+  return {is_hex, placed < total, static_cast<std::int32_t>(placed)};
+}
+
+// The same for texts whose bytes are their characters.
+Decoded decode_bytes(const Text& text, unsigned char* to, std::int32_t room) {
   const std::uint8_t* from = text.bytes;
   auto n = static_cast<std::size_t>(text.length);
   while (n > 0 && from[n - 1] == ' ') --n;
@@ -52,6 +125,23 @@ Decoded decode(const Text& text, unsigned char* to, std::int32_t room) {
   const std::size_t pairs = placed - done;
   is_hex = is_hex && hex_decode(from, pairs, to + done) && all_hex(from + 2 * pairs, n - 2 * pairs);
   return {is_hex, placed < total, static_cast<std::int32_t>(placed)};
+}
+
+bool is_ascii(const std::uint8_t* bytes, std::size_t n) {
+  constexpr std::uint64_t kTops = 0x8080808080808080;
+  std::uint64_t seen = 0;
+  for (; n >= 8; bytes += 8, n -= 8) seen |= load<std::uint64_t>(bytes);
+  for (; n > 0; ++bytes, --n) seen |= *bytes;
+  return (seen & kTops) == 0;
+}
+
+// Digits may be wide where characters may be longer than a byte.
+Decoded decode(const Text& text, unsigned char* to, std::int32_t room) {
+  const vdx_charattr& set = text.attributes;
+  if (set.encoding != Encoding::utf16 &&
+      (set.max_bytes <= 1 || is_ascii(text.bytes, static_cast<std::size_t>(text.length))))
+    return decode_bytes(text, to, room);
+  return decode_folds(text, to, room);
 }
 
 std::int32_t refuse(const Call& call) {

@@ -55,8 +55,9 @@ enum Family : std::uint8_t {
   family_locator,
   family_void,
   // Destinations of functions that serve a part of a family, or many families.
-  family_text,  // the code text alone
-  family_any,   // whatever void becomes in one way
+  family_text,   // the code text alone
+  family_image,  // the code image alone, as a source too
+  family_any,    // whatever void becomes in one way
   kFamilies,
   // Sources of type datetime are called date.
   family_date = family_datetime,
@@ -112,6 +113,7 @@ constexpr bool is_text(Family family) {
 
 // A conversion from text takes every text code, one to text likewise produces every text code.
 constexpr Codes accepted_sources(Family family, Family destination) {
+  if (family == family_image) return code(VDX_IMAGE);
   Codes codes = codes_of(kSourceFamily, family);
   if (is_text(destination) && big_kin(family) != family_none)
     codes |= codes_of(kSourceFamily, big_kin(family));
@@ -120,6 +122,7 @@ constexpr Codes accepted_sources(Family family, Family destination) {
 constexpr Codes accepted_destinations(Family family, Family source = family_none) {
   if (family == family_char) return kTextCodes;
   if (family == family_text) return code(VDX_TEXT);
+  if (family == family_image) return code(VDX_IMAGE);
   if (family == family_any) return kAllCodes & ~kLocatorCodes & ~code(VDX_VOID);
   Codes codes = codes_of(kDestinationFamily, family);
   if (is_text(source) && big_kin(family) != family_none)
@@ -143,8 +146,8 @@ inline bool pointers_given(const Call& call) {
 // Families whose values are as long as their format says.
 constexpr bool is_sized(Family family) {
   return family == family_char || family == family_text || family == family_bin ||
-         family == family_unichar || family == family_sensitivity || family == family_boundary ||
-         family == family_xml || family == family_locator;
+         family == family_image || family == family_unichar || family == family_sensitivity ||
+         family == family_boundary || family == family_xml || family == family_locator;
 }
 
 // True when the caller kept its side: codes that this conversion serves, a source that is there, a

@@ -81,9 +81,9 @@ constexpr SpecialCell kSpecialCells[] = {
     {VDX_UNICHAR, 20, {true, comn_unichartoi8}},
     {VDX_UNITEXT, 20, {true, comn_unichartoi8}},
     // Images and UTF-16 have conversions of their own; UTF-16 objects become images like byte strings.
-    {VDX_UNICHAR, VDX_IMAGE, {true, nullptr}},
-    {VDX_IMAGE, VDX_UNICHAR, {true, nullptr}},
-    {VDX_IMAGE, VDX_UNITEXT, {true, nullptr}},
+    {VDX_UNICHAR, VDX_IMAGE, {true, comn_unichartoimage}},
+    {VDX_IMAGE, VDX_UNICHAR, {true, comn_imagetounichar}},
+    {VDX_IMAGE, VDX_UNITEXT, {true, comn_imagetounichar}},
     // A locator becomes what it locates; the other two are families of their own already.
     {VDX_TEXTLOCATOR, VDX_TEXT, {true, inner_locatortotext}},
 };

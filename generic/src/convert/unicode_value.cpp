@@ -37,17 +37,6 @@ std::int32_t refuse(const Call& call) {
   return VDX_MALFORMED_UNICODE;
 }
 
-// Whether text behind a cut is well-formed to its end.
-bool rest_is_text(const vdx_charattr& set, const std::uint8_t* from, std::size_t n) {
-  std::uint16_t scratch[64];
-  while (true) {
-    const Transcoded rest = to_utf16(set, from, n, scratch, std::size(scratch), false);
-    if (rest.outcome != Transcoding::full) return rest.outcome == Transcoding::done;
-    from += rest.taken;
-    n -= rest.taken;
-  }
-}
-
 const std::uint8_t* source_bytes(const Call& call) {
   return static_cast<const std::uint8_t*>(call.source);
 }
@@ -68,16 +57,15 @@ std::int32_t misfit_as_utf16(const Call& call, const unsigned char* text, std::i
   const vdx_datafmt& format = *call.format;
   const std::int32_t room = format.maxlength / 2;
   auto* const to = static_cast<unsigned char*>(call.destination);
-  if (style == Misfit::asterisk && room > 1) {
+  *call.length = 2 * std::min(n, room);
+  if (style == Misfit::cut) {
+    widen_ascii(text, static_cast<std::size_t>(std::min(n, room)), to, is_swapped(call));
+  } else if (room > 1) {
     const std::uint16_t asterisk = '*';
     store(to, is_swapped(call) ? swapped_bytes(asterisk) : asterisk);
     store(to + 2, std::uint16_t{0});
     *call.length = 2;
     static_cast<void>(finish_utf16(format, to, 2, *call.length));
-  } else {
-    const std::int32_t placed = std::min(n, room);
-    widen_ascii(text, static_cast<std::size_t>(placed), to, is_swapped(call));
-    *call.length = 2 * placed;
   }
   if ((format.format & VDX_FMT_TERMINATE) != 0 && room > 0)
     store(to + 2 * room - 2, std::uint16_t{0});
@@ -93,7 +81,8 @@ std::int32_t write_as_utf16(const Call& call, const Text& text) {
   std::int32_t code = result.substituted ? VDX_TRANSLATION : VDX_SUCCESS;
   if (result.outcome != Transcoding::done) [[unlikely]] {
     if (result.outcome == Transcoding::malformed ||
-        !rest_is_text(text.attributes, text.bytes + result.taken, n - result.taken))
+        well_formed(text.attributes, text.bytes + result.taken, n - result.taken) !=
+            n - result.taken)
       return refuse(call);
     code = VDX_TRUNCATED;
   }
@@ -125,9 +114,9 @@ Text wide_text(const Call& call) {
   std::size_t n = units_of(call);
   while (n > 1 && load<std::uint16_t>(from + 2 * n - 2) == ' ') --n;
   for (; n > 1 && load<std::uint16_t>(from) == ' '; --n) from += 2;
-  // Readers of numbers take bytes that are digits, signs and blanks for characters of their own.
-  // Pairs of such bytes are characters as well, of which no number consists: a number has another
-  // byte among its first two.
+  // Readers of numbers take bytes that are digits, signs, points and blanks for characters of their
+  // own. Pairs of such bytes are characters as well, but none that a number consists of: what opens
+  // one has another byte.
   if (fold_at(from) == 0 && (char_class(kUtf16, from, 2) & kClassCurrency) == 0)
     return {kNothing, 1, kLatin1};
   return {from, static_cast<std::int32_t>(2 * n), kUtf16};
@@ -161,7 +150,6 @@ bool local_text(const Call& call, const vdx_charattr& set, std::uint8_t* to, std
 }
 
 std::int32_t units_to_units(const Call& call) {
-  if (!is_utf16(call)) return refuse(call);
   const UnitRoom room(*call.format);
   const std::uint8_t* const from = source_bytes(call);
   std::size_t n = units_of(call);

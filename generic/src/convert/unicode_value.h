@@ -6,8 +6,10 @@
 #ifndef VDX_CONVERT_UNICODE_VALUE_H
 #define VDX_CONVERT_UNICODE_VALUE_H
 
+#include "convert/bytes_value.h"
 #include "convert/calendar.h"
 #include "convert/kinds.h"
+#include "convert/text_value.h"
 #include "intl/unicode.h"
 
 namespace vdx {
@@ -151,20 +153,23 @@ struct from_units {
   }
 };
 
-// UTF-16 into text of a character set.
-std::int32_t units_to_text(const Call& call);
-std::int32_t units_to_varchar(const Call& call);
+// Copies whole characters.
 std::int32_t units_to_units(const Call& call);
 
+// Text that stays text, and bytes from their digits.
 struct units_as_text {
   template <Family, Family Destination>
   static std::int32_t convert(const Call& call) {
+    if (!is_utf16(call)) {
+      constexpr bool kCounted = Destination == family_varchar || Destination == family_varbin;
+      *call.length = kCounted ? std::int32_t{sizeof(vdx_varchar)} : 0;
+      return VDX_MALFORMED_UNICODE;
+    }
     if constexpr (Destination == family_unichar)
       return units_to_units(call);
-    else if constexpr (Destination == family_varchar)
-      return units_to_varchar(call);
     else
-      return units_to_text(call);
+      return datatype<Destination>::write(call, Text{static_cast<const std::uint8_t*>(call.source),
+                                                     call.source_format->maxlength, kUtf16});
   }
 };
 

@@ -36,6 +36,7 @@ template <> struct datatype<family_sensitivity> : characters {};
 template <> struct datatype<family_boundary>    : characters {};
 template <> struct datatype<family_xml>         : characters {};
 template <> struct datatype<family_text>        : characters {};
+template <> struct datatype<family_image>       : bytes {};
 template <> struct datatype<family_locator>     : bytes {};
 template <> struct datatype<family_datetime>    : instant<DatetimeType> {};
 template <> struct datatype<family_date4>       : instant<Date4Type> {};
@@ -152,6 +153,7 @@ struct by_code_with {
 
 using by_code = by_code_with<direct>;
 using units_by_code = by_code_with<from_units>;
+
 // The image of a fixed-length value from bytes: short ones end in zeros, long ones are cut, and what
 // is no image of the type is stored nowhere.
 struct from_bytes {
@@ -188,14 +190,6 @@ struct from_bytes {
     } else {
       return readable<datatype<Destination>>({nullptr, nullptr, image, nullptr, nullptr, nullptr});
     }
-  }
-};
-
-// Bytes as digits in units.
-struct as_utf16_digits {
-  template <Family Source, Family>
-  static std::int32_t convert(const Call& call) {
-    return write_as_utf16(call, datatype<Source>::read(call));
   }
 };
 

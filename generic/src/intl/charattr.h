@@ -33,7 +33,7 @@ struct CharRun {
 };
 
 // How the bytes of a set give code points, see unicode.h.
-enum class Encoding : std::uint8_t { latin1, ascii, utf8, sjis };
+enum class Encoding : std::uint8_t { latin1, ascii, utf8, sjis, utf16 };
 
 }  // namespace vdx
 

@@ -73,6 +73,7 @@ constexpr vdx_charattr make_utf16() {
   set.max_bytes = 2;
   for (std::uint8_t& bytes : set.lead_class) bytes = 2;
   set.pages = nullptr;
+  set.encoding = Encoding::utf16;
   return set;
 }
 

@@ -146,6 +146,7 @@ Transcoded decode_any(Encoding encoding, const std::uint8_t* from, std::size_t n
     case Encoding::ascii:
       return decode_set<Ascii, Swapped>(from, n, to, room, missing);
     case Encoding::latin1:
+    case Encoding::utf16:  // not between UTF-16 and itself
       break;
   }
   return decode_set<Latin1, Swapped>(from, n, to, room, missing);
@@ -200,6 +201,7 @@ Transcoded from_utf16(const vdx_charattr& set, const void* from, std::size_t uni
     case Encoding::ascii:
       return encode_set<Ascii>(bytes, units, to, room, missing);
     case Encoding::latin1:
+    case Encoding::utf16:  // not between UTF-16 and itself
       break;
   }
   return encode_set<Latin1>(bytes, units, to, room, missing);
@@ -214,6 +216,11 @@ Transcoded transcode(const vdx_charattr& from_set, const std::uint8_t* from, std
                      const vdx_charattr& to_set, std::uint8_t* to, std::size_t room,
                      Missing missing) {
   if (from_set.encoding == to_set.encoding) return copy_checked(from_set, from, n, to, room);
+  if (from_set.encoding == Encoding::utf16) {
+    Transcoded result = from_utf16(to_set, from, n / 2, to, room, missing);
+    result.taken *= 2;
+    return result;
+  }
   constexpr std::size_t kUnits = 256;
   std::uint16_t units[kUnits];
   Transcoded state{0, 0, Transcoding::done, false};

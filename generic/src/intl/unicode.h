@@ -45,8 +45,8 @@ Transcoded to_utf16(const vdx_charattr& set, const std::uint8_t* from, std::size
 Transcoded from_utf16(const vdx_charattr& set, const void* from, std::size_t units,
                       std::uint8_t* to, std::size_t room, Missing missing = Missing::substitute);
 
-// Bytes of one set as bytes of another. Equal sets are checked (UTF-8 must be well-formed) and
-// copied, whatever their bytes stand for.
+// Bytes of one set, which may be kUtf16, as bytes of another. Equal sets are checked (UTF-8 must be
+// well-formed) and copied, whatever their bytes stand for.
 Transcoded transcode(const vdx_charattr& from_set, const std::uint8_t* from, std::size_t n,
                      const vdx_charattr& to_set, std::uint8_t* to, std::size_t room,
                      Missing missing = Missing::substitute);
