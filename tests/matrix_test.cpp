@@ -447,6 +447,7 @@ std::vector<Format> formats_of(std::int32_t destination, std::int32_t size, Rand
       if (all || random.below(3) == 0) formats.push_back({.precision = precision, .scale = scale});
     return formats;
   }
+  if (kind == Kind::none) return {{.maxlength = 5}};
   if (kind != Kind::text && kind != Kind::utf16 && kind != Kind::bytes) {
     formats.push_back({});
     if (all) formats.push_back({.flags = 0x67, .maxlength = 1, .precision = 3});

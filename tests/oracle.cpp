@@ -269,7 +269,7 @@ constexpr struct {
                  {0xFF0B, 0xFF0B, 0x817B}, {0xFF0D, 0xFF0D, 0x817C}, {0xFF0E, 0xFF0E, 0x8144},
                  {0xFF0C, 0xFF0C, 0x8143}, {0x3000, 0x3000, 0x8140}, {0xFFE5, 0xFFE5, 0x818F},
                  {0x3042, 0x3042, 0x82A0}, {0x6708, 0x6708, 0x8C8E}, {0x65E5, 0x65E5, 0x93FA},
-                 {0xFF61, 0xFF9F, 0xA1},   {0xFF07, 0xFF07, 0xFA56}, {0xA0, 0xA0, 0xA0}};
+                 {0xFF61, 0xFF9F, 0xA1},   {0xFF07, 0xFF07, 0xFA56}, {0x2212, 0x2212, 0x817C}};
 
 Bytes bytes_of_code(std::uint32_t code) {
   Bytes bytes;
@@ -325,9 +325,10 @@ Character decode_one(Set set, const Bytes& text, std::size_t at) {
       if (lead >= 0xA1 && lead <= 0xDF) return {char32_t{0xFF61} + lead - 0xA1, single};
       if (at + 1 == text.size()) return {kNoCharacter, single};
       const Bytes pair{lead, text[at + 1]};
+      const int code = lead * 256 + text[at + 1];
       for (const auto& run : kSjisRuns)
-        for (char32_t c = run.first; c <= run.last; ++c)
-          if (encode_one(set, c) == pair) return {c, pair};
+        if (code >= run.code && code <= run.code + static_cast<int>(run.last - run.first))
+          return {run.first + static_cast<char32_t>(code - run.code), pair};
       return {kNoCharacter, pair};
     }
     case Set::utf8:
@@ -340,7 +341,11 @@ Character decode_one(Set set, const Bytes& text, std::size_t at) {
         if (c < 0x110000 && !surrogate && encode_one(set, c) == form) return {c, form};
       }
   }
-  return {kNoCharacter, single};
+  // What is malformed is as long as its first byte says, if there is so much.
+  if (set != Set::utf8 || lead < 0xC2 || lead > 0xF4) return {kNoCharacter, single};
+  const std::size_t whole = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+  const auto first = text.begin() + static_cast<long>(at);
+  return {kNoCharacter, Bytes(first, first + static_cast<long>(std::min(whole, text.size() - at)))};
 }
 
 Characters decode(Set set, const Bytes& text) {
@@ -380,12 +385,6 @@ std::string folded(const Characters& characters) {
     if (code == 0x2212) code = '-';
     text += code < 0x80 ? static_cast<char>(code) : '\x7F';
   }
-  return text;
-}
-
-std::string unfolded(const Characters& characters) {
-  std::string text;
-  for (const Character& c : characters) text += c.code < 0x80 ? static_cast<char>(c.code) : '\x7F';
   return text;
 }
 
@@ -472,7 +471,7 @@ Answer text_of_value(const Request& r, const Bytes& text, bool asterisk) {
     return d.finish(VDX_SUCCESS);
   }
   const std::size_t placed = std::min(text.size(), d.room);
-  if (!asterisk || (d.unit == 2 && d.room < 4)) {
+  if (!asterisk) {
     d.put(Bytes(text.begin(), text.begin() + static_cast<long>(placed)));
   } else if (d.room >= 2 * d.unit) {  // and a zero unit
     d.put(d.unit == 2 ? encode_unit('*') : Bytes{'*'});
@@ -973,16 +972,20 @@ Answer from_characters(const Request& r, const Characters& characters) {
   const bool malformed = std::any_of(characters.begin(), characters.end(),
                                      [](const Character& c) { return c.code == kNoCharacter; });
   const bool to_text = to == Kind::text || to == Kind::varchar || to == Kind::utf16;
-  if (malformed && (utf16 || (to_text && r.from == Set::utf8))) {
+  const bool same = to == Kind::utf16 ? utf16 : !utf16 && r.from == r.to;  // the bytes stay
+  if (malformed && (utf16 || (to_text && !same && r.from == Set::utf8))) {
     const std::int32_t length = comn_typelen(to == Kind::utf16 ? VDX_TEXT : r.destination, 0);
     Answer a = refused(r, VDX_MALFORMED_UNICODE, length);
     if (!utf16) a.open_from = 0;
     return a;
   }
   const std::string plain = folded(characters);
-  Bytes encoded;  // in the set of the source's locale
-  for (const Character& c : characters) {
-    const Bytes bytes = utf16 ? encode_one(r.from, c.code).value_or(Bytes{'?'}) : c.bytes;
+  Bytes encoded;  // in the set of the source's locale; UTF-16 without blanks at the ends
+  for (std::size_t i = 0; i < characters.size(); ++i) {
+    const Character& c = characters[i];
+    const auto ascii = static_cast<std::uint8_t>(plain[i]);
+    const Bytes bytes = utf16 ? encode_one(r.from, c.code).value_or(Bytes{ascii}) : c.bytes;
+    if (utf16 && (i < plain.find_first_not_of(' ') || i > plain.find_last_not_of(' '))) continue;
     encoded.insert(encoded.end(), bytes.begin(), bytes.end());
   }
   switch (to) {
@@ -1007,7 +1010,7 @@ Answer from_characters(const Request& r, const Characters& characters) {
     }
     case Kind::bytes:
     case Kind::varbin: {
-      const std::optional<Bytes> bytes = bytes_of_hexadecimal(unfolded(characters));
+      const std::optional<Bytes> bytes = bytes_of_hexadecimal(plain);
       if (!bytes) return no_literal(r);
       return to == Kind::bytes ? byte_string(r, *bytes) : counted(r, *bytes, VDX_TRUNCATED);
     }
@@ -1016,7 +1019,6 @@ Answer from_characters(const Request& r, const Characters& characters) {
   }
   std::vector<Bytes> pieces;
   bool substituted = false;
-  const bool same = to == Kind::utf16 ? utf16 : !utf16 && r.from == r.to;
   const bool quoted = to == Kind::text && (r.format.flags & VDX_FMT_QUOTE) != 0;
   for (const Character& c : characters) {
     std::optional<Bytes> piece = c.bytes;
