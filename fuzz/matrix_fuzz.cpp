@@ -22,10 +22,10 @@ void require(bool holds, const char* what) {
   std::abort();
 }
 
-constexpr std::int32_t kCodes[] = {VDX_SUCCESS,     VDX_OVERFLOW,          VDX_UNDERFLOW,
-                                   VDX_BAD_PRECISION, VDX_BAD_SCALE,       VDX_SYNTAX,
-                                   VDX_BAD_PADDING, VDX_INVALID,           VDX_TRUNCATED,
-                                   VDX_BAD_STYLE,   VDX_MALFORMED_UNICODE, VDX_TRANSLATION};
+constexpr std::int32_t kCodes[] = {VDX_SUCCESS,       VDX_OVERFLOW,          VDX_UNDERFLOW,
+                                   VDX_BAD_PRECISION, VDX_BAD_SCALE,         VDX_SYNTAX,
+                                   VDX_BAD_PADDING,   VDX_INVALID,           VDX_TRUNCATED,
+                                   VDX_BAD_STYLE,     VDX_MALFORMED_UNICODE, VDX_TRANSLATION};
 constexpr std::uint8_t kGuard = 0xA5;
 constexpr std::size_t kGuards = 16;
 
@@ -82,7 +82,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   to.scale = static_cast<std::int8_t>(data[6]);
   to.locale = locales[data[9] % locales.size()];
 
-  std::vector<std::uint8_t> value(data + kHeader, data + size);  // its end is where a sanitizer looks
+  std::vector<std::uint8_t> value(data + kHeader,
+                                  data + size);  // its end is where a sanitizer looks
   const std::int32_t fixed = comn_typelen(from.datatype, 0);
   if (from.datatype == VDX_VARCHAR || from.datatype == VDX_VARBIN) {
     if (value.size() < 3) return 0;
@@ -105,9 +106,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::vector<std::uint8_t> destination(room + 2 * kGuards, kGuard);
   constexpr std::int32_t kUnset = -7777;
   std::int32_t length = kUnset;
-  const std::int32_t code =
-      vdx::matrix()[static_cast<std::size_t>(cell)].function(&context, &from, value.data(), &to,
-                                                             destination.data() + kGuards, &length);
+  const std::int32_t code = vdx::matrix()[static_cast<std::size_t>(cell)].function(
+      &context, &from, value.data(), &to, destination.data() + kGuards, &length);
 
   require(std::find(std::begin(kCodes), std::end(kCodes), code) != std::end(kCodes),
           "a code that there is not");

@@ -448,7 +448,8 @@ struct Destination {
       answer.code = VDX_BAD_PADDING;
     } else if (nulls || blanks) {
       while (used < room) put(nulls || (terminate && used + unit == room) ? zero : blank);
-      if (used < static_cast<std::size_t>(request.format.maxlength)) answer.bytes[used++] = 0;  // half a unit
+      if (used < static_cast<std::size_t>(request.format.maxlength))
+        answer.bytes[used++] = 0;  // half a unit
     } else if (terminate) {
       put(zero);
     }
@@ -607,8 +608,7 @@ Answer write_number(const Request& r, const Number& n) {
   }
   const WholeType& type = whole_type(r.destination);
   if (n.nan) return fixed(r, VDX_INVALID, whole_image(type, false, ""));
-  if (to == Kind::bit)
-    return fixed(r, VDX_SUCCESS, {std::uint8_t{!n.zero()}});
+  if (to == Kind::bit) return fixed(r, VDX_SUCCESS, {std::uint8_t{!n.zero()}});
   if (to == Kind::money && from == Kind::real)
     return real_as_money(r, type, flt4 ? as<float>(r.value) : as<double>(r.value));
   const std::size_t places = to == Kind::money ? 4 : 0;

@@ -55,8 +55,8 @@ struct Request {
 
 struct Answer {
   std::int32_t code;
-  std::int32_t length;         // kUnset: not touched
-  Bytes bytes;                 // of the destination; kGuard: not touched
+  std::int32_t length;  // kUnset: not touched
+  Bytes bytes;          // of the destination; kGuard: not touched
   // What the bytes from here on hold does not matter.
   std::size_t open_from = std::numeric_limits<std::size_t>::max();
 };
