@@ -72,14 +72,25 @@ Placed place_quoted(const Text& text, const vdx_charattr& set, std::uint8_t* to,
     const Quoted quoted = quote_text(set, text.bytes, n, to, room);
     return {quoted.taken < n ? VDX_TRUNCATED : VDX_SUCCESS, quoted.placed};
   }
-  // Quoting never shortens, so what fits quoted fits as it is.
-  const Placed plain = place_in_other_set(text, set, to, room);
-  if (plain.code == VDX_MALFORMED_UNICODE) return plain;
-  const Quoted whole = quote_text(set, to, plain.n, nullptr, room);
-  std::uint8_t* const tail = to + (whole.placed - whole.taken);
-  std::memmove(tail, to, whole.taken);
-  quote_text(set, tail, whole.taken, to, whole.placed);
-  return {whole.taken < plain.n ? VDX_TRUNCATED : plain.code, whole.placed};
+  // By way of a few bytes, so that nothing is left behind the text.
+  std::uint8_t some[256];
+  const std::uint8_t* from = text.bytes;
+  auto left = static_cast<std::size_t>(text.length);
+  std::size_t n = 0;
+  bool substituted = false;
+  for (;;) {
+    const Transcoded part = transcode(text.attributes, from, left, set, some, sizeof some);
+    if (part.outcome == Transcoding::malformed) return {VDX_MALFORMED_UNICODE, 0};
+    const Quoted quoted = quote_text(set, some, part.placed, to + n, room - n);
+    n += quoted.placed;
+    from += part.taken;
+    left -= part.taken;
+    substituted |= part.substituted;
+    if (quoted.taken < part.placed)
+      return is_text(text.attributes, from, left) ? Placed{VDX_TRUNCATED, n}
+                                                  : Placed{VDX_MALFORMED_UNICODE, 0};
+    if (part.outcome == Transcoding::done) return {substituted ? VDX_TRANSLATION : VDX_SUCCESS, n};
+  }
 }
 
 }  // namespace
@@ -93,10 +104,8 @@ Quoted quote_text(const vdx_charattr& set, const std::uint8_t* from, std::size_t
     const bool doubled = size == 1 && *character == kApostrophe;
     if (size + (doubled ? 1 : 0) > room - quoted.placed) break;
     quoted.taken += size;
-    if (to != nullptr) {
-      for (std::size_t i = 0; i < size; ++i) to[quoted.placed + i] = character[i];
-      if (doubled) to[quoted.placed + 1] = kApostrophe;
-    }
+    for (std::size_t i = 0; i < size; ++i) to[quoted.placed + i] = character[i];
+    if (doubled) to[quoted.placed + 1] = kApostrophe;
     quoted.placed += size + (doubled ? 1 : 0);
   }
   return quoted;

@@ -13,8 +13,7 @@ struct Quoted {
 };
 
 // Copies text with each apostrophe doubled, as many whole characters as there is room for; the two
-// of a doubled one are never parted. Only counts where `to` is null. The source may be the end of
-// the very bytes that the result is going to fill.
+// of a doubled one are never parted.
 Quoted quote_text(const vdx_charattr& set, const std::uint8_t* from, std::size_t n,
                   std::uint8_t* to, std::size_t room);
 
