@@ -95,21 +95,6 @@ struct exact {
   }
 };
 
-// Between floats and numerics.
-struct through_numeric {
-  template <Family Source, Family Destination>
-  static std::int32_t convert(const Call& call) {
-    if constexpr (Destination == family_num) {
-      return write_as_numeric(call, datatype<Source>::read(call));
-    } else {
-      Exact value;
-      if (read_numeric(call.source, value) != VDX_SUCCESS) [[unlikely]]
-        return VDX_INVALID;
-      return datatype<Destination>::write(call, value);
-    }
-  }
-};
-
 // A value that stays what it is keeps its image.
 struct same_image {
   template <Family Source, Family Destination>
