@@ -23,16 +23,57 @@ Quoted quote_text(const vdx_charattr& set, const std::uint8_t* from, std::size_t
 [[gnu::noinline]] std::int32_t write_changed_varchar(const Call& call, const Text& text,
                                                      const vdx_charattr& set);
 
-// Text that stays what it is has a straight path: one copy.
+// Columns are short: up to 32 bytes are two pieces that may overlap, and no call.
+struct Sixteen {
+  std::uint64_t words[2];
+};
+
+template <class Piece>
+VDX_INLINE void copy_ends(unsigned char* to, const unsigned char* from, std::size_t n) {
+  const auto first = load<Piece>(from), last = load<Piece>(from + n - sizeof(Piece));
+  store(to, first);
+  store(to + n - sizeof(Piece), last);
+}
+
+VDX_INLINE void copy_text(unsigned char* to, const unsigned char* from, std::size_t n) {
+  if (n > 32)
+    std::memcpy(to, from, n);
+  else if (n >= 16)
+    copy_ends<Sixteen>(to, from, n);
+  else if (n >= 8)
+    copy_ends<std::uint64_t>(to, from, n);
+  else if (n >= 4)
+    copy_ends<std::uint32_t>(to, from, n);
+  else
+    for (std::size_t i = 0; i < n; ++i) to[i] = from[i];
+}
+
+VDX_INLINE void fill_blanks(unsigned char* to, std::size_t n) {
+  constexpr std::uint64_t kBlanks = 0x2020202020202020;
+  if (n >= 8 && n <= 32) {
+    for (std::size_t i = 0; i + 8 < n; i += 8) store(to + i, kBlanks);
+    store(to + n - 8, kBlanks);
+  } else {
+    std::memset(to, ' ', n);
+  }
+}
+
+// Text that stays what it is has a straight path: one copy, and the blanks behind it.
 VDX_INLINE std::int32_t write_as_text(const Call& call, const Text& text) {
   const vdx_datafmt& format = *call.format;
   const vdx_charattr& set = attributes_of(call.context, call.format);
   if (&set != &text.attributes || (format.format & VDX_FMT_QUOTE) != 0 ||
       !text_fits(format, text.length)) [[unlikely]]
     return write_changed_text(call, text, set);
-  std::memcpy(call.destination, text.bytes, static_cast<std::size_t>(text.length));
+  auto* const to = static_cast<unsigned char*>(call.destination);
+  copy_text(to, text.bytes, static_cast<std::size_t>(text.length));
   *call.length = text.length;
   if ((format.format & kFinishFlags) == 0) return VDX_SUCCESS;
+  if ((format.format & kFinishFlags) == VDX_FMT_PADBLANK) {
+    fill_blanks(to + text.length, static_cast<std::size_t>(format.maxlength - text.length));
+    *call.length = format.maxlength;
+    return VDX_SUCCESS;
+  }
   return finish_text(format, call.destination, text.length, *call.length);
 }
 
@@ -41,8 +82,8 @@ VDX_INLINE std::int32_t write_as_varchar(const Call& call, const Text& text) {
   if (&set != &text.attributes || text.length > 256) [[unlikely]]
     return write_changed_varchar(call, text, set);
   store(call.destination, static_cast<std::int16_t>(text.length));
-  std::memcpy(static_cast<unsigned char*>(call.destination) + 2, text.bytes,
-              static_cast<std::size_t>(text.length));
+  copy_text(static_cast<unsigned char*>(call.destination) + 2, text.bytes,
+            static_cast<std::size_t>(text.length));
   *call.length = sizeof(vdx_varchar);
   return VDX_SUCCESS;
 }
