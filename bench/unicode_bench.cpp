@@ -69,7 +69,7 @@ struct Corpus {
       }
       narrow.push_back({narrow_at, static_cast<std::int32_t>(utf8.size() - narrow_at)});
       wide.push_back({wide_at, static_cast<std::int32_t>(utf16.size() - wide_at)});
-      slot = std::max({slot, 2 * (utf8.size() - narrow_at), 3 * (utf16.size() - wide_at)});
+      slot = std::max(slot, 2 * (utf8.size() - narrow_at));
     }
     slot = (slot + 15) & ~std::size_t{15};
     results.resize(texts * slot / 2);
@@ -108,10 +108,17 @@ void add(const std::string& row, const std::string& name, Corpus& corpus, bool t
 
 void rows(const std::string& kind, Corpus& corpus) {
   const std::string decode = "utf8_to_utf16_" + kind, encode = "utf16_to_utf8_" + kind;
-  const auto room = static_cast<std::int32_t>(corpus.slot);
-  add(decode, "ours", corpus, false, [&corpus, room](std::size_t i) {
-    return com__fou_utf8_to_utf16(corpus.source(true, i), corpus.bytes(true, i), corpus.result(i),
-                                  room, &corpus.lengths[i]) == VDX_SUCCESS;
+  const std::size_t slot = corpus.slot;
+  const auto room = static_cast<std::int32_t>(slot);
+  const char* const utf8 = corpus.utf8.data();
+  const char16_t* const utf16 = corpus.utf16.data();
+  const Corpus::Place* const narrow = corpus.narrow.data();
+  const Corpus::Place* const wide = corpus.wide.data();
+  std::int32_t* const lengths = corpus.lengths.data();
+  char* const out = static_cast<char*>(corpus.result(0));
+  add(decode, "ours", corpus, false, [=](std::size_t i) {
+    return com__fou_utf8_to_utf16(utf8 + narrow[i].at, narrow[i].length, out + i * slot, room,
+                                  lengths + i) == VDX_SUCCESS;
   });
   vdx_context context{};
   context.version = VDX_VERSION;
@@ -119,27 +126,25 @@ void rows(const std::string& kind, Corpus& corpus) {
       com_conv_func(&context, VDX_UNICHAR, VDX_CHAR) != nullptr) {
     auto& call = keep<bench::ConversionCall>(VDX_UNICHAR, 1, VDX_CHAR, room);
     comn_loc_alloc(nullptr, "utf8", &call.context.locale);
-    add(encode, "ours", corpus, true, [&corpus, &call](std::size_t i) {
-      call.source.maxlength = corpus.bytes(false, i);
-      return call.function(&call.context, &call.source, corpus.source(false, i), &call.destination,
-                           corpus.result(i), &corpus.lengths[i]) == VDX_SUCCESS;
+    add(encode, "ours", corpus, true, [=, &call](std::size_t i) {
+      call.source.maxlength = 2 * wide[i].length;
+      return call.function(&call.context, &call.source, utf16 + wide[i].at, &call.destination,
+                           out + i * slot, lengths + i) == VDX_SUCCESS;
     });
   }
   com_conv_free(&context);
 #ifdef VDX_PEER_ICU
-  add(decode, "ICU", corpus, false, [&corpus, room](std::size_t i) {
+  add(decode, "ICU", corpus, false, [=](std::size_t i) {
     UErrorCode error = U_ZERO_ERROR;
     std::int32_t units = 0;
-    u_strFromUTF8(static_cast<UChar*>(corpus.result(i)), room / 2, &units,
-                  static_cast<const char*>(corpus.source(true, i)), corpus.bytes(true, i), &error);
-    corpus.lengths[i] = 2 * units;
+    u_strFromUTF8(reinterpret_cast<UChar*>(out + i * slot), room / 2, &units, utf8 + narrow[i].at,
+                  narrow[i].length, &error);
+    lengths[i] = 2 * units;
     return U_SUCCESS(error) != 0;
   });
-  add(encode, "ICU", corpus, true, [&corpus, room](std::size_t i) {
+  add(encode, "ICU", corpus, true, [=](std::size_t i) {
     UErrorCode error = U_ZERO_ERROR;
-    u_strToUTF8(static_cast<char*>(corpus.result(i)), room, &corpus.lengths[i],
-                static_cast<const UChar*>(corpus.source(false, i)), corpus.bytes(false, i) / 2,
-                &error);
+    u_strToUTF8(out + i * slot, room, lengths + i, utf16 + wide[i].at, wide[i].length, &error);
     return U_SUCCESS(error) != 0;
   });
 #endif

@@ -98,17 +98,15 @@ VDX_INLINE std::size_t widen_blocks(const std::uint8_t* from, std::size_t n, std
     return run;
   }
   if (n <= 64) {
-    // Blocks from both ends, which may overlap.
+    // Blocks from both ends, which may overlap or be the same: a branch less on the length.
     const __m128i a = block_at(from), z = block_at(from + n - 16);
     const std::size_t second = n > 32 ? 16 : 0;
     const __m128i b = block_at(from + second), y = block_at(from + n - 16 - second);
     if (high(_mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(y, z))) == 0) {
       widen_16<Swapped>(a, to);
-      if (second != 0) {
-        widen_16<Swapped>(b, to + 32);
-        widen_16<Swapped>(y, to + 2 * n - 64);
-      }
-      widen_16<Swapped>(z, to + 2 * n - 32);
+      widen_16<Swapped>(b, to + 2 * second);
+      widen_16<Swapped>(y, to + 2 * (n - 16 - second));
+      widen_16<Swapped>(z, to + 2 * (n - 16));
       return n;
     }
   }
