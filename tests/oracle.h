@@ -8,20 +8,9 @@
 #include <limits>
 #include <optional>
 
-#include "support.h"
+#include "characters.h"
 
 namespace vdx_test {
-
-enum class Set { latin1, ascii, utf8, sjis };
-inline constexpr Set kSets[] = {Set::latin1, Set::ascii, Set::utf8, Set::sjis};
-
-// The locale that stands for a set in these tests; each has a date order, a date style and names of
-// months of its own. That of latin1 is the process-wide default: null.
-vdx_locale* locale_of(Set set);
-
-// Text of a set and as native UTF-16; nothing where the set lacks a character.
-std::optional<Bytes> encode(Set set, std::u32string_view text);
-Bytes encode_utf16(std::u32string_view text);
 
 // The image of a numeric with these digits, without leading zeros, as magnitude.
 Bytes numeric_image(int precision, int scale, bool negative, const std::string& digits);
