@@ -80,8 +80,8 @@ struct Format {
   std::int32_t maxlength = -1;  // -1: the fixed length of the type, 64 without one
   std::int32_t precision = 0;
   std::int32_t scale = 0;
-  vdx_locale* locale = nullptr;  // of the source
-  vdx_locale* to_locale = nullptr;
+  vdx_locale* locale = nullptr;     // of the source
+  vdx_locale* to_locale = nullptr;  // of the destination
 };
 
 inline Result convert(vdx_context& context, std::int32_t source, const Bytes& value,
@@ -93,10 +93,10 @@ inline Result convert(vdx_context& context, std::int32_t source, const Bytes& va
   vdx_datafmt to{};
   to.datatype = destination;
   to.format = format.flags;
-  to.locale = format.to_locale;
   to.maxlength = format.maxlength >= 0 ? format.maxlength : comn_typelen(destination, 64);
   to.precision = format.precision;
   to.scale = format.scale;
+  to.locale = format.to_locale;
   const auto room = static_cast<std::size_t>(std::max(to.maxlength, comn_typelen(destination, 0)));
   // Odd offsets: neither value needs an alignment.
   Bytes source_bytes(value.size() + 1);

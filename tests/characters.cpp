@@ -1,0 +1,170 @@
+#include "characters.h"
+
+namespace vdx_test {
+
+// The double-byte characters of Shift-JIS that these tests use.
+constexpr struct {
+  char32_t first, last;
+  int code;  // of the first
+} kSjisRuns[] = {{0xFF10, 0xFF19, 0x824F}, {0xFF21, 0xFF3A, 0x8260}, {0xFF41, 0xFF5A, 0x8281},
+                 {0xFF0B, 0xFF0B, 0x817B}, {0xFF0D, 0xFF0D, 0x817C}, {0xFF0E, 0xFF0E, 0x8144},
+                 {0xFF0C, 0xFF0C, 0x8143}, {0x3000, 0x3000, 0x8140}, {0xFFE5, 0xFFE5, 0x818F},
+                 {0x3042, 0x3042, 0x82A0}, {0x6708, 0x6708, 0x8C8E}, {0x65E5, 0x65E5, 0x93FA},
+                 {0xFF61, 0xFF9F, 0xA1},   {0xFF07, 0xFF07, 0xFA56}, {0x2212, 0x2212, 0x817C}};
+
+Bytes bytes_of_code(std::uint32_t code) {
+  Bytes bytes;
+  for (int shift = 24; shift >= 0; shift -= 8)
+    if (code >> shift != 0 || shift == 0) bytes.push_back(static_cast<std::uint8_t>(code >> shift));
+  return bytes;
+}
+
+std::optional<Bytes> encode_one(Set set, char32_t c) {
+  if (c < 0x80) return Bytes{static_cast<std::uint8_t>(c)};
+  switch (set) {
+    case Set::latin1:
+      if (c < 0x100) return Bytes{static_cast<std::uint8_t>(c)};
+      return std::nullopt;
+    case Set::ascii:
+      return std::nullopt;
+    case Set::sjis:
+      for (const auto& run : kSjisRuns)
+        if (c >= run.first && c <= run.last)
+          return bytes_of_code(static_cast<std::uint32_t>(run.code) + (c - run.first));
+      return std::nullopt;
+    case Set::utf8:
+      break;
+  }
+  const auto tail = [&](int shift) { return static_cast<std::uint8_t>(0x80 | (c >> shift & 63)); };
+  if (c < 0x800) return Bytes{static_cast<std::uint8_t>(0xC0 | c >> 6), tail(0)};
+  if (c < 0x10000) return Bytes{static_cast<std::uint8_t>(0xE0 | c >> 12), tail(6), tail(0)};
+  return Bytes{static_cast<std::uint8_t>(0xF0 | c >> 18), tail(12), tail(6), tail(0)};
+}
+
+Bytes encode_unit(std::uint32_t unit) { return image(static_cast<std::uint16_t>(unit)); }
+
+Bytes encode_utf16_one(char32_t c) {
+  if (c < 0x10000) return encode_unit(c);
+  Bytes bytes = encode_unit(0xD800 + ((c - 0x10000) >> 10));
+  const Bytes low = encode_unit(0xDC00 + ((c - 0x10000) & 0x3FF));
+  bytes.insert(bytes.end(), low.begin(), low.end());
+  return bytes;
+}
+
+// The character at `at`: the shortest run of bytes that is the form of a character, else one byte,
+// or two where a double-byte set would make a character of them.
+Character decode_one(Set set, const Bytes& text, std::size_t at) {
+  const std::uint8_t lead = text[at];
+  const Bytes single{lead};
+  if (lead < 0x80) return {lead, single};
+  switch (set) {
+    case Set::latin1:
+      return {lead, single};
+    case Set::ascii:
+      return {kNoCharacter, single};
+    case Set::sjis: {
+      if (lead >= 0xA1 && lead <= 0xDF) return {char32_t{0xFF61} + lead - 0xA1, single};
+      if (at + 1 == text.size()) return {kNoCharacter, single};
+      const Bytes pair{lead, text[at + 1]};
+      const int code = lead * 256 + text[at + 1];
+      for (const auto& run : kSjisRuns)
+        if (code >= run.code && code <= run.code + static_cast<int>(run.last - run.first))
+          return {run.first + static_cast<char32_t>(code - run.code), pair};
+      return {kNoCharacter, pair};
+    }
+    case Set::utf8:
+      for (std::size_t n = 2; n <= 4 && at + n <= text.size(); ++n) {
+        const Bytes form(text.begin() + static_cast<long>(at),
+                         text.begin() + static_cast<long>(at + n));
+        char32_t c = lead & (0x7Fu >> n);
+        for (std::size_t i = 1; i < n; ++i) c = c << 6 | (form[i] & 63);
+        const bool surrogate = c >= 0xD800 && c < 0xE000;
+        if (c < 0x110000 && !surrogate && encode_one(set, c) == form) return {c, form};
+      }
+  }
+  // What is malformed is as long as its first byte says, if there is so much.
+  if (set != Set::utf8 || lead < 0xC2 || lead > 0xF4) return {kNoCharacter, single};
+  const std::size_t whole = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+  const auto first = text.begin() + static_cast<long>(at);
+  return {kNoCharacter, Bytes(first, first + static_cast<long>(std::min(whole, text.size() - at)))};
+}
+
+Characters decode(Set set, const Bytes& text) {
+  Characters characters;
+  for (std::size_t at = 0; at < text.size(); at += characters.back().bytes.size())
+    characters.push_back(decode_one(set, text, at));
+  return characters;
+}
+
+Characters decode_utf16(const Bytes& text) {
+  Characters characters;
+  for (std::size_t at = 0; at < text.size();) {
+    const Bytes rest(text.begin() + static_cast<long>(at), text.end());
+    const auto unit = as<std::uint16_t>(rest);
+    char32_t c = unit;
+    if (rest.size() < 2 || (unit >= 0xD800 && unit < 0xE000)) c = kNoCharacter;
+    if (rest.size() >= 4 && unit >= 0xD800 && unit < 0xDC00) {
+      const auto low = as<std::uint16_t>(Bytes(rest.begin() + 2, rest.end()));
+      if (low >= 0xDC00 && low < 0xE000)
+        c = 0x10000 + ((char32_t{unit} - 0xD800) << 10) + (char32_t{low} - 0xDC00);
+    }
+    const std::size_t n =
+        c != kNoCharacter && c >= 0x10000 ? 4 : std::min<std::size_t>(2, rest.size());
+    characters.push_back({c, Bytes(rest.begin(), rest.begin() + static_cast<long>(n))});
+    at += n;
+  }
+  return characters;
+}
+
+std::string folded(const Characters& characters) {
+  std::string text;
+  for (const Character& c : characters) {
+    char32_t code = c.code;
+    if (code >= 0xFF01 && code <= 0xFF5E) code -= 0xFEE0;
+    if (code == 0x3000) code = ' ';
+    if (code == 0x2212) code = '-';
+    text += code < 0x80 ? static_cast<char>(code) : '\x7F';
+  }
+  return text;
+}
+
+std::optional<Bytes> encode(Set set, std::u32string_view text) {
+  Bytes bytes;
+  for (const char32_t c : text) {
+    const std::optional<Bytes> one = encode_one(set, c);
+    if (!one) return std::nullopt;
+    bytes.insert(bytes.end(), one->begin(), one->end());
+  }
+  return bytes;
+}
+
+Bytes encode_utf16(std::u32string_view text) {
+  Bytes bytes;
+  for (const char32_t c : text) {
+    const Bytes one = encode_utf16_one(c);
+    bytes.insert(bytes.end(), one.begin(), one.end());
+  }
+  return bytes;
+}
+
+vdx_locale* locale_of(Set set) {
+  static constexpr struct {
+    const char *name, *january;
+    std::int32_t order, style;
+  } kLocales[] = {
+      {"ascii", "jnv", 2, 106}, {"utf8", "f\xC3\xA9v", 3, 140}, {"sjis", "\x82\x50\x8C\x8E", 3, 9}};
+  static vdx_locale* const* const kMade = [] {
+    static vdx_locale* made[4] = {};
+    for (int i = 0; i < 3; ++i) {
+      const auto& row = kLocales[i];
+      EXPECT_EQ(comn_loc_alloc(nullptr, row.name, &made[i + 1]), 1);
+      EXPECT_EQ(comn_loc_set(made[i + 1], VDX_LOC_DATE_ORDER, &row.order, 4), 1);
+      EXPECT_EQ(comn_loc_set(made[i + 1], VDX_LOC_DATE_STYLE, &row.style, 4), 1);
+      EXPECT_EQ(comn_loc_set(made[i + 1], VDX_LOC_SHORT_MONTH, row.january, VDX_NULLTERM), 1);
+    }
+    return made;
+  }();
+  return kMade[static_cast<int>(set)];
+}
+
+}  // namespace vdx_test

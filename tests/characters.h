@@ -1,0 +1,53 @@
+// Character sets, worked out slowly and plainly. Of Shift-JIS it knows a few characters, those of
+// the tests.
+#ifndef VDX_TESTS_CHARACTERS_H
+#define VDX_TESTS_CHARACTERS_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "support.h"
+
+namespace vdx_test {
+
+// The opposite of image().
+template <class T>
+T as(const Bytes& bytes) {
+  T value{};
+  std::memcpy(&value, bytes.data(), std::min(sizeof value, bytes.size()));
+  return value;
+}
+
+enum class Set { latin1, ascii, utf8, sjis };
+inline constexpr Set kSets[] = {Set::latin1, Set::ascii, Set::utf8, Set::sjis};
+
+// The locale that stands for a set in these tests; each has a date order, a date style and names of
+// months of its own. That of latin1 is the process-wide default: null.
+vdx_locale* locale_of(Set set);
+
+// Text of a set and as native UTF-16; nothing where the set lacks a character.
+std::optional<Bytes> encode(Set set, std::u32string_view text);
+Bytes encode_utf16(std::u32string_view text);
+
+constexpr char32_t kNoCharacter = 0xFFFFFFFF;
+
+struct Character {
+  char32_t code;  // kNoCharacter where the bytes are none
+  Bytes bytes;    // as it stands in the source
+};
+using Characters = std::vector<Character>;
+
+Characters decode(Set set, const Bytes& text);
+Characters decode_utf16(const Bytes& text);
+
+std::optional<Bytes> encode_one(Set set, char32_t c);
+Bytes encode_utf16_one(char32_t c);
+Bytes encode_unit(std::uint32_t unit);  // in native byte order
+
+// What numbers are read from: wide forms as the single ones, whatever is not ASCII as byte 127.
+std::string folded(const Characters& characters);
+
+}  // namespace vdx_test
+
+#endif

@@ -1,0 +1,727 @@
+// Every cell of the matrix against the oracle, and every value there and back.
+#include <cmath>
+#include <limits>
+#include <map>
+
+#include "convert/matrix.h"
+#include "oracle.h"
+
+namespace {
+
+using namespace vdx_test;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || !defined(NDEBUG)
+constexpr int kThinned = 16;  // checked builds are slow: one value in so many
+#else
+constexpr int kThinned = 1;
+#endif
+
+// Cells that have no function yet.
+int missing_cells = 0;
+
+// ---- values of every kind ----
+
+__extension__ using Wide = __int128;
+
+std::string decimal(Wide value) {
+  std::string digits;
+  Wide size = value < 0 ? -value : value;
+  for (; size != 0; size /= 10)
+    digits.insert(0, 1, static_cast<char>('0' + static_cast<int>(size % 10)));
+  return (value < 0 ? "-" : "") + digits;
+}
+
+// Limits of every width in units and in ten-thousandths, what lies beside them, halves, noise.
+std::vector<Wide> whole_values() {
+  std::vector<Wide> values = {0,    1,     -1,    2,     4999,  5000,  5001,
+                              9999, 10000, 14999, 15000, -4999, -5000, -15000};
+  for (const int bits : {8, 15, 16, 31, 32, 63, 64})
+    for (const Wide limit : {Wide{1} << bits, -(Wide{1} << bits)})
+      for (const Wide scaled : {limit, limit * 10000, limit / 10000})
+        for (const Wide beside : {-15000, -10000, -5001, -5000, -4999, -1, 0, 1, 4999, 5000, 5001})
+          values.push_back(scaled + beside);
+  Random random(7);
+  for (int i = 0; i < 100; ++i) {
+    const auto r = static_cast<std::int64_t>(random.sized());
+    values.push_back(r);
+    values.push_back(-Wide{r});
+  }
+  return values;
+}
+
+void add_integers(std::int32_t code, std::vector<Bytes>& values) {
+  const auto size = static_cast<std::size_t>(comn_typelen(code, 0));
+  const bool is_unsigned = code == VDX_I1 || code == VDX_UI2 || code == VDX_UI4 || code == VDX_UI8;
+  const Wide least = is_unsigned ? 0 : -(Wide{1} << (8 * size - 1));
+  const Wide most = (Wide{1} << (8 * size - (is_unsigned ? 0 : 1))) - 1;
+  for (const Wide v : whole_values()) {
+    if (v < least || v > most) continue;
+    const auto bits = static_cast<std::uint64_t>(v);
+    Bytes bytes = image(bits);
+    bytes.resize(size);
+    if (code == VDX_MONEY)
+      bytes =
+          image(vdx_money{static_cast<std::int32_t>(bits >> 32), static_cast<std::uint32_t>(bits)});
+    values.push_back(bytes);
+  }
+}
+
+template <class T>
+void add_reals(std::vector<Bytes>& values) {
+  using Limits = std::numeric_limits<T>;
+  std::vector<double> numbers = {0,
+                                 Limits::denorm_min(),
+                                 Limits::min(),
+                                 Limits::max(),
+                                 Limits::infinity(),
+                                 Limits::quiet_NaN(),
+                                 0.5,
+                                 0.49999999999999994,
+                                 1.5,
+                                 2.5,
+                                 0.1,
+                                 1e21,
+                                 1e22,
+                                 1e23,
+                                 5e-324,
+                                 1e-45,
+                                 7e-46,
+                                 8e-46,
+                                 3.4028235677973366e38,  // rounds to infinity as a float
+                                 3.4028235677973362e38,
+                                 9.99999e76,
+                                 1e77,
+                                 922337203685477.6,
+                                 922337203685477.5,
+                                 922337203685477.75,
+                                 214748.36475,
+                                 214748.3648,
+                                 0.00004999,
+                                 0.00005};
+  for (const Wide v : whole_values()) {
+    numbers.push_back(static_cast<double>(v));
+    numbers.push_back(static_cast<double>(v) / 10000);
+    numbers.push_back(std::nextafter(static_cast<double>(v), 0));
+    numbers.push_back(static_cast<double>(v) - 0.5);
+  }
+  Random random(8);
+  for (int i = 0; i < 300; ++i) {
+    const std::uint64_t bits = random.next();
+    T value;
+    std::memcpy(&value, &bits, sizeof value);
+    values.push_back(image(value));
+  }
+  for (const double number : numbers)
+    for (const double one : {number, -number}) values.push_back(image(static_cast<T>(one)));
+}
+
+void add_numerics(std::vector<Bytes>& values) {
+  Random random(9);
+  const auto add = [&](int precision, int scale, const std::string& digits) {
+    for (const bool negative : {false, true})
+      values.push_back(numeric_image(precision, scale, negative, digits));
+  };
+  for (const Wide v : whole_values()) {
+    const std::string digits = decimal(v < 0 ? -v : v);
+    add(38, 0, digits);
+    add(77, static_cast<int>(random.below(78)), digits);
+    add(40, 4, digits);
+    add(45, 5, digits + "5");
+    add(45, 5, digits + "4");
+    add(60, 20, digits + "49999999999999999999");
+  }
+  for (const int precision : {1, 2, 9, 10, 18, 19, 20, 38, 39, 76, 77})
+    for (const int scale : {0, 1, precision, 77})
+      for (const char digit : {'9', '5', '1'}) {
+        const std::string digits(static_cast<std::size_t>(precision), digit);
+        add(precision, scale, digits);
+        add(precision, scale, "1" + std::string(static_cast<std::size_t>(precision - 1), '0'));
+      }
+  Bytes bytes = numeric_image(3, 1, false, "999");
+  for (const auto& [at, byte] :
+       {std::pair<std::size_t, std::uint8_t>{0, 0}, {0, 78}, {1, 78}, {2, 2}, {3, 255}}) {
+    Bytes bad = bytes;
+    bad[at] = byte;
+    values.push_back(bad);
+  }
+}
+
+void add_dates(std::int32_t code, std::vector<Bytes>& values) {
+  const std::int64_t per_day = code == VDX_DATE4                           ? 1440
+                               : code == VDX_DATETIME || code == VDX_TIMEA ? 25920000
+                                                                           : 86400000000;
+  Random random(1900);
+  for (const std::int64_t day :
+       {-693596, -693595, -53691, -53690, -1, 0, 1, 39447, 65534, 65535, 65536, 2958463, 2958464})
+    for (const std::int64_t part : {0, 1, 2, 29, 30, 31, 1000, 3333, 5000, 9999})
+      for (const std::int64_t time : {per_day * part / 10000, per_day - 1 - part,
+                                      per_day * part / 10000 / 3 + part, per_day + part}) {
+        if (code == VDX_DATE4 && (day < 0 || day > 65535)) continue;
+        if ((code == VDX_TIMEA || code == VDX_BIGTIME) && day != 0 && day != 1) continue;
+        values.push_back(date_image(code, day, time));
+      }
+  for (int i = 0; i < 2000; ++i) {
+    const auto day = static_cast<std::int64_t>(random.below(3652059)) - 693595;
+    auto time = static_cast<std::int64_t>(random.below(static_cast<std::uint64_t>(per_day)));
+    if (i % 2 == 0) time = time / (per_day / 1440) * (per_day / 1440) + per_day / 2880 - i / 2 % 2;
+    values.push_back(date_image(code, code == VDX_DATE4 ? day & 0xFFFF : day, time));
+  }
+  if (code == VDX_TIMEA) values.push_back(image(-1));
+  if (code == VDX_DATETIME) values.push_back(image(vdx_datetime{1, 0x7E000001}));  // bits unread
+}
+
+// Characters, so that every set and UTF-16 have them as their own; some that some sets lack.
+const std::vector<std::u32string>& texts() {
+  static const std::vector<std::u32string> kTexts = [] {
+    std::vector<std::u32string> list = {
+        U" ",
+        U"   ",
+        U"x",
+        U"-",
+        U"+",
+        U".",
+        U"-.",
+        U"+-1",
+        U"--1",
+        U"- 42",
+        U"-42",
+        U" 42 ",
+        U"+7",
+        U"4 2",
+        U"42x",
+        U"1\t",
+        U"1-",
+        U"0",
+        U"-0",
+        U"00000000000000000000000000000000042",
+        U"1.5",
+        U".5",
+        U"5.",
+        U"-1.25e2",
+        U"1e",
+        U"1e+",
+        U"e5",
+        U"1e5x",
+        U"1 e5",
+        U"1.2.3",
+        U"12.345650000000000001",
+        U"1e400",
+        U"-1e400",
+        U"1e-400",
+        U"1e39",
+        U"4e38",
+        U"1e-46",
+        U"0e99999999999",
+        U"1e99999999999",
+        U"1e-99999999999",
+        U"0.5",
+        U"0.05",
+        U"2.5",
+        U"1e76",
+        U"9.5e76",
+        U"1e77",
+        U"0x10",
+        U"0x",
+        U"0X0a",
+        U"0xg",
+        U"abc",
+        U" aBcDeF01 ",
+        U"1 2",
+        U"nan",
+        U"NaN",
+        U"inf",
+        U"-INF",
+        U"+inf",
+        U"infinity",
+        U"-nan",
+        U"0.1",
+        U"0.3",
+        U"9007199254740993",
+        U"1.17549429e-38",
+        U"4.9e-324",
+        U"2.4e-324",
+        U"16777217",
+        U"3.4028235677973366e38",
+        U"1.7976931348623159e308",
+        U"$12",
+        U"-$1,234.56785",
+        U"$ - 5",
+        U"$$1",
+        U"1,234,567",
+        U"1234,567",
+        U"922337203685477.5807",
+        U"922337203685477.5808",
+        U"-922337203685477.5808",
+        U"214748.3647",
+        U"214748.3648",
+        U"-214748.36485",
+        U"2008-01-02 13:05:09.123456",
+        U"Jan  2 2008  1:05PM",
+        U"01/02/03",
+        U"10:15",
+        U"13 AM",
+        U"2008-02-30",
+        U"1752-12-31 12:00",
+        U"0001-01-01",
+        U"0000-01-01",
+        U"9999-12-31 23:59:59.9999",
+        U"2079-06-06 23:59:29",
+        U"2079-06-06 23:59:30",
+        U"1899-12-31",
+        U"20080102",
+        U"99999",
+        U"23:59:59.999999",
+        U"24:00",
+        U"2 jnv 2008",
+        U"2 f\u00E9v 2008",
+        U"\uFF11\u6708 2 2008",
+        U"it's",
+        U"''",
+        U"'",
+        U"a'b'c'd'e'f'g'h'i'j",
+        U"caf\u00E9 cr\u00E8me",
+        U"\u3042\u65E5x\uFF71",
+        U"\U0001F600",
+        U"ab\U0001F600cd'\u3042",
+        U"\u00A412",
+        U"\uFFE5 5",
+        U"\u20AC 5",
+        U"\uFF0D\uFF11\uFF12\uFF0E\uFF15",
+        U"\uFF0B\u3000\uFF17\u3000",
+        U"\uFF10\uFF58\uFF41\uFF11",
+        U"\uFF12\uFF10\uFF10\uFF18\uFF0D\uFF10\uFF11\uFF0D\uFF10\uFF12",
+        U"\u2212"
+        U"3",
+        U"\uFF11\uFF45\uFF12",
+        U"\uFF4E\uFF41\uFF4E",
+        U"1\u00A0",
+        U"\uFFFD",
+        U"\uFFFF",
+        U"\u0100",
+        U"a\u0301\u07FF\u0800\U0010FFFF",
+        std::u32string(1, U'\0'),
+        U"1" + std::u32string(1, U'\0')};
+    Random random(10);
+    const std::u32string alphabet =
+        U"0123456789012345678901234567890123456789 -+.e,'xX$:/aF\u00E9\u3042\uFF11";
+    for (int i = 0; i < 200; ++i) {
+      std::u32string text;
+      const std::uint64_t most = i < 150 ? 24 : 300, letters = i % 3 == 0 ? alphabet.size() : 40;
+      for (std::uint64_t n = 1 + random.below(most); n > 0; --n)
+        text += alphabet[random.below(letters)];
+      list.push_back(text);
+    }
+    for (const Wide v : whole_values()) {
+      const std::string digits = v == 0 ? "0" : decimal(v);
+      const std::u32string wide(digits.begin(), digits.end());
+      list.push_back(random.below(4) == 0 ? U"  " + wide + U"  " : wide);
+      if (wide.size() > 5)
+        list.push_back(wide.substr(0, wide.size() - 4) + U"." + wide.substr(wide.size() - 4));
+    }
+    for (const char32_t pad : {U' ', U'0', U'\'', U'\u3042', U'7'})
+      for (const std::size_t size :
+           {7, 8, 9, 15, 16, 17, 31, 32, 33, 63, 64, 127, 128, 129, 254, 255, 256})
+        list.push_back(std::u32string(size, pad) + (size % 2 != 0 ? U"7" : U""));
+    for (const std::size_t size : {512, 1021, 1022, 1023, 1024, 2000}) {
+      list.push_back(U"1" + std::u32string(size, U'0') + U"e-" + std::u32string(U"999"));
+      list.push_back(U"0." + std::u32string(size, U'4') + U"5");
+      list.push_back(std::u32string(size, U' ') + U"10:15" + std::u32string(size, U'\u3000'));
+      list.push_back(U"10:15" + std::u32string(size, U' ') + U"x");
+    }
+    return list;
+  }();
+  return kTexts;
+}
+
+std::vector<Bytes> encoded_texts(Kind kind, Set set) {
+  std::vector<Bytes> values;
+  for (const std::u32string& text : texts()) {
+    if (kind == Kind::utf16)
+      values.push_back(encode_utf16(text));
+    else if (const std::optional<Bytes> bytes = encode(set, text))
+      values.push_back(*bytes);
+  }
+  const std::vector<Bytes> utf16 = {
+      {0x31}, {0x31, 0, 0x32}, {0, 0xD8}, {0, 0xDC, 0x31, 0}, {0x31, 0, 0, 0xD8}};
+  const std::vector<Bytes> utf8 = {{0x80},
+                                   {0xC3},
+                                   {0x31, 0xC3},
+                                   {0xC0, 0xB1},
+                                   {0xED, 0xA0, 0x80},
+                                   {0xF4, 0x90, 0x80, 0x80},
+                                   {0x31, 0xE3, 0x81}};
+  const std::vector<Bytes> other = {{0x31, 0x85, 0x40}, {0x85, 0x40, 0x31}, {0xC5, 0xC6}};
+  const auto& more = kind == Kind::utf16 ? utf16 : set == Set::utf8 ? utf8 : other;
+  values.insert(values.end(), more.begin(), more.end());
+  return values;
+}
+
+Bytes counted(const Bytes& bytes) {
+  Bytes value =
+      varchar_image(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+  return value;
+}
+
+std::vector<Bytes> values_of(std::int32_t code, Set set);
+
+// Images of every fixed type, short, long, and bytes of no meaning.
+void add_byte_strings(std::vector<Bytes>& values) {
+  for (const std::int32_t code : {VDX_I4, VDX_BIT, VDX_DATETIME, VDX_DATE4, VDX_NUM, VDX_TIMEA,
+                                  VDX_BIGDATETIME, VDX_BIGTIME, VDX_DATEA, VDX_FLT8}) {
+    const std::vector<Bytes> images = values_of(code, Set::latin1);
+    for (std::size_t i = 0; i < images.size(); i += 1 + images.size() / 60) {
+      values.push_back(images[i]);
+      values.push_back(images[i]);
+      values.back().push_back(0);
+      values.push_back(images[images.size() - 1 - i / 2]);
+      if (values.back().size() > 1) values.back().pop_back();
+    }
+  }
+  Random random(11);
+  for (std::size_t size = 1; size <= 300; size += size < 40 || size > 250 ? 1 : 13) {
+    Bytes bytes(size);
+    for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(random.next());
+    values.push_back(bytes);
+    values.push_back(Bytes(size, static_cast<std::uint8_t>(size % 3)));
+  }
+}
+
+std::vector<Bytes> values_of(std::int32_t code, Set set) {
+  std::vector<Bytes> values;
+  const Kind kind = kind_of(code);
+  switch (kind) {
+    case Kind::text:
+    case Kind::varchar:
+    case Kind::utf16:
+      values = encoded_texts(kind, set);
+      break;
+    case Kind::bytes:
+    case Kind::varbin:
+      add_byte_strings(values);
+      break;
+    case Kind::integer:
+    case Kind::money:
+      add_integers(code, values);
+      break;
+    case Kind::bit:
+      values = {{0}, {1}, {2}, {255}};
+      break;
+    case Kind::real:
+      code == VDX_FLT4 ? add_reals<float>(values) : add_reals<double>(values);
+      break;
+    case Kind::numeric:
+      add_numerics(values);
+      break;
+    case Kind::date:
+      add_dates(code, values);
+      break;
+    case Kind::none:
+      values = {{0}, {7}};
+  }
+  if (kind == Kind::varchar || kind == Kind::varbin) {
+    for (Bytes& value : values) {
+      if (value.size() > 256) value.resize(256);
+      value = counted(value);
+    }
+    values.push_back(Bytes(258));
+    values.back()[0] = values.back()[1] = 1;  // a count of 257
+  }
+  return values;
+}
+
+// ---- formats ----
+
+std::vector<Format> formats_of(std::int32_t destination, std::int32_t size, Random& random,
+                               bool all) {
+  std::vector<Format> formats;
+  const Kind kind = kind_of(destination);
+  const auto any = [&](auto... options) {
+    const std::int32_t list[] = {options...};
+    return list[random.below(std::size(list))];
+  };
+  if (kind == Kind::numeric) {
+    const std::pair<std::int32_t, std::int32_t> pairs[] = {
+        {38, 10}, {77, 57}, {5, 0}, {19, 4},  {4, 9},   {77, 77}, {77, 0},
+        {1, 0},   {18, 17}, {0, 0}, {78, 78}, {10, -1}, {10, 78}};
+    for (const auto& [precision, scale] : pairs)
+      if (all || random.below(3) == 0) formats.push_back({.precision = precision, .scale = scale});
+    return formats;
+  }
+  if (kind == Kind::none) return {{.maxlength = 5}};
+  if (kind != Kind::text && kind != Kind::utf16 && kind != Kind::bytes) {
+    formats.push_back({});
+    if (all) formats.push_back({.flags = 0x67, .maxlength = 1, .precision = 3});
+    return formats;
+  }
+  const std::uint32_t extra[] = {0, VDX_FMT_QUOTE, VDX_FMT_SWAP, VDX_FMT_QUOTE | VDX_FMT_SWAP};
+  const auto room = [&] {
+    return std::max(
+        0, any(0, 1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 24, size - 3, size - 2, size - 1, size,
+               size + 1, size + 2, size + 3, size + 9, size + 40,
+               static_cast<std::int32_t>(random.below(static_cast<std::uint64_t>(size) + 4))));
+  };
+  for (int i = 0; i < (all ? 200 : size > 300 ? 1 : 4); ++i)
+    formats.push_back(
+        {.flags = static_cast<std::uint32_t>(random.below(8)) | extra[random.below(4)],
+         .maxlength = room(),
+         .precision = any(-1, 0, 1, 2, 3, 4, 5)});
+  formats.push_back({.maxlength = size});
+  return formats;
+}
+
+// ---- every cell ----
+
+// False where the answers differ.
+bool agrees(vdx_context& context, Request request) {
+  request.format.locale = locale_of(request.from);
+  request.format.to_locale = locale_of(request.to);
+  const Answer answer = expect(request);
+  const Result result =
+      convert(context, request.source, request.value, request.destination, request.format);
+  Result expected{answer.code, answer.length, answer.bytes};
+  for (std::size_t i = answer.open_from; i < result.bytes.size(); ++i)
+    expected.bytes[i] = result.bytes[i];
+  if (result == expected) return true;
+  std::string value;
+  for (const int byte : request.value) {
+    char digits[8];
+    std::snprintf(digits, sizeof digits, " %02x", static_cast<unsigned>(byte));
+    value += digits;
+  }
+  ADD_FAILURE() << request.source << " to " << request.destination << ", sets "
+                << static_cast<int>(request.from) << " and " << static_cast<int>(request.to)
+                << ", flags " << request.format.flags << ", room " << request.format.maxlength
+                << ", precision " << request.format.precision << ", scale " << request.format.scale
+                << ", value" << value << "\nexpected " << expected << "\ngot      " << result;
+  return false;
+}
+
+void check_cell(vdx_context& context, std::int32_t source, std::int32_t destination, bool whole) {
+  static std::map<std::pair<std::int32_t, Set>, std::vector<Bytes>> memo;
+  Random random(static_cast<std::uint64_t>(source * 40 + destination + 1) * 977);
+  const auto has_sets = [](std::int32_t code) {
+    const Kind kind = kind_of(code);
+    return kind == Kind::text || kind == Kind::varchar || kind == Kind::utf16 || kind == Kind::date;
+  };
+  for (const Set from : kSets) {
+    if (from != Set::latin1 && (!has_sets(source) || kind_of(source) == Kind::date)) break;
+    std::vector<Bytes>& values = memo[{source, from}];
+    if (values.empty()) values = values_of(source, from);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      // Long values take time; single bytes of ASCII are alike in all sets.
+      const Kind kind = kind_of(source);
+      const bool plain =
+          std::all_of(values[i].begin(), values[i].end(), [](int b) { return b < 128; });
+      std::uint64_t share = kThinned * (whole ? 1 : 8) * (values[i].size() > 300 ? 4 : 1);
+      if (kind == Kind::numeric || kind == Kind::real) share *= 2;
+      if (plain && from != Set::latin1) share *= 6;
+      if (random.below(share) != 0) continue;
+      Request request{source, values[i], destination, {}, from, Set::latin1};
+      if (has_sets(destination)) request.to = kSets[random.below(4)];
+      const std::int32_t size = text_size(request);
+      for (const Format& format : formats_of(destination, size, random, random.below(150) == 0)) {
+        request.format = format;
+        if (has_sets(source) && has_sets(destination)) request.to = kSets[random.below(4)];
+        if (!agrees(context, request)) return;
+      }
+    }
+  }
+}
+
+class Cells : public testing::TestWithParam<std::int32_t> {};
+
+TEST_P(Cells, DoWhatTheOracleSays) {
+  Table table;
+  const std::int32_t source = GetParam();
+  std::vector<vdx_convfn> seen;
+  for (std::int32_t destination = 0; destination < VDX_DATATYPES; ++destination) {
+    const vdx::Cell& cell =
+        vdx::matrix()[static_cast<std::size_t>(source * VDX_DATATYPES + destination)];
+    if (!cell.named) continue;
+    if (cell.function == nullptr) {
+      ++missing_cells;
+      continue;
+    }
+    if (kind_of(source) == Kind::utf16 && destination == 20) {  // a retired code of i8
+      EXPECT_EQ(cell.function, com_conv_func(&table.context, source, VDX_I8));
+      continue;
+    }
+    // Where codes share a function, the first of them is tried with all values.
+    const bool first = std::find(seen.begin(), seen.end(), cell.function) == seen.end();
+    seen.push_back(cell.function);
+    const bool leader = source == VDX_CHAR || source == VDX_BIN || source == VDX_NUM ||
+                        source == VDX_UNICHAR || source >= VDX_TEXTLOCATOR ||
+                        (kind_of(source) != Kind::text && kind_of(source) != Kind::utf16 &&
+                         kind_of(source) != Kind::bytes && kind_of(source) != Kind::numeric);
+    SCOPED_TRACE(testing::Message() << source << " to " << destination);
+    check_cell(table.context, source, destination, first && leader);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Matrix, Cells, testing::Range(0, int{VDX_DATATYPES}));
+
+// ---- there and back ----
+
+struct Trips {
+  std::int32_t source;
+  std::vector<std::int32_t> through;
+};
+
+const std::vector<std::int32_t> kTexts = {VDX_CHAR, VDX_VARCHAR, VDX_UNICHAR};
+const std::vector<std::int32_t> kImages = {VDX_BIN, VDX_VARBIN};
+
+// What holds every value of a type, texts and images aside.
+const Trips kTrips[] = {
+    {VDX_BIT,
+     {VDX_I1, VDX_I2, VDX_I4, VDX_I8, VDX_UI2, VDX_UI4, VDX_UI8, VDX_FLT4, VDX_FLT8, VDX_NUM,
+      VDX_BIN}},
+    {VDX_I1,
+     {VDX_I2, VDX_I4, VDX_I8, VDX_UI2, VDX_UI4, VDX_UI8, VDX_FLT4, VDX_FLT8, VDX_NUM, VDX_MONEY,
+      VDX_MNY4}},
+    {VDX_I2, {VDX_I4, VDX_I8, VDX_FLT4, VDX_FLT8, VDX_NUM, VDX_MONEY, VDX_MNY4}},
+    {VDX_UI2, {VDX_I4, VDX_I8, VDX_UI4, VDX_UI8, VDX_FLT4, VDX_FLT8, VDX_NUM, VDX_MONEY, VDX_MNY4}},
+    {VDX_I4, {VDX_I8, VDX_FLT8, VDX_NUM, VDX_MONEY}},
+    {VDX_UI4, {VDX_I8, VDX_UI8, VDX_FLT8, VDX_NUM, VDX_MONEY}},
+    {VDX_I8, {VDX_NUM}},
+    {VDX_UI8, {VDX_NUM}},
+    {VDX_MNY4, {VDX_MONEY, VDX_FLT8, VDX_NUM}},
+    {VDX_MONEY, {VDX_NUM}},
+    {VDX_FLT4, {VDX_FLT8}},
+    {VDX_FLT8, {}},
+    {VDX_NUM, {}},
+    {VDX_DATETIME, {VDX_BIGDATETIME}},
+    {VDX_DATE4, {VDX_DATETIME, VDX_BIGDATETIME}},
+    {VDX_DATEA, {VDX_BIGDATETIME}},
+    {VDX_TIMEA, {VDX_DATETIME, VDX_BIGDATETIME, VDX_BIGTIME}},
+    {VDX_BIGDATETIME, {}},
+    {VDX_BIGTIME, {VDX_BIGDATETIME}}};
+
+// How many values of a type there are to go through, and the one of a number.
+std::uint32_t count_of(std::int32_t code) {
+  switch (code) {
+    case VDX_BIT:
+      return 2;
+    case VDX_I1:
+      return 1 << 8;
+    case VDX_I2:
+    case VDX_UI2:
+      return 1 << 16;
+    case VDX_DATE4:
+      return 9 << 16;
+    case VDX_FLT4:
+      return 1 << 22;
+    case VDX_NUM:
+      return 1 << 16;
+    default:
+      return 1 << 18;
+  }
+}
+
+Bytes value_of(std::int32_t code, std::uint32_t i, Random& random) {
+  static constexpr std::uint16_t kMinutes[] = {0, 1, 59, 60, 719, 720, 1438, 1439};
+  const auto day = [&](std::int64_t first) {
+    return first +
+           static_cast<std::int64_t>(random.below(static_cast<std::uint64_t>(2958464 - first)));
+  };
+  const auto time = [&](std::uint64_t units) {
+    return static_cast<std::int64_t>(random.below(units));
+  };
+  switch (code) {
+    case VDX_DATE4: {  // every day, and every minute of some days
+      const auto minute = i >> 16 < 8 ? kMinutes[i >> 16] : static_cast<std::uint16_t>(i % 1440);
+      return image(vdx_date4{static_cast<std::uint16_t>(i), minute});
+    }
+    case VDX_FLT4:  // every sign and exponent
+      return image(static_cast<std::uint32_t>(i << 23 | (random.next() >> 41)));
+    case VDX_FLT8:
+      return image(random.next());
+    case VDX_NUM: {
+      const auto precision = 1 + random.below(77);
+      std::string digits;
+      for (std::uint64_t n = random.below(precision + 1); n > 0; --n)
+        digits +=
+            static_cast<char>((digits.empty() ? '1' : '0') + static_cast<char>(random.below(9)));
+      return numeric_image(static_cast<int>(precision),
+                           static_cast<int>(random.below(precision + 1)),
+                           !digits.empty() && random.below(2) != 0, digits);
+    }
+    case VDX_DATETIME:
+      return date_image(code, day(-53690), time(25920000));
+    case VDX_DATEA:
+      return date_image(code, day(-693595), 0);
+    case VDX_TIMEA:
+      return date_image(code, 0, time(25920000));
+    case VDX_BIGDATETIME:
+      return date_image(code, day(-693595), time(86400000000));
+    case VDX_BIGTIME:
+      return date_image(code, 0, time(86400000000));
+    default:
+      break;
+  }
+  const bool all = code == VDX_BIT || code == VDX_I1 || code == VDX_I2 || code == VDX_UI2;
+  Bytes bytes = image(all ? i : random.next() % 2 == 0 ? random.sized() : 0 - random.sized());
+  bytes.resize(static_cast<std::size_t>(comn_typelen(code, 0)));
+  return bytes;
+}
+
+// A conversion and its way back, called without what the checks of every single call cost.
+struct Trip {
+  vdx_convfn there, back;
+  vdx_datafmt from{}, through{}, home{};
+
+  Trip(vdx_context& context, std::int32_t source, std::int32_t via)
+      : there(com_conv_func(&context, source, via)), back(com_conv_func(&context, via, source)) {
+    from.datatype = home.datatype = source;
+    through.datatype = via;
+    through.maxlength = 200;
+    through.precision = kind_of(source) == Kind::money && via != VDX_NUM ? 4 : 77;
+    through.scale = 5;
+    from.locale = through.locale = home.locale = locale_of(Set::utf8);  // its dates show all digits
+  }
+
+  // What became of the value.
+  Bytes go(vdx_context& context, const Bytes& value) {
+    std::uint8_t between[260];
+    Bytes result(value.size());
+    std::int32_t length = 0;
+    home.precision = value[0];
+    home.scale = value.size() > 1 ? value[1] : 0;
+    vdx_datafmt middle = through;
+    if (there(&context, &from, value.data(), &through, between, &length) != VDX_SUCCESS) return {};
+    middle.maxlength = length;
+    const std::int32_t code = back(&context, &middle, between, &home, result.data(), &length);
+    if (code != VDX_SUCCESS && code != VDX_TRUNCATED)
+      return {};  // microseconds of ticks are rounded
+    return result;
+  }
+};
+
+TEST(Matrix, ValuesComeBackFromWhatHoldsThem) {
+  Table table;
+  for (const Trips& trips : kTrips) {
+    std::vector<std::int32_t> through = trips.through;
+    through.insert(through.end(), kTexts.begin(), kTexts.end());
+    if (trips.source != VDX_BIT) through.insert(through.end(), kImages.begin(), kImages.end());
+    for (const std::int32_t via : through) {
+      if (kind_of(trips.source) == Kind::date && via == VDX_BIN) continue;  // no such conversion
+      Trip trip(table.context, trips.source, via);
+      ASSERT_TRUE(trip.there != nullptr && trip.back != nullptr) << trips.source << ' ' << via;
+      Random random(static_cast<std::uint64_t>(trips.source * 40 + via + 5));
+      for (std::uint32_t i = 0; i < count_of(trips.source); i += kThinned) {
+        const Bytes value = value_of(trips.source, i, random);
+        const Bytes result = trip.go(table.context, value);
+        if (result == value) continue;
+        // A text says of a not-a-number only that it is one.
+        const auto number = [&](const Bytes& b) {
+          if (trips.source == VDX_FLT4 && b.size() == 4) return double{Result{0, 4, b}.as<float>()};
+          return trips.source == VDX_FLT8 && b.size() == 8 ? Result{0, 8, b}.as<double>() : 0.0;
+        };
+        ASSERT_TRUE(std::isnan(number(value)) && std::isnan(number(result)))
+            << trips.source << " through " << via << ": " << Result{0, 0, value} << " became "
+            << Result{0, 0, result};
+      }
+    }
+  }
+}
+
+}  // namespace

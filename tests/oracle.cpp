@@ -1,0 +1,981 @@
+#include "oracle.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+
+#include "date/parse.h"
+
+namespace vdx_test {
+
+namespace {
+
+// ---- decimal numbers ----
+
+struct Number {
+  bool negative = false;
+  std::string whole, fraction;  // digits, without leading and trailing zeros
+  bool nan = false, infinite = false;
+  bool zero() const { return !nan && whole.empty() && fraction.empty(); }
+};
+
+std::string without_leading_zeros(const std::string& digits) {
+  return digits.substr(std::min(digits.size(), digits.find_first_not_of('0')));
+}
+
+// Digits with the point after the first `point` of them; point may lie outside of the digits.
+Number number_of(bool negative, std::string digits, std::int64_t point) {
+  if (point < 0) digits.insert(0, static_cast<std::size_t>(-point), '0'), point = 0;
+  const auto at = static_cast<std::size_t>(point);
+  if (digits.size() < at) digits.resize(at, '0');
+  Number n{negative, without_leading_zeros(digits.substr(0, at)), digits.substr(at)};
+  n.fraction.erase(n.fraction.find_last_not_of('0') + 1);
+  return n;
+}
+
+Number number_of(std::string text, std::int64_t scale = 0) {
+  const bool negative = text[0] == '-';
+  text.erase(0, negative ? 1 : 0);
+  const std::size_t point = std::min(text.find('.'), text.size());
+  text.erase(point, 1);
+  return number_of(negative, text, static_cast<std::int64_t>(point) - scale);
+}
+
+// Every binary fraction is a decimal one; the C library writes out all of it.
+Number number_of(double value) {
+  if (std::isnan(value)) return {std::signbit(value), "", "", true};
+  if (std::isinf(value)) return {value < 0, std::string(400, '9'), "", false, true};
+  char text[1500];
+  std::snprintf(text, sizeof text, "%.1074f", value);
+  return number_of(std::string(text));
+}
+
+void add_one(std::string& digits) {
+  std::size_t i = digits.size();
+  while (i > 0 && digits[i - 1] == '9') digits[--i] = '0';
+  if (i > 0)
+    ++digits[i - 1];
+  else
+    digits.insert(0, 1, '1');
+}
+
+// All digits down to `places` behind the point: cut, or rounded half away from zero.
+std::string digits_to(const Number& n, std::size_t places, bool round) {
+  std::string fraction = n.fraction;
+  if (fraction.size() < places + 1) fraction.resize(places + 1, '0');
+  std::string digits = n.whole + fraction.substr(0, places);
+  if (round && fraction[places] >= '5') add_one(digits);
+  return digits;
+}
+
+bool greater(const std::string& a, const std::string& b) {
+  return a.size() != b.size() ? a.size() > b.size() : a > b;
+}
+
+Bytes big_endian(const std::string& digits, std::size_t size) {
+  Bytes bytes(size);
+  for (const char c : digits) {
+    int carry = c - '0';
+    for (std::size_t i = size; i-- > 0; carry >>= 8) {
+      carry += bytes[i] * 10;
+      bytes[i] = static_cast<std::uint8_t>(carry);
+    }
+  }
+  return bytes;
+}
+
+std::string digits_of(Bytes bytes) {
+  std::string digits;
+  while (std::any_of(bytes.begin(), bytes.end(), [](int b) { return b != 0; })) {
+    int rest = 0;
+    for (std::uint8_t& byte : bytes) {
+      rest = rest * 256 + byte;
+      byte = static_cast<std::uint8_t>(rest / 10);
+      rest %= 10;
+    }
+    digits.insert(0, 1, static_cast<char>('0' + rest));
+  }
+  return digits;
+}
+
+// Bytes of the largest magnitude of a precision.
+std::size_t magnitude_bytes(int precision) {
+  const Bytes most = big_endian(std::string(static_cast<std::size_t>(precision), '9'), 40);
+  return static_cast<std::size_t>(
+      most.end() - std::find_if(most.begin(), most.end(), [](int b) { return b != 0; }));
+}
+
+// ---- fixed-length types ----
+
+struct WholeType {
+  std::int32_t code;
+  int size;
+  bool is_signed;
+  const char *most, *least;  // magnitudes
+};
+
+constexpr char kMost8[] = "9223372036854775807", kLeast8[] = "9223372036854775808";
+constexpr char kMost4[] = "2147483647", kLeast4[] = "2147483648";
+constexpr WholeType kWholeTypes[] = {
+    {VDX_I1, 1, false, "255", ""},
+    {VDX_I2, 2, true, "32767", "32768"},
+    {VDX_I4, 4, true, kMost4, kLeast4},
+    {VDX_I8, 8, true, kMost8, kLeast8},
+    {VDX_UI2, 2, false, "65535", ""},
+    {VDX_UI4, 4, false, "4294967295", ""},
+    {VDX_UI8, 8, false, "18446744073709551615", ""},
+    {VDX_BIT, 1, false, "1", ""},
+    {VDX_MONEY, 8, true, kMost8, kLeast8},
+    {VDX_MNY4, 4, true, kMost4, kLeast4},
+};
+
+const WholeType& whole_type(std::int32_t code) {
+  return *std::find_if(std::begin(kWholeTypes), std::end(kWholeTypes),
+                       [&](const WholeType& t) { return t.code == code; });
+}
+
+Bytes whole_image(const WholeType& type, bool negative, const std::string& magnitude) {
+  std::uint64_t bits = magnitude.empty() ? 0 : std::strtoull(magnitude.c_str(), nullptr, 10);
+  if (negative) bits = 0 - bits;
+  if (type.code == VDX_MONEY)
+    return image(
+        vdx_money{static_cast<std::int32_t>(bits >> 32), static_cast<std::uint32_t>(bits)});
+  Bytes bytes = image(bits);
+  bytes.resize(static_cast<std::size_t>(type.size));
+  return bytes;
+}
+
+std::int64_t money_count(const Bytes& bytes) {
+  const auto words = as<vdx_money>(bytes);
+  return static_cast<std::int64_t>(std::uint64_t{static_cast<std::uint32_t>(words.high)} << 32 |
+                                   words.low);
+}
+
+Number read_number(std::int32_t datatype, const Bytes& b) {
+  if (datatype == VDX_FLT4) return number_of(double{as<float>(b)});
+  if (datatype == VDX_FLT8) return number_of(as<double>(b));
+  if (kind_of(datatype) == Kind::numeric) {
+    const auto size = static_cast<long>(magnitude_bytes(b[0]));
+    const std::string digits = digits_of(Bytes(b.begin() + 3, b.begin() + 3 + size));
+    return number_of(b[2] == 1 && !digits.empty(), digits,
+                     static_cast<std::int64_t>(digits.size()) - b[1]);
+  }
+  const WholeType& type = whole_type(datatype);
+  if (datatype == VDX_MONEY) return number_of(std::to_string(money_count(b)), 4);
+  if (!type.is_signed) return number_of(std::to_string(as<std::uint64_t>(b)));
+  const int shift = 64 - 8 * type.size;
+  const auto value = static_cast<std::int64_t>(as<std::uint64_t>(b) << shift) >> shift;
+  return number_of(std::to_string(value), datatype == VDX_MNY4 ? 4 : 0);
+}
+
+// ---- dates ----
+
+constexpr std::int64_t kDay = 86400000000 * 3;  // in thirds of a microsecond
+constexpr std::int64_t kTick = 10000, kMicro = 3, kMinute = 180000000;
+
+struct DateType {
+  std::int32_t code;
+  bool has_date, has_time;
+  std::int64_t unit, first_day, last_day;
+};
+constexpr DateType kDateTypes[] = {
+    {VDX_DATETIME, true, true, kTick, -53690, 2958463},
+    {VDX_DATE4, true, true, kMinute, 0, 65535},
+    {VDX_DATEA, true, false, kDay, -693595, 2958463},
+    {VDX_TIMEA, false, true, kTick, 0, 0},
+    {VDX_BIGDATETIME, true, true, kMicro, -693595, 2958463},
+    {VDX_BIGTIME, false, true, kMicro, 0, 0},
+};
+
+const DateType& date_type(std::int32_t code) {
+  return *std::find_if(std::begin(kDateTypes), std::end(kDateTypes),
+                       [&](const DateType& t) { return t.code == code; });
+}
+
+struct Moment {
+  std::int64_t day, units;
+};
+
+constexpr std::int64_t kBigDay = 86400000000, kBigEpoch = 693595 + 366;
+
+Moment read_date(const DateType& type, const Bytes& b) {
+  switch (type.code) {
+    case VDX_DATETIME: {
+      const auto value = as<vdx_datetime>(b);
+      return {value.day, value.time & 0x1FFFFFF};
+    }
+    case VDX_DATE4:
+      return {as<vdx_date4>(b).day, as<vdx_date4>(b).minute};
+    case VDX_DATEA:
+      return {as<std::int32_t>(b), 0};
+    case VDX_TIMEA:
+      return {0, as<std::int32_t>(b)};
+    case VDX_BIGDATETIME: {
+      const auto micros = static_cast<std::int64_t>(as<std::uint64_t>(b));
+      return {micros / kBigDay - kBigEpoch, micros % kBigDay};
+    }
+    default:
+      return {0, static_cast<std::int64_t>(as<std::uint64_t>(b))};
+  }
+}
+
+// The nearest whole number of units; halves go up.
+std::int64_t nearest(std::int64_t time, std::int64_t unit) {
+  return (2 * time + unit) / (2 * unit);
+}
+
+// ---- texts ----
+
+std::string trimmed(const std::string& text) {
+  const std::size_t first = text.find_first_not_of(' ');
+  if (first == std::string::npos) return "";
+  return text.substr(first, text.find_last_not_of(' ') + 1 - first);
+}
+
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+// ---- answers ----
+
+Bytes untouched(const Request& r) {
+  const std::int32_t fixed = comn_typelen(r.destination, 0);
+  return Bytes(static_cast<std::size_t>(std::max(fixed, r.format.maxlength)), kGuard);
+}
+
+Answer refused(const Request& r, std::int32_t code, std::int32_t length = kUnset) {
+  return {code, length, untouched(r)};
+}
+
+Answer fixed(const Request& r, std::int32_t code, const Bytes& value) {
+  Answer a{code, static_cast<std::int32_t>(value.size()), untouched(r)};
+  std::copy(value.begin(), value.end(), a.bytes.begin());
+  return a;
+}
+
+// No literal of the destination's type: the destination is of no use.
+Answer no_literal(const Request& r) { return {VDX_SYNTAX, 0, untouched(r), 0}; }
+
+struct Destination {
+  const Request& request;
+  Answer answer;
+  std::size_t room, unit, used = 0;
+  bool has(std::uint32_t flag) const { return (request.format.flags & flag) != 0; }
+
+  explicit Destination(const Request& r)
+      : request(r),
+        answer{VDX_SUCCESS, 0, untouched(r)},
+        room(static_cast<std::size_t>(r.format.maxlength)),
+        unit(kind_of(r.destination) == Kind::utf16 ? 2 : 1) {
+    room -= room % unit;
+  }
+
+  void put(const Bytes& bytes) {
+    std::copy(bytes.begin(), bytes.end(), answer.bytes.begin() + static_cast<long>(used));
+    if (unit == 2 && has(VDX_FMT_SWAP))
+      for (std::size_t i = used; i + 1 < used + bytes.size(); i += 2)
+        std::swap(answer.bytes[i], answer.bytes[i + 1]);
+    used += bytes.size();
+  }
+
+  // Padding and terminator behind a text that leaves room for them.
+  Answer finish(std::int32_t code) {
+    const bool nulls = has(VDX_FMT_PADNULL), blanks = has(VDX_FMT_PADBLANK);
+    const bool terminate = has(VDX_FMT_TERMINATE);
+    const Bytes blank = unit == 2 ? encode_unit(' ') : Bytes{' '}, zero(unit);
+    answer.code = code;
+    if (nulls && blanks) {
+      answer.code = VDX_BAD_PADDING;
+    } else if (nulls || blanks) {
+      while (used < room) put(nulls || (terminate && used + unit == room) ? zero : blank);
+      if (used < static_cast<std::size_t>(request.format.maxlength))
+        answer.bytes[used++] = 0;  // half a unit
+    } else if (terminate) {
+      put(zero);
+    }
+    answer.length = static_cast<std::int32_t>(used);
+    return answer;
+  }
+
+  bool fits(std::size_t n) const { return n + (has(VDX_FMT_TERMINATE) ? unit : 0) <= room; }
+  void zero_last() {
+    if (has(VDX_FMT_TERMINATE) && room > 0)
+      std::fill_n(answer.bytes.begin() + static_cast<long>(room - unit), unit, std::uint8_t{0});
+  }
+};
+
+// The text of a value: what does not fit is cut anywhere, or an asterisk stands for it.
+Answer text_of_value(const Request& r, const Bytes& text, bool asterisk) {
+  Destination d(r);
+  if (d.fits(text.size())) {
+    d.put(text);
+    return d.finish(VDX_SUCCESS);
+  }
+  const std::size_t placed = std::min(text.size(), d.room);
+  if (!asterisk) {
+    d.put(Bytes(text.begin(), text.begin() + static_cast<long>(placed)));
+  } else if (d.room >= 2 * d.unit) {  // and a zero unit
+    d.put(d.unit == 2 ? encode_unit('*') : Bytes{'*'});
+    std::fill_n(d.answer.bytes.begin() + static_cast<long>(d.unit), d.unit, std::uint8_t{0});
+    d.finish(VDX_OVERFLOW);
+    d.used = static_cast<std::size_t>(d.answer.length);
+  } else {
+    d.used = placed;  // so much was there room for, but nothing is told by it
+  }
+  d.zero_last();
+  d.answer.code = VDX_OVERFLOW;
+  d.answer.length = static_cast<std::int32_t>(d.used);
+  return d.answer;
+}
+
+// A text: whole characters, the terminator behind the last one that fits.
+Answer text_of_characters(const Request& r, const std::vector<Bytes>& characters,
+                          bool substituted) {
+  Destination d(r);
+  bool cut = false;
+  for (const Bytes& c : characters) {
+    if (!d.fits(d.used + c.size())) {
+      cut = true;
+      break;
+    }
+    d.put(c);
+  }
+  const std::int32_t code = cut ? VDX_TRUNCATED : substituted ? VDX_TRANSLATION : VDX_SUCCESS;
+  if (!d.fits(d.used)) {  // no room for a terminator alone
+    d.answer.code = code;
+    return d.answer;
+  }
+  return d.finish(code);
+}
+
+Answer counted(const Request& r, const Bytes& bytes, std::int32_t too_long) {
+  const std::size_t n = std::min<std::size_t>(bytes.size(), 256);
+  Answer a{n < bytes.size() ? too_long : VDX_SUCCESS, 258, untouched(r)};
+  const Bytes count = image(static_cast<std::int16_t>(n));
+  std::copy(count.begin(), count.end(), a.bytes.begin());
+  std::copy_n(bytes.begin(), n, a.bytes.begin() + 2);
+  return a;
+}
+
+Answer byte_string(const Request& r, const Bytes& bytes) {
+  const std::size_t room = static_cast<std::size_t>(r.format.maxlength);
+  const std::size_t n = std::min(bytes.size(), room);
+  Answer a{n < bytes.size() ? VDX_TRUNCATED : VDX_SUCCESS, static_cast<std::int32_t>(n),
+           untouched(r)};
+  std::copy_n(bytes.begin(), n, a.bytes.begin());
+  if ((r.format.flags & VDX_FMT_PADNULL) != 0) {
+    std::fill(a.bytes.begin() + static_cast<long>(n), a.bytes.end(), std::uint8_t{0});
+    a.length = r.format.maxlength;
+  }
+  return a;
+}
+
+// ---- into fixed-length destinations ----
+
+Answer write_whole(const Request& r, const WholeType& type, bool negative, std::string magnitude) {
+  const std::string limit = negative ? type.least : type.most;
+  std::int32_t code = VDX_SUCCESS;
+  if (greater(magnitude, limit)) {
+    code = negative && !type.is_signed && type.size > 1 ? VDX_UNDERFLOW : VDX_OVERFLOW;
+    magnitude = limit;
+  }
+  return fixed(r, code, whole_image(type, negative, magnitude));
+}
+
+// A float becomes money by steps in double arithmetic.
+Answer real_as_money(const Request& r, const WholeType& type, double value) {
+  const volatile double size = std::fabs(value) + 0.00005;
+  const bool negative = value < 0;
+  if (!(size <= 922337203685477.6)) return write_whole(r, type, negative, std::string(30, '9'));
+  if (size == 922337203685477.6) return write_whole(r, type, negative, kMost8);
+  const auto high = static_cast<std::int64_t>(size / 429496.7296);
+  const volatile double product = static_cast<double>(high) * 429496.7296;
+  const volatile double rest = (size - product) * 10000.0;
+  const std::int64_t count = high * 4294967296 + static_cast<std::int64_t>(rest);
+  return write_whole(r, type, negative, without_leading_zeros(std::to_string(count)));
+}
+
+template <class T>
+Answer write_real(const Request& r, const Number& n, T rounded) {
+  std::int32_t code = VDX_SUCCESS;
+  if (std::isinf(rounded) && !n.infinite) {
+    rounded = std::copysign(std::numeric_limits<T>::max(), rounded);
+    code = VDX_OVERFLOW;
+  }
+  if (rounded == 0 && !n.zero()) code = VDX_UNDERFLOW;
+  return fixed(r, code, image(rounded));
+}
+
+std::string plain_text(const Number& n) {
+  return (n.negative ? "-0" : "0") + n.whole + "." + n.fraction;
+}
+
+Answer write_numeric(const Request& r, const Number& n, std::int32_t code = VDX_SUCCESS) {
+  const std::int32_t precision = r.format.precision, scale = r.format.scale;
+  if (precision < 1 || precision > 77) return refused(r, VDX_BAD_PRECISION, 35);
+  if (scale < 0 || scale > 77) return refused(r, VDX_BAD_SCALE, 35);
+  std::string digits = without_leading_zeros(digits_to(n, static_cast<std::size_t>(scale), true));
+  if (n.nan) digits.clear(), code = VDX_INVALID;
+  if (digits.size() > static_cast<std::size_t>(precision)) {
+    digits.assign(static_cast<std::size_t>(precision), '9');
+    code = VDX_OVERFLOW;
+  }
+  return fixed(r, code, numeric_image(precision, scale, n.negative && !digits.empty(), digits));
+}
+
+// A number of a fixed-length type into another such type.
+Answer write_number(const Request& r, const Number& n) {
+  const Kind from = kind_of(r.source), to = kind_of(r.destination);
+  const bool flt4 = r.source == VDX_FLT4;
+  if (to == Kind::numeric) return write_numeric(r, n);
+  if (to == Kind::real) {
+    const bool wide = r.destination == VDX_FLT8;
+    if (from == Kind::real) {
+      const double value = flt4 ? as<float>(r.value) : as<double>(r.value);
+      if (wide) return fixed(r, VDX_SUCCESS, image(value));
+      if (flt4 || n.nan || n.zero()) return fixed(r, VDX_SUCCESS, image(static_cast<float>(value)));
+      return write_real(r, n, static_cast<float>(value));
+    }
+    if (r.source == VDX_MONEY) {
+      const auto words = as<vdx_money>(r.value);
+      const volatile double high = words.high * 429496.7296, low = words.low / 10000.0;
+      const double value = high + low;
+      return fixed(r, VDX_SUCCESS, wide ? image(value) : image(static_cast<float>(value)));
+    }
+    const std::string text = plain_text(n);
+    if (wide) return write_real(r, n, std::strtod(text.c_str(), nullptr));
+    return write_real(r, n, std::strtof(text.c_str(), nullptr));
+  }
+  const WholeType& type = whole_type(r.destination);
+  if (n.nan) return fixed(r, VDX_INVALID, whole_image(type, false, ""));
+  if (to == Kind::bit) return fixed(r, VDX_SUCCESS, {std::uint8_t{!n.zero()}});
+  if (to == Kind::money && from == Kind::real)
+    return real_as_money(r, type, flt4 ? as<float>(r.value) : as<double>(r.value));
+  const std::size_t places = to == Kind::money ? 4 : 0;
+  const bool round = to == Kind::money || from == Kind::money;
+  return write_whole(r, type, n.negative, without_leading_zeros(digits_to(n, places, round)));
+}
+
+Answer write_date(const Request& r, const DateType& from, const Moment& source) {
+  const DateType& to = date_type(r.destination);
+  const std::int64_t day = from.has_date ? source.day : 0;
+  const std::int64_t time = source.units * from.unit;
+  const auto answer = [&](std::int32_t code, std::int64_t d, std::int64_t units) {
+    return fixed(r, code, date_image(to.code, d, units));
+  };
+  if (!to.has_time) return answer(VDX_SUCCESS, day, 0);
+  if (to.code == VDX_DATE4) {
+    const std::int64_t ticks = std::min(nearest(time, kTick), kDay / kTick - 1);
+    const std::int64_t minutes = nearest(day * kDay + ticks * kTick, kMinute);
+    if (day < 0 || minutes >= 65536 * 1440) return answer(VDX_OVERFLOW, 0, 0);
+    return answer(VDX_SUCCESS, minutes / 1440, minutes % 1440);
+  }
+  if (to.has_date && day < to.first_day) return answer(VDX_UNDERFLOW, 0, 0);
+  const std::int64_t units = std::min(nearest(time, to.unit), kDay / to.unit - 1);
+  const bool dropped = from.unit == kMicro && units * to.unit != time;
+  return answer(dropped ? VDX_TRUNCATED : VDX_SUCCESS, day, units);
+}
+
+// Whether the bytes, as long as the type, are a value of it.
+bool is_value(std::int32_t datatype, const Bytes& b) {
+  switch (kind_of(datatype)) {
+    case Kind::bit:
+      return b[0] <= 1;
+    case Kind::numeric: {
+      if (b[0] < 1 || b[0] > 77 || b[1] > 77 || b[2] > 1) return false;
+      const auto size = static_cast<long>(magnitude_bytes(b[0]));
+      return digits_of(Bytes(b.begin() + 3, b.begin() + 3 + size)).size() <= b[0];
+    }
+    case Kind::date: {
+      const DateType& type = date_type(datatype);
+      const Moment moment = read_date(type, b);
+      const std::int64_t units = type.has_time ? kDay / type.unit : 1;
+      return moment.day >= type.first_day && moment.day <= type.last_day && moment.units >= 0 &&
+             moment.units < units;
+    }
+    default:
+      return true;
+  }
+}
+
+// ---- texts of values ----
+
+template <class T>
+std::string shortest(T value) {
+  char text[64];
+  const std::string result(text, std::to_chars(text, text + sizeof text, value).ptr);
+  // It reads back the same, and no text with a digit less does.
+  std::string digits = result.substr(0, result.find('e'));
+  digits.erase(std::remove_if(digits.begin(), digits.end(), [](char c) { return !is_digit(c); }),
+               digits.end());
+  digits = without_leading_zeros(digits);
+  const auto read = [](const char* from) {
+    return sizeof(T) == 4 ? static_cast<T>(std::strtof(from, nullptr))
+                          : static_cast<T>(std::strtod(from, nullptr));
+  };
+  EXPECT_EQ(read(result.c_str()), value) << result;
+  const bool point = result.find_first_of(".e") != std::string::npos;
+  if (point && digits.size() > 1) {
+    std::snprintf(text, sizeof text, "%.*e", static_cast<int>(digits.size()) - 2,
+                  static_cast<double>(value));
+    EXPECT_NE(read(text), value) << result << " and " << text;
+  }
+  return result;
+}
+
+std::string text_of(const Request& r, const Number& n) {
+  const std::string sign = n.negative ? "-" : "";
+  const auto point = [](std::string digits, std::size_t places) {
+    if (digits.size() <= places) digits.insert(0, places + 1 - digits.size(), '0');
+    if (places > 0) digits.insert(digits.size() - places, 1, '.');
+    return digits;
+  };
+  switch (kind_of(r.source)) {
+    case Kind::real:
+      if (n.nan) return "nan";
+      if (n.infinite) return sign + "inf";
+      return r.source == VDX_FLT4 ? shortest(as<float>(r.value)) : shortest(as<double>(r.value));
+    case Kind::money: {
+      const std::int32_t wanted = r.format.precision;
+      const auto places = static_cast<std::size_t>(wanted <= 0 ? 2 : std::min(wanted, 4));
+      return sign + point(digits_to(n, places, true), places);
+    }
+    case Kind::numeric:
+      return sign + point(digits_to(n, r.value[1], false), r.value[1]);
+    default:
+      return sign + point(n.whole, 0);
+  }
+}
+
+Bytes date_text(const Request& r) {
+  char text[256];
+  std::int32_t length = 0;
+  EXPECT_EQ(comn_dtloc_format(nullptr, locale_of(r.to), r.source, r.value.data(), text, sizeof text,
+                              &length),
+            1);
+  return Bytes(text, text + length);
+}
+
+Bytes hexadecimal(const Bytes& bytes) {
+  Bytes text;
+  for (const int byte : bytes)
+    for (const int digit : {byte / 16, byte % 16})
+      text.push_back(static_cast<std::uint8_t>("0123456789abcdef"[digit]));
+  return text;
+}
+
+// Into any destination that holds text.
+Answer write_text(const Request& r, const Bytes& text, bool asterisk) {
+  switch (kind_of(r.destination)) {
+    case Kind::varchar:
+      return counted(r, text, VDX_OVERFLOW);
+    case Kind::utf16: {
+      Bytes units;
+      for (const Character& c : decode(r.to, text)) {
+        const Bytes unit = encode_utf16_one(c.code == kNoCharacter ? 0xFFFD : c.code);
+        units.insert(units.end(), unit.begin(), unit.end());
+      }
+      return text_of_value(r, units, asterisk);
+    }
+    default:
+      return text_of_value(r, text, asterisk);
+  }
+}
+
+// ---- texts read as values ----
+
+struct ReadInteger {
+  std::int32_t code;
+  bool negative;
+  std::string magnitude;  // on overflow, what was read so far
+};
+
+// Blanks, a sign, blanks, digits, blanks; an overflow ends the reading at once. The digit that does
+// not fit may have shifted the others already.
+ReadInteger read_integer(const std::string& text, const char* most, const char* least) {
+  ReadInteger n{VDX_SUCCESS, false, ""};
+  std::size_t i = 0;
+  bool signed_already = false;
+  for (; i < text.size(); ++i) {
+    if (text[i] == ' ') continue;
+    if (text[i] != '+' && text[i] != '-') break;
+    if (signed_already || (text[i] == '-' && *least == '\0')) return {VDX_SYNTAX, false, ""};
+    signed_already = true;
+    n.negative = text[i] == '-';
+  }
+  const std::string limit = n.negative ? least : most;
+  for (; i < text.size() && is_digit(text[i]); ++i) {
+    const std::string shifted = without_leading_zeros(n.magnitude + "0");
+    const std::string longer = without_leading_zeros(n.magnitude + text[i]);
+    if (greater(longer, limit)) {
+      if (*least == '\0')
+        n.magnitude = most;
+      else if (!greater(shifted, limit))
+        n.magnitude = shifted;
+      n.code = VDX_OVERFLOW;
+      return n;
+    }
+    n.magnitude = longer;
+  }
+  for (; i < text.size(); ++i)
+    if (text[i] != ' ') n.code = VDX_SYNTAX;
+  return n;
+}
+
+Answer integer_from_text(const Request& r, const std::string& text) {
+  const WholeType& type = whole_type(r.destination);
+  const WholeType& wide = whole_type(type.size == 8                                 ? type.code
+                                     : type.code == VDX_UI2 || type.code == VDX_UI4 ? VDX_UI4
+                                                                                    : VDX_I4);
+  const ReadInteger n = read_integer(text, wide.most, wide.least);
+  if (n.code == VDX_SYNTAX) return no_literal(r);
+  if (type.code == VDX_BIT)
+    return fixed(r, n.code, {static_cast<std::uint8_t>(n.magnitude.empty() ? 0 : 1)});
+  if (type.size == 2) {  // outside the range the low bits stay, 0 outside of 32 bits
+    const bool fits = !greater(n.magnitude, n.negative ? type.least : type.most);
+    return fixed(r, n.code == VDX_SUCCESS && fits ? VDX_SUCCESS : VDX_OVERFLOW,
+                 whole_image(type, n.negative, n.code == VDX_SUCCESS ? n.magnitude : ""));
+  }
+  Answer a = write_whole(r, type, n.negative, n.magnitude);
+  if (n.code == VDX_OVERFLOW) a.code = n.code;
+  return a;
+}
+
+// Blanks, sign, digits with at most one point, exponent, blanks.
+std::optional<Number> read_decimal(const std::string& text) {
+  std::string rest = trimmed(text), digits;
+  if (rest.empty()) return Number{};
+  const bool negative = rest[0] == '-';
+  if (negative || rest[0] == '+') rest.erase(0, 1);
+  std::int64_t point = -1, exponent = 0;
+  std::size_t i = 0;
+  for (; i < rest.size() && (is_digit(rest[i]) || (rest[i] == '.' && point < 0)); ++i) {
+    if (rest[i] == '.')
+      point = static_cast<std::int64_t>(digits.size());
+    else
+      digits += rest[i];
+  }
+  if (digits.empty()) return std::nullopt;
+  if (point < 0) point = static_cast<std::int64_t>(digits.size());
+  if (i < rest.size()) {
+    if (rest[i] != 'e' && rest[i] != 'E') return std::nullopt;
+    ++i;
+    const bool down = i < rest.size() && rest[i] == '-';
+    if (i < rest.size() && (rest[i] == '-' || rest[i] == '+')) ++i;
+    if (i == rest.size()) return std::nullopt;
+    for (; i < rest.size(); ++i) {
+      if (!is_digit(rest[i])) return std::nullopt;
+      exponent = std::min<std::int64_t>(exponent * 10 + (rest[i] - '0'), 9999);  // far enough
+    }
+    if (down) exponent = -exponent;
+  }
+  if (without_leading_zeros(digits).empty()) exponent = 0;
+  return number_of(negative, digits, point + exponent);
+}
+
+template <class T>
+Answer real_from_text(const Request& r, const std::string& text) {
+  std::string word = trimmed(text);
+  for (char& c : word)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+  const bool negative = !word.empty() && word[0] == '-';
+  if (negative || (!word.empty() && word[0] == '+')) word.erase(0, 1);
+  using Limits = std::numeric_limits<T>;
+  if (word == "inf")
+    return fixed(r, VDX_SUCCESS, image(negative ? -Limits::infinity() : Limits::infinity()));
+  if (word == "nan") {
+    Answer a = fixed(r, VDX_SUCCESS, image(Limits::quiet_NaN()));
+    a.open_from = 0;
+    return a;
+  }
+  const std::optional<Number> n = read_decimal(text);
+  if (!n) return no_literal(r);
+  const std::string plain = plain_text(*n);
+  const T value = sizeof(T) == 4 ? static_cast<T>(std::strtof(plain.c_str(), nullptr))
+                                 : static_cast<T>(std::strtod(plain.c_str(), nullptr));
+  return write_real(r, *n, value);
+}
+
+Answer numeric_from_text(const Request& r, const std::string& text) {
+  const Answer empty = write_numeric(r, Number{});
+  if (empty.code != VDX_SUCCESS) return empty;
+  const std::optional<Number> n = read_decimal(text);
+  return n ? write_numeric(r, *n) : no_literal(r);
+}
+
+// The attributes of a set, as a value of its locale has them.
+const vdx_charattr* attributes_of(Set set) {
+  vdx_datafmt format{};
+  format.locale = locale_of(set);
+  return com_intl_charattr(nullptr, &format);
+}
+
+Answer money_from_text(const Request& r, Set set, const Bytes& text) {
+  const WholeType& type = whole_type(r.destination);
+  vdx_money words{};
+  const std::int32_t status = com__mnyfromchar_mb(
+      &words, text.data(), static_cast<std::int32_t>(text.size()), 0, attributes_of(set));
+  if (status == 2) return no_literal(r);
+  const std::string count = std::to_string(money_count(image(words)));
+  const bool negative = count[0] == '-';
+  Answer a = write_whole(r, type, negative, without_leading_zeros(count.substr(negative ? 1 : 0)));
+  if (status == 1) a.code = VDX_OVERFLOW;
+  return a;
+}
+
+struct MonthNames {
+  std::string names[2][12];
+  const char* tables[2][12];
+  explicit MonthNames(Set set) {
+    for (int brief = 0; brief < 2; ++brief)
+      for (int month = 0; month < 12; ++month) {
+        char name[VDX_LOC_NAME_MAX];
+        std::int32_t length = 0;
+        EXPECT_EQ(
+            comn_intl_month(nullptr, locale_of(set), month, brief, name, sizeof name, &length), 1);
+        names[brief][month].assign(name, static_cast<std::size_t>(length));
+        tables[brief][month] = names[brief][month].c_str();
+      }
+  }
+};
+
+Answer date_from_text(const Request& r, Bytes text) {
+  static const MonthNames kNames[4] = {MonthNames(kSets[0]), MonthNames(kSets[1]),
+                                       MonthNames(kSets[2]), MonthNames(kSets[3])};
+  const MonthNames& names = kNames[static_cast<int>(r.from)];
+  while (!text.empty() && text.back() == ' ') text.pop_back();
+  text.push_back(0);  // an empty text has an address too
+  const vdx::DateText t{text.data(),
+                        static_cast<std::int32_t>(text.size() - 1),
+                        0,
+                        com_intl_dateorder(nullptr, locale_of(r.from)),
+                        names.tables[0],
+                        names.tables[1],
+                        attributes_of(r.from)};
+  std::int32_t result = 0, rounded = 0;
+  Bytes value;
+  const auto read = [&](auto parse, auto made, auto... more) {
+    result = parse(&made, t.bytes, t.length, t.style, t.order, t.months, t.short_months,
+                   t.attributes, more...);
+    value = image(made);
+  };
+  std::uint64_t big = 0;
+  if (r.destination == VDX_DATEA) read(com__dateafromchar_mb, vdx_datea{});
+  if (r.destination == VDX_TIMEA) read(com__timeafromchar_mb, vdx_timea{});
+  if (r.destination == VDX_DATETIME || r.destination == VDX_DATE4)
+    read(com__datefromchar_mb, vdx_datetime{}, &rounded);
+  if (r.destination == VDX_BIGDATETIME) result = vdx::bigdatetime_from_text(&big, t);
+  if (r.destination == VDX_BIGTIME) result = vdx::bigtime_from_text(&big, t);
+  if (value.empty()) value = image(big);
+  Answer a = fixed(r, VDX_SUCCESS, Bytes(static_cast<std::size_t>(comn_typelen(r.destination, 0))));
+  if (result == 0 && r.destination == VDX_DATE4)
+    a = write_date(r, kDateTypes[0], read_date(kDateTypes[0], value));
+  else if (result == 0)
+    a = fixed(r, VDX_SUCCESS, value);
+  if (result < 0) return refused(r, VDX_SYNTAX, 0);
+  if (result > 0 || a.code != VDX_SUCCESS) return refused(r, VDX_OVERFLOW, a.length);
+  return a;
+}
+
+// Hexadecimal pairs; nothing where the text is something else.
+std::optional<Bytes> bytes_of_hexadecimal(const std::string& text) {
+  std::string digits = trimmed(text);
+  if (digits.size() >= 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X'))
+    digits.erase(0, 2);
+  if (digits.size() % 2 != 0) digits.insert(0, 1, '0');
+  Bytes bytes;
+  for (std::size_t i = 0; i < digits.size(); i += 2) {
+    for (const char c : digits.substr(i, 2))
+      if (!is_digit(c) && !(c >= 'a' && c <= 'f') && !(c >= 'A' && c <= 'F')) return std::nullopt;
+    bytes.push_back(static_cast<std::uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+  }
+  return bytes;
+}
+
+// ---- whole conversions ----
+
+Answer from_characters(const Request& r, const Characters& characters) {
+  const bool utf16 = kind_of(r.source) == Kind::utf16;
+  const Kind to = kind_of(r.destination);
+  const bool malformed = std::any_of(characters.begin(), characters.end(),
+                                     [](const Character& c) { return c.code == kNoCharacter; });
+  const bool to_text = to == Kind::text || to == Kind::varchar || to == Kind::utf16;
+  const bool same = to == Kind::utf16 ? utf16 : !utf16 && r.from == r.to;  // the bytes stay
+  if (malformed && (utf16 || (to_text && !same && r.from == Set::utf8))) {
+    const std::int32_t length = comn_typelen(to == Kind::utf16 ? VDX_TEXT : r.destination, 0);
+    Answer a = refused(r, VDX_MALFORMED_UNICODE, length);
+    if (!utf16) a.open_from = 0;
+    return a;
+  }
+  const std::string plain = folded(characters);
+  Bytes encoded;  // in the set of the source's locale; UTF-16 without blanks at the ends
+  for (std::size_t i = 0; i < characters.size(); ++i) {
+    const Character& c = characters[i];
+    const auto ascii = static_cast<std::uint8_t>(plain[i]);
+    const Bytes bytes = utf16 ? encode_one(r.from, c.code).value_or(Bytes{ascii}) : c.bytes;
+    if (utf16 && (i < plain.find_first_not_of(' ') || i > plain.find_last_not_of(' '))) continue;
+    encoded.insert(encoded.end(), bytes.begin(), bytes.end());
+  }
+  switch (to) {
+    case Kind::integer:
+    case Kind::bit:
+      return integer_from_text(r, plain);
+    case Kind::real:
+      return r.destination == VDX_FLT4 ? real_from_text<float>(r, plain)
+                                       : real_from_text<double>(r, plain);
+    case Kind::numeric:
+      return numeric_from_text(r, plain);
+    case Kind::date:
+      return utf16 && encoded.size() > 1024 ? no_literal(r) : date_from_text(r, encoded);
+    case Kind::money: {
+      if (!utf16) return money_from_text(r, r.from, encoded);
+      Bytes utf8;
+      for (const Character& c : characters) {
+        const Bytes bytes = *encode_one(Set::utf8, c.code);
+        utf8.insert(utf8.end(), bytes.begin(), bytes.end());
+      }
+      return money_from_text(r, Set::utf8, utf8);
+    }
+    case Kind::bytes:
+    case Kind::varbin: {
+      const std::optional<Bytes> bytes = bytes_of_hexadecimal(plain);
+      if (!bytes) return no_literal(r);
+      return to == Kind::bytes ? byte_string(r, *bytes) : counted(r, *bytes, VDX_TRUNCATED);
+    }
+    default:
+      break;
+  }
+  std::vector<Bytes> pieces;
+  bool substituted = false;
+  const bool quoted = to == Kind::text && (r.format.flags & VDX_FMT_QUOTE) != 0;
+  for (const Character& c : characters) {
+    std::optional<Bytes> piece = c.bytes;
+    if (!same) {
+      const char32_t code = c.code == kNoCharacter ? 0xFFFD : c.code;
+      piece = to == Kind::utf16 ? encode_utf16_one(code) : encode_one(r.to, code);
+      if (!piece || c.code == kNoCharacter) substituted = true;
+    }
+    pieces.push_back(piece.value_or(Bytes{'?'}));
+    if (c.code == '\'' && quoted) pieces.back().push_back('\'');
+  }
+  if (to != Kind::varchar) {
+    Answer a = text_of_characters(r, pieces, substituted);
+    if (quoted) a.open_from = static_cast<std::size_t>(a.length);
+    return a;
+  }
+  Request whole = r;  // the count, then what a destination of 256 bytes gets
+  whole.format = {};
+  whole.format.maxlength = 256;
+  whole.destination = VDX_CHAR;
+  const Answer text = text_of_characters(whole, pieces, substituted);
+  Answer a = counted(r, Bytes(text.bytes.begin(), text.bytes.begin() + text.length), VDX_TRUNCATED);
+  a.code = text.code;
+  return a;
+}
+
+Answer from_bytes(const Request& r, const Bytes& bytes) {
+  const Kind to = kind_of(r.destination);
+  if (to == Kind::bytes) return byte_string(r, bytes);
+  if (to == Kind::varbin) return counted(r, bytes, VDX_OVERFLOW);
+  if (to == Kind::text || to == Kind::varchar || to == Kind::utf16)
+    return write_text(r, hexadecimal(bytes), false);
+  Bytes value = bytes;
+  value.resize(static_cast<std::size_t>(comn_typelen(r.destination, 0)));
+  if (!is_value(r.destination, value))
+    return refused(r, VDX_INVALID, static_cast<std::int32_t>(value.size()));
+  return fixed(r, value.size() < bytes.size() ? VDX_TRUNCATED : VDX_SUCCESS, value);
+}
+
+}  // namespace
+
+Kind kind_of(std::int32_t datatype) {
+  static constexpr Kind kKinds[VDX_DATATYPES] = {
+      Kind::text,    Kind::bytes,   Kind::text,    Kind::bytes,   Kind::text,    Kind::bytes,
+      Kind::integer, Kind::integer, Kind::integer, Kind::real,    Kind::real,    Kind::bit,
+      Kind::date,    Kind::date,    Kind::money,   Kind::money,   Kind::numeric, Kind::numeric,
+      Kind::varchar, Kind::varbin,  Kind::none,    Kind::text,    Kind::text,    Kind::none,
+      Kind::none,    Kind::utf16,   Kind::none,    Kind::date,    Kind::date,    Kind::utf16,
+      Kind::integer, Kind::integer, Kind::integer, Kind::integer, Kind::text,    Kind::date,
+      Kind::date,    Kind::bytes,   Kind::bytes,   Kind::bytes};  // locators are byte strings
+  return kKinds[datatype];
+}
+
+Bytes numeric_image(int precision, int scale, bool negative, const std::string& digits) {
+  Bytes bytes = {static_cast<std::uint8_t>(precision), static_cast<std::uint8_t>(scale),
+                 static_cast<std::uint8_t>(negative)};
+  const Bytes magnitude = big_endian(digits, magnitude_bytes(precision));
+  bytes.insert(bytes.end(), magnitude.begin(), magnitude.end());
+  bytes.resize(35);
+  return bytes;
+}
+
+Bytes date_image(std::int32_t datatype, std::int64_t day, std::int64_t units) {
+  switch (datatype) {
+    case VDX_DATETIME:
+      return image(vdx_datetime{static_cast<std::int32_t>(day), static_cast<std::int32_t>(units)});
+    case VDX_DATE4:
+      return image(vdx_date4{static_cast<std::uint16_t>(day), static_cast<std::uint16_t>(units)});
+    case VDX_DATEA:
+      return image(static_cast<std::int32_t>(day));
+    case VDX_TIMEA:
+      return image(static_cast<std::int32_t>(units));
+    case VDX_BIGDATETIME:
+      return image((day + kBigEpoch) * kBigDay + units);
+    default:
+      return image(units);
+  }
+}
+
+Answer expect(const Request& r) {
+  const Kind from = kind_of(r.source), to = kind_of(r.destination);
+  const bool to_text = to == Kind::text || to == Kind::varchar || to == Kind::utf16;
+  switch (from) {
+    case Kind::none:
+      return refused(r, VDX_SUCCESS, 0);
+    case Kind::text:
+      return from_characters(r, decode(r.from, r.value));
+    case Kind::utf16:
+      return from_characters(r, decode_utf16(r.value));
+    case Kind::bytes:
+      return from_bytes(r, r.value);
+    case Kind::varchar:
+    case Kind::varbin: {
+      const auto count = as<std::int16_t>(r.value);
+      if (count > 256) return refused(r, VDX_INVALID);
+      const Bytes bytes(r.value.begin() + 2, r.value.begin() + 2 + count);
+      return from == Kind::varbin ? from_bytes(r, bytes)
+                                  : from_characters(r, decode(r.from, bytes));
+    }
+    default:
+      break;
+  }
+  if (!is_value(r.source, r.value)) return refused(r, VDX_INVALID);
+  if (from == Kind::bit && to == Kind::varbin) {  // the character of its value
+    Answer a = counted(r, {static_cast<std::uint8_t>('0' + r.value[0])}, VDX_OVERFLOW);
+    a.length = kUnset;
+    return a;
+  }
+  if (from == Kind::bit && to == Kind::bytes && r.format.maxlength == 0)
+    return refused(r, VDX_SUCCESS, 1);
+  if (to == Kind::bytes) return byte_string(r, r.value);
+  if (to == Kind::varbin) return counted(r, r.value, VDX_OVERFLOW);
+  if (r.source == r.destination && from == Kind::date) return fixed(r, VDX_SUCCESS, r.value);
+  if (from == Kind::date)
+    return to_text ? write_text(r, date_text(r), false)
+                   : write_date(r, date_type(r.source), read_date(date_type(r.source), r.value));
+  const Number n = read_number(r.source, r.value);
+  if (to_text)
+    return write_text(r, bytes_of(text_of(r, n)), from == Kind::integer || from == Kind::bit);
+  return write_number(r, n);
+}
+
+std::int32_t text_size(Request request) {
+  const Kind to = kind_of(request.destination);
+  if (to != Kind::text && to != Kind::utf16 && to != Kind::bytes) return 0;
+  request.format.flags &= VDX_FMT_QUOTE;
+  request.format.maxlength = 8192;
+  return std::max(0, expect(request).length);
+}
+
+}  // namespace vdx_test
