@@ -46,7 +46,7 @@ TEST(Platform, FilesAreReadUnderEverySpelling) {
       {"vdxplatform/\xff\xfe", "none"},
   };
   for (const auto& row : rows)
-    for (const std::size_t piece : {1, 3, 100}) {
+    for (const std::size_t piece : {1U, 3U, 100U}) {
       SCOPED_TRACE(row.name.substr(0, 100));
       EXPECT_EQ(read_all(row.name.c_str(), piece), row.expected);
     }
