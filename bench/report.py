@@ -50,7 +50,7 @@ ROWS = [
     ("bytes_to_hex", "64 bytes to hexadecimal", 0.5),
     ("hex_to_bytes", "hexadecimal to 64 bytes", 0.5),
     ("unichar_to_i4", "UTF-16 to `i4` beside bytes to `i4`", 1.5),
-    ("utf8_to_unichar", "`char` in UTF-8 to `unichar`, ASCII, beside the transcoder", 1.2),
+    ("utf8_to_unichar", "`char` in UTF-8 to `unichar`, ASCII, beside the transcoder", 1.4),
     ("numeric_add_38", "numeric add, 38 digits", 0.15),
     ("numeric_add_77", "numeric add, 77 digits", 0.15),
     ("numeric_multiply_38", "numeric multiply, 19 by 19 digits", 0.2),
