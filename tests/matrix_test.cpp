@@ -16,9 +16,6 @@ constexpr int kThinned = 16;  // checked builds are slow: one value in so many
 constexpr int kThinned = 1;
 #endif
 
-// Cells that have no function yet.
-int missing_cells = 0;
-
 // ---- values of every kind ----
 
 __extension__ using Wide = __int128;
@@ -538,10 +535,7 @@ TEST_P(Cells, DoWhatTheOracleSays) {
     const vdx::Cell& cell =
         vdx::matrix()[static_cast<std::size_t>(source * VDX_DATATYPES + destination)];
     if (!cell.named) continue;
-    if (cell.function == nullptr) {
-      ++missing_cells;
-      continue;
-    }
+    ASSERT_NE(cell.function, nullptr);
     if (kind_of(source) == Kind::utf16 && destination == 20) {  // a retired code of i8
       EXPECT_EQ(cell.function, com_conv_func(&table.context, source, VDX_I8));
       continue;

@@ -2,6 +2,7 @@
 // against a slow model of units.
 #include <string>
 
+#include "checks.h"
 #include "support.h"
 
 namespace {
@@ -252,7 +253,7 @@ TEST(UnicodeConvertDeath, RefusesTheRetiredCode) {
   const vdx_convfn function = com_conv_func(&table.context, VDX_UNITEXT, 20);
   EXPECT_EQ(function, &comn_unichartoi8);
   EXPECT_EQ(com_conv_func(&table.context, VDX_UNICHAR, 20), function);
-  EXPECT_DEATH(convert(table.context, VDX_UNICHAR, units(u"1"), 20, {0, 8}),
+  EXPECT_FATAL(convert(table.context, VDX_UNICHAR, units(u"1"), 20, {0, 8}),
                "assertion failed, file 'com_unichar.list' line 7");
 }
 

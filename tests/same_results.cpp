@@ -1,0 +1,277 @@
+// One number of everything that the library computes: conversions of every cell of the matrix,
+// money and numeric arithmetic, dates read, shown, cracked and made again. Builds of every kind, on
+// every platform, give the same number to the bit.
+//
+//   same_results [CALLS [EXPECTED]]   prints the hash of that many calls (10,000,000) and fails
+//                                     where it is not the expected one
+#include <cinttypes>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "convert/matrix.h"
+#include "vdxcomn.h"
+
+namespace {
+
+class Random {
+ public:
+  std::uint64_t next() {
+    state_ ^= state_ << 13;
+    state_ ^= state_ >> 7;
+    state_ ^= state_ << 17;
+    return state_;
+  }
+  std::uint32_t below(std::uint32_t n) { return static_cast<std::uint32_t>((next() >> 33) % n); }
+  std::uint64_t sized() { return next() >> below(64); }
+
+ private:
+  std::uint64_t state_ = 0x9E3779B97F4A7C15;
+};
+
+class Hash {
+ public:
+  void add(const void* bytes, std::size_t n) {
+    const auto* const from = static_cast<const unsigned char*>(bytes);
+    for (std::size_t i = 0; i < n; ++i) value_ = (value_ ^ from[i]) * 0x100000001B3;
+  }
+  template <class T>
+  void add(const T& value) {
+    add(&value, sizeof value);
+  }
+  std::uint64_t value() const { return value_; }
+
+ private:
+  std::uint64_t value_ = 0xCBF29CE484222325;
+};
+
+constexpr std::int32_t kRoom = 64;
+constexpr std::size_t kBuffer = 320;
+
+const char* const kTexts[] = {"Jan  2 2008  1:05PM",
+                              "2008-01-02 13:05:09.123456",
+                              "31.12.1999",
+                              "23:59:59.999",
+                              "$1,234.5678",
+                              "-0.00005",
+                              "1e-40",
+                              "-1.7976931348623157e308",
+                              "nan",
+                              "0x00ff7f",
+                              "it's",
+                              "   ",
+                              "\xC3\xA9\xE2\x82\xAC",
+                              "\xF0\x9F\x98\x80 smile",
+                              "19000101"};
+
+// A text of a number, a date, of hexadecimal digits or of anything.
+std::size_t make_text(Random& random, char* to) {
+  switch (random.below(5)) {
+    case 0:
+      return static_cast<std::size_t>(
+          std::snprintf(to, 64, "%" PRId64, static_cast<std::int64_t>(random.sized())));
+    case 1:
+      return static_cast<std::size_t>(std::snprintf(to, 64, "-%" PRIu64 ".%" PRIu64 "e%d",
+                                                    random.sized(), random.sized(),
+                                                    static_cast<int>(random.below(80)) - 40));
+    case 2:
+      return static_cast<std::size_t>(
+          std::snprintf(to, 64, "%d-%d-%d %d:%d:%d", static_cast<int>(random.below(11000)),
+                        static_cast<int>(random.below(14)), static_cast<int>(random.below(33)),
+                        static_cast<int>(random.below(25)), static_cast<int>(random.below(61)),
+                        static_cast<int>(random.below(61))));
+    case 3: {
+      const char* const text = kTexts[random.below(static_cast<std::uint32_t>(std::size(kTexts)))];
+      const std::size_t n = std::strlen(text);
+      std::memcpy(to, text, n);
+      return n;
+    }
+    default: {
+      const std::size_t n = 1 + random.below(40);
+      for (std::size_t i = 0; i < n; ++i) to[i] = static_cast<char>(random.sized());
+      return n;
+    }
+  }
+}
+
+void put_length(unsigned char* to, std::size_t n) {
+  const auto length = static_cast<std::int16_t>(n);
+  std::memcpy(to, &length, sizeof length);
+}
+
+// A value of the datatype, of which most are valid; its length is the format's.
+void make_value(Random& random, vdx_datafmt& format, unsigned char* to) {
+  std::memset(to, 0, kBuffer);
+  char text[kRoom * 2];
+  const std::int32_t fixed = comn_typelen(format.datatype, -1);
+  format.maxlength = fixed;
+  switch (format.datatype) {
+    case VDX_NUM:
+    case VDX_DECIMAL: {
+      vdx_num number{};
+      number.precision = static_cast<std::uint8_t>(1 + random.below(77));
+      number.scale = static_cast<std::uint8_t>(random.below(78));
+      number.value[0] = static_cast<std::uint8_t>(random.below(2));
+      const std::int32_t bytes = comb_get_Prec_To_Len(number.precision);
+      const std::int32_t used = 1 + static_cast<std::int32_t>(random.below(33));
+      for (std::int32_t i = bytes > used ? bytes - used : 1; i < bytes; ++i)
+        number.value[i] = static_cast<std::uint8_t>(random.next());
+      std::memcpy(to, &number, sizeof number);
+      return;
+    }
+    case VDX_BIT:
+      to[0] = static_cast<unsigned char>(random.below(2));
+      return;
+    case VDX_DATETIME: {
+      const std::int32_t image[] = {static_cast<std::int32_t>(random.below(3012154)) - 53690,
+                                    static_cast<std::int32_t>(random.below(25920001))};
+      std::memcpy(to, image, sizeof image);
+      return;
+    }
+    case VDX_DATEA:
+    case VDX_TIMEA: {
+      const std::int32_t image = format.datatype == VDX_DATEA
+                                     ? static_cast<std::int32_t>(random.below(3652061)) - 693597
+                                     : static_cast<std::int32_t>(random.below(25920001));
+      std::memcpy(to, &image, sizeof image);
+      return;
+    }
+    case VDX_BIGDATETIME:
+    case VDX_BIGTIME: {
+      const std::uint64_t image =
+          random.next() % (format.datatype == VDX_BIGDATETIME ? 315569520000000001 : 86400000001);
+      std::memcpy(to, &image, sizeof image);
+      return;
+    }
+    case VDX_VARCHAR:
+    case VDX_VARBIN: {
+      const std::size_t n = make_text(random, text);
+      put_length(to, n);
+      std::memcpy(to + 2, text, n);
+      return;
+    }
+    case VDX_UNICHAR:
+    case VDX_UNITEXT: {
+      const std::size_t n = make_text(random, text);
+      for (std::size_t i = 0; i < n; ++i) {
+        const auto unit = static_cast<std::uint16_t>(static_cast<unsigned char>(text[i]));
+        std::memcpy(to + 2 * i, &unit, sizeof unit);
+      }
+      if (random.below(8) == 0) to[2 * random.below(static_cast<std::uint32_t>(n)) + 1] = 0xD8;
+      format.maxlength = static_cast<std::int32_t>(2 * n);
+      return;
+    }
+    default:
+      break;
+  }
+  if (fixed > 0) {
+    const std::uint64_t bits = random.below(2) != 0 ? random.sized() : 0 - random.sized();
+    std::memcpy(to, &bits, sizeof bits);
+    return;
+  }
+  const std::size_t n = make_text(random, text);
+  std::memcpy(to, text, n);
+  format.maxlength = static_cast<std::int32_t>(n);
+}
+
+void convert(Random& random, Hash& hash, vdx_context& context,
+             const std::vector<vdx_locale*>& locales, std::int32_t cell) {
+  static const std::uint32_t kFlags[] = {0, 0, 0, 1, 2, 4, 5, 6, 32, 36, 64, 69};
+  vdx_datafmt from{}, to{};
+  unsigned char source[kBuffer], destination[kBuffer];
+  from.datatype = cell / VDX_DATATYPES;
+  to.datatype = cell % VDX_DATATYPES;
+  make_value(random, from, source);
+  to.maxlength = static_cast<std::int32_t>(random.below(kRoom));
+  to.format = kFlags[random.below(static_cast<std::uint32_t>(std::size(kFlags)))];
+  to.precision = static_cast<std::int32_t>(random.below(80));
+  to.scale = static_cast<std::int32_t>(random.below(40));
+  from.locale = locales[random.below(static_cast<std::uint32_t>(locales.size()))];
+  to.locale = locales[random.below(static_cast<std::uint32_t>(locales.size()))];
+  std::memset(destination, 0xA5, sizeof destination);
+  std::int32_t length = -1;
+  const std::int32_t code = com_conv_func(&context, from.datatype, to.datatype)(
+      &context, &from, source, &to, destination, &length);
+  hash.add(cell);
+  hash.add(code);
+  hash.add(length);
+  hash.add(destination, sizeof destination);
+}
+
+void compute(Random& random, Hash& hash) {
+  vdx_datafmt format{};
+  unsigned char image[3][kBuffer];
+  format.datatype = VDX_NUM;
+  make_value(random, format, image[0]);
+  make_value(random, format, image[1]);
+  vdx_num a, b, result;
+  std::memcpy(&a, image[0], sizeof a);
+  std::memcpy(&b, image[1], sizeof b);
+  for (auto* const operation : {comn_numadd, comn_numsub, comn_nummul, comn_numdivide}) {
+    result = {};
+    result.precision = static_cast<std::uint8_t>(1 + random.below(77));
+    result.scale = static_cast<std::uint8_t>(random.below(78));
+    hash.add(operation(&a, &b, &result));
+    hash.add(result);
+  }
+  hash.add(comn_numcmp(&a, &b));
+  const std::uint64_t low = random.sized(), high = random.sized();
+  vdx_money x{static_cast<std::int32_t>(low >> 32), static_cast<std::uint32_t>(low)};
+  vdx_money y{static_cast<std::int32_t>(high >> 32), static_cast<std::uint32_t>(high)};
+  for (auto* const operation : {comn_mnyadd, comn_mnysub, comn_mnymul, comn_mnydivide}) {
+    vdx_money money{};
+    hash.add(operation(&x, &y, &money));
+    hash.add(money);
+  }
+  format.datatype = VDX_DATETIME;
+  make_value(random, format, image[2]);
+  vdx_datetime moment, made{};
+  std::memcpy(&moment, image[2], sizeof moment);
+  daterec record;
+  std::memset(&record, 0, sizeof record);
+  com_datecrack(&moment, &record);
+  com_timecrack(&moment, &record);
+  hash.add(record);
+  hash.add(com_datemake(&made, &record));
+  hash.add(com_timemake(&made, &record));
+  hash.add(made);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const long long calls = argc > 1 ? std::atoll(argv[1]) : 10000000;
+  vdx_context context{};
+  context.version = VDX_VERSION;
+  if (com_conv_init(&context) != XS_SUCCEED) return 2;
+  std::vector<vdx_locale*> locales(1);
+  for (const char* const set : {"iso_1", "ascii", "utf8", "sjis"}) {
+    locales.push_back(nullptr);
+    if (comn_loc_alloc(nullptr, set, &locales.back()) != XS_SUCCEED) return 2;
+    const auto style = static_cast<std::int32_t>(locales.size() * 2);
+    comn_loc_set(locales.back(), VDX_LOC_DATE_STYLE, &style, sizeof style);
+  }
+  std::vector<std::int32_t> cells;
+  for (std::size_t i = 0; i < vdx::kCells; ++i)
+    if (vdx::matrix()[i].named && i % VDX_DATATYPES != 20)
+      cells.push_back(static_cast<std::int32_t>(i));
+
+  Random random;
+  Hash hash;
+  for (long long i = 0; i < calls; ++i) {
+    if (i % 16 == 0)
+      compute(random, hash);
+    else
+      convert(random, hash, context, locales, cells[static_cast<std::size_t>(i) % cells.size()]);
+  }
+  std::printf("%lld calls: %016" PRIx64 "\n", calls, hash.value());
+  for (vdx_locale* const locale : locales)
+    if (locale != nullptr) comn_loc_drop(nullptr, locale);
+  com_conv_free(&context);
+  if (argc > 2 && std::strtoull(argv[2], nullptr, 16) != hash.value()) {
+    std::printf("expected %s: results differ from those of other builds\n", argv[2]);
+    return 1;
+  }
+  return 0;
+}
