@@ -16,9 +16,6 @@ constexpr int kThinned = 16;  // checked builds are slow: one value in so many
 constexpr int kThinned = 1;
 #endif
 
-// Cells that have no function yet.
-int missing_cells = 0;
-
 // ---- values of every kind ----
 
 __extension__ using Wide = __int128;
@@ -138,8 +135,12 @@ void add_numerics(std::vector<Bytes>& values) {
         add(precision, scale, "1" + std::string(static_cast<std::size_t>(precision - 1), '0'));
       }
   Bytes bytes = numeric_image(3, 1, false, "999");
-  for (const auto& [at, byte] :
-       {std::pair<std::size_t, std::uint8_t>{0, 0}, {0, 78}, {1, 78}, {2, 2}, {3, 255}}) {
+  for (const auto& [at, byte] : {std::pair<std::size_t, std::uint8_t>{0, 0},
+                                 {0, 78},
+                                 {1, 78},
+                                 {2, 2},
+                                 {3, 255},
+                                 {4, 0xE8}}) {
     Bytes bad = bytes;
     bad[at] = byte;
     values.push_back(bad);
@@ -153,8 +154,8 @@ void add_dates(std::int32_t code, std::vector<Bytes>& values) {
   Random random(1900);
   for (const std::int64_t day :
        {-693596, -693595, -53691, -53690, -1, 0, 1, 39447, 65534, 65535, 65536, 2958463, 2958464})
-    for (const std::int64_t part : {0, 1, 2, 29, 30, 31, 1000, 3333, 5000, 9999})
-      for (const std::int64_t time : {per_day * part / 10000, per_day - 1 - part,
+    for (const std::int64_t part : {0, 1, 2, 29, 30, 31, 1000, 1665, 1666, 1667, 3333, 5000, 9999})
+      for (const std::int64_t time : {per_day * part / 10000, per_day - 1 - part, part,
                                       per_day * part / 10000 / 3 + part, per_day + part}) {
         if (code == VDX_DATE4 && (day < 0 || day > 65535)) continue;
         if ((code == VDX_TIMEA || code == VDX_BIGTIME) && day != 0 && day != 1) continue;
@@ -473,8 +474,11 @@ std::vector<Format> formats_of(std::int32_t destination, std::int32_t size, Rand
 
 // False where the answers differ.
 bool agrees(vdx_context& context, Request request) {
-  request.format.locale = locale_of(request.from);
-  request.format.to_locale = locale_of(request.to);
+  // Equal locales may as well be the context's.
+  const bool of_context = request.from == request.to && request.value.size() % 2 != 0;
+  context.locale = of_context ? locale_of(request.from) : nullptr;
+  request.format.locale = of_context ? nullptr : locale_of(request.from);
+  request.format.to_locale = of_context ? nullptr : locale_of(request.to);
   const Answer answer = expect(request);
   const Result result =
       convert(context, request.source, request.value, request.destination, request.format);
@@ -538,10 +542,7 @@ TEST_P(Cells, DoWhatTheOracleSays) {
     const vdx::Cell& cell =
         vdx::matrix()[static_cast<std::size_t>(source * VDX_DATATYPES + destination)];
     if (!cell.named) continue;
-    if (cell.function == nullptr) {
-      ++missing_cells;
-      continue;
-    }
+    ASSERT_NE(cell.function, nullptr) << source << " to " << destination;
     if (kind_of(source) == Kind::utf16 && destination == 20) {  // a retired code of i8
       EXPECT_EQ(cell.function, com_conv_func(&table.context, source, VDX_I8));
       continue;
