@@ -334,27 +334,6 @@ TEST(Numeric, EdgesOfWriting) {
   }
 }
 
-TEST(Numeric, ReadingValidates) {
-  const struct {
-    Bytes image;
-    std::int32_t code;
-  } rows[] = {{{1, 0, 0, 9}, VDX_SUCCESS},      {{1, 0, 1, 0}, VDX_SUCCESS},
-              {{1, 77, 0, 1}, VDX_SUCCESS},     {{0, 0, 0, 0}, VDX_INVALID},
-              {{78, 0, 0, 0}, VDX_INVALID},     {{1, 78, 0, 0}, VDX_INVALID},
-              {{1, 0, 2, 0}, VDX_INVALID},      {{1, 0, 0, 10}, VDX_INVALID},
-              {{3, 0, 0, 3, 231}, VDX_SUCCESS}, {{3, 0, 0, 3, 232}, VDX_INVALID}};
-  for (const auto& row : rows) {
-    Bytes image = row.image;
-    image.resize(35);
-    Exact value;
-    EXPECT_EQ(vdx::read_numeric(image.data(), value), row.code)
-        << int{image[0]} << ' ' << int{image[3]};
-    if (row.code == VDX_SUCCESS && image[3] == 0) {
-      EXPECT_FALSE(value.negative);
-    }
-  }
-}
-
 // Both arithmetics under the same magnitudes.
 TEST(Numeric, LimbArithmeticOfBothKinds) {
   Random random(9);

@@ -135,8 +135,12 @@ void add_numerics(std::vector<Bytes>& values) {
         add(precision, scale, "1" + std::string(static_cast<std::size_t>(precision - 1), '0'));
       }
   Bytes bytes = numeric_image(3, 1, false, "999");
-  for (const auto& [at, byte] :
-       {std::pair<std::size_t, std::uint8_t>{0, 0}, {0, 78}, {1, 78}, {2, 2}, {3, 255}}) {
+  for (const auto& [at, byte] : {std::pair<std::size_t, std::uint8_t>{0, 0},
+                                 {0, 78},
+                                 {1, 78},
+                                 {2, 2},
+                                 {3, 255},
+                                 {4, 0xE8}}) {
     Bytes bad = bytes;
     bad[at] = byte;
     values.push_back(bad);
@@ -150,8 +154,8 @@ void add_dates(std::int32_t code, std::vector<Bytes>& values) {
   Random random(1900);
   for (const std::int64_t day :
        {-693596, -693595, -53691, -53690, -1, 0, 1, 39447, 65534, 65535, 65536, 2958463, 2958464})
-    for (const std::int64_t part : {0, 1, 2, 29, 30, 31, 1000, 3333, 5000, 9999})
-      for (const std::int64_t time : {per_day * part / 10000, per_day - 1 - part,
+    for (const std::int64_t part : {0, 1, 2, 29, 30, 31, 1000, 1665, 1666, 1667, 3333, 5000, 9999})
+      for (const std::int64_t time : {per_day * part / 10000, per_day - 1 - part, part,
                                       per_day * part / 10000 / 3 + part, per_day + part}) {
         if (code == VDX_DATE4 && (day < 0 || day > 65535)) continue;
         if ((code == VDX_TIMEA || code == VDX_BIGTIME) && day != 0 && day != 1) continue;
@@ -316,10 +320,10 @@ const std::vector<std::u32string>& texts() {
         list.push_back(wide.substr(0, wide.size() - 4) + U"." + wide.substr(wide.size() - 4));
     }
     for (const char32_t pad : {U' ', U'0', U'\'', U'\u3042', U'7'})
-      for (const std::size_t size :
+      for (const unsigned size :
            {7, 8, 9, 15, 16, 17, 31, 32, 33, 63, 64, 127, 128, 129, 254, 255, 256})
         list.push_back(std::u32string(size, pad) + (size % 2 != 0 ? U"7" : U""));
-    for (const std::size_t size : {512, 1021, 1022, 1023, 1024, 2000}) {
+    for (const unsigned size : {512, 1021, 1022, 1023, 1024, 2000}) {
       list.push_back(U"1" + std::u32string(size, U'0') + U"e-" + std::u32string(U"999"));
       list.push_back(U"0." + std::u32string(size, U'4') + U"5");
       list.push_back(std::u32string(size, U' ') + U"10:15" + std::u32string(size, U'\u3000'));
@@ -470,8 +474,11 @@ std::vector<Format> formats_of(std::int32_t destination, std::int32_t size, Rand
 
 // False where the answers differ.
 bool agrees(vdx_context& context, Request request) {
-  request.format.locale = locale_of(request.from);
-  request.format.to_locale = locale_of(request.to);
+  // Equal locales may as well be the context's.
+  const bool of_context = request.from == request.to && request.value.size() % 2 != 0;
+  context.locale = of_context ? locale_of(request.from) : nullptr;
+  request.format.locale = of_context ? nullptr : locale_of(request.from);
+  request.format.to_locale = of_context ? nullptr : locale_of(request.to);
   const Answer answer = expect(request);
   const Result result =
       convert(context, request.source, request.value, request.destination, request.format);
@@ -535,7 +542,7 @@ TEST_P(Cells, DoWhatTheOracleSays) {
     const vdx::Cell& cell =
         vdx::matrix()[static_cast<std::size_t>(source * VDX_DATATYPES + destination)];
     if (!cell.named) continue;
-    ASSERT_NE(cell.function, nullptr);
+    ASSERT_NE(cell.function, nullptr) << source << " to " << destination;
     if (kind_of(source) == Kind::utf16 && destination == 20) {  // a retired code of i8
       EXPECT_EQ(cell.function, com_conv_func(&table.context, source, VDX_I8));
       continue;

@@ -859,11 +859,7 @@ Answer from_characters(const Request& r, const Characters& characters) {
     pieces.push_back(piece.value_or(Bytes{'?'}));
     if (c.code == '\'' && quoted) pieces.back().push_back('\'');
   }
-  if (to != Kind::varchar) {
-    Answer a = text_of_characters(r, pieces, substituted);
-    if (quoted) a.open_from = static_cast<std::size_t>(a.length);
-    return a;
-  }
+  if (to != Kind::varchar) return text_of_characters(r, pieces, substituted);
   Request whole = r;  // the count, then what a destination of 256 bytes gets
   whole.format = {};
   whole.format.maxlength = 256;
