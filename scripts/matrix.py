@@ -1,17 +1,16 @@
 #!/usr/bin/env python3
-"""Writes README's table of conversions by kind from the lists of conversions.
+"""Writes README's table of conversions by kind, and the table of functions in docs/conversions.md, from
+the lists of conversions.
 
     scripts/matrix.py [--check]
 
---check writes nothing and fails when the table is not what would be written.
+--check writes nothing and fails when a table is not what would be written.
 """
 import pathlib
 import re
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-README = ROOT / "README.md"
-TABLE = re.compile(r"(<!-- matrix -->\n).*?(<!-- /matrix -->)", re.S)
 
 # A kind and the names that its datatypes have in the lists.
 KINDS = [
@@ -29,30 +28,50 @@ KINDS = [
 ]
 
 
-def main():
-    filled = {}  # (source, destination): whether the conversion is there
-    for path in (ROOT / "generic/src/convert").glob("*.list"):
-        for macro, source, destination in re.findall(r"^([A-Z]+)\((\w+), *(\w+)", path.read_text(), re.M):
-            filled[source, destination] = macro != "PLANNED"
 
+
+def read_lists():
+    """What exists: (source, destination) with the macro of its row."""
+    rows = {}
+    for path in sorted((ROOT / "generic/src/convert").glob("*.list")):
+        for macro, source, destination in re.findall(r"^([A-Z]+)\((\w+), *(\w+)", path.read_text(), re.M):
+            rows[source, destination] = macro
+    return rows
+
+
+def kinds_table(rows):
     lines = ["| from \\ to | " + " | ".join(title for title, _ in KINDS) + " |",
              "|---|" + ":-:|" * len(KINDS)]
     for title, sources in KINDS:
-        fields = []
-        for _, destinations in KINDS:
-            states = {filled[pair] for pair in filled
-                      if pair[0] in sources.split() and pair[1] in destinations.split()}
-            fields.append({(): " ", (True,): "●", (False,): "○"}.get(tuple(states), "◐"))
+        fields = ["●" if any((s, d) in rows for s in sources.split() for d in destinations.split()) else " "
+                  for _, destinations in KINDS]
         lines.append(f"| {title} | " + " | ".join(fields) + " |")
+    return lines
 
-    old = README.read_text(encoding="utf-8")
-    new = TABLE.sub(lambda found: found[1] + "\n".join(lines) + "\n" + found[2], old)
-    if not TABLE.search(old):
-        sys.exit("README.md has no place for the table")
-    if "--check" not in sys.argv[1:]:
-        README.write_text(new, encoding="utf-8")
-    elif new != old:
-        sys.exit("README's table of conversions is out of date: run scripts/matrix.py")
+
+def functions_table(rows):
+    lines = ["| from | exported, `comn_<from>to<destination>` | through the table alone |", "|---|---|---|"]
+    for source in dict.fromkeys(source for source, _ in rows):
+        exported = [d for (s, d), macro in rows.items() if s == source and macro != "INTERNAL"]
+        internal = [d for (s, d), macro in rows.items() if s == source and macro == "INTERNAL"]
+        lines.append(f"| `{source}` | {', '.join(exported)} | {', '.join(internal)} |")
+    return lines
+
+
+def main():
+    rows = read_lists()
+    for name, mark, lines in (("README.md", "matrix", kinds_table(rows)),
+                              ("docs/conversions.md", "functions", functions_table(rows))):
+        path = ROOT / name
+        place = re.compile(rf"(<!-- {mark} -->\n).*?(<!-- /{mark} -->)", re.S)
+        old = path.read_text(encoding="utf-8")
+        if not place.search(old):
+            sys.exit(f"{name} has no place for its table")
+        new = place.sub(lambda found: found[1] + "\n".join(lines) + "\n" + found[2], old)
+        if "--check" not in sys.argv[1:]:
+            path.write_text(new, encoding="utf-8")
+        elif new != old:
+            sys.exit(f"the table in {name} is out of date: run scripts/matrix.py")
 
 
 if __name__ == "__main__":

@@ -21,12 +21,10 @@ namespace vdx {
 #define CONVERSION(S, D, way)
 #define SPECIAL(S, D, way)
 #define INTERNAL(S, D, way) extern vdx_conversion inner_##S##to##D;
-#define PLANNED(S, D)
 #include "convert/all.list"
 #undef CONVERSION
 #undef SPECIAL
 #undef INTERNAL
-#undef PLANNED
 
 namespace {
 
@@ -37,12 +35,10 @@ constexpr FamilyTable kFamilyTable = [] {
 #define CONVERSION(S, D, way) table[family_##S][family_##D] = {true, comn_##S##to##D};
 #define SPECIAL(S, D, way) table[family_##S][family_##D] = {true, comn_##S##to##D};
 #define INTERNAL(S, D, way) table[family_##S][family_##D] = {true, inner_##S##to##D};
-#define PLANNED(S, D) table[family_##S][family_##D] = {true, nullptr};
 #include "convert/all.list"
 #undef CONVERSION
 #undef SPECIAL
 #undef INTERNAL
-#undef PLANNED
   return table;
 }();
 

@@ -4,7 +4,6 @@
 //   CONVERSION(source, destination, way)  exported as comn_<source>to<destination>
 //   SPECIAL(source, destination, way)     exported; an exception of its family, the way is its own
 //   INTERNAL(source, destination, way)    reached through the table alone
-//   PLANNED(source, destination)          a cell of the matrix that has no function yet
 #include "convert/ways.h"
 #include "frame/check.h"
 #include "vdxcomn/conversions.h"
@@ -30,4 +29,3 @@
   extern vdx_conversion inner_##S##to##D; \
   VDX_DEFINE(inner_##S##to##D, S, D, way) \
   }
-#define PLANNED(S, D)
