@@ -50,17 +50,6 @@ struct Float {
   T number;
 };
 
-// What every type of fixed length does alike: its image is its value.
-template <class T>
-struct fixed {
-  static constexpr std::int32_t kLength = sizeof(T);
-  static std::int32_t put(const Call& call, T value, std::int32_t code) {
-    store(call.destination, value);
-    return code;
-  }
-  static void set_length(const Call& call) { *call.length = kLength; }
-};
-
 // The nearest value of To, and the code: a negative value below an unsigned type is an underflow,
 // but for the one-byte type, where it is an overflow.
 template <Integral To, Integral From>
@@ -72,6 +61,26 @@ inline std::int32_t narrow(From from, To& to) {
   to = below ? std::numeric_limits<To>::min() : std::numeric_limits<To>::max();
   return below && std::is_unsigned_v<To> && sizeof(To) > 1 ? VDX_UNDERFLOW : VDX_OVERFLOW;
 }
+
+// What every type of fixed length does alike: its image is its value.
+template <class T>
+struct fixed {
+  static constexpr std::int32_t kLength = sizeof(T);
+  static std::int32_t put(const Call& call, T value, std::int32_t code) {
+    store(call.destination, value);
+    return code;
+  }
+  static void set_length(const Call& call) { *call.length = kLength; }
+
+  // The nearest value of the type, and the code, of anything that narrows to it.
+  template <class V>
+  static std::int32_t put_nearest(const Call& call, const V& value) {
+    set_length(call);
+    T result;
+    const std::int32_t code = narrow(value, result);
+    return put(call, result, code);
+  }
+};
 
 // Ten-thousandths to whole units, half away from zero. Never further from zero than the count.
 template <class T>
@@ -97,10 +106,7 @@ struct integer : fixed<T> {
   template <class V>
   requires requires(const V& value, T& result) { narrow(value, result); }
   static std::int32_t write(const Call& call, const V& value) {
-    fixed<T>::set_length(call);
-    T result;
-    const std::int32_t code = narrow(value, result);
-    return fixed<T>::put(call, result, code);
+    return fixed<T>::put_nearest(call, value);
   }
 
   static std::int32_t write(const Call& call, Bit bit) { return write(call, static_cast<T>(bit)); }
@@ -145,10 +151,7 @@ struct bits : fixed<Bit> {
   template <class V>
   requires requires(const V& value, Bit& result) { narrow(value, result); }
   static std::int32_t write(const Call& call, const V& value) {
-    set_length(call);
-    Bit result;
-    const std::int32_t code = narrow(value, result);
-    return put(call, result, code);
+    return put_nearest(call, value);
   }
 
   // Any amount counts, however far below one unit.
@@ -183,10 +186,7 @@ struct floating : fixed<T> {
   template <class V>
   requires requires(const V& value, T& result) { narrow(value, result); }
   static std::int32_t write(const Call& call, const V& value) {
-    fixed<T>::set_length(call);
-    T result;
-    const std::int32_t code = narrow(value, result);
-    return fixed<T>::put(call, result, code);
+    return fixed<T>::put_nearest(call, value);
   }
 
   template <class M>
