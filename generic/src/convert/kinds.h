@@ -150,9 +150,7 @@ struct bits : fixed<Bit> {
 
   template <class V>
   requires requires(const V& value, Bit& result) { narrow(value, result); }
-  static std::int32_t write(const Call& call, const V& value) {
-    return put_nearest(call, value);
-  }
+  static std::int32_t write(const Call& call, const V& value) { return put_nearest(call, value); }
 
   // Any amount counts, however far below one unit.
   template <class M>
