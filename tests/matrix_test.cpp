@@ -134,6 +134,9 @@ void add_numerics(std::vector<Bytes>& values) {
         add(precision, scale, digits);
         add(precision, scale, "1" + std::string(static_cast<std::size_t>(precision - 1), '0'));
       }
+  for (const char* middle : {"9007199254740993", "16777217", "9007199254740995"})  // of two floats
+    for (const char* behind : {"00000000000000000000", "00000000000000000001"})
+      add(60, 20, std::string(middle) + behind);
   Bytes bytes = numeric_image(3, 1, false, "999");
   for (const auto& [at, byte] : {std::pair<std::size_t, std::uint8_t>{0, 0},
                                  {0, 78},
@@ -237,6 +240,7 @@ const std::vector<std::u32string>& texts() {
         U"-nan",
         U"0.1",
         U"0.3",
+        U"9007199254740993.0000000000000000000000000001",
         U"9007199254740993",
         U"1.17549429e-38",
         U"4.9e-324",
