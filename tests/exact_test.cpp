@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "number/com_num.h"
-#include "support.h"
+#include "oracle.h"
 #include "vdxcomn/number.h"
 
 namespace {
@@ -252,13 +252,8 @@ TEST(Numeric, ImagesMatchDigitStrings) {
     std::string wanted = rescaled(digits, from, scale);
     const bool fits = wanted.size() <= static_cast<std::size_t>(precision);
     if (!fits) wanted.assign(static_cast<std::size_t>(precision), '9');
-    const auto size = static_cast<std::size_t>(comb_get_Prec_To_Len(precision)) - 1;
-    Bytes image = {static_cast<std::uint8_t>(precision), static_cast<std::uint8_t>(scale),
-                   static_cast<std::uint8_t>(negative && !wanted.empty() ? 1 : 0)};
-    const Bytes magnitude = to_bytes(wanted, size);
-    image.insert(image.end(), magnitude.begin(), magnitude.end());
+    Bytes image = vdx_test::numeric_image(precision, scale, negative && !wanted.empty(), wanted);
     image.resize(37, vdx_test::kGuard);
-    std::fill(image.begin() + 3 + static_cast<long>(size), image.begin() + 35, std::uint8_t{0});
 
     Bytes out(37, vdx_test::kGuard);
     ASSERT_EQ(vdx::write_numeric(exact_of(digits, from, negative), precision, scale, out.data()),
@@ -274,63 +269,36 @@ TEST(Numeric, ImagesMatchDigitStrings) {
   }
 }
 
+// Magnitudes and scales that no datatype has.
 TEST(Numeric, EdgesOfWriting) {
-  const std::int64_t least = std::numeric_limits<std::int64_t>::min();
+  const std::string nines(77, '9');
+  const std::uint64_t ones = ~std::uint64_t{0}, top = std::uint64_t{1} << 63;
   const struct {
     Exact value;
     std::int32_t precision, scale, code;
-    const char* digits;
-    bool negative;
+    std::string digits;
   } rows[] = {
-      {vdx::exact_signed(least), 19, 0, VDX_SUCCESS, "9223372036854775808", true},
-      {vdx::exact_signed(least), 18, 0, VDX_OVERFLOW, "999999999999999999", true},
-      {vdx::exact_integer(~std::uint64_t{0}, false), 77, 57, VDX_SUCCESS,
-       "18446744073709551615000000000000000000000000000000000000000000000000000000000", false},
-      {vdx::exact_integer(1, false), 77, 77, VDX_OVERFLOW,
-       "99999999999999999999999999999999999999999999999999999999999999999999999999999", false},
-      {vdx::exact_integer(0, true), 77, 77, VDX_SUCCESS, "", false},
-      {vdx::exact_money(-15), 5, 3, VDX_SUCCESS, "2", true},
-      {vdx::exact_money(-4), 5, 3, VDX_SUCCESS, "", false},
-      {vdx::exact_money(99995), 3, 3, VDX_OVERFLOW, "999", false},
-      {vdx::exact_money(9995), 2, 2, VDX_OVERFLOW, "99", false},  // fits until it is rounded
-      {vdx::exact_money(95), 2, 5, VDX_OVERFLOW, "99", false},  // 0.0095 takes three of five digits
-      {vdx::exact_money(5), 2, 5, VDX_SUCCESS, "50", false},
-      {{false, 400, {5, 0, 0, 1}}, 10, 2, VDX_SUCCESS, "", false},
-      {{true, 78, {0, 0, 0, std::uint64_t{1} << 63}}, 5, 0, VDX_SUCCESS, "", false},
-      {{true, 77, {0, 0, 0, std::uint64_t{1} << 63}}, 5, 0, VDX_SUCCESS, "1", true},
-      {{false, 1, {~0ULL, ~0ULL, ~0ULL, ~0ULL}},
+      {vdx::exact_integer(ones, false), 77, 57, VDX_SUCCESS,
+       "18446744073709551615" + std::string(57, '0')},
+      {vdx::exact_integer(1, false), 77, 77, VDX_OVERFLOW, nines},
+      {vdx::exact_integer(0, true), 77, 77, VDX_SUCCESS, ""},
+      {vdx::exact_money(95), 2, 5, VDX_OVERFLOW, "99"},  // 0.0095 takes three of five digits
+      {{false, 400, {5, 0, 0, 1}}, 10, 2, VDX_SUCCESS, ""},
+      {{true, 78, {0, 0, 0, top}}, 5, 0, VDX_SUCCESS, ""},
+      {{true, 77, {0, 0, 0, top}}, 5, 0, VDX_SUCCESS, "1"},
+      {{false, 1, {ones, ones, ones, ones}},
        77,
        0,
        VDX_SUCCESS,
-       "11579208923731619542357098500868790785326998466564056403945758400791312963994",
-       false},
-      {{false, 0, {0, 1, 0, 0}},
-       77,
-       60,
-       VDX_OVERFLOW,
-       "99999999999999999999999999999999999999999999999999999999999999999999999999999",
-       false},
+       "11579208923731619542357098500868790785326998466564056403945758400791312963994"},
+      {{false, 0, {0, 1, 0, 0}}, 77, 60, VDX_OVERFLOW, nines},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.digits);
     Bytes out(35);
     EXPECT_EQ(vdx::write_numeric(row.value, row.precision, row.scale, out.data()), row.code);
-    EXPECT_EQ(
-        to_digits(Bytes(out.begin() + 3, out.begin() + 2 + comb_get_Prec_To_Len(row.precision))),
-        row.digits);
-    EXPECT_EQ(out[2], row.negative ? 1 : 0);
-  }
-  const struct {
-    std::int32_t precision, scale, code;
-  } refused[] = {{0, 0, VDX_BAD_PRECISION},
-                 {78, 99, VDX_BAD_PRECISION},
-                 {-1, 0, VDX_BAD_PRECISION},
-                 {77, 78, VDX_BAD_SCALE},
-                 {5, -1, VDX_BAD_SCALE}};
-  for (const auto& row : refused) {
-    Bytes out(35, vdx_test::kGuard);
-    EXPECT_EQ(vdx::write_numeric(Exact{}, row.precision, row.scale, out.data()), row.code);
-    EXPECT_EQ(out, Bytes(35, vdx_test::kGuard));
+    EXPECT_EQ(out, vdx_test::numeric_image(row.precision, row.scale,
+                                           row.value.negative && !row.digits.empty(), row.digits))
+        << row.digits;
   }
 }
 

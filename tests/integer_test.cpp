@@ -67,32 +67,20 @@ struct ParserRow {
 constexpr std::uint32_t kMax4 = 4294967295U;
 const ParserRow kParserRows[] = {
     {"  42  ", 4, 42, 4, 42, 4, 42, 4, 42},
-    {"  -42  ", 4, -42, 4, -42, -2, 0, -2, 0},
     {"- 42", 4, -42, 4, -42, -2, 0, -2, 0},
-    {"+ 42", 4, 42, 4, 42, 4, 42, 4, 42},
     {"+-1", -2, 0, -2, 0, -2, 0, -2, 0},
-    {"--1", -2, 0, -2, 0, -2, 0, -2, 0},
     {"4 2", -2, 4, -2, 0, -2, 4, -2, 0},
     {"42x", -2, 42, -2, 0, -2, 42, -2, 0},
-    {"42-", -2, 42, -2, 0, -2, 42, -2, 0},
-    {"x", -2, 0, -2, 0, -2, 0, -2, 0},
     {"\t1", -2, 0, -2, 0, -2, 0, -2, 0},
     {"", 0, 0, 0, 0, 0, 0, 0, 0},
     {"   ", 4, 0, 4, 0, 4, 0, 4, 0},
     {"-", 4, 0, 4, 0, -2, 0, -2, 0},
-    {"+", 4, 0, 4, 0, 4, 0, 4, 0},
-    {"-0", 4, 0, 4, 0, -2, 0, -2, 0},
     {"32768", 4, 32768, -1, -32768, 4, 32768, 4, 32768},
-    {"-32769", 4, -32769, -1, 32767, -2, 0, -2, 0},
-    {"65536", 4, 65536, -1, 0, 4, 65536, -1, 0},
-    {"2147483647", 4, 2147483647, -1, -1, 4, 2147483647, -1, 65535},
     {"2147483648", -1, 2147483640, -1, 0, 4, 2147483648U, -1, 0},
     {"21474836470", -1, 2147483647, -1, 0, -1, kMax4, -1, 0},
-    {"-2147483648", 4, INT32_MIN, -1, 0, -2, 0, -2, 0},
     {"-2147483649", -1, -2147483640, -1, 0, -2, 0, -2, 0},
     {"4294967295", -1, 429496729, -1, 0, 4, kMax4, -1, 65535},
     {"4294967296", -1, 429496729, -1, 0, -1, kMax4, -1, 0},
-    {"00000000000000000000000000000000000000007", 4, 7, 4, 7, 4, 7, 4, 7},
     {"99999999999999999999x", -1, 999999999, -1, 0, -1, kMax4, -1, 0},
 };
 
@@ -158,12 +146,9 @@ TEST(Parsers, WideLimits) {
     Parsed<std::int64_t> is;
     Parsed<std::uint64_t> us;
   } rows[] = {
-      {"9223372036854775807", {4, INT64_MAX}, {4, INT64_MAX}},
       {"9223372036854775808", {-1, 9223372036854775800}, {4, 9223372036854775808U}},
-      {"-9223372036854775808", {4, INT64_MIN}, {-2, 0}},
       {"-9223372036854775809", {-1, -9223372036854775800}, {-2, 0}},
       {"18446744073709551615", {-1, 1844674407370955161}, {4, UINT64_MAX}},
-      {"18446744073709551616", {-1, 1844674407370955161}, {-1, UINT64_MAX}},
       {"      +18446744073709551609      ", {-1, 1844674407370955160}, {4, 18446744073709551609U}},
   };
   for (const auto& row : rows) {
@@ -224,12 +209,12 @@ TEST(ContractDeath, ReportsTheRowOfTheConversion) {
   char out[20];
   std::int32_t n = 0;
   const char* const null = "Invalid NULL pointer , file 'com_i4.list' line";
-  EXPECT_FATAL(comn_i4tochar(nullptr, &from, &value, &to, out, &n), null);
-  EXPECT_FATAL(comn_i4tochar(&table.context, nullptr, &value, &to, out, &n), null);
-  EXPECT_FATAL(comn_i4tochar(&table.context, &from, nullptr, &to, out, &n), null);
-  EXPECT_FATAL(comn_i4tochar(&table.context, &from, &value, nullptr, out, &n), null);
-  EXPECT_FATAL(comn_i4tochar(&table.context, &from, &value, &to, nullptr, &n), null);
-  EXPECT_FATAL(comn_i4tochar(&table.context, &from, &value, &to, out, nullptr), null);
+  for (int i = 0; i < 6; ++i) {
+    const auto unless = [&](int at, auto* pointer) { return i == at ? nullptr : pointer; };
+    EXPECT_FATAL(comn_i4tochar(unless(0, &table.context), unless(1, &from), unless(2, &value),
+                               unless(3, &to), unless(4, out), unless(5, &n)),
+                 null);
+  }
   const char* const broken = "assertion failed, file 'com_i4.list' line";
   to.maxlength = -1;
   EXPECT_FATAL(comn_i4tochar(&table.context, &from, &value, &to, out, &n), broken);
@@ -242,11 +227,6 @@ TEST(ContractDeath, ReportsTheRowOfTheConversion) {
     from.datatype = wrong;
     EXPECT_FATAL(comn_i4tochar(&table.context, &from, &value, &to, out, &n), broken);
     from.datatype = VDX_I4;
-  }
-  for (const std::int32_t text : std::initializer_list<std::int32_t>{
-           VDX_CHAR, VDX_LONGCHAR, VDX_TEXT, VDX_XML, VDX_SENSITIVITY, VDX_BOUNDARY}) {
-    to.datatype = text;
-    EXPECT_EQ(comn_i4tochar(&table.context, &from, &value, &to, out, &n), 1);
   }
   from.datatype = VDX_CHAR;
   from.maxlength = 0;

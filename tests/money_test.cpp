@@ -31,33 +31,20 @@ Wide absolute(Wide v) { return v < 0 ? -v : v; }
 
 std::int64_t noise(Random& random) {
   static constexpr std::int64_t kEdges[] = {0,
-                                            1,
-                                            -1,
-                                            9,
                                             10,
-                                            -10,
-                                            9999,
-                                            10000,
-                                            -10000,
                                             5000,
-                                            0x7fffffff,
+                                            10000,
                                             0x80000000,
-                                            -0x7fffffff,
-                                            -0x80000000LL,
-                                            -0x80000001LL,
-                                            0xffffffff,
                                             0x100000000,
+                                            303700049997,
                                             1844674407370955,
-                                            1844674407370956,
-                                            303700049997LL,
                                             922337203685477580,
-                                            -922337203685477580,
-                                            kMoneyMax,
-                                            kMoneyMax - 1,
-                                            kMoneyMin + 1,
-                                            kMoneyMin};
+                                            kMoneyMax};
   const std::uint64_t pick = random.below(64);
-  if (pick < std::size(kEdges)) return kEdges[pick];
+  if (pick < 3 * std::size(kEdges)) {  // or its neighbour, of either sign
+    const auto edge = static_cast<std::uint64_t>(kEdges[pick / 3]) + pick % 3 - 1;
+    return static_cast<std::int64_t>(random.below(2) != 0 ? edge : 0 - edge);
+  }
   const auto size = static_cast<std::int64_t>(random.sized());
   return (pick & 1) != 0 ? size : static_cast<std::int64_t>(0 - static_cast<std::uint64_t>(size));
 }
@@ -482,13 +469,9 @@ TEST(MoneyDouble, BothWays) {
     std::int64_t value;
   };
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
-  constexpr Row kRows[] = {{0.0, 8, 0},
-                           {-0.0, 8, 0},
-                           {1.5, 8, 15000},
+  constexpr Row kRows[] = {{-0.0, 8, 0},
                            {-0.00005, 8, -1},
                            {0.000049, 8, 0},
-                           {123.45678, 8, 1234568},
-                           {429496.7296, 8, 0x100000000},
                            {-429496.7296, 8, -0x100000000},
                            {922337203685477.6, 8, kMoneyMax},
                            {-922337203685477.6, 8, -kMoneyMax},

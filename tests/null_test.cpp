@@ -1,7 +1,7 @@
 // Null images of a context, and the fillers of the older interface.
 #include <cstdlib>
 
-#include "support.h"
+#include "characters.h"
 
 namespace {
 
@@ -20,16 +20,7 @@ struct Nulls {
   Nulls& operator=(const Nulls&) = delete;
 };
 
-struct Got {
-  std::int32_t code, length;
-  Bytes bytes;  // up to the last one that was written
-  bool operator==(const Got&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Got& got) {
-  return out << got.code << " length " << got.length << " bytes "
-             << testing::PrintToString(got.bytes);
-}
+using Got = vdx_test::Result;  // its bytes end with the last one that was written
 
 // Checks that nothing is written beyond the room and cuts off what was never written.
 Bytes written(Bytes bytes, std::size_t room) {
@@ -71,10 +62,7 @@ TEST(Null, DefaultsOfEveryDatatype) {
     SCOPED_TRACE(code);
     Bytes expected(static_cast<std::size_t>(lengths[code]));
     if (code == VDX_NUM || code == VDX_DECIMAL) expected = numeric(0, 3);  // as the format says
-    if (code >= VDX_TEXTLOCATOR) {
-      const std::int32_t none = -779;
-      std::memcpy(expected.data(), &none, sizeof none);
-    }
+    if (code >= VDX_TEXTLOCATOR) (expected = vdx_test::image(-779)).resize(32);
     for (const std::int32_t room : {300, lengths[code], lengths[code] / 2}) {
       const std::int32_t n = std::min(room, lengths[code]);
       EXPECT_EQ(get(nulls.context, code, room, 0, 0, 3),
@@ -93,10 +81,7 @@ TEST(Null, FollowsTheDestination) {
   ASSERT_EQ(com_null_set(&c, VDX_UNITEXT, odd.data(), 3), 1);
   ASSERT_EQ(com_null_set(&c, VDX_DECIMAL, "abcd", 4), 1);
   ASSERT_EQ(com_null_set(&c, 77, "abc", 3), 1);
-  Bytes blank(2), swapped(2);
-  const std::uint16_t unit = 0x0020;
-  std::memcpy(blank.data(), &unit, 2);
-  swapped = {blank[1], blank[0]};
+  const Bytes blank = vdx_test::encode_unit(' '), swapped = {blank[1], blank[0]};
   const auto join = [](std::initializer_list<Bytes> parts) {
     Bytes all;
     for (const Bytes& part : parts) all.insert(all.end(), part.begin(), part.end());
@@ -309,9 +294,7 @@ TEST(OldNull, TextAndBytes) {
   };
   const std::string long_value(257, 'x'), full(256, 'x');
   const char ab[] = {'a', 0, 'b', 0};
-  Bytes wide(4);
-  const std::uint16_t unit = 0x0020;
-  for (std::size_t i = 0; i < 4; i += 2) std::memcpy(wide.data() + i, &unit, 2);
+  const Bytes wide = vdx_test::encode_utf16(U"  ");
   Bytes two(ab, ab + 4);
   const struct {
     Filler filler;
@@ -367,6 +350,7 @@ TEST(OldNull, Numerics) {
       {0, nullptr, 0, 77, 77, 35, numeric(77, 77)},
       {35, nullptr, 0, 0, 2, -7, {}},
       {35, &value, 35, 78, 78, -7, {}},
+      {35, &value, 35, -1, 0, -7, {}},
       {35, nullptr, 0, 1, -1, -8, {}},
       {35, &value, 35, 77, 78, -8, {}},
       {35, &value, 35, 5, 2, 35, image(5, 2, {0, 0, 0x30, 0x37})},
