@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "checks.h"
+#include "characters.h"
 #include "intl/locale.h"
 #include "intl/unicode.h"
 #include "vdxcomn/charset.h"
@@ -57,25 +57,14 @@ void expect_same(const Transcoded& got, std::size_t scale, Exact& to, const Expe
 }
 
 std::string units_of(char32_t c, bool swapped = false) {
-  std::u16string units(1, static_cast<char16_t>(c));
-  if (c > 0xFFFF)
-    units = {static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10)),
-             static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF))};
-  std::string bytes;
-  for (const char16_t unit : units) {
-    const char low = static_cast<char>(unit & 0xFF), high = static_cast<char>(unit >> 8);
-    bytes += {swapped ? high : low, swapped ? low : high};
-  }
-  return bytes;
+  vdx_test::Bytes bytes = vdx_test::encode_utf16_one(c);
+  for (std::size_t i = 0; swapped && i < bytes.size(); i += 2) std::swap(bytes[i], bytes[i + 1]);
+  return {bytes.begin(), bytes.end()};
 }
 
 std::string utf8_of(char32_t c) {
-  const auto byte = [](char32_t b) { return static_cast<char>(b); };
-  if (c < 0x80) return {byte(c)};
-  if (c < 0x800) return {byte(0xC0 | c >> 6), byte(0x80 | (c & 63))};
-  const char last = byte(0x80 | (c & 63)), third = byte(0x80 | (c >> 6 & 63));
-  if (c < 0x10000) return {byte(0xE0 | c >> 12), third, last};
-  return {byte(0xF0 | c >> 18), byte(0x80 | (c >> 12 & 63)), third, last};
+  const vdx_test::Bytes bytes = *vdx_test::encode_one(vdx_test::Set::utf8, c);
+  return {bytes.begin(), bytes.end()};
 }
 
 // One character of UTF-8: its bytes (0: none) by the ranges that each place allows.
