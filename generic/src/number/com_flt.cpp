@@ -420,8 +420,7 @@ VDX_INLINE bool read_plain(const std::uint8_t* at, const std::uint8_t* end, Deci
   return true;
 }
 
-// The whole number of which a number of digits and a power of ten is the shortest in an interval
-// around m * 2^e that rounds to it.
+// The shortest decimal that reads back as a float: digits * 10^tens; the digits may end in zeros.
 struct Shortest {
   std::uint64_t digits;
   std::int32_t tens;
