@@ -69,7 +69,7 @@ TEST(LongText, FillsCountedRecordsToTheLastByte) {
   const std::string d(256, '7'), b(128, 'w');
   const std::u32string kana(85, U'\u3042'), more = kana + std::u32string(42, U'\u3042');
   const std::u32string zeros(100000, U'\uFF10');
-  const Bytes half = bytes_of("abc\x82");
+  const Bytes half = bytes_of("abc\x82"), far = bytes_of(d + d + "\xFF");
   const auto in = [](Set set, const std::u32string& text) { return *encode(set, U"'" + text); };
   const auto record = [](const Bytes& text) {
     return counted(std::string(text.begin(), text.end()));
@@ -93,7 +93,8 @@ TEST(LongText, FillsCountedRecordsToTheLastByte) {
        Set::sjis},
       {VDX_CHAR, in(Set::utf8, more + U"\u3042"), VDX_VARCHAR, VDX_TRUNCATED, 258,
        record(in(Set::sjis, more)), Set::utf8, Set::sjis},
-      // The end cuts a character in two.
+      // The end cuts a character in two, or is none, however far behind the room.
+      {VDX_CHAR, far, VDX_CHAR, VDX_MALFORMED_UNICODE, 0, {}, Set::utf8, Set::latin1},
       {VDX_CHAR, half, VDX_CHAR, VDX_MALFORMED_UNICODE, 0, {}, Set::sjis, Set::latin1},
       {VDX_CHAR, half, VDX_VARCHAR, VDX_MALFORMED_UNICODE, 258, {}, Set::sjis, Set::latin1},
       // Numbers are of any length, dates are not.
@@ -126,7 +127,7 @@ TEST(LongText, NoUtf16IsFoundAtTheEnd) {
       const Result result = convert(table.context, VDX_UNICHAR, text, to, {.precision = 10});
       EXPECT_TRUE(result.code == VDX_MALFORMED_UNICODE && result.length == length) << to;
       text.pop_back();
-      for (const std::uint32_t unit : {0xDE00, 0xD83D}) {
+      for (const std::uint32_t unit : {0xDE00U, 0xD83DU}) {
         const Bytes half = encode_unit(unit);
         text.insert(text.end(), half.begin(), half.end());
       }
