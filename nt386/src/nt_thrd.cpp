@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <new>
 
 #include "frame/check.h"
 #include "frame/turn.h"
@@ -16,6 +17,9 @@
 
 struct vdx_thread {
   HANDLE handle;
+  vdx_start_routine* routine;
+  void* argument;
+  std::atomic<int> holders;  // whoever created it, and the thread until it begins
 };
 struct vdx_mutex {
   CRITICAL_SECTION section;
@@ -35,11 +39,6 @@ namespace {
 
 constexpr DWORD kPatience = 1000;  // milliseconds
 
-struct Start {
-  vdx_start_routine* routine;
-  void* argument;
-};
-
 template <class Block>
 Block* allocate() {
   return static_cast<Block*>(std::malloc(sizeof(Block)));
@@ -51,23 +50,26 @@ std::int32_t waited(DWORD result) {
   return result == WAIT_OBJECT_0 ? XS_SUCCEED : result == WAIT_TIMEOUT ? XS_TIMED_OUT : XS_FAIL;
 }
 
+void give_up(vdx_thread* thread) {
+  if (thread->holders.fetch_sub(1, std::memory_order_acq_rel) == 1) std::free(thread);
+}
+
 // The routine's pointer does not fit an exit code, which nobody reads.
 unsigned __stdcall run_thread(void* memory) {
-  const Start start = *static_cast<Start*>(memory);
-  std::free(memory);
-  start.routine(start.argument);
+  vdx_thread* const thread = static_cast<vdx_thread*>(memory);
+  vdx_start_routine* const routine = thread->routine;
+  void* const argument = thread->argument;
+  give_up(thread);
+  routine(argument);
   return 0;
 }
 
-bool begin(vdx_thread* thread, vdx_start_routine* routine, void* argument, unsigned stack_size) {
-  Start* const start = allocate<Start>();
-  if (start == nullptr) return false;
-  *start = {routine, argument};
-  unsigned tid;
-  const std::uintptr_t handle = _beginthreadex(nullptr, stack_size, run_thread, start, 0, &tid);
-  if (handle == 0) std::free(start);
-  thread->handle = reinterpret_cast<HANDLE>(handle);
-  return handle != 0;
+// A thread that is ended while the system prepares it keeps the locks of the loader and of the
+// run-time library for ever, and no other thread would begin.
+std::int32_t end(const vdx_thread* thread) {
+  for (DWORD i = 0; i < kPatience && thread->holders.load(std::memory_order_acquire) > 1; ++i)
+    if (WaitForSingleObject(thread->handle, 1) != WAIT_TIMEOUT) break;
+  return status(TerminateThread(thread->handle, 0));
 }
 
 // The system checks no key, and some are other libraries'.
@@ -98,10 +100,15 @@ int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, voi
   if (stack_size > UINT_MAX) return VDX_TRACE(XS_FAIL);
   vdx_thread* const block = allocate<vdx_thread>();
   if (block == nullptr) return VDX_TRACE(XS_FAIL);
-  if (!begin(block, start, argument, static_cast<unsigned>(stack_size))) {
+  new (block) vdx_thread{nullptr, start, argument, 2};
+  unsigned tid;
+  const std::uintptr_t handle =
+      _beginthreadex(nullptr, static_cast<unsigned>(stack_size), run_thread, block, 0, &tid);
+  if (handle == 0) {
     std::free(block);
     return VDX_TRACE(XS_FAIL);
   }
+  block->handle = reinterpret_cast<HANDLE>(handle);
   *thread = block;
   return VDX_TRACE(XS_SUCCEED);
 }
@@ -115,21 +122,22 @@ int32_t comn_join_thread(vdx_thread* thread) {
 int32_t comn_detach_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   CloseHandle(thread->handle);
-  std::free(thread);
+  give_up(thread);
   return VDX_TRACE(XS_SUCCEED);
 }
 
 int32_t comn_kill_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   if (WaitForSingleObject(thread->handle, kPatience) != WAIT_TIMEOUT) return VDX_TRACE(XS_SUCCEED);
-  return VDX_TRACE(status(TerminateThread(thread->handle, 0)));
+  return VDX_TRACE(end(thread));
 }
 
 int32_t comn_cancel_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
-  const std::int32_t result = status(TerminateThread(thread->handle, 0));
+  const std::int32_t result = end(thread);
   CloseHandle(thread->handle);
-  std::free(thread);
+  if (result == XS_SUCCEED) thread->holders = 1;
+  give_up(thread);
   return VDX_TRACE(result);
 }
 
