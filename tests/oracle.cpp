@@ -805,7 +805,7 @@ Answer from_characters(const Request& r, const Characters& characters) {
   if (malformed && (utf16 || (to_text && !same && r.from == Set::utf8))) {
     const std::int32_t length = comn_typelen(to == Kind::utf16 ? VDX_TEXT : r.destination, 0);
     Answer a = refused(r, VDX_MALFORMED_UNICODE, length);
-    if (!utf16) a.open_from = 0;
+    if (to_text && !same) a.open_from = 0;  // placed as far as it was read
     return a;
   }
   const std::string plain = folded(characters);

@@ -35,14 +35,7 @@ std::size_t whole_characters(const vdx_charattr& set, const std::uint8_t* from, 
 
 // Whether bytes are characters to their end, as reading them would find.
 bool is_text(const vdx_charattr& set, const std::uint8_t* from, std::size_t n) {
-  if (set.encoding == Encoding::utf8) return well_formed_utf8(from, n) == n;
-  if (set.max_bytes <= 1) return true;
-  std::size_t size;
-  for (; n > 0; from += size, n -= size) {
-    size = static_cast<std::size_t>(whole_char_bytes(set, from, static_cast<std::int64_t>(n)));
-    if (size > n) return false;
-  }
-  return true;
+  return well_formed(set, from, n) == n;
 }
 
 // The text in another set. That it is malformed is told wherever it is, behind a cut as well.

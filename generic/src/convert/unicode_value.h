@@ -158,13 +158,40 @@ std::int32_t units_to_units(const Call& call);
 
 // Text that stays text, and bytes from their digits.
 struct units_as_text {
+  // Between character sets what is malformed turns up on the way.
+  template <Family Destination>
+  static bool is_sound(const Call& call) {
+    if constexpr (Destination == family_char || Destination == family_varchar)
+      return call.source_format->maxlength % 2 == 0;
+    else
+      return is_utf16(call);
+  }
+
+  // ASCII is the same bytes in every character set.
+  static bool place_ascii(const Call& call, std::int32_t& code) {
+    const vdx_datafmt& format = *call.format;
+    const std::size_t n = units_of(call);
+    const auto length = static_cast<std::int32_t>(n);
+    auto* const to = static_cast<std::uint8_t*>(call.destination);
+    if ((format.format & VDX_FMT_QUOTE) != 0 || !text_fits(format, length) ||
+        narrow_ascii(call.source, n, to) != n)
+      return false;
+    *call.length = length;
+    code = (format.format & kFinishFlags) == 0
+               ? VDX_SUCCESS
+               : finish_text(format, call.destination, length, *call.length);
+    return true;
+  }
+
   template <Family, Family Destination>
   static std::int32_t convert(const Call& call) {
-    if (!is_utf16(call)) {
+    if (!is_sound<Destination>(call)) {
       constexpr bool kCounted = Destination == family_varchar || Destination == family_varbin;
       *call.length = kCounted ? std::int32_t{sizeof(vdx_varchar)} : 0;
       return VDX_MALFORMED_UNICODE;
     }
+    if constexpr (Destination == family_char)
+      if (std::int32_t code; place_ascii(call, code)) return code;
     if constexpr (Destination == family_unichar)
       return units_to_units(call);
     else

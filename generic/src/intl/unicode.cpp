@@ -208,8 +208,9 @@ Transcoded from_utf16(const vdx_charattr& set, const void* from, std::size_t uni
 }
 
 std::size_t well_formed(const vdx_charattr& set, const std::uint8_t* bytes, std::size_t n) {
-  return set.encoding == Encoding::utf8 ? well_formed_utf8(bytes, n)
-                                        : whole_characters(set, bytes, n, n);
+  if (set.encoding == Encoding::utf8) return well_formed_utf8(bytes, n);
+  if (set.encoding == Encoding::utf16) return 2 * well_formed_utf16(bytes, n / 2);
+  return whole_characters(set, bytes, n, n);
 }
 
 Transcoded transcode(const vdx_charattr& from_set, const std::uint8_t* from, std::size_t n,

@@ -57,8 +57,8 @@ std::size_t well_formed_utf16(const void* units, std::size_t n);
 // How many of the bytes come before the first that is not well-formed UTF-8.
 std::size_t well_formed_utf8(const std::uint8_t* bytes, std::size_t n);
 
-// How many of the bytes come before the first that is not well-formed UTF-8 or, in a double-byte
-// set, the first of a cut character.
+// How many of the bytes come before the first that is not well-formed UTF-8 or UTF-16 or, in a
+// double-byte set, the first of a cut character.
 std::size_t well_formed(const vdx_charattr& set, const std::uint8_t* bytes, std::size_t n);
 
 // How many of the units come before the first that is not ASCII, which are placed as bytes; `to`

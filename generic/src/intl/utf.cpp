@@ -83,23 +83,31 @@ std::size_t utf8_blocks(const std::uint8_t*, std::size_t i, std::size_t, Sink&) 
 }
 #endif
 
-VDX_INLINE std::size_t utf8_bytes(std::uint32_t code) {
-  return code < 0x80 ? 1u : code < 0x800 ? 2u : code < 0x10000 ? 3u : 4u;
-}
-
 VDX_INLINE std::uint32_t trail(std::uint32_t code) { return 0x80 | (code & 0x3F); }
 
-// A code point below 0x10000 at its bytes, from the last one on: short forms store the first byte
-// more than once.
-VDX_INLINE std::size_t put_short(std::uint8_t* to, std::uint32_t code) {
-  const std::uint32_t is_long = code >= 0x80;
+// The bytes of a code point below 0x10000, the first one lowest. Kinds of character are as
+// unpredictable as texts, so no branch looks at them.
+struct ShortForm {
+  std::uint32_t word;
+  std::uint32_t bytes;
+};
+
+VDX_INLINE ShortForm short_form(std::uint32_t code) {
+  const std::uint32_t is_short = code < 0x80;
   const std::uint32_t is_longer = code >= 0x800;
-  const std::uint32_t two = 0xC0 | code >> 6;
-  const std::uint32_t three = 0xE0 | code >> 12;
-  to[is_long + is_longer] = static_cast<std::uint8_t>(trail(code));
-  to[is_longer] = static_cast<std::uint8_t>(trail(code >> 6));
-  to[0] = static_cast<std::uint8_t>(is_longer != 0 ? three : is_long != 0 ? two : code);
-  return 1 + is_long + is_longer;
+  const std::uint32_t three = 0xE0 | code >> 12 | trail(code >> 6) << 8 | trail(code) << 16;
+  const std::uint32_t two = three >> 8 | 0x40;
+  const std::uint32_t many = two ^ ((two ^ three) & (0 - is_longer));
+  return {many ^ ((many ^ code) & (0 - is_short)), 2 + is_longer - is_short};
+}
+
+// No more than its bytes, from the last one on: short forms store the first byte more than once.
+VDX_INLINE void put_short(std::uint8_t* to, ShortForm form) {
+  const std::uint32_t last = form.bytes - 1;
+  const std::uint32_t middle = last / 2;
+  to[last] = static_cast<std::uint8_t>(form.word >> 8 * last);
+  to[middle] = static_cast<std::uint8_t>(form.word >> 8 * middle);
+  to[0] = static_cast<std::uint8_t>(form.word);
 }
 
 VDX_INLINE void put_long(std::uint8_t* to, std::uint32_t code) {
@@ -186,15 +194,17 @@ Transcoded utf16_to_utf8(const std::uint8_t* from, std::size_t n, std::uint8_t* 
   std::size_t i = narrow_run<0x80>(from, std::min(n, room), to);
   std::size_t o = i;
   while (i < n) {
-    // Units that have room whatever they are.
+    // Units that have room whatever they are. A word is stored for each, and what is too much of it
+    // is covered by the characters that follow: all but the last units, which may be half a pair.
+    constexpr std::size_t kCover = 4;
     const std::size_t end = i + std::min(n - i, (room - o) / 3);
-    while (i < end) {
+    while (end - i > kCover) {
       if (end - i >= 8 && narrow_8(from + 2 * i, to + o)) {
         i += 8;
         o += 8;
         continue;
       }
-      const std::size_t block_end = std::min(end, i + 8);
+      const std::size_t block_end = std::min(end - kCover, i + 8);
       for (; i < block_end; ++i) {
         const std::uint32_t unit = unit_at(from, i);
         if (is_surrogate(unit)) {
@@ -202,24 +212,25 @@ Transcoded utf16_to_utf8(const std::uint8_t* from, std::size_t n, std::uint8_t* 
           put_long(to + o, pair_code(from, i++));
           o += 4;
         } else {
-          o += put_short(to + o, unit);
+          const ShortForm form = short_form(unit);
+          store(to + o, form.word);
+          o += form.bytes;
         }
       }
       if (i < block_end) break;
     }
     if (i == n) break;
-    std::uint32_t code = unit_at(from, i);
-    if (is_surrogate(code)) {
-      if (!surrogate_pair_at(from, i, n)) return {i, o, Transcoding::malformed, false};
-      code = pair_code(from, i);
-    }
-    const std::size_t bytes = utf8_bytes(code);
+    const std::uint32_t unit = unit_at(from, i);
+    const bool is_pair = is_surrogate(unit);
+    if (is_pair && !surrogate_pair_at(from, i, n)) return {i, o, Transcoding::malformed, false};
+    const ShortForm form = short_form(unit);
+    const std::size_t bytes = is_pair ? 4 : form.bytes;
     if (bytes > room - o) return {i, o, Transcoding::full, false};
-    if (bytes == 4)
-      put_long(to + o, code);
+    if (is_pair)
+      put_long(to + o, pair_code(from, i++));
     else
-      put_short(to + o, code);
-    i += bytes == 4 ? 2 : 1;
+      put_short(to + o, form);
+    ++i;
     o += bytes;
   }
   return {n, o, Transcoding::done, false};
