@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <ostream>
 #include <string>
@@ -135,6 +136,23 @@ class Random {
 
  private:
   std::uint64_t state_;
+};
+
+// A context whose allocations fail at a given one (from 1), or from there on.
+struct Failing {
+  vdx_context context{};
+  int calls = 0, fail_at = 0;
+  bool from_there_on = false;
+  Failing() {
+    context.version = VDX_VERSION;
+    context.allocate = [](vdx_context* c, std::size_t size) -> void* {
+      auto* self = reinterpret_cast<Failing*>(c);
+      const int call = ++self->calls;
+      const bool is_beyond = self->from_there_on && call > self->fail_at;
+      return self->fail_at != 0 && (call == self->fail_at || is_beyond) ? nullptr
+                                                                        : std::malloc(size);
+    };
+  }
 };
 
 }  // namespace vdx_test
