@@ -57,33 +57,24 @@ class Frame : public testing::Test {
 using FrameDeath = Frame;
 
 TEST_F(FrameDeath, ReportsAreExactAndEndTheProcess) {
-  const char* const in_trace = "^\n\rassertion failed, file 'com_trace.cpp' line [0-9]+\n\r$";
-  struct Row {
-    const char* what;
-    void (*call)();
-    const char* report;
-  } const rows[] = {
-      {"null", [] { com_raise_invalid_null_pointer("com_x.cpp", 12); },
-       "^\nInvalid NULL pointer , file 'com_x.cpp' line 12\n$"},
-      {"bomb", [] { com_bomb("com_y.cpp", -7); },
-       "^\n\rassertion failed, file 'com_y.cpp' line -7\n\r$"},
-      {"mode 0", [] { com_errset(0); }, in_trace},
-      {"mode 4", [] { com_errset(4); }, in_trace},
-      {"null panic", [] { com_panic(nullptr); },
-       "^\nInvalid NULL pointer , file 'com_check.cpp' line [0-9]+\n$"},
-      {"negative depth",
-       [] {
-         com_errset(3);
-         vdx::depth_provider = [] { return std::int32_t{-1}; };
-         com_errtrace(0, "x", 1);
-       },
-       in_trace},
+  const auto reports = [](const char* report, void (*call)()) {
+    SCOPED_TRACE(report);
+    for (std::int32_t mode : {1, 2}) EXPECT_FATAL((com_toggle_abort(mode), call()), report);
   };
-  for (const Row& row : rows)
-    for (std::int32_t mode : {1, 2}) {
-      SCOPED_TRACE(testing::Message() << row.what << ", abort mode " << mode);
-      EXPECT_FATAL((com_toggle_abort(mode), row.call()), row.report);
-    }
+  const char* const in_trace = "^\n\rassertion failed, file 'com_trace.cpp' line [0-9]+\n\r$";
+  reports("^\nInvalid NULL pointer , file 'com_x.cpp' line 12\n$",
+          [] { com_raise_invalid_null_pointer("com_x.cpp", 12); });
+  reports("^\n\rassertion failed, file 'com_y.cpp' line -7\n\r$",
+          [] { com_bomb("com_y.cpp", -7); });
+  reports(in_trace, [] { com_errset(0); });
+  reports(in_trace, [] { com_errset(4); });
+  reports("^\nInvalid NULL pointer , file 'com_check.cpp' line [0-9]+\n$",
+          [] { com_panic(nullptr); });
+  reports(in_trace, [] {
+    com_errset(3);
+    vdx::depth_provider = [] { return std::int32_t{-1}; };
+    com_errtrace(0, "x", 1);
+  });
 }
 
 TEST_F(FrameDeath, HandlersLeaveOrResume) {

@@ -16,16 +16,15 @@ void* as_element(std::size_t number) { return reinterpret_cast<void*>(number); }
 std::size_t number_of(void* element) { return reinterpret_cast<std::size_t>(element); }
 
 struct Lists {
-  vdx_listmgr* instance = nullptr;
-  vdx_list* list = nullptr;
-  explicit Lists(std::int32_t kind) {
-    EXPECT_EQ(lm_initlm(nullptr, "instance", VDX_NULLTERM, &instance), XS_SUCCEED);
-    EXPECT_EQ(lm_list_alloc(instance, "listing", 4, kind, &list), XS_SUCCEED);
+  vdx_listmgr* instance = reinterpret_cast<vdx_listmgr*>(this);
+  vdx_list* list = reinterpret_cast<vdx_list*>(this);
+  std::int32_t result;
+  explicit Lists(std::int32_t kind, vdx_context* context = nullptr) {
+    result = lm_initlm(context, "instance", VDX_NULLTERM, &instance);
+    if (result == XS_SUCCEED) result = lm_list_alloc(instance, "listing", 4, kind, &list);
   }
-  ~Lists() { EXPECT_EQ(lm_exit(instance), XS_SUCCEED); }
-  Lists(const Lists&) = delete;
-  Lists& operator=(const Lists&) = delete;
-
+  ~Lists() { EXPECT_TRUE(instance == nullptr || lm_exit(instance) == XS_SUCCEED); }
+  Lists(Lists&&) = delete;
   std::int32_t op(std::int32_t operation, void** element, std::int64_t* place = nullptr) {
     return lm_list_op(list, operation, nullptr, 0, element, place);
   }
@@ -39,14 +38,19 @@ struct Lists {
   }
   std::size_t find(const std::string& key) {
     void* element = as_element(1);
-    const std::int32_t result = op(VDX_LM_FIND, key, &element);
-    EXPECT_EQ(result, element != nullptr ? XS_SUCCEED : XS_END_DATA);
+    const std::int32_t code = op(VDX_LM_FIND, key, &element);
+    EXPECT_EQ(code, element != nullptr ? XS_SUCCEED : XS_END_DATA);
     return number_of(element);
   }
   std::int64_t count() {
     std::int64_t number = -1;
     EXPECT_EQ(op(VDX_LM_COUNT, nullptr, &number), XS_SUCCEED);
     return number;
+  }
+  std::int32_t property(bool of_list, std::int32_t action, std::int32_t which, void* buffer,
+                        std::int32_t size, std::int32_t* length) {
+    return of_list ? lm_list_prop(list, action, which, buffer, size, length)
+                   : lm_property(instance, action, which, buffer, size, length);
   }
   // By first and next.
   Numbers walked() {
@@ -218,32 +222,21 @@ TEST(List, EveryAllocationFailingLeavesThingsAsBefore) {
       Failing failing;
       failing.fail_at = at;
       failing.from_there_on = from_there_on;
-      vdx_listmgr* instance;
-      vdx_list* list;
-      if (lm_initlm(&failing.context, "x", 1, &instance) == XS_MEM_ERROR) {
-        EXPECT_EQ(instance, nullptr);
-        continue;
+      Lists lists(VDX_LM_KEYED, &failing.context);
+      EXPECT_EQ(lists.instance == nullptr, at == 1);
+      EXPECT_EQ(lists.list == nullptr, at == 2);
+      EXPECT_EQ(lists.result, at == 1 || at == 2 ? XS_MEM_ERROR : XS_SUCCEED);
+      if (lists.result == XS_MEM_ERROR) continue;
+      std::int64_t inserted = 0;
+      for (const std::string& key : keys) {
+        const std::int32_t result = lists.op(VDX_LM_INSERT, key, 1);
+        ASSERT_TRUE(result == XS_SUCCEED || result == XS_MEM_ERROR);
+        inserted += result == XS_SUCCEED;
+        ASSERT_EQ(lists.find(key), result == XS_SUCCEED);
+        ASSERT_EQ(lists.count(), inserted);
       }
-      if (lm_list_alloc(instance, "y", 1, VDX_LM_KEYED, &list) == XS_MEM_ERROR) {
-        EXPECT_EQ(list, nullptr);
-      } else {
-        std::int64_t inserted = 0;
-        for (const std::string& key : keys) {
-          void* element = as_element(1);
-          const auto length = static_cast<std::int32_t>(key.size());
-          std::int64_t count = -1;
-          const std::int32_t result =
-              lm_list_op(list, VDX_LM_INSERT, key.data(), length, &element, nullptr);
-          if (result == XS_SUCCEED) ++inserted;
-          ASSERT_EQ(lm_list_op(list, VDX_LM_FIND, key.data(), length, &element, nullptr),
-                    result == XS_MEM_ERROR ? XS_END_DATA : XS_SUCCEED);
-          ASSERT_EQ(lm_list_op(list, VDX_LM_COUNT, nullptr, 0, nullptr, &count), XS_SUCCEED);
-          ASSERT_EQ(count, inserted);
-        }
-        if (at == 0) allocations = failing.calls;
-        EXPECT_EQ(inserted, at == 0 ? 200 : from_there_on ? inserted : 199);
-      }
-      EXPECT_EQ(lm_exit(instance), XS_SUCCEED);
+      if (at == 0) allocations = failing.calls;
+      EXPECT_EQ(inserted, at == 0 ? 200 : from_there_on ? inserted : 199);
     }
   }
   EXPECT_GT(allocations, 8);
@@ -282,11 +275,8 @@ TEST(List, Properties) {
     char buffer[64] = {};
     auto length = static_cast<std::int32_t>(row.value.size());
     if (row.action == kSet) row.value.copy(buffer, row.value.size());
-    EXPECT_EQ(
-        row.of_list
-            ? lm_list_prop(lists.list, row.action, row.property, buffer, row.size, &length)
-            : lm_property(lists.instance, row.action, row.property, buffer, row.size, &length),
-        row.result);
+    EXPECT_EQ(lists.property(row.of_list, row.action, row.property, buffer, row.size, &length),
+              row.result);
     EXPECT_EQ(std::string(buffer, row.value.size()), row.value);
     EXPECT_EQ(length,
               row.result == VDX_TRUNCATED ? 4 : static_cast<std::int32_t>(row.value.size()));
