@@ -1,5 +1,4 @@
 // Configuration files: what is read, what is lost, and what remains when memory or the disk fails.
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -16,20 +15,8 @@ using vdx_test::set_environment;
 const std::string kWide(70, ' ');
 
 thread_local std::string told;
-
-// "1040008 2 a.cfg" and so on: number, then parameters, file names without their directory.
 std::int32_t tell(vdx_context*, const vdx_message* message) {
-  char number[16];
-  std::snprintf(number, sizeof number, "%x", static_cast<unsigned>(message->number));
-  told += number;
-  for (std::int32_t i = 0; i < message->parameters.count; ++i) {
-    const vdx_err_parameter& p = message->parameters.parameter[i];
-    std::string text = std::to_string(p.number);
-    if (p.text.bytes != nullptr) text.assign(p.text.bytes, static_cast<std::size_t>(p.text.length));
-    if (text.find('/') != std::string::npos) text = "FILE";
-    told += " " + text;
-  }
-  told += ";";
+  told += vdx_test::summary_of(*message);
   return 1;
 }
 
@@ -115,6 +102,17 @@ class Config : public testing::Test {
     std::ofstream(path, std::ios::binary) << text;
     return path;
   }
+  // A file of that text, open until the end of the scope.
+  struct File {
+    vdx_cfg* cfg;
+    ~File() { drop(cfg); }
+    operator vdx_cfg*() const { return cfg; }
+  };
+  File file(const std::string& text, std::size_t limit = SIZE_MAX) {
+    vdx_cfg* cfg = open_cfg(context_, write(text), limit);
+    EXPECT_NE(cfg, nullptr);
+    return {cfg};
+  }
   vdx_cfg* open(const std::string& path) { return open_cfg(context_, path); }
 
   vdx_context context_{};
@@ -193,11 +191,8 @@ TEST_F(Config, Files) {
       SCOPED_TRACE(row.text);
       told.clear();
       ASSERT_EQ(comn_loc_alloc(nullptr, row.charset, &context_.locale), XS_SUCCEED);
-      vdx_cfg* cfg = open_cfg(context_, write(row.text), limit);
-      ASSERT_NE(cfg, nullptr);
-      EXPECT_EQ(values(cfg, row.section, row.key), row.values);
+      EXPECT_EQ(values(file(row.text, limit), row.section, row.key), row.values);
       EXPECT_EQ(told, row.messages);
-      drop(cfg);
       EXPECT_EQ(comn_loc_drop(nullptr, context_.locale), XS_SUCCEED);
     }
   }
@@ -230,30 +225,14 @@ TEST_F(Config, Lines) {
       for (const std::string& before : {std::string(), kWide})
         for (const std::size_t limit : {SIZE_MAX, std::size_t{1}, std::size_t{100}}) {
           SCOPED_TRACE(line);
-          const std::string path = write("[a]\n" + before + line + "\n" + kWide + "\n[b]\nk=b\n");
-          vdx_cfg* cfg = open_cfg(context_, path, limit);
-          ASSERT_NE(cfg, nullptr);
+          const File cfg = file("[a]\n" + before + line + "\n" + kWide + "\n[b]\nk=b\n", limit);
           EXPECT_EQ(values(cfg, "a", "k") + values(cfg, "b", "k"), wanted + "<b>");
-          drop(cfg);
         }
     }
 }
 
-// Every prefix of a file opens, and a section that ended keeps its values.
-TEST_F(Config, Prefixes) {
-  const std::string text =
-      "; head\n[a]\nk = one \"two \"\"x\"\"\" \\\n  three\n[top]\ninclude = a\nk=\"a\nb\"\n";
-  for (std::size_t length = 0; length <= text.size(); ++length) {
-    vdx_cfg* cfg = open(write(text.substr(0, length)));
-    const std::string got = values(cfg, "a", "k");
-    EXPECT_TRUE(got == "<one two \"x\"   three>" || length < text.find("[top]") + 5) << length;
-    drop(cfg);
-  }
-}
-
 TEST_F(Config, BufferLengths) {
-  vdx_cfg* cfg = open(write("[a]\nk=12345\n"));
-  ASSERT_NE(cfg, nullptr);
+  const File cfg = file("[a]\nk=12345\n");
   const std::pair<std::int32_t, const char*> rows[] = {
       {6, "12345"}, {5, "12345###"}, {4, "1234####"}, {0, "########"}};
   for (const auto& [size, left] : rows) {
@@ -264,12 +243,11 @@ TEST_F(Config, BufferLengths) {
     EXPECT_EQ(length, 5);
     EXPECT_STREQ(buffer, left);
   }
-  drop(cfg);
 }
 
 // Lost sections are stepped over, namesakes are not.
 TEST_F(Config, Sections) {
-  vdx_cfg* cfg = open(write(";\n[a]\nk=\"\n\"\n[b]\nk\n[c]\n[ a ]\n"));
+  const File cfg = file(";\n[a]\nk=\"\n\"\n[b]\nk\n[c]\n[ a ]\n");
   std::string all;
   vdx_cfg_section section{};
   while (comn_nextsection_cfg(cfg, &section) == XS_SUCCEED)
@@ -278,7 +256,6 @@ TEST_F(Config, Sections) {
   EXPECT_EQ(all, "a2 c7 a8 ");
   EXPECT_EQ(comn_nextsection_cfg(cfg, &section), XS_END_DATA);
   EXPECT_EQ(section.line, 8);
-  drop(cfg);
 }
 
 TEST_F(Config, Handles) {
@@ -358,13 +335,11 @@ TEST_F(Config, ManySections) {
     text += "[s" + n + "]\nk" + n + "=v" + n + "\nk=" + std::string(40, 'x') + n + "\n";
     if (i % 3 == 1) text += "broken\n";  // what is taken out leaves the rest to be found
   }
-  vdx_cfg* cfg = open(write(text));
-  ASSERT_NE(cfg, nullptr);
+  const File cfg = file(text);
   for (int i = 0; i < 3000; ++i) {
     const std::string n = std::to_string(i);
     EXPECT_EQ(values(cfg, "s" + n, ("k" + n).c_str()), i % 3 == 1 ? "0" : "<v" + n + ">");
   }
-  drop(cfg);
 }
 
 TEST_F(Config, EveryFailure) {
@@ -398,8 +373,7 @@ TEST_F(Config, EveryFailure) {
 
 // The pool's own room lasts for a while; these cursors use it up.
 TEST_F(Config, CursorsWithoutMemory) {
-  vdx_cfg* cfg = open(write("[a]\nk=1\n[b]\ninclude=a\n"));
-  ASSERT_NE(cfg, nullptr);
+  const File cfg = file("[a]\nk=1\n[b]\ninclude=a\n");
   std::vector<vdx_cfg_cursor*> cursors(1);
   std::string value;
   memory_failure.for_good = true;
@@ -411,7 +385,6 @@ TEST_F(Config, CursorsWithoutMemory) {
   EXPECT_EQ(cursors.back(), nullptr);
   for (vdx_cfg_cursor* cursor : cursors) EXPECT_EQ(comn_nextdrop_cfg(cfg, cursor), 1);
   EXPECT_EQ(values(cfg, "b", "k"), "<1>");
-  drop(cfg);
 }
 
 // Each section includes the one before it twice: 2^60 ways that must not all be walked.
@@ -421,11 +394,9 @@ TEST_F(Config, IncludesOfIncludes) {
     const std::string line = "include=s" + std::to_string(i - 1) + "\n";
     text += "[s" + std::to_string(i) + "]\n" + line + line;
   }
-  vdx_cfg* cfg = open(write(text));
-  ASSERT_NE(cfg, nullptr);
+  const File cfg = file(text);
   EXPECT_EQ(values(cfg, "s60", "none"), "");
   EXPECT_EQ(values(cfg, "s2", "k"), "<1><1><1><1>");
-  drop(cfg);
 }
 
 // Eight threads open, look up and drop the same file and their own.
@@ -490,18 +461,15 @@ TEST(ConfigPaths, Rules) {
       {made(com_path_msgfile(nullptr, "e", nullptr, "file", -9, b, 28)),
        "0 /home/locales/message/e"},
       {made(com_get_tclcfg(b, 600)), "24 /home/ncl/ini/libtcl.cfg"},
+      {std::to_string(std::count(b, b + 24, '\\')), "3"},
+      {made((set_environment("VERDEX_TCL_CFG", "family"), com_get_tclcfg(b, 600))), "6 family"},
+      {made((set_environment("VDXNCL_TCL_CFG", "own"), com_get_tclcfg(b, 600))), "3 own"},
+      {made((com_set_tclcfg("set"), com_get_tclcfg(b, 600))), "3 set"},
+      {made(com_set_tclcfg(std::string(512, 'x').c_str())), "0 set"},
+      {made(com_get_tclcfg(b, 4)), "3 set"},
+      {std::to_string(com_get_tclcfg(b, 3)), "0"},
   };
   for (const auto& row : rows) EXPECT_EQ(row.made, row.expected);
-  EXPECT_EQ(std::count(b, b + 24, '\\'), 3);
-  set_environment("VERDEX_TCL_CFG", "family");
-  EXPECT_EQ(com_get_tclcfg(b, 600), 6);
-  set_environment("VDXNCL_TCL_CFG", "own");
-  EXPECT_EQ(com_get_tclcfg(b, 600), 3);
-  EXPECT_EQ(com_set_tclcfg("set"), 1);
-  EXPECT_EQ(com_set_tclcfg(std::string(512, 'x').c_str()), 0);
-  EXPECT_EQ(com_get_tclcfg(b, 4), 3);
-  EXPECT_STREQ(b, "set");
-  EXPECT_EQ(com_get_tclcfg(b, 3), 0);
   EXPECT_EQ(com_set_tclcfg(nullptr), 1);
   char* value = com_getenv("VERDEX");
   EXPECT_STREQ(value, "/home");

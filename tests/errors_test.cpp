@@ -6,6 +6,8 @@
 
 namespace {
 
+using vdx_test::string_of;
+
 constexpr vdx_err_row kOwnRows[] = {
     {VDX_MSG_CFG_SYNTAX, "ligne %2 de %1%% (%3%4)", nullptr},
     {7, "%2 %1 %1 %x %", "01ABC"},
@@ -14,27 +16,17 @@ constexpr vdx_err_table kOwn{kOwnRows, 2};
 constexpr vdx_err_row kRecordRows[] = {{7, "record %1", nullptr}};
 constexpr vdx_err_table kRecord{kRecordRows, 1};
 
-std::string string_of(const vdx_err_text& t) {
-  return t.bytes == nullptr ? "-" : std::string(t.bytes, static_cast<std::size_t>(t.length));
-}
-
 // What a callback heard.
 struct Heard : vdx_test::Failing {
   int count = 0;
-  std::int32_t number = 0, line = 0;
-  std::string parameters, text, place;
+  std::int32_t line = 0;
+  std::string summary, text, place;
   Heard() {
     context.message = [](vdx_context* c, const vdx_message* m) -> std::int32_t {
       Heard& self = static_cast<Heard&>(*reinterpret_cast<Failing*>(c));
       ++self.count;
-      self.number = m->number;
       self.line = m->line;
-      self.parameters.clear();
-      for (std::int32_t i = 0; i < m->parameters.count; ++i) {
-        const vdx_err_parameter& p = m->parameters.parameter[i];
-        self.parameters +=
-            (p.text.bytes != nullptr ? string_of(p.text) : "#" + std::to_string(p.number)) + ";";
-      }
+      self.summary = vdx_test::summary_of(*m);
       self.text = m->text;
       EXPECT_EQ(self.text.size(), static_cast<std::size_t>(m->text_length));
       self.place = string_of(m->file) + ";" + string_of(m->section) + ";" + string_of(m->token);
@@ -117,8 +109,7 @@ TEST(Errors, RaisedMessagesCarryParametersAndPlace) {
   const vdx_err_parameters set = vdx::err_parameters("file", 12, token);
   const vdx_err_place place{{"a.cfg", 5}, 12, {}, vdx::err_text(token)};
   EXPECT_EQ(vdx::raise_message(&heard.context, VDX_MSG_CFG_SYNTAX, set, place), XS_QUIET);
-  EXPECT_EQ(heard.number, VDX_MSG_CFG_SYNTAX);
-  EXPECT_EQ(heard.parameters, "file;#12;" + token + ";");
+  EXPECT_EQ(heard.summary, "1040008 file 12 " + token + ";");
   EXPECT_EQ(heard.text, ("file:12: syntax error at \"" + token).substr(0, 2047));
   EXPECT_EQ(heard.place, "a.cfg;-;" + token);
   EXPECT_EQ(heard.line, 12);

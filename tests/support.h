@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -154,6 +155,22 @@ struct Failing {
     };
   }
 };
+
+inline std::string string_of(const vdx_err_text& t) {
+  return t.bytes == nullptr ? "-" : std::string(t.bytes, static_cast<std::size_t>(t.length));
+}
+
+// "1040008 FILE 2;" and so on: number and parameters of a message; paths are FILE.
+inline std::string summary_of(const vdx_message& message) {
+  std::ostringstream text;
+  text << std::hex << message.number << std::dec;
+  for (std::int32_t i = 0; i < message.parameters.count; ++i) {
+    const vdx_err_parameter& p = message.parameters.parameter[i];
+    const std::string one = p.text.bytes == nullptr ? std::to_string(p.number) : string_of(p.text);
+    text << ' ' << (one.find('/') == std::string::npos ? one : "FILE");
+  }
+  return text.str() + ";";
+}
 
 }  // namespace vdx_test
 
