@@ -1,56 +1,36 @@
 // Lists against the standard containers, and the memory pool.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdlib>
-#include <cstring>
-#include <list>
 #include <random>
-#include <string>
+#include <set>
 #include <unordered_map>
-#include <vector>
 
-#include "checks.h"
 #include "service/pool.h"
-#include "vdxcomn/list.h"
+#include "support.h"
 
 namespace {
 
-// A context whose allocations fail at a given one (from 1), or from there on.
-struct Failing {
-  vdx_context context{};
-  int calls = 0, fail_at = 0;
-  bool from_there_on = false;
-  Failing() {
-    context.version = VDX_VERSION;
-    context.allocate = [](vdx_context* c, std::size_t size) -> void* {
-      auto* self = reinterpret_cast<Failing*>(c);
-      const int call = ++self->calls;
-      const bool fails = self->fail_at != 0 &&
-                         (self->from_there_on ? call >= self->fail_at : call == self->fail_at);
-      return fails ? nullptr : std::malloc(size);
-    };
-  }
-};
+using vdx_test::Failing;
+
+using Numbers = std::vector<std::size_t>;  // elements: what a list keeps are pointers
 
 void* as_element(std::size_t number) { return reinterpret_cast<void*>(number); }
+std::size_t number_of(void* element) { return reinterpret_cast<std::size_t>(element); }
 
 struct Lists {
-  vdx_listmgr* instance = nullptr;
-  vdx_list* list = nullptr;
+  vdx_listmgr* instance = reinterpret_cast<vdx_listmgr*>(this);
+  vdx_list* list = reinterpret_cast<vdx_list*>(this);
+  std::int32_t result;
   explicit Lists(std::int32_t kind, vdx_context* context = nullptr) {
-    EXPECT_EQ(lm_initlm(context, "instance", VDX_NULLTERM, &instance), XS_SUCCEED);
-    EXPECT_EQ(lm_list_alloc(instance, "listing", 4, kind, &list), XS_SUCCEED);
+    result = lm_initlm(context, "instance", VDX_NULLTERM, &instance);
+    if (result == XS_SUCCEED) result = lm_list_alloc(instance, "listing", 4, kind, &list);
   }
-  ~Lists() { EXPECT_EQ(lm_exit(instance), XS_SUCCEED); }
-  Lists(const Lists&) = delete;
-  Lists& operator=(const Lists&) = delete;
-
-  // With element 0: what comes out.
-  std::int32_t op(std::int32_t operation, const std::string& key, void** element,
-                  std::int64_t* place = nullptr) {
-    return lm_list_op(list, operation, key.data(), static_cast<std::int32_t>(key.size()), element,
-                      place);
+  ~Lists() { EXPECT_TRUE(instance == nullptr || lm_exit(instance) == XS_SUCCEED); }
+  Lists(Lists&&) = delete;
+  std::int32_t op(std::int32_t operation, void** element, std::int64_t* place = nullptr) {
+    return lm_list_op(list, operation, nullptr, 0, element, place);
+  }
+  std::int32_t op(std::int32_t operation, const std::string& key, void** element) {
+    const auto length = static_cast<std::int32_t>(key.size());
+    return lm_list_op(list, operation, key.data(), length, element, nullptr);
   }
   std::int32_t op(std::int32_t operation, const std::string& key, std::size_t element) {
     void* pointer = as_element(element);
@@ -58,71 +38,57 @@ struct Lists {
   }
   std::size_t find(const std::string& key) {
     void* element = as_element(1);
-    const std::int32_t result = op(VDX_LM_FIND, key, &element);
-    EXPECT_EQ(result, element != nullptr ? XS_SUCCEED : XS_END_DATA);
-    return reinterpret_cast<std::size_t>(element);
+    const std::int32_t code = op(VDX_LM_FIND, key, &element);
+    EXPECT_EQ(code, element != nullptr ? XS_SUCCEED : XS_END_DATA);
+    return number_of(element);
   }
   std::int64_t count() {
     std::int64_t number = -1;
-    EXPECT_EQ(lm_list_op(list, VDX_LM_COUNT, nullptr, 0, nullptr, &number), XS_SUCCEED);
+    EXPECT_EQ(op(VDX_LM_COUNT, nullptr, &number), XS_SUCCEED);
     return number;
   }
+  std::int32_t property(bool of_list, std::int32_t action, std::int32_t which, void* buffer,
+                        std::int32_t size, std::int32_t* length) {
+    return of_list ? lm_list_prop(list, action, which, buffer, size, length)
+                   : lm_property(instance, action, which, buffer, size, length);
+  }
   // By first and next.
-  std::vector<std::size_t> walked() {
-    std::vector<std::size_t> all;
+  Numbers walked() {
+    Numbers all;
     std::int64_t place = 0;
     void* element;
-    for (std::int32_t how = VDX_LM_FIRST;
-         lm_list_op(list, how, nullptr, 0, &element, &place) == XS_SUCCEED; how = VDX_LM_NEXT)
-      all.push_back(reinterpret_cast<std::size_t>(element));
+    for (std::int32_t how = VDX_LM_FIRST; op(how, &element, &place) == XS_SUCCEED;
+         how = VDX_LM_NEXT)
+      all.push_back(number_of(element));
     EXPECT_EQ(element, nullptr);
     return all;
   }
   // By the visitor.
-  std::vector<std::size_t> applied() {
-    std::vector<std::size_t> all;
+  Numbers applied() {
+    Numbers all;
     vdx_list_visitor visitor{
         [](void* element, const void*, std::int32_t, void* data) -> std::int32_t {
-          static_cast<std::vector<std::size_t>*>(data)->push_back(
-              reinterpret_cast<std::size_t>(element));
+          static_cast<Numbers*>(data)->push_back(number_of(element));
           return XS_SUCCEED;
         },
         &all};
     void* in = &visitor;
-    EXPECT_EQ(lm_list_op(list, VDX_LM_APPLY, nullptr, 0, &in, nullptr), XS_SUCCEED);
+    EXPECT_EQ(op(VDX_LM_APPLY, &in), XS_SUCCEED);
     return all;
   }
 };
 
-// The slow list: a list of pairs, the oldest of a key first.
+// The slow list, of elements that are numbered as they come: the order is theirs.
 struct Oracle {
-  using Order = std::list<std::pair<std::string, std::size_t>>;
-  Order order;
-  std::unordered_map<std::string, std::list<Order::iterator>> index;
-
+  std::set<std::size_t> order;
+  std::unordered_map<std::string, std::set<std::size_t>> index;
+  std::size_t find(const std::string& key) { return index[key].empty() ? 0 : *index[key].begin(); }
   void append(const std::string& key, std::size_t element) {
-    index[key].push_back(order.insert(order.end(), {key, element}));
-  }
-  std::size_t find(const std::string& key) {
-    const auto at = index.find(key);
-    return at == index.end() ? 0 : at->second.front()->second;
+    order.insert(element);
+    index[key].insert(element);
   }
   bool remove(const std::string& key, std::size_t element) {
-    const auto at = index.find(key);
-    if (at == index.end()) return false;
-    for (auto one = at->second.begin(); one != at->second.end(); ++one) {
-      if (element != 0 && (*one)->second != element) continue;
-      order.erase(*one);
-      at->second.erase(one);
-      if (at->second.empty()) index.erase(at);
-      return true;
-    }
-    return false;
-  }
-  std::vector<std::size_t> walked() const {
-    std::vector<std::size_t> all;
-    for (const auto& one : order) all.push_back(one.second);
-    return all;
+    return index[key].erase(element) != 0 && order.erase(element) != 0;
   }
 };
 
@@ -165,31 +131,28 @@ TEST(List, RandomOperationsAgreeWithTheStandardContainers) {
       } else if ((what -= row.append) < row.remove) {
         void* element = as_element(1);
         ASSERT_EQ(lists.op(VDX_LM_DELETE, key, &element),
-                  oracle.remove(key, 0) ? XS_SUCCEED : XS_END_DATA);
+                  oracle.remove(key, there) ? XS_SUCCEED : XS_END_DATA);
         ASSERT_EQ(element, as_element(there));
       } else if ((what -= row.remove) < row.remove_element) {
-        const auto at = oracle.index.find(key);
-        const std::size_t element = at == oracle.index.end() ? step : at->second.back()->second;
+        const std::size_t element = there == 0 ? step : *oracle.index[key].rbegin();
         ASSERT_EQ(lists.op(VDX_LM_DELETE_ELEMENT, key, element),
                   oracle.remove(key, element) ? XS_SUCCEED : XS_END_DATA);
         ASSERT_EQ(lists.op(VDX_LM_DELETE_ELEMENT, key, step), XS_END_DATA);
       }
       ASSERT_EQ(lists.find(key), oracle.find(key));
       if (step % row.walk_every == 0) {
-        ASSERT_EQ(lists.walked(), oracle.walked());
-        ASSERT_EQ(lists.applied(), oracle.walked());
-        ASSERT_EQ(lists.count(), static_cast<std::int64_t>(oracle.order.size()));
+        const Numbers all(oracle.order.begin(), oracle.order.end());
+        ASSERT_EQ(lists.walked(), all);
+        ASSERT_EQ(lists.applied(), all);
+        ASSERT_EQ(lists.count(), static_cast<std::int64_t>(all.size()));
       }
     }
-    if (row.keys == 300000) {
-      EXPECT_GT(lists.count(), 100000);
-    }
-    while (!oracle.order.empty()) {
-      const std::string key = oracle.order.front().first;
-      ASSERT_TRUE(oracle.remove(key, 0));
-      ASSERT_EQ(lists.op(VDX_LM_DELETE, key, nullptr), XS_SUCCEED);
-      ASSERT_EQ(lists.find(key), oracle.find(key));
-    }
+    EXPECT_GT(lists.count(), row.keys == 300000 ? 100000 : -1);
+    for (const std::string& key : keys)
+      while (oracle.remove(key, oracle.find(key))) {
+        ASSERT_EQ(lists.op(VDX_LM_DELETE, key, nullptr), XS_SUCCEED);
+        ASSERT_EQ(lists.find(key), oracle.find(key));
+      }
     EXPECT_EQ(lists.count(), 0);
   }
 }
@@ -197,64 +160,57 @@ TEST(List, RandomOperationsAgreeWithTheStandardContainers) {
 TEST(List, UnkeyedListsKeepOrderAndPlacesOutliveDeletions) {
   Lists lists(VDX_LM_UNKEYED);
   std::vector<std::int64_t> places(1001);
+  Numbers left;
   for (std::size_t i = 1; i <= 1000; ++i) {
     void* element = as_element(i);
-    ASSERT_EQ(lm_list_op(lists.list, VDX_LM_INSERT, nullptr, 0, &element, &places[i]), XS_SUCCEED);
+    ASSERT_EQ(lists.op(VDX_LM_INSERT, &element, &places[i]), XS_SUCCEED);
+    if (i % 7 == 3) left.push_back(i);
   }
-  std::vector<std::size_t> left;
-  for (std::size_t i = 1; i <= 1000; ++i) {
-    if (i % 7 == 3)
-      left.push_back(i);
-    else
-      ASSERT_EQ(lists.op(VDX_LM_DELETE_ELEMENT, "", i), XS_SUCCEED);
-  }
+  for (std::size_t i = 1; i <= 1000; ++i)
+    ASSERT_EQ(i % 7 == 3 ? 1 : lists.op(VDX_LM_DELETE_ELEMENT, "", i), XS_SUCCEED);
   EXPECT_EQ(lists.op(VDX_LM_DELETE_ELEMENT, "", 1), XS_END_DATA);
   EXPECT_EQ(lists.walked(), left);
   // From every place, deleted ones, the one before the first and impossible ones too.
-  for (std::size_t i = 0; i <= 1000; ++i) {
-    const auto expected = std::upper_bound(left.begin(), left.end(), i);
-    std::int64_t place = places[i];
+  const auto check_next = [&](std::int64_t place, std::size_t next) {
     void* element;
-    const std::int32_t result = lm_list_op(lists.list, VDX_LM_NEXT, nullptr, 0, &element, &place);
-    ASSERT_EQ(result, expected == left.end() ? XS_END_DATA : XS_SUCCEED) << i;
-    ASSERT_EQ(element, expected == left.end() ? nullptr : as_element(*expected)) << i;
-    ASSERT_EQ(place, expected == left.end() ? places[i] : places[*expected]) << i;
+    const std::int64_t before = place;
+    ASSERT_EQ(lists.op(VDX_LM_NEXT, &element, &place), next == 0 ? XS_END_DATA : XS_SUCCEED);
+    ASSERT_EQ(number_of(element), next);
+    ASSERT_EQ(place, next == 0 ? before : places[next]);
+  };
+  for (std::size_t i = 0; i <= 1000; ++i) {
+    SCOPED_TRACE(i);
+    const auto next = std::upper_bound(left.begin(), left.end(), i);
+    check_next(places[i], next == left.end() ? 0 : *next);
   }
-  for (const std::int64_t odd : {INT64_MIN, std::int64_t{-1}, INT64_MAX}) {
-    std::int64_t place = odd;
-    EXPECT_EQ(lm_list_op(lists.list, VDX_LM_NEXT, nullptr, 0, nullptr, &place),
-              odd < 0 ? XS_SUCCEED : XS_END_DATA);
-    EXPECT_EQ(place, odd < 0 ? places[3] : odd);
-  }
+  for (const std::int64_t odd : {INT64_MIN, std::int64_t{-1}, INT64_MAX})
+    check_next(odd, odd < 0 ? 3 : 0);
 }
 
 TEST(List, VisitorsMayChangeTheListAndStop) {
   struct Walk {
     Lists lists{VDX_LM_KEYED};
     std::vector<std::string> keys = keys_of(100);
-    std::vector<std::size_t> seen;
+    std::size_t seen = 0;
   } walk;
   for (std::size_t i = 1; i <= 50; ++i)
     ASSERT_EQ(walk.lists.op(VDX_LM_INSERT, walk.keys[i], i), XS_SUCCEED);
   vdx_list_visitor visitor{
       [](void* element, const void* key, std::int32_t length, void* data) -> std::int32_t {
         Walk& w = *static_cast<Walk*>(data);
-        const auto i = reinterpret_cast<std::size_t>(element);
+        const std::size_t i = ++w.seen;
+        EXPECT_EQ(number_of(element), i);
         EXPECT_EQ(std::string(static_cast<const char*>(key), static_cast<std::size_t>(length)),
                   w.keys[i]);
-        w.seen.push_back(i);
         EXPECT_EQ(w.lists.op(VDX_LM_DELETE, w.keys[i], nullptr), XS_SUCCEED);
-        if (i == 50) return XS_CANCELED;
-        if (i % 10 == 0) {
-          EXPECT_EQ(w.lists.op(VDX_LM_INSERT, w.keys[i + 41], i + 41), XS_SUCCEED);
-        }
-        return XS_SUCCEED;
+        if (i % 10 != 0 || i == 50) return i == 50 ? XS_CANCELED : XS_SUCCEED;
+        return w.lists.op(VDX_LM_INSERT, w.keys[i + 41], i + 41);
       },
       &walk};
   void* in = &visitor;
-  EXPECT_EQ(lm_list_op(walk.lists.list, VDX_LM_APPLY, nullptr, 0, &in, nullptr), XS_CANCELED);
-  EXPECT_EQ(walk.seen.size(), 50u);
-  EXPECT_EQ(walk.lists.walked(), (std::vector<std::size_t>{51, 61, 71, 81}));
+  EXPECT_EQ(walk.lists.op(VDX_LM_APPLY, &in), XS_CANCELED);
+  EXPECT_EQ(walk.seen, 50u);
+  EXPECT_EQ(walk.lists.walked(), (Numbers{51, 61, 71, 81}));
 }
 
 TEST(List, EveryAllocationFailingLeavesThingsAsBefore) {
@@ -266,37 +222,21 @@ TEST(List, EveryAllocationFailingLeavesThingsAsBefore) {
       Failing failing;
       failing.fail_at = at;
       failing.from_there_on = from_there_on;
-      vdx_listmgr* instance;
-      vdx_list* list;
-      if (lm_initlm(&failing.context, "x", 1, &instance) == XS_MEM_ERROR) {
-        EXPECT_EQ(instance, nullptr);
-        continue;
+      Lists lists(VDX_LM_KEYED, &failing.context);
+      EXPECT_EQ(lists.instance == nullptr, at == 1);
+      EXPECT_EQ(lists.list == nullptr, at == 2);
+      EXPECT_EQ(lists.result, at == 1 || at == 2 ? XS_MEM_ERROR : XS_SUCCEED);
+      if (lists.result == XS_MEM_ERROR) continue;
+      std::int64_t inserted = 0;
+      for (const std::string& key : keys) {
+        const std::int32_t result = lists.op(VDX_LM_INSERT, key, 1);
+        ASSERT_TRUE(result == XS_SUCCEED || result == XS_MEM_ERROR);
+        inserted += result == XS_SUCCEED;
+        ASSERT_EQ(lists.find(key), result == XS_SUCCEED);
+        ASSERT_EQ(lists.count(), inserted);
       }
-      if (lm_list_alloc(instance, "y", 1, VDX_LM_KEYED, &list) == XS_MEM_ERROR) {
-        EXPECT_EQ(list, nullptr);
-      } else {
-        std::int64_t inserted = 0;
-        for (std::size_t i = 0; i < keys.size(); ++i) {
-          void* element = as_element(i + 1);
-          const auto length = static_cast<std::int32_t>(keys[i].size());
-          std::int64_t count = -1;
-          const std::int32_t result =
-              lm_list_op(list, VDX_LM_INSERT, keys[i].data(), length, &element, nullptr);
-          if (result == XS_SUCCEED) ++inserted;
-          ASSERT_EQ(lm_list_op(list, VDX_LM_FIND, keys[i].data(), length, &element, nullptr),
-                    result == XS_MEM_ERROR ? XS_END_DATA : XS_SUCCEED);
-          ASSERT_EQ(lm_list_op(list, VDX_LM_COUNT, nullptr, 0, nullptr, &count), XS_SUCCEED);
-          ASSERT_EQ(count, inserted);
-        }
-        if (at == 0) {
-          allocations = failing.calls;
-          EXPECT_EQ(inserted, 200);
-        }
-        if (at > 2 && !from_there_on) {
-          EXPECT_EQ(inserted, 199);
-        }
-      }
-      EXPECT_EQ(lm_exit(instance), XS_SUCCEED);
+      if (at == 0) allocations = failing.calls;
+      EXPECT_EQ(inserted, at == 0 ? 200 : from_there_on ? inserted : 199);
     }
   }
   EXPECT_GT(allocations, 8);
@@ -310,76 +250,59 @@ TEST(List, Properties) {
   const auto number = [](auto value) {
     return std::string(reinterpret_cast<const char*>(&value), sizeof value);
   };
+  constexpr std::int32_t kGet = VDX_LM_GET, kSet = VDX_LM_SET;
   const struct {
     bool of_list;
     std::int32_t action, property, size, result;
     std::string value;
   } rows[] = {
-      {true, VDX_LM_GET, VDX_LM_NAME, 4, XS_SUCCEED, "list"},
-      {true, VDX_LM_GET, VDX_LM_NAME, 3, VDX_TRUNCATED, "lis"},
-      {false, VDX_LM_GET, VDX_LM_NAME, 64, XS_SUCCEED, "instance"},
-      {true, VDX_LM_GET, VDX_LM_KIND, 4, XS_SUCCEED, number(std::int32_t{VDX_LM_KEYED})},
-      {false, VDX_LM_GET, VDX_LM_KIND, 4, XS_FAIL, ""},
-      {true, VDX_LM_GET, VDX_LM_MEMBERS, 8, XS_SUCCEED, number(std::int64_t{1})},
-      {false, VDX_LM_GET, VDX_LM_MEMBERS, 8, XS_SUCCEED, number(std::int64_t{2})},
-      {true, VDX_LM_GET, VDX_LM_USER, 8, XS_SUCCEED, number(static_cast<void*>(nullptr))},
-      {true, VDX_LM_SET, VDX_LM_USER, 8, XS_SUCCEED, number(as_element(7))},
-      {true, VDX_LM_GET, VDX_LM_USER, 8, XS_SUCCEED, number(as_element(7))},
-      {false, VDX_LM_SET, VDX_LM_USER, 7, XS_FAIL, ""},
-      {false, VDX_LM_SET, VDX_LM_NAME, 8, XS_FAIL, ""},
-      {false, VDX_LM_GET, 6, 8, XS_FAIL, ""},
+      {true, kGet, VDX_LM_NAME, 4, XS_SUCCEED, "list"},
+      {true, kGet, VDX_LM_NAME, 3, VDX_TRUNCATED, "lis"},
+      {false, kGet, VDX_LM_NAME, 64, XS_SUCCEED, "instance"},
+      {true, kGet, VDX_LM_KIND, 4, XS_SUCCEED, number(std::int32_t{VDX_LM_KEYED})},
+      {false, kGet, VDX_LM_KIND, 4, XS_FAIL, ""},
+      {true, kGet, VDX_LM_MEMBERS, 8, XS_SUCCEED, number(std::int64_t{1})},
+      {false, kGet, VDX_LM_MEMBERS, 8, XS_SUCCEED, number(std::int64_t{2})},
+      {true, kGet, VDX_LM_USER, 8, XS_SUCCEED, number(as_element(0))},
+      {true, kSet, VDX_LM_USER, 8, XS_SUCCEED, number(as_element(7))},
+      {true, kGet, VDX_LM_USER, 8, XS_SUCCEED, number(as_element(7))},
+      {false, kSet, VDX_LM_USER, 7, XS_FAIL, ""},
+      {false, kSet, VDX_LM_NAME, 8, XS_FAIL, ""},
+      {false, kGet, 6, 8, XS_FAIL, ""},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message()
-                 << row.of_list << ' ' << row.action << ' ' << row.property << ' ' << row.size);
+    SCOPED_TRACE(&row - rows);
     char buffer[64] = {};
-    std::int32_t length = static_cast<std::int32_t>(row.value.size());
-    if (row.action == VDX_LM_SET && length != 0)
-      std::memcpy(buffer, row.value.data(), row.value.size());
-    const std::int32_t result =
-        row.of_list
-            ? lm_list_prop(lists.list, row.action, row.property, buffer, row.size, &length)
-            : lm_property(lists.instance, row.action, row.property, buffer, row.size, &length);
-    EXPECT_EQ(result, row.result);
+    auto length = static_cast<std::int32_t>(row.value.size());
+    if (row.action == kSet) row.value.copy(buffer, row.value.size());
+    EXPECT_EQ(lists.property(row.of_list, row.action, row.property, buffer, row.size, &length),
+              row.result);
     EXPECT_EQ(std::string(buffer, row.value.size()), row.value);
     EXPECT_EQ(length,
               row.result == VDX_TRUNCATED ? 4 : static_cast<std::int32_t>(row.value.size()));
   }
-  std::int64_t whole = 0, one = 0;
-  EXPECT_EQ(lm_property(lists.instance, VDX_LM_GET, VDX_LM_MEMORY, &whole, 8, nullptr), XS_SUCCEED);
-  EXPECT_EQ(lm_list_prop(other, VDX_LM_GET, VDX_LM_MEMORY, &one, 8, nullptr), XS_SUCCEED);
+  std::int64_t whole = 0, one = 0, rest = 0;
+  EXPECT_EQ(lm_property(lists.instance, kGet, VDX_LM_MEMORY, &whole, 8, nullptr), XS_SUCCEED);
+  EXPECT_EQ(lm_list_prop(other, kGet, VDX_LM_MEMORY, &one, 8, nullptr), XS_SUCCEED);
   EXPECT_EQ(lm_list_drop(other), XS_SUCCEED);
-  std::int64_t rest = 0;
-  EXPECT_EQ(lm_property(lists.instance, VDX_LM_GET, VDX_LM_MEMORY, &rest, 8, nullptr), XS_SUCCEED);
+  EXPECT_EQ(lm_property(lists.instance, kGet, VDX_LM_MEMORY, &rest, 8, nullptr), XS_SUCCEED);
   EXPECT_EQ(rest, whole - one);
   EXPECT_GT(one, 0);
 }
 
 TEST(ListDeath, WrongCallsAreReported) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  struct Row {
-    const char* report;
-    void (*call)(Lists& keyed, Lists& unkeyed);
-  };
-  static constexpr char kNull[] = "Invalid NULL pointer , file 'lm_op.cpp'";
-  static constexpr char kAssertion[] = "assertion failed, file 'lm_op.cpp'";
-  const Row rows[] = {
-      {kNull, [](Lists& k, Lists&) { k.op(VDX_LM_INSERT, "k", nullptr); }},
-      {kNull,
-       [](Lists& k, Lists&) { lm_list_op(k.list, VDX_LM_FIND, nullptr, 0, nullptr, nullptr); }},
-      {kNull, [](Lists& k, Lists&) { k.op(VDX_LM_NEXT, "k", nullptr); }},
-      {kNull, [](Lists& k, Lists&) { k.op(VDX_LM_APPLY, "k", std::size_t{0}); }},
-      {kAssertion,
-       [](Lists& k, Lists&) { lm_list_op(k.list, VDX_LM_FIND, "k", -1, nullptr, nullptr); }},
-      {kAssertion, [](Lists& k, Lists&) { k.op(10, "k", nullptr); }},
-      {kAssertion, [](Lists&, Lists& u) { u.op(VDX_LM_FIND, "k", nullptr); }},
-      {kAssertion, [](Lists& k, Lists&) { lm_list_alloc(k.instance, "", 0, 2, &k.list); }},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(&row - rows);
-    Lists keyed(VDX_LM_KEYED), unkeyed(VDX_LM_UNKEYED);
-    EXPECT_FATAL(row.call(keyed, unkeyed), row.report);
-  }
+  Lists k(VDX_LM_KEYED), u(VDX_LM_UNKEYED);
+  const char *null = "Invalid NULL pointer , file 'lm_op.cpp'",
+             *assertion = "assertion failed, file 'lm_op.cpp'";
+  EXPECT_FATAL(k.op(VDX_LM_INSERT, "k", nullptr), null);
+  EXPECT_FATAL(k.op(VDX_LM_FIND, nullptr), null);
+  EXPECT_FATAL(k.op(VDX_LM_NEXT, nullptr), null);
+  EXPECT_FATAL(k.op(VDX_LM_APPLY, "k", std::size_t{0}), null);
+  EXPECT_FATAL(lm_list_op(k.list, VDX_LM_FIND, "k", -1, nullptr, nullptr), assertion);
+  EXPECT_FATAL(k.op(10, "k", nullptr), assertion);
+  EXPECT_FATAL(u.op(VDX_LM_FIND, "k", nullptr), assertion);
+  EXPECT_FATAL(lm_list_alloc(k.instance, "", 0, 2, &k.list), assertion);
 }
 
 TEST(Pool, PiecesAreApartAlignedAndCounted) {
@@ -395,6 +318,14 @@ TEST(Pool, PiecesAreApartAlignedAndCounted) {
                                  return ++l.held == 1;
                                },
                                [](void* data) { --static_cast<Lock*>(data)->held; }, &lock};
+  struct Piece {
+    unsigned char* at;
+    std::size_t bytes, alignment;
+    unsigned char mark;
+    bool is_intact() const {
+      return std::all_of(at, at + bytes, [this](int b) { return b == mark; });
+    }
+  };
   Failing failing;
   const std::size_t bytes = vdx::Pool::size_for(100);
   void* backing = std::malloc(bytes);
@@ -404,22 +335,16 @@ TEST(Pool, PiecesAreApartAlignedAndCounted) {
   for (int round = 0; round < 3; ++round) {
     EXPECT_EQ(pool->memory(), bytes);
     EXPECT_EQ(pool->used(), 0u);
-    struct Piece {
-      unsigned char* at;
-      std::size_t bytes, alignment;
-      unsigned char mark;
-    };
     std::vector<Piece> pieces;
     std::size_t asked = 0;
     for (int step = 0; step < 20000; ++step) {
       if (pieces.size() > 50 && random() % 3 == 0) {
-        const std::size_t which = random() % pieces.size();
-        const Piece piece = pieces[which];
-        for (std::size_t i = 0; i < piece.bytes; ++i) ASSERT_EQ(piece.at[i], piece.mark);
+        Piece& piece = pieces[random() % pieces.size()];
+        ASSERT_TRUE(piece.is_intact());
         if (piece.alignment != vdx::Pool::kAlignment) continue;
         pool->release(piece.at, piece.bytes);
         asked -= piece.bytes;
-        pieces[which] = pieces.back();
+        piece = pieces.back();
         pieces.pop_back();
         continue;
       }
@@ -437,13 +362,12 @@ TEST(Pool, PiecesAreApartAlignedAndCounted) {
         continue;
       }
       ASSERT_EQ(reinterpret_cast<std::uintptr_t>(at) % alignment, 0u);
+      const auto mark = static_cast<unsigned char>(step);
       pieces.push_back(
-          {static_cast<unsigned char*>(at), size, alignment, static_cast<unsigned char>(step)});
-      std::memset(at, pieces.back().mark, size);
+          {static_cast<unsigned char*>(std::memset(at, mark, size)), size, alignment, mark});
       asked += size;
     }
-    for (const Piece& piece : pieces)
-      for (std::size_t i = 0; i < piece.bytes; ++i) ASSERT_EQ(piece.at[i], piece.mark);
+    for (const Piece& piece : pieces) ASSERT_TRUE(piece.is_intact());
     EXPECT_GE(pool->used(), asked);
     EXPECT_GE(pool->memory(), pool->used());
     EXPECT_EQ(pool->allocate(SIZE_MAX), nullptr);
@@ -452,10 +376,7 @@ TEST(Pool, PiecesAreApartAlignedAndCounted) {
   }
   // What comes back serves again: a pool in balance stays at its size.
   const std::size_t size = pool->memory();
-  for (int i = 0; i < 1000; ++i) {
-    void* piece = pool->allocate(40);
-    pool->release(piece, 40);
-  }
+  for (int i = 0; i < 1000; ++i) pool->release(pool->allocate(40), 40);
   EXPECT_EQ(pool->memory(), size);
   const int calls = failing.calls;
   failing.fail_at = calls + 1;

@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -136,6 +138,39 @@ class Random {
  private:
   std::uint64_t state_;
 };
+
+// A context whose allocations fail at a given one (from 1), or from there on.
+struct Failing {
+  vdx_context context{};
+  int calls = 0, fail_at = 0;
+  bool from_there_on = false;
+  Failing() {
+    context.version = VDX_VERSION;
+    context.allocate = [](vdx_context* c, std::size_t size) -> void* {
+      auto* self = reinterpret_cast<Failing*>(c);
+      const int call = ++self->calls;
+      const bool is_beyond = self->from_there_on && call > self->fail_at;
+      return self->fail_at != 0 && (call == self->fail_at || is_beyond) ? nullptr
+                                                                        : std::malloc(size);
+    };
+  }
+};
+
+inline std::string string_of(const vdx_err_text& t) {
+  return t.bytes == nullptr ? "-" : std::string(t.bytes, static_cast<std::size_t>(t.length));
+}
+
+// "1040008 FILE 2;" and so on: number and parameters of a message; paths are FILE.
+inline std::string summary_of(const vdx_message& message) {
+  std::ostringstream text;
+  text << std::hex << message.number << std::dec;
+  for (std::int32_t i = 0; i < message.parameters.count; ++i) {
+    const vdx_err_parameter& p = message.parameters.parameter[i];
+    const std::string one = p.text.bytes == nullptr ? std::to_string(p.number) : string_of(p.text);
+    text << ' ' << (one.find('/') == std::string::npos ? one : "FILE");
+  }
+  return text.str() + ";";
+}
 
 }  // namespace vdx_test
 

@@ -41,12 +41,9 @@ row 'i4 money -- 12 -3' '' 0 '12.00\n-3.00\n' ''
 row '8 14 1' '' 0 '1.00\n' ''
 row 'char money -p 4 "$ 1,234.56785"' '' 0 '1234.5679\n' ''
 row 'char money --precision=3 1.0005' '' 0 '1.001\n' ''
-row 'i4 char -m5 --pad-blank 12' '' 0 '12   \n' ''
-row 'i4 char -m 5 --pad-blank -t --hex 12' '' 0 '3132202000\n' ''
+row 'i4 char -m5 --pad-blank -t --hex 12' '' 0 '3132202000\n' ''
 row 'i4 char --maxlength=4 --pad-null --raw 12 345' '' 0 '12\0000\0000345\0000' ''
-row 'i4 char -t --raw 12 3' '' 0 '12\00003\0000' ''
 row 'i4 bin --hex 258 -1' '' 0 '02010000\nffffffff\n' ''
-row 'char money --hex 1' '' 0 '0000000010270000\n' ''
 row 'char i4 -q -c sjis' '\0202\0120\0202\0121\n' 0 '12\n' ''
 
 # Dates. Style and order hold for both conversions of a value.
@@ -78,24 +75,20 @@ row 'char i4 -q -f -' '1\n\n\r\n3\n' 1 '1\n3\n' 'stdin:2: "": empty (-105)\nstdi
 row 'char i4 -q' '1\00002\n3' 1 '3\n' "stdin:1: \"1\\\\x002\": $bad"
 row 'char i4 -q -r rejects' 'a\r\n1\n\nb\0000' 1 '1\n' \
   "stdin:1: \"a\": ${bad}stdin:3: \"\": empty (-105)\nstdin:4: \"b\\\\x00\": $bad"
-printf 'a\r\n\nb\0' > want
-same 'rejects keep line ends' want rejects
+same 'rejects keep line ends' <(printf 'a\r\n\nb\0') rejects
 row 'char i4 --rejects=rejects x' '' 1 '' "argument:1: \"x\": $bad"
-printf 'x\n' > want
-same 'rejects of arguments' want rejects
+same 'rejects of arguments' <(echo x) rejects
 
 # Wrong usage and trouble.
 usage() { row "$1" '' 2 '' "vdxconv: $2$hint"; }
-usage '' 'SOURCE and DEST are needed'
-usage 'char' 'SOURCE and DEST are needed'
-usage 'char integer 1' "'integer' is not a datatype; vdxconv --types lists them"
-usage 'char 40 1' "'40' is not a datatype; vdxconv --types lists them"
-usage 'char i4 --colour 1' "unknown option '--colour'"
-usage 'char i4 -z' "unknown option '-z'"
+for words in '' char; do usage "$words" 'SOURCE and DEST are needed'; done
+for name in integer 40; do usage "char $name 1" "'$name' is not a datatype; vdxconv --types lists them"; done
+for option in --colour -z; do usage "char i4 $option 1" "unknown option '$option'"; done
 usage 'char i4 --hex=1 1' '--hex takes no argument'
 usage 'char i4 1 -p' '-p needs an argument'
-usage 'char i4 --scale 1x 1' "--scale: '1x' is not a number of 32 bits"
-usage 'char i4 -s 2147483648 1' "-s: '2147483648' is not a number of 32 bits"
+for option in '--scale 1x' '-s 2147483648'; do
+  usage "char i4 $option 1" "${option% *}: '${option#* }' is not a number of 32 bits"
+done
 usage 'char i4 --hex --raw 1' '--hex and --raw exclude each other'
 usage 'char datetime --date-order ymm 1' "--date-order: 'ymm' is not one of mdy, dmy, ymd, ydm, myd, dym"
 usage 'char char -m 9 --pad-null --pad-blank 1' '--pad-null and --pad-blank exclude each other'
@@ -118,7 +111,9 @@ if [ -n "$wine" ]; then
 else
   row 'char i4 -r ./in' 'x\n' 2 '' 'vdxconv: ./in: rejects would overwrite the input\n'
 fi
-row 'char i4 1 > /dev/full' '' 2 '' 'vdxconv: standard output: No space left on device\n'
+for words in 'char i4 1' --help; do
+  row "$words > /dev/full" '' 2 '' 'vdxconv: standard output: No space left on device\n'
+done
 row 'char i4 -r /dev/full x' '' 2 '' 'vdxconv: /dev/full: No space left on device\n'
 "$vdxconv" char money -q -f "$values" 2> err | true
 [ "${PIPESTATUS[0]}" = 2 ] || fail 'a closed pipe is trouble'
@@ -181,8 +176,7 @@ for byte in {0..9} {11..255}; do printf "\\x$(printf %x "$byte")%s\n" x; done > 
 sizes="1048575 1048576 1 3000000 63 64 65 $(echo {1..200})"
 for size in $sizes; do head -c "$size" /dev/zero | tr '\0' ' '; echo "$size"; done > long
 "$vdxconv" char i4 -q < long > out
-printf '%s\n' $sizes > want
-same 'long lines' want out
+same 'long lines' <(printf '%s\n' $sizes) out
 { tr ' ' y < long; head -c 5000000 /dev/zero; } > letters
 "$vdxconv" char i4 -q -r rejects < letters > out 2> err
 same 'long lines are rejected as they were' letters rejects
@@ -220,13 +214,10 @@ bad_lines=$((20000 - $(wc -l < want)))
 "$vdxconv" char datetime -q --style 140 -f "$dates" > out 2> err
 [ "$(wc -l < out)" = "$(wc -l < want)" ] || fail 'the same dates fit a datetime'
 "$vdxconv" char datetime -q --style 140 < out | cmp -s - out || fail 'a date converts to itself'
-for order in '' ymd; do
-  "$vdxconv" --now ${order:+--date-order $order --twelve-hour} > out
-  case $order in
-    ymd) grep -qE '^[0-9]{2}/(0[1-9]|1[0-2])/[0-9]{2} (0[0-9]|1[0-2]):[0-5][0-9]:[0-6][0-9] [AP]M$' out ;;
-    *) grep -qE '^(0[1-9]|1[0-2])/[0-9]{2}/[0-9]{2} [0-2][0-9]:[0-5][0-9]:[0-6][0-9]$' out ;;
-  esac || fail "now: $(cat out)"
-done
+clock='[0-5][0-9]:[0-6][0-9]'
+"$vdxconv" --now | grep -qE "^(0[1-9]|1[0-2])/[0-9]{2}/[0-9]{2} [0-2][0-9]:$clock\$" || fail 'now'
+"$vdxconv" --now --date-order ymd --twelve-hour |
+  grep -qE "^[0-9]{2}/(0[1-9]|1[0-2])/[0-9]{2} (0[0-9]|1[0-2]):$clock [AP]M\$" || fail 'now of an order'
 
 # What the page on dates says of styles and orders.
 sed -n '/^| Style/,/^$/p; /^| Order/,/^$/p' "$project/docs/dates.md" |
@@ -269,14 +260,12 @@ for option in $(grep -oE '^ +(-[a-zA-Z], )?--[a-z-]+' help | grep -oE -- '--[a-z
   sed 's/\\-/-/g' "$project/docs/vdxconv.1" | grep -q -e "$option" || fail "manual lacks $option"
 done
 "$vdxconv" -V | grep -qE '^vdxconv [0-9]+\.[0-9]+\.[0-9]+$' || fail 'version'
-row '--help > /dev/full' '' 2 '' 'vdxconv: standard output: No space left on device\n'
 if command -v groff > /dev/null; then
   groff -t -man -Tutf8 -ww "$project/docs/vdxconv.1" 2>&1 > /dev/null | grep . && fail 'manual warns'
 fi
 
-printf '"  -42" is -42\n"2147483648" is out of range (-101)\n"4 2" is no integer (-105)\nprice 12.3456\n' > want
-"$example" > out || fail 'the example'
-same 'output of the example' want out
+printf '"  -42" is -42\n"2147483648" is out of range (-101)\n"4 2" is no integer (-105)\nprice 12.3456\n' |
+  cmp -s - <("$example" || echo failed) || fail 'output of the example'
 
 [ $failures = 0 ] && echo "all passed"
 exit $((failures != 0))
