@@ -13,101 +13,6 @@ namespace vdx_test {
 
 namespace {
 
-// ---- decimal numbers ----
-
-struct Number {
-  bool negative = false;
-  std::string whole, fraction;  // digits, without leading and trailing zeros
-  bool nan = false, infinite = false;
-  bool zero() const { return !nan && whole.empty() && fraction.empty(); }
-};
-
-std::string without_leading_zeros(const std::string& digits) {
-  return digits.substr(std::min(digits.size(), digits.find_first_not_of('0')));
-}
-
-// Digits with the point after the first `point` of them; point may lie outside of the digits.
-Number number_of(bool negative, std::string digits, std::int64_t point) {
-  if (point < 0) digits.insert(0, static_cast<std::size_t>(-point), '0'), point = 0;
-  const auto at = static_cast<std::size_t>(point);
-  if (digits.size() < at) digits.resize(at, '0');
-  Number n{negative, without_leading_zeros(digits.substr(0, at)), digits.substr(at)};
-  n.fraction.erase(n.fraction.find_last_not_of('0') + 1);
-  return n;
-}
-
-Number number_of(std::string text, std::int64_t scale = 0) {
-  const bool negative = text[0] == '-';
-  text.erase(0, negative ? 1 : 0);
-  const std::size_t point = std::min(text.find('.'), text.size());
-  text.erase(point, 1);
-  return number_of(negative, text, static_cast<std::int64_t>(point) - scale);
-}
-
-// Every binary fraction is a decimal one; the C library writes out all of it.
-Number number_of(double value) {
-  if (std::isnan(value)) return {std::signbit(value), "", "", true};
-  if (std::isinf(value)) return {value < 0, std::string(400, '9'), "", false, true};
-  char text[1500];
-  std::snprintf(text, sizeof text, "%.1074f", value);
-  return number_of(std::string(text));
-}
-
-void add_one(std::string& digits) {
-  std::size_t i = digits.size();
-  while (i > 0 && digits[i - 1] == '9') digits[--i] = '0';
-  if (i > 0)
-    ++digits[i - 1];
-  else
-    digits.insert(0, 1, '1');
-}
-
-// All digits down to `places` behind the point: cut, or rounded half away from zero.
-std::string digits_to(const Number& n, std::size_t places, bool round) {
-  std::string fraction = n.fraction;
-  if (fraction.size() < places + 1) fraction.resize(places + 1, '0');
-  std::string digits = n.whole + fraction.substr(0, places);
-  if (round && fraction[places] >= '5') add_one(digits);
-  return digits;
-}
-
-bool greater(const std::string& a, const std::string& b) {
-  return a.size() != b.size() ? a.size() > b.size() : a > b;
-}
-
-Bytes big_endian(const std::string& digits, std::size_t size) {
-  Bytes bytes(size);
-  for (const char c : digits) {
-    int carry = c - '0';
-    for (std::size_t i = size; i-- > 0; carry >>= 8) {
-      carry += bytes[i] * 10;
-      bytes[i] = static_cast<std::uint8_t>(carry);
-    }
-  }
-  return bytes;
-}
-
-std::string digits_of(Bytes bytes) {
-  std::string digits;
-  while (std::any_of(bytes.begin(), bytes.end(), [](int b) { return b != 0; })) {
-    int rest = 0;
-    for (std::uint8_t& byte : bytes) {
-      rest = rest * 256 + byte;
-      byte = static_cast<std::uint8_t>(rest / 10);
-      rest %= 10;
-    }
-    digits.insert(0, 1, static_cast<char>('0' + rest));
-  }
-  return digits;
-}
-
-// Bytes of the largest magnitude of a precision.
-std::size_t magnitude_bytes(int precision) {
-  const Bytes most = big_endian(std::string(static_cast<std::size_t>(precision), '9'), 40);
-  return static_cast<std::size_t>(
-      most.end() - std::find_if(most.begin(), most.end(), [](int b) { return b != 0; }));
-}
-
 // ---- fixed-length types ----
 
 struct WholeType {
@@ -160,8 +65,7 @@ Number read_number(std::int32_t datatype, const Bytes& b) {
   if (kind_of(datatype) == Kind::numeric) {
     const auto size = static_cast<long>(magnitude_bytes(b[0]));
     const std::string digits = digits_of(Bytes(b.begin() + 3, b.begin() + 3 + size));
-    return number_of(b[2] == 1 && !digits.empty(), digits,
-                     static_cast<std::int64_t>(digits.size()) - b[1]);
+    return {b[2] == 1 && !digits.empty(), digits, b[1]};
   }
   const WholeType& type = whole_type(datatype);
   if (datatype == VDX_MONEY) return number_of(std::to_string(money_count(b)), 4);
@@ -376,7 +280,7 @@ Answer byte_string(const Request& r, const Bytes& bytes) {
 Answer write_whole(const Request& r, const WholeType& type, bool negative, std::string magnitude) {
   const std::string limit = negative ? type.least : type.most;
   std::int32_t code = VDX_SUCCESS;
-  if (greater(magnitude, limit)) {
+  if (compare(magnitude, limit) > 0) {
     code = negative && !type.is_signed && type.size > 1 ? VDX_UNDERFLOW : VDX_OVERFLOW;
     magnitude = limit;
   }
@@ -407,21 +311,12 @@ Answer write_real(const Request& r, const Number& n, T rounded) {
   return fixed(r, code, image(rounded));
 }
 
-std::string plain_text(const Number& n) {
-  return (n.negative ? "-0" : "0") + n.whole + "." + n.fraction;
-}
-
-Answer write_numeric(const Request& r, const Number& n, std::int32_t code = VDX_SUCCESS) {
+Answer write_numeric(const Request& r, const Number& n) {
   const std::int32_t precision = r.format.precision, scale = r.format.scale;
   if (precision < 1 || precision > 77) return refused(r, VDX_BAD_PRECISION, 35);
   if (scale < 0 || scale > 77) return refused(r, VDX_BAD_SCALE, 35);
-  std::string digits = without_leading_zeros(digits_to(n, static_cast<std::size_t>(scale), true));
-  if (n.nan) digits.clear(), code = VDX_INVALID;
-  if (digits.size() > static_cast<std::size_t>(precision)) {
-    digits.assign(static_cast<std::size_t>(precision), '9');
-    code = VDX_OVERFLOW;
-  }
-  return fixed(r, code, numeric_image(precision, scale, n.negative && !digits.empty(), digits));
+  const Fitted image = fitted(n, precision, scale);
+  return fixed(r, n.nan ? VDX_INVALID : image.code, image.image);
 }
 
 // A number of a fixed-length type into another such type.
@@ -443,7 +338,7 @@ Answer write_number(const Request& r, const Number& n) {
       const double value = high + low;
       return fixed(r, VDX_SUCCESS, wide ? image(value) : image(static_cast<float>(value)));
     }
-    const std::string text = plain_text(n);
+    const std::string text = text_of(n);
     if (wide) return write_real(r, n, std::strtod(text.c_str(), nullptr));
     return write_real(r, n, std::strtof(text.c_str(), nullptr));
   }
@@ -452,9 +347,8 @@ Answer write_number(const Request& r, const Number& n) {
   if (to == Kind::bit) return fixed(r, VDX_SUCCESS, {std::uint8_t{!n.zero()}});
   if (to == Kind::money && from == Kind::real)
     return real_as_money(r, type, flt4 ? as<float>(r.value) : as<double>(r.value));
-  const std::size_t places = to == Kind::money ? 4 : 0;
   const bool round = to == Kind::money || from == Kind::money;
-  return write_whole(r, type, n.negative, without_leading_zeros(digits_to(n, places, round)));
+  return write_whole(r, type, n.negative, digits_at(n, to == Kind::money ? 4 : 0, round));
 }
 
 Answer write_date(const Request& r, const DateType& from, const Moment& source) {
@@ -524,27 +418,19 @@ std::string shortest(T value) {
   return result;
 }
 
-std::string text_of(const Request& r, const Number& n) {
-  const std::string sign = n.negative ? "-" : "";
-  const auto point = [](std::string digits, std::size_t places) {
-    if (digits.size() <= places) digits.insert(0, places + 1 - digits.size(), '0');
-    if (places > 0) digits.insert(digits.size() - places, 1, '.');
-    return digits;
-  };
+std::string shown(const Request& r, const Number& n) {
   switch (kind_of(r.source)) {
     case Kind::real:
       if (n.nan) return "nan";
-      if (n.infinite) return sign + "inf";
+      if (n.infinite) return n.negative ? "-inf" : "inf";
       return r.source == VDX_FLT4 ? shortest(as<float>(r.value)) : shortest(as<double>(r.value));
     case Kind::money: {
       const std::int32_t wanted = r.format.precision;
-      const auto places = static_cast<std::size_t>(wanted <= 0 ? 2 : std::min(wanted, 4));
-      return sign + point(digits_to(n, places, true), places);
+      const std::int32_t places = wanted <= 0 ? 2 : std::min(wanted, 4);
+      return text_of({n.negative, digits_at(n, places, true), places});
     }
-    case Kind::numeric:
-      return sign + point(digits_to(n, r.value[1], false), r.value[1]);
     default:
-      return sign + point(n.whole, 0);
+      return text_of(n);
   }
 }
 
@@ -608,10 +494,10 @@ ReadInteger read_integer(const std::string& text, const char* most, const char* 
   for (; i < text.size() && is_digit(text[i]); ++i) {
     const std::string shifted = without_leading_zeros(n.magnitude + "0");
     const std::string longer = without_leading_zeros(n.magnitude + text[i]);
-    if (greater(longer, limit)) {
+    if (compare(longer, limit) > 0) {
       if (*least == '\0')
         n.magnitude = most;
-      else if (!greater(shifted, limit))
+      else if (compare(shifted, limit) <= 0)
         n.magnitude = shifted;
       n.code = VDX_OVERFLOW;
       return n;
@@ -633,7 +519,7 @@ Answer integer_from_text(const Request& r, const std::string& text) {
   if (type.code == VDX_BIT)
     return fixed(r, n.code, {static_cast<std::uint8_t>(n.magnitude.empty() ? 0 : 1)});
   if (type.size == 2) {  // outside the range the low bits stay, 0 outside of 32 bits
-    const bool fits = !greater(n.magnitude, n.negative ? type.least : type.most);
+    const bool fits = compare(n.magnitude, n.negative ? type.least : type.most) <= 0;
     return fixed(r, n.code == VDX_SUCCESS && fits ? VDX_SUCCESS : VDX_OVERFLOW,
                  whole_image(type, n.negative, n.code == VDX_SUCCESS ? n.magnitude : ""));
   }
@@ -648,16 +534,18 @@ std::optional<Number> read_decimal(const std::string& text) {
   if (rest.empty()) return Number{};
   const bool negative = rest[0] == '-';
   if (negative || rest[0] == '+') rest.erase(0, 1);
-  std::int64_t point = -1, exponent = 0;
+  std::int64_t scale = 0, exponent = 0;
+  bool point = false;
   std::size_t i = 0;
-  for (; i < rest.size() && (is_digit(rest[i]) || (rest[i] == '.' && point < 0)); ++i) {
-    if (rest[i] == '.')
-      point = static_cast<std::int64_t>(digits.size());
-    else
+  for (; i < rest.size() && (is_digit(rest[i]) || (rest[i] == '.' && !point)); ++i) {
+    if (rest[i] == '.') {
+      point = true;
+    } else {
       digits += rest[i];
+      scale += point ? 1 : 0;
+    }
   }
   if (digits.empty()) return std::nullopt;
-  if (point < 0) point = static_cast<std::int64_t>(digits.size());
   if (i < rest.size()) {
     if (rest[i] != 'e' && rest[i] != 'E') return std::nullopt;
     ++i;
@@ -670,8 +558,7 @@ std::optional<Number> read_decimal(const std::string& text) {
     }
     if (down) exponent = -exponent;
   }
-  if (without_leading_zeros(digits).empty()) exponent = 0;
-  return number_of(negative, digits, point + exponent);
+  return Number{negative, without_leading_zeros(digits), scale - exponent};
 }
 
 template <class T>
@@ -691,7 +578,7 @@ Answer real_from_text(const Request& r, const std::string& text) {
   }
   const std::optional<Number> n = read_decimal(text);
   if (!n) return no_literal(r);
-  const std::string plain = plain_text(*n);
+  const std::string plain = text_of(*n);
   const T value = sizeof(T) == 4 ? static_cast<T>(std::strtof(plain.c_str(), nullptr))
                                  : static_cast<T>(std::strtod(plain.c_str(), nullptr));
   return write_real(r, *n, value);
@@ -897,15 +784,6 @@ Kind kind_of(std::int32_t datatype) {
   return kKinds[datatype];
 }
 
-Bytes numeric_image(int precision, int scale, bool negative, const std::string& digits) {
-  Bytes bytes = {static_cast<std::uint8_t>(precision), static_cast<std::uint8_t>(scale),
-                 static_cast<std::uint8_t>(negative)};
-  const Bytes magnitude = big_endian(digits, magnitude_bytes(precision));
-  bytes.insert(bytes.end(), magnitude.begin(), magnitude.end());
-  bytes.resize(35);
-  return bytes;
-}
-
 Bytes date_image(std::int32_t datatype, std::int64_t day, std::int64_t units) {
   switch (datatype) {
     case VDX_DATETIME:
@@ -962,7 +840,7 @@ Answer expect(const Request& r) {
                    : write_date(r, date_type(r.source), read_date(date_type(r.source), r.value));
   const Number n = read_number(r.source, r.value);
   if (to_text)
-    return write_text(r, bytes_of(text_of(r, n)), from == Kind::integer || from == Kind::bit);
+    return write_text(r, bytes_of(shown(r, n)), from == Kind::integer || from == Kind::bit);
   return write_number(r, n);
 }
 
