@@ -48,9 +48,7 @@ Bytes whole_image(const WholeType& type, bool negative, const std::string& magni
   if (type.code == VDX_MONEY)
     return image(
         vdx_money{static_cast<std::int32_t>(bits >> 32), static_cast<std::uint32_t>(bits)});
-  Bytes bytes = image(bits);
-  bytes.resize(static_cast<std::size_t>(type.size));
-  return bytes;
+  return slice(image(bits), 0, static_cast<std::size_t>(type.size));
 }
 
 std::int64_t money_count(const Bytes& bytes) {
@@ -63,8 +61,7 @@ Number read_number(std::int32_t datatype, const Bytes& b) {
   if (datatype == VDX_FLT4) return number_of(double{as<float>(b)});
   if (datatype == VDX_FLT8) return number_of(as<double>(b));
   if (kind_of(datatype) == Kind::numeric) {
-    const auto size = static_cast<long>(magnitude_bytes(b[0]));
-    const std::string digits = digits_of(Bytes(b.begin() + 3, b.begin() + 3 + size));
+    const std::string digits = digits_of(slice(b, 3, magnitude_bytes(b[0])));
     return {b[2] == 1 && !digits.empty(), digits, b[1]};
   }
   const WholeType& type = whole_type(datatype);
@@ -82,16 +79,16 @@ constexpr std::int64_t kTick = 10000, kMicro = 3, kMinute = 180000000;
 
 struct DateType {
   std::int32_t code;
-  bool has_date, has_time;
+  std::size_t day_bytes, time_bytes;  // of its image
   std::int64_t unit, first_day, last_day;
 };
 constexpr DateType kDateTypes[] = {
-    {VDX_DATETIME, true, true, kTick, -53690, 2958463},
-    {VDX_DATE4, true, true, kMinute, 0, 65535},
-    {VDX_DATEA, true, false, kDay, -693595, 2958463},
-    {VDX_TIMEA, false, true, kTick, 0, 0},
-    {VDX_BIGDATETIME, true, true, kMicro, -693595, 2958463},
-    {VDX_BIGTIME, false, true, kMicro, 0, 0},
+    {VDX_DATETIME, 4, 4, kTick, -53690, 2958463},
+    {VDX_DATE4, 2, 2, kMinute, 0, 65535},
+    {VDX_DATEA, 4, 0, kDay, -693595, 2958463},
+    {VDX_TIMEA, 0, 4, kTick, 0, 0},
+    {VDX_BIGDATETIME, 8, 8, kMicro, -693595, 2958463},  // both in one number
+    {VDX_BIGTIME, 0, 8, kMicro, 0, 0},
 };
 
 const DateType& date_type(std::int32_t code) {
@@ -106,24 +103,11 @@ struct Moment {
 constexpr std::int64_t kBigDay = 86400000000, kBigEpoch = 693595 + 366;
 
 Moment read_date(const DateType& type, const Bytes& b) {
-  switch (type.code) {
-    case VDX_DATETIME: {
-      const auto value = as<vdx_datetime>(b);
-      return {value.day, value.time & 0x1FFFFFF};
-    }
-    case VDX_DATE4:
-      return {as<vdx_date4>(b).day, as<vdx_date4>(b).minute};
-    case VDX_DATEA:
-      return {as<std::int32_t>(b), 0};
-    case VDX_TIMEA:
-      return {0, as<std::int32_t>(b)};
-    case VDX_BIGDATETIME: {
-      const auto micros = static_cast<std::int64_t>(as<std::uint64_t>(b));
-      return {micros / kBigDay - kBigEpoch, micros % kBigDay};
-    }
-    default:
-      return {0, static_cast<std::int64_t>(as<std::uint64_t>(b))};
-  }
+  if (type.code == VDX_BIGDATETIME)
+    return {as<std::int64_t>(b) / kBigDay - kBigEpoch, as<std::int64_t>(b) % kBigDay};
+  const Bytes day = slice(b, 0, type.day_bytes), time = slice(b, type.day_bytes, type.time_bytes);
+  const std::int64_t units = type.time_bytes == 4 ? as<std::int32_t>(time) : as<std::int64_t>(time);
+  return {as<std::int32_t>(day), type.code == VDX_DATETIME ? units & 0x1FFFFFF : units};
 }
 
 // The nearest whole number of units; halves go up.
@@ -140,6 +124,8 @@ std::string trimmed(const std::string& text) {
 }
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+bool is_text(Kind k) { return k == Kind::text || k == Kind::varchar || k == Kind::utf16; }
 
 // ---- answers ----
 
@@ -218,7 +204,7 @@ Answer text_of_value(const Request& r, const Bytes& text, bool asterisk) {
   }
   const std::size_t placed = std::min(text.size(), d.room);
   if (!asterisk) {
-    d.put(Bytes(text.begin(), text.begin() + static_cast<long>(placed)));
+    d.put(slice(text, 0, placed));
   } else if (d.room >= 2 * d.unit) {  // and a zero unit
     d.put(d.unit == 2 ? encode_unit('*') : Bytes{'*'});
     std::fill_n(d.answer.bytes.begin() + static_cast<long>(d.unit), d.unit, std::uint8_t{0});
@@ -237,15 +223,11 @@ Answer text_of_value(const Request& r, const Bytes& text, bool asterisk) {
 Answer text_of_characters(const Request& r, const std::vector<Bytes>& characters,
                           bool substituted) {
   Destination d(r);
-  bool cut = false;
-  for (const Bytes& c : characters) {
-    if (!d.fits(d.used + c.size())) {
-      cut = true;
-      break;
-    }
-    d.put(c);
-  }
-  const std::int32_t code = cut ? VDX_TRUNCATED : substituted ? VDX_TRANSLATION : VDX_SUCCESS;
+  std::size_t i = 0;
+  for (; i < characters.size() && d.fits(d.used + characters[i].size()); ++i) d.put(characters[i]);
+  const std::int32_t code = i < characters.size() ? VDX_TRUNCATED
+                            : substituted         ? VDX_TRANSLATION
+                                                  : VDX_SUCCESS;
   if (!d.fits(d.used)) {  // no room for a terminator alone
     d.answer.code = code;
     return d.answer;
@@ -263,8 +245,7 @@ Answer counted(const Request& r, const Bytes& bytes, std::int32_t too_long) {
 }
 
 Answer byte_string(const Request& r, const Bytes& bytes) {
-  const std::size_t room = static_cast<std::size_t>(r.format.maxlength);
-  const std::size_t n = std::min(bytes.size(), room);
+  const std::size_t n = std::min(bytes.size(), static_cast<std::size_t>(r.format.maxlength));
   Answer a{n < bytes.size() ? VDX_TRUNCATED : VDX_SUCCESS, static_cast<std::int32_t>(n),
            untouched(r)};
   std::copy_n(bytes.begin(), n, a.bytes.begin());
@@ -298,6 +279,12 @@ Answer real_as_money(const Request& r, const WholeType& type, double value) {
   const volatile double rest = (size - product) * 10000.0;
   const std::int64_t count = high * 4294967296 + static_cast<std::int64_t>(rest);
   return write_whole(r, type, negative, without_leading_zeros(std::to_string(count)));
+}
+
+template <class T>
+T real_of(const std::string& text) {
+  if constexpr (sizeof(T) == 4) return std::strtof(text.c_str(), nullptr);
+  return static_cast<T>(std::strtod(text.c_str(), nullptr));
 }
 
 template <class T>
@@ -338,9 +325,8 @@ Answer write_number(const Request& r, const Number& n) {
       const double value = high + low;
       return fixed(r, VDX_SUCCESS, wide ? image(value) : image(static_cast<float>(value)));
     }
-    const std::string text = text_of(n);
-    if (wide) return write_real(r, n, std::strtod(text.c_str(), nullptr));
-    return write_real(r, n, std::strtof(text.c_str(), nullptr));
+    return wide ? write_real(r, n, real_of<double>(text_of(n)))
+                : write_real(r, n, real_of<float>(text_of(n)));
   }
   const WholeType& type = whole_type(r.destination);
   if (n.nan) return fixed(r, VDX_INVALID, whole_image(type, false, ""));
@@ -353,19 +339,19 @@ Answer write_number(const Request& r, const Number& n) {
 
 Answer write_date(const Request& r, const DateType& from, const Moment& source) {
   const DateType& to = date_type(r.destination);
-  const std::int64_t day = from.has_date ? source.day : 0;
+  const std::int64_t day = from.day_bytes != 0 ? source.day : 0;
   const std::int64_t time = source.units * from.unit;
   const auto answer = [&](std::int32_t code, std::int64_t d, std::int64_t units) {
     return fixed(r, code, date_image(to.code, d, units));
   };
-  if (!to.has_time) return answer(VDX_SUCCESS, day, 0);
+  if (to.time_bytes == 0) return answer(VDX_SUCCESS, day, 0);
   if (to.code == VDX_DATE4) {
     const std::int64_t ticks = std::min(nearest(time, kTick), kDay / kTick - 1);
     const std::int64_t minutes = nearest(day * kDay + ticks * kTick, kMinute);
     if (day < 0 || minutes >= 65536 * 1440) return answer(VDX_OVERFLOW, 0, 0);
     return answer(VDX_SUCCESS, minutes / 1440, minutes % 1440);
   }
-  if (to.has_date && day < to.first_day) return answer(VDX_UNDERFLOW, 0, 0);
+  if (to.day_bytes != 0 && day < to.first_day) return answer(VDX_UNDERFLOW, 0, 0);
   const std::int64_t units = std::min(nearest(time, to.unit), kDay / to.unit - 1);
   const bool dropped = from.unit == kMicro && units * to.unit != time;
   return answer(dropped ? VDX_TRUNCATED : VDX_SUCCESS, day, units);
@@ -376,15 +362,13 @@ bool is_value(std::int32_t datatype, const Bytes& b) {
   switch (kind_of(datatype)) {
     case Kind::bit:
       return b[0] <= 1;
-    case Kind::numeric: {
-      if (b[0] < 1 || b[0] > 77 || b[1] > 77 || b[2] > 1) return false;
-      const auto size = static_cast<long>(magnitude_bytes(b[0]));
-      return digits_of(Bytes(b.begin() + 3, b.begin() + 3 + size)).size() <= b[0];
-    }
+    case Kind::numeric:
+      return b[0] >= 1 && b[0] <= 77 && b[1] <= 77 && b[2] <= 1 &&
+             read_number(datatype, b).digits.size() <= b[0];
     case Kind::date: {
       const DateType& type = date_type(datatype);
       const Moment moment = read_date(type, b);
-      const std::int64_t units = type.has_time ? kDay / type.unit : 1;
+      const std::int64_t units = type.time_bytes != 0 ? kDay / type.unit : 1;
       return moment.day >= type.first_day && moment.day <= type.last_day && moment.units >= 0 &&
              moment.units < units;
     }
@@ -404,16 +388,12 @@ std::string shortest(T value) {
   digits.erase(std::remove_if(digits.begin(), digits.end(), [](char c) { return !is_digit(c); }),
                digits.end());
   digits = without_leading_zeros(digits);
-  const auto read = [](const char* from) {
-    return sizeof(T) == 4 ? static_cast<T>(std::strtof(from, nullptr))
-                          : static_cast<T>(std::strtod(from, nullptr));
-  };
-  EXPECT_EQ(read(result.c_str()), value) << result;
+  EXPECT_EQ(real_of<T>(result), value) << result;
   const bool point = result.find_first_of(".e") != std::string::npos;
   if (point && digits.size() > 1) {
     std::snprintf(text, sizeof text, "%.*e", static_cast<int>(digits.size()) - 2,
                   static_cast<double>(value));
-    EXPECT_NE(read(text), value) << result << " and " << text;
+    EXPECT_NE(real_of<T>(text), value) << result << " and " << text;
   }
   return result;
 }
@@ -458,10 +438,8 @@ Answer write_text(const Request& r, const Bytes& text, bool asterisk) {
       return counted(r, text, VDX_OVERFLOW);
     case Kind::utf16: {
       Bytes units;
-      for (const Character& c : decode(r.to, text)) {
-        const Bytes unit = encode_utf16_one(c.code == kNoCharacter ? 0xFFFD : c.code);
-        units.insert(units.end(), unit.begin(), unit.end());
-      }
+      for (const Character& c : decode(r.to, text))
+        append(units, encode_utf16_one(c.code == kNoCharacter ? 0xFFFD : c.code));
       return text_of_value(r, units, asterisk);
     }
     default:
@@ -578,10 +556,7 @@ Answer real_from_text(const Request& r, const std::string& text) {
   }
   const std::optional<Number> n = read_decimal(text);
   if (!n) return no_literal(r);
-  const std::string plain = text_of(*n);
-  const T value = sizeof(T) == 4 ? static_cast<T>(std::strtof(plain.c_str(), nullptr))
-                                 : static_cast<T>(std::strtod(plain.c_str(), nullptr));
-  return write_real(r, *n, value);
+  return write_real(r, *n, real_of<T>(text_of(*n)));
 }
 
 Answer numeric_from_text(const Request& r, const std::string& text) {
@@ -672,9 +647,8 @@ std::optional<Bytes> bytes_of_hexadecimal(const std::string& text) {
     digits.erase(0, 2);
   if (digits.size() % 2 != 0) digits.insert(0, 1, '0');
   Bytes bytes;
+  if (digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) return std::nullopt;
   for (std::size_t i = 0; i < digits.size(); i += 2) {
-    for (const char c : digits.substr(i, 2))
-      if (!is_digit(c) && !(c >= 'a' && c <= 'f') && !(c >= 'A' && c <= 'F')) return std::nullopt;
     bytes.push_back(static_cast<std::uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
   }
   return bytes;
@@ -687,7 +661,7 @@ Answer from_characters(const Request& r, const Characters& characters) {
   const Kind to = kind_of(r.destination);
   const bool malformed = std::any_of(characters.begin(), characters.end(),
                                      [](const Character& c) { return c.code == kNoCharacter; });
-  const bool to_text = to == Kind::text || to == Kind::varchar || to == Kind::utf16;
+  const bool to_text = is_text(to);
   const bool same = to == Kind::utf16 ? utf16 : !utf16 && r.from == r.to;  // the bytes stay
   if (malformed && (utf16 || (to_text && !same && r.from == Set::utf8))) {
     const std::int32_t length = comn_typelen(to == Kind::utf16 ? VDX_TEXT : r.destination, 0);
@@ -700,9 +674,8 @@ Answer from_characters(const Request& r, const Characters& characters) {
   for (std::size_t i = 0; i < characters.size(); ++i) {
     const Character& c = characters[i];
     const auto ascii = static_cast<std::uint8_t>(plain[i]);
-    const Bytes bytes = utf16 ? encode_one(r.from, c.code).value_or(Bytes{ascii}) : c.bytes;
     if (utf16 && (i < plain.find_first_not_of(' ') || i > plain.find_last_not_of(' '))) continue;
-    encoded.insert(encoded.end(), bytes.begin(), bytes.end());
+    append(encoded, utf16 ? encode_one(r.from, c.code).value_or(Bytes{ascii}) : c.bytes);
   }
   switch (to) {
     case Kind::integer:
@@ -718,10 +691,7 @@ Answer from_characters(const Request& r, const Characters& characters) {
     case Kind::money: {
       if (!utf16) return money_from_text(r, r.from, encoded);
       Bytes utf8;
-      for (const Character& c : characters) {
-        const Bytes bytes = *encode_one(Set::utf8, c.code);
-        utf8.insert(utf8.end(), bytes.begin(), bytes.end());
-      }
+      for (const Character& c : characters) append(utf8, *encode_one(Set::utf8, c.code));
       return money_from_text(r, Set::utf8, utf8);
     }
     case Kind::bytes:
@@ -752,7 +722,7 @@ Answer from_characters(const Request& r, const Characters& characters) {
   whole.format.maxlength = 256;
   whole.destination = VDX_CHAR;
   const Answer text = text_of_characters(whole, pieces, substituted);
-  Answer a = counted(r, Bytes(text.bytes.begin(), text.bytes.begin() + text.length), VDX_TRUNCATED);
+  Answer a = counted(r, slice(text.bytes, 0, static_cast<std::size_t>(text.length)), VDX_TRUNCATED);
   a.code = text.code;
   return a;
 }
@@ -761,8 +731,7 @@ Answer from_bytes(const Request& r, const Bytes& bytes) {
   const Kind to = kind_of(r.destination);
   if (to == Kind::bytes) return byte_string(r, bytes);
   if (to == Kind::varbin) return counted(r, bytes, VDX_OVERFLOW);
-  if (to == Kind::text || to == Kind::varchar || to == Kind::utf16)
-    return write_text(r, hexadecimal(bytes), false);
+  if (is_text(to)) return write_text(r, hexadecimal(bytes), false);
   Bytes value = bytes;
   value.resize(static_cast<std::size_t>(comn_typelen(r.destination, 0)));
   if (!is_value(r.destination, value))
@@ -785,25 +754,16 @@ Kind kind_of(std::int32_t datatype) {
 }
 
 Bytes date_image(std::int32_t datatype, std::int64_t day, std::int64_t units) {
-  switch (datatype) {
-    case VDX_DATETIME:
-      return image(vdx_datetime{static_cast<std::int32_t>(day), static_cast<std::int32_t>(units)});
-    case VDX_DATE4:
-      return image(vdx_date4{static_cast<std::uint16_t>(day), static_cast<std::uint16_t>(units)});
-    case VDX_DATEA:
-      return image(static_cast<std::int32_t>(day));
-    case VDX_TIMEA:
-      return image(static_cast<std::int32_t>(units));
-    case VDX_BIGDATETIME:
-      return image((day + kBigEpoch) * kBigDay + units);
-    default:
-      return image(units);
-  }
+  if (datatype == VDX_BIGDATETIME) return image((day + kBigEpoch) * kBigDay + units);
+  const DateType& type = date_type(datatype);
+  Bytes bytes = slice(image(day), 0, type.day_bytes);
+  append(bytes, slice(image(units), 0, type.time_bytes));
+  return bytes;
 }
 
 Answer expect(const Request& r) {
   const Kind from = kind_of(r.source), to = kind_of(r.destination);
-  const bool to_text = to == Kind::text || to == Kind::varchar || to == Kind::utf16;
+  const bool to_text = is_text(to);
   switch (from) {
     case Kind::none:
       return refused(r, VDX_SUCCESS, 0);
@@ -815,9 +775,9 @@ Answer expect(const Request& r) {
       return from_bytes(r, r.value);
     case Kind::varchar:
     case Kind::varbin: {
-      const auto count = as<std::int16_t>(r.value);
+      const auto count = as<std::uint16_t>(r.value);
       if (count > 256) return refused(r, VDX_INVALID);
-      const Bytes bytes(r.value.begin() + 2, r.value.begin() + 2 + count);
+      const Bytes bytes = slice(r.value, 2, count);
       return from == Kind::varbin ? from_bytes(r, bytes)
                                   : from_characters(r, decode(r.from, bytes));
     }
