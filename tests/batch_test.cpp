@@ -2,7 +2,7 @@
 #include <bit>
 #include <limits>
 
-#include "support.h"
+#include "characters.h"
 
 namespace {
 
@@ -37,21 +37,22 @@ constexpr Pair kPairs[] = {
 // with ticks.
 std::vector<std::uint64_t> words() {
   std::vector<std::uint64_t> all = {0, 1, 2, 255, 256, ~std::uint64_t{0}};
+  const auto add_real = [&](double number) {
+    all.push_back(std::bit_cast<std::uint64_t>(number));
+    all.push_back(std::bit_cast<std::uint32_t>(static_cast<float>(number)));
+  };
   for (int bits = 7; bits < 64; ++bits)
     for (const int beside : {-2, -1, 0, 1}) {
       all.push_back((std::uint64_t{1} << bits) + static_cast<std::uint64_t>(beside));
       all.push_back(0 - all.back());
       const auto number = static_cast<double>(static_cast<std::int64_t>(all.back()));
-      all.push_back(std::bit_cast<std::uint64_t>(number - 0.5));
-      all.push_back(std::bit_cast<std::uint32_t>(static_cast<float>(number) + 0.5F));
+      add_real(number - 0.5);
+      add_real(number + 0.5);
     }
   using Double = std::numeric_limits<double>;
   for (const double number : {Double::quiet_NaN(), Double::infinity(), Double::max(), Double::min(),
                               1e30, 0.00005, 12345.67885, -1e-50, 2147483647.9, 65535.99})
-    for (const double sign : {1.0, -1.0}) {
-      all.push_back(std::bit_cast<std::uint64_t>(sign * number));
-      all.push_back(std::bit_cast<std::uint32_t>(static_cast<float>(sign * number)));
-    }
+    for (const double sign : {1.0, -1.0}) add_real(sign * number);
   Random random(11);
   for (int i = 0; i < 600; ++i) {
     all.push_back(random.sized());
@@ -69,19 +70,18 @@ void compare(vdx_context& context, const Pair& pair, const vdx_datafmt& from, co
   SCOPED_TRACE(testing::Message() << pair.name << ", strides " << source_stride << " and " << stride
                                   << ", n " << n << (with_codes ? "" : ", no codes"));
   const auto count = static_cast<std::ptrdiff_t>(n);
-  const auto extent = [count](std::ptrdiff_t step, std::ptrdiff_t bytes) {
-    return (count > 1 ? count - 1 : 0) * std::abs(step) + bytes;
+  const auto span = [count](std::ptrdiff_t step) {
+    return std::max(count - 1, std::ptrdiff_t{0}) * step;
   };
-  const auto first = [count](std::ptrdiff_t step) {
-    return step < 0 && count > 1 ? (count - 1) * -step : 0;
-  };
+  const auto first = [&](std::ptrdiff_t step) { return std::max(-span(step), std::ptrdiff_t{0}); };
   // From an odd address on, and exactly as long: reads outside are seen by the sanitizer.
-  Bytes sources(static_cast<std::size_t>(extent(source_stride, size)) + 1);
+  Bytes sources(static_cast<std::size_t>(std::abs(span(source_stride)) + size) + 1);
   ASSERT_LE(sources.size(), pool.size());
   std::copy_n(pool.begin(), sources.size() - 1, sources.begin() + 1);
   const std::uint8_t* const source = sources.data() + 1 + first(source_stride);
   const std::ptrdiff_t width = comn_typelen(pair.destination, 0);
-  Bytes expected(static_cast<std::size_t>(extent(stride, width)) + 34, kGuard), got = expected;
+  Bytes expected(static_cast<std::size_t>(std::abs(span(stride)) + width) + 34, kGuard);
+  Bytes got = expected;
   std::vector<std::int32_t> expected_codes(n), codes(n, kUnset);
   vdx_datafmt to{};
   to.datatype = pair.destination;
@@ -144,18 +144,18 @@ TEST(Batch, GivesTheSameBeyondTheCaches) {
   Random random(5);
   for (std::uint8_t& byte : source)
     byte = static_cast<std::uint8_t>(random.below(50) == 0 ? 2 : random.below(2));
-  Bytes expected(16 * kHalf + 33, kGuard), got = expected;
+  Bytes expected(16 * kHalf + 33, kGuard);
   std::vector<std::int32_t> expected_codes(2 * kHalf), codes(2 * kHalf);
   std::int64_t failed = 0;
   for (const std::size_t half : {std::size_t{0}, kHalf})
     failed += comnb_bittoi8(source.data() + half, 1, expected.data() + 13 + 8 * half, 8,
                             expected_codes.data() + half, kHalf);
   EXPECT_GT(failed, 1000);
-  EXPECT_EQ(comnb_bittoi8(source.data(), 1, got.data() + 13, 8, codes.data(), 2 * kHalf), failed);
-  EXPECT_TRUE(got == expected && codes == expected_codes);
-  std::fill(got.begin(), got.end(), kGuard);
-  EXPECT_EQ(comnb_bittoi8(source.data(), 1, got.data() + 13, 8, nullptr, 2 * kHalf), failed);
-  EXPECT_TRUE(got == expected);
+  for (std::int32_t* const wanted : {codes.data(), static_cast<std::int32_t*>(nullptr)}) {
+    Bytes got(expected.size(), kGuard);
+    EXPECT_EQ(comnb_bittoi8(source.data(), 1, got.data() + 13, 8, wanted, 2 * kHalf), failed);
+    EXPECT_TRUE(got == expected && codes == expected_codes);
+  }
 }
 
 TEST(Batch, ReadsTextsInTheirLocale) {
@@ -173,24 +173,19 @@ TEST(Batch, ReadsTextsInTheirLocale) {
     pool.insert(pool.end(), text.begin(), text.end());
   }
   Table table;
-  vdx_locale* locale = nullptr;
-  std::int32_t order = 3;
-  ASSERT_EQ(comn_loc_alloc(&table.context, "sjis", &locale), XS_SUCCEED);
-  ASSERT_EQ(comn_loc_set(locale, VDX_LOC_DATE_ORDER, &order, sizeof order), XS_SUCCEED);
+  vdx_locale* const locale = locale_of(Set::sjis);
   for (const Pair& pair : kPairs) {
     if (pair.texts == nullptr) continue;
     vdx_datafmt from{};
     from.datatype = VDX_CHAR;
     from.maxlength = kLength;
     compare_shapes(table.context, pair, from, pool, kLength);
-    from.locale = locale;
-    compare(table.context, pair, from, pool, kLength, kLength, 8, 600, true);
-    from.locale = nullptr;
-    table.context.locale = locale;
-    compare(table.context, pair, from, pool, kLength, kLength, 8, 600, true);
-    table.context.locale = nullptr;
+    for (vdx_locale** const place : {&from.locale, &table.context.locale}) {
+      *place = locale;
+      compare(table.context, pair, from, pool, kLength, kLength, 8, 600, true);
+      *place = nullptr;
+    }
   }
-  EXPECT_EQ(comn_loc_drop(&table.context, locale), XS_SUCCEED);
 }
 
 }  // namespace

@@ -46,8 +46,7 @@ Bytes encode_unit(std::uint32_t unit) { return image(static_cast<std::uint16_t>(
 Bytes encode_utf16_one(char32_t c) {
   if (c < 0x10000) return encode_unit(c);
   Bytes bytes = encode_unit(0xD800 + ((c - 0x10000) >> 10));
-  const Bytes low = encode_unit(0xDC00 + ((c - 0x10000) & 0x3FF));
-  bytes.insert(bytes.end(), low.begin(), low.end());
+  append(bytes, encode_unit(0xDC00 + ((c - 0x10000) & 0x3FF)));
   return bytes;
 }
 
@@ -74,8 +73,7 @@ Character decode_one(Set set, const Bytes& text, std::size_t at) {
     }
     case Set::utf8:
       for (std::size_t n = 2; n <= 4 && at + n <= text.size(); ++n) {
-        const Bytes form(text.begin() + static_cast<long>(at),
-                         text.begin() + static_cast<long>(at + n));
+        const Bytes form = slice(text, at, n);
         char32_t c = lead & (0x7Fu >> n);
         for (std::size_t i = 1; i < n; ++i) c = c << 6 | (form[i] & 63);
         const bool surrogate = c >= 0xD800 && c < 0xE000;
@@ -85,8 +83,7 @@ Character decode_one(Set set, const Bytes& text, std::size_t at) {
   // What is malformed is as long as its first byte says, if there is so much.
   if (set != Set::utf8 || lead < 0xC2 || lead > 0xF4) return {kNoCharacter, single};
   const std::size_t whole = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  const auto first = text.begin() + static_cast<long>(at);
-  return {kNoCharacter, Bytes(first, first + static_cast<long>(std::min(whole, text.size() - at)))};
+  return {kNoCharacter, slice(text, at, std::min(whole, text.size() - at))};
 }
 
 Characters decode(Set set, const Bytes& text) {
@@ -98,20 +95,19 @@ Characters decode(Set set, const Bytes& text) {
 
 Characters decode_utf16(const Bytes& text) {
   Characters characters;
-  for (std::size_t at = 0; at < text.size();) {
-    const Bytes rest(text.begin() + static_cast<long>(at), text.end());
-    const auto unit = as<std::uint16_t>(rest);
-    char32_t c = unit;
-    if (rest.size() < 2 || (unit >= 0xD800 && unit < 0xE000)) c = kNoCharacter;
-    if (rest.size() >= 4 && unit >= 0xD800 && unit < 0xDC00) {
-      const auto low = as<std::uint16_t>(Bytes(rest.begin() + 2, rest.end()));
-      if (low >= 0xDC00 && low < 0xE000)
-        c = 0x10000 + ((char32_t{unit} - 0xD800) << 10) + (char32_t{low} - 0xDC00);
+  const auto in = [](char32_t c, char32_t first) { return c >= first && c < first + 0x400; };
+  for (std::size_t at = 0; at < text.size(); at += characters.back().bytes.size()) {
+    const std::size_t left = text.size() - at;
+    const auto unit = as<std::uint16_t>(slice(text, at, std::min<std::size_t>(left, 2)));
+    const char32_t low = left < 4 ? 0 : as<std::uint16_t>(slice(text, at + 2, 2));
+    if (in(unit, 0xD800) && in(low, 0xDC00)) {
+      const char32_t c = 0x10000 + ((char32_t{unit} - 0xD800) << 10) + (low - 0xDC00);
+      characters.push_back({c, slice(text, at, 4)});
+    } else {
+      const bool alone = left < 2 || in(unit, 0xD800) || in(unit, 0xDC00);
+      characters.push_back(
+          {alone ? kNoCharacter : unit, slice(text, at, std::min<std::size_t>(left, 2))});
     }
-    const std::size_t n =
-        c != kNoCharacter && c >= 0x10000 ? 4 : std::min<std::size_t>(2, rest.size());
-    characters.push_back({c, Bytes(rest.begin(), rest.begin() + static_cast<long>(n))});
-    at += n;
   }
   return characters;
 }
@@ -133,17 +129,14 @@ std::optional<Bytes> encode(Set set, std::u32string_view text) {
   for (const char32_t c : text) {
     const std::optional<Bytes> one = encode_one(set, c);
     if (!one) return std::nullopt;
-    bytes.insert(bytes.end(), one->begin(), one->end());
+    append(bytes, *one);
   }
   return bytes;
 }
 
 Bytes encode_utf16(std::u32string_view text) {
   Bytes bytes;
-  for (const char32_t c : text) {
-    const Bytes one = encode_utf16_one(c);
-    bytes.insert(bytes.end(), one.begin(), one.end());
-  }
+  for (const char32_t c : text) append(bytes, encode_utf16_one(c));
   return bytes;
 }
 

@@ -19,6 +19,12 @@ T as(const Bytes& bytes) {
   return value;
 }
 
+inline Bytes slice(const Bytes& bytes, std::size_t from, std::size_t n) {
+  return Bytes(bytes.begin() + static_cast<long>(from),
+               bytes.begin() + static_cast<long>(from + n));
+}
+inline void append(Bytes& to, const Bytes& more) { to.insert(to.end(), more.begin(), more.end()); }
+
 enum class Set { latin1, ascii, utf8, sjis };
 inline constexpr Set kSets[] = {Set::latin1, Set::ascii, Set::utf8, Set::sjis};
 

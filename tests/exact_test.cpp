@@ -1,6 +1,5 @@
-// Exact numerics: tables, byte-string arithmetic and images against decimal digit strings.
+// Exact numerics: tables, byte-string arithmetic and images against long-hand.
 #include <algorithm>
-#include <limits>
 
 #include "number/com_num.h"
 #include "oracle.h"
@@ -8,80 +7,9 @@
 
 namespace {
 
+using namespace vdx_test;
 using vdx::Exact;
 using vdx::Magnitude;
-using vdx_test::Bytes;
-using vdx_test::Random;
-
-// Decimal text, without leading zeros ("" is zero), to big-endian bytes and back, digit by digit.
-Bytes to_bytes(const std::string& digits, std::size_t size) {
-  Bytes bytes(size);
-  for (const char c : digits) {
-    int carry = c - '0';
-    for (std::size_t i = size; i-- > 0; carry >>= 8) {
-      carry += bytes[i] * 10;
-      bytes[i] = static_cast<std::uint8_t>(carry);
-    }
-    EXPECT_EQ(carry, 0);
-  }
-  return bytes;
-}
-
-std::string to_digits(Bytes bytes) {
-  std::string digits;
-  while (std::any_of(bytes.begin(), bytes.end(), [](int b) { return b != 0; })) {
-    int rest = 0;
-    for (std::uint8_t& byte : bytes) {
-      rest = rest * 256 + byte;
-      byte = static_cast<std::uint8_t>(rest / 10);
-      rest %= 10;
-    }
-    digits.insert(0, 1, static_cast<char>('0' + rest));
-  }
-  return digits;
-}
-
-std::string without_zeros(const std::string& digits) {
-  return digits.substr(std::min(digits.size(), digits.find_first_not_of('0')));
-}
-
-std::string random_digits(Random& random, std::uint64_t size) {
-  static constexpr char kPatterns[] = "0594";
-  std::string digits;
-  const std::uint64_t kind = random.below(3);
-  const char same = kPatterns[random.below(4)];
-  for (; size > 0; --size)
-    digits += kind == 0               ? same
-              : kind == 1 && size > 1 ? '9'
-                                      : static_cast<char>('0' + random.below(10));
-  return without_zeros(digits);
-}
-
-Exact exact_of(const std::string& digits, std::int32_t scale, bool negative) {
-  const Bytes bytes = to_bytes(digits, 32);
-  Exact exact;
-  exact.negative = negative && !digits.empty();
-  exact.scale = scale;
-  for (std::size_t i = 0; i < 32; ++i)
-    exact.magnitude[i / 8] |= std::uint64_t{bytes[31 - i]} << (8 * (i % 8));
-  return exact;
-}
-
-// Digits at another scale, halves rounded up.
-std::string rescaled(std::string digits, std::int32_t from, std::int32_t to) {
-  if (to >= from)
-    return digits.empty() ? digits : digits + std::string(static_cast<std::size_t>(to - from), '0');
-  const auto drop = static_cast<std::size_t>(from - to);
-  if (digits.size() < drop) return "";
-  const bool up = digits[digits.size() - drop] >= '5';
-  digits.resize(digits.size() - drop);
-  if (!up) return digits;
-  digits.insert(0, 1, '0');
-  std::size_t i = digits.size() - 1;
-  for (; digits[i] == '9'; --i) digits[i] = '0';
-  ++digits[i];
-  return without_zeros(digits);
-}
 
 TEST(ExactTables, FollowTheirRules) {
   const struct {
@@ -92,22 +20,15 @@ TEST(ExactTables, FollowTheirRules) {
     EXPECT_EQ(comb_get_Len_To_Prec(row.index), row.precision) << row.index;
   for (std::int32_t p = 0; p <= 77; ++p) {
     SCOPED_TRACE(p);
-    const std::string nines(static_cast<std::size_t>(p), '9');
-    const Bytes most = to_bytes(nines, 32);
-    const auto used = static_cast<std::int32_t>(
-        most.end() - std::find_if(most.begin(), most.end(), [](int b) { return b != 0; }));
-    EXPECT_EQ(comb_get_Prec_To_Len(p), p == 0 ? 2 : 1 + used);
+    const std::size_t size = p == 0 ? 2 : 1 + magnitude_bytes(p);
+    EXPECT_EQ(comb_get_Prec_To_Len(p), static_cast<std::int32_t>(size));
     const std::uint8_t* row = comb_get_Byte_Power_ptr(p, 0);
     ASSERT_NE(row, nullptr);
-    EXPECT_EQ(row[1], 0);
-    const std::size_t size = row[0];
-    EXPECT_EQ(size, static_cast<std::size_t>(comb_get_Prec_To_Len(p)));
-    EXPECT_EQ(Bytes(row + 2, row + 1 + size),
-              to_bytes("1" + std::string(nines.size(), '0'), size - 1));
-    for (std::int32_t i = 0; i < 34; ++i) {
-      EXPECT_EQ(comb_get_Byte_Power_val(p, i), row[i]);
-      EXPECT_TRUE(i <= static_cast<std::int32_t>(size) || row[i] == 0);
-    }
+    Bytes expected = big_endian("1" + std::string(static_cast<std::size_t>(p), '0'), size);
+    expected.insert(expected.begin(), static_cast<std::uint8_t>(size));
+    expected.resize(34);
+    EXPECT_EQ(Bytes(row, row + 34), expected);
+    for (std::int32_t i = 0; i < 34; ++i) EXPECT_EQ(comb_get_Byte_Power_val(p, i), row[i]);
   }
   for (const std::int32_t outside : {-1, 78}) {
     EXPECT_EQ(comb_get_Prec_To_Len(outside), 0);
@@ -118,55 +39,48 @@ TEST(ExactTables, FollowTheirRules) {
   EXPECT_EQ(comb_get_Byte_Power_val(3, -1), 0);
 }
 
-vdx_exact value_of(Bytes& bytes, int precision = 77, int scale = 0) {
+// A sign and a magnitude.
+Bytes string_of(bool negative, const std::string& digits, std::size_t size) {
+  Bytes bytes = big_endian(digits, size);
+  bytes[0] = negative ? 1 : 0;
+  return bytes;
+}
+
+vdx_exact value_of(Bytes& bytes, std::int64_t precision = 77, std::int64_t scale = 0) {
   return {bytes.data(), static_cast<std::int32_t>(bytes.size()),
           static_cast<std::uint8_t>(precision), static_cast<std::uint8_t>(scale)};
 }
 
 TEST(ExactBytes, IncrementAndDivisionByTen) {
-  const struct {
-    Bytes before, after;
-    std::int32_t status;
-  } rows[] = {{{1, 0, 254}, {1, 0, 255}, 0},
-              {{0, 0, 255, 255}, {0, 1, 0, 0}, 0},
-              {{0, 255, 255}, {0, 255, 255}, 1},
-              {{0}, {0}, 1}};
-  for (const auto& row : rows) {
-    Bytes bytes = row.before;
+  Random random(6);
+  for (int i = 0; i < 20000; ++i) {
+    Bytes before(1 + random.below(9));  // many 255: carries, and nothing left to carry to
+    for (std::uint8_t& byte : before)
+      byte = static_cast<std::uint8_t>(random.below(2) != 0 ? random.next() : 255);
+    const auto zeros = static_cast<long>(random.below(before.size()));
+    std::fill(before.begin() + 1, before.begin() + 1 + zeros, std::uint8_t{0});
+    const std::string digits = digits_of(Bytes(before.begin() + 1, before.end()));
+    const auto magnitude = [](const Bytes& bytes, std::int32_t length) {
+      return digits_of(Bytes(bytes.begin() + 1, bytes.begin() + length));
+    };
+    Bytes bytes = before;
     vdx_exact value = value_of(bytes);
-    EXPECT_EQ(com__exctnume_inc(&value), row.status);
-    EXPECT_EQ(bytes, row.after);
-  }
-  Bytes bytes = {1, 0, 0, 12, 35};  // 3107 with two zero bytes, of which each division drops one
-  vdx_exact value = value_of(bytes);
-  const struct {
-    std::int32_t remainder, length;
-    Bytes left;
-  } steps[] = {{7, 4, {1, 0, 1, 54}}, {0, 3, {1, 0, 31}}, {1, 2, {1, 3}}, {3, 1, {1}}, {0, 1, {1}}};
-  for (const auto& step : steps) {
-    EXPECT_EQ(com__exctnume_divby10(&value), step.remainder);
-    EXPECT_EQ(value.length, step.length);
-    EXPECT_EQ(Bytes(bytes.begin(), bytes.begin() + value.length), step.left);
+    const bool full = std::all_of(bytes.begin() + 1, bytes.end(), [](int b) { return b == 255; });
+    ASSERT_EQ(com__exctnume_inc(&value), full ? 1 : 0);
+    ASSERT_EQ(magnitude(bytes, value.length), full ? digits : add(digits, "1"));
+    ASSERT_EQ(bytes[0], before[0]);
+
+    bytes = before;
+    const std::string tenth = digits.substr(0, digits.size() - (digits.empty() ? 0 : 1));
+    ASSERT_EQ(com__exctnume_divby10(&value), digits.empty() ? 0 : digits.back() - '0');
+    ASSERT_EQ(magnitude(bytes, value.length), tenth);
+    const bool shorter = before.size() > 1 && big_endian(tenth, before.size())[1] == 0;
+    ASSERT_EQ(value.length, static_cast<std::int32_t>(before.size()) - (shorter ? 1 : 0));
+    ASSERT_EQ(bytes[0], before[0]);
   }
 }
 
-// a * b + c in bytes.
-Bytes product(const Bytes& a, const Bytes& b, const Bytes& c) {
-  Bytes out(a.size() + b.size());
-  std::copy_backward(c.begin(), c.end(), out.end());
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    unsigned carry = 0;
-    for (std::size_t j = 0; j < out.size() - i; ++j) {
-      std::uint8_t& byte = out[out.size() - 1 - i - j];
-      carry += byte + (j < b.size() ? unsigned{a[a.size() - 1 - i]} * b[b.size() - 1 - j] : 0u);
-      byte = static_cast<std::uint8_t>(carry);
-      carry >>= 8;
-    }
-  }
-  return out;
-}
-
-TEST(ExactBytes, DivisionGivesBackTheFactor) {
+TEST(ExactBytes, DivisionMatchesLongHand) {
   Random random(7);
   const auto magnitude = [&](std::uint64_t most) {
     Bytes bytes(1 + random.below(most));
@@ -174,98 +88,73 @@ TEST(ExactBytes, DivisionGivesBackTheFactor) {
     for (std::uint8_t& byte : bytes)
       byte = static_cast<std::uint8_t>(kind == 0 ? 255 * random.below(2) : random.next());
     if (kind == 1) std::fill(bytes.begin() + 1, bytes.end(), std::uint8_t{0});
-    return bytes;
+    return digits_of(bytes);
   };
-  for (int i = 0; i < 20000; ++i) {
-    Bytes quotient = magnitude(32), divisor = magnitude(33);
-    divisor[0] |= 128;
-    if (to_digits(quotient).size() > 77) continue;
-    // The largest remainder there is, a small one, or none.
-    Bytes rest = divisor;
-    if (i % 3 == 0) {
-      for (std::size_t k = rest.size(); k-- > 0 && rest[k]-- == 0;) continue;
+  int failures[4] = {};
+  for (int i = 0; i < 10000; ++i) {
+    Number divisor{random.below(2) != 0, magnitude(33)};
+    Number dividend{random.below(2) != 0, magnitude(65)};
+    std::int64_t scale = 0;
+    if (i % 2 == 0) {  // a whole quotient, with the largest remainder there is, or none
+      const std::string most = divisor.zero() ? "" : subtract(divisor.digits, "1");
+      dividend.digits = add(multiply(magnitude(32), divisor.digits), i % 4 == 0 ? most : "");
     } else {
-      std::fill(rest.begin(), rest.end(), std::uint8_t{0});
-      rest.back() = static_cast<std::uint8_t>(divisor.size() > 1 ? i % 256 : 0);
+      dividend.scale = static_cast<std::int64_t>(random.below(20));
+      divisor.scale = static_cast<std::int64_t>(random.below(20));
+      scale = static_cast<std::int64_t>(random.below(40));
     }
-    Bytes dividend = product(quotient, divisor, rest);
-    const bool negative = random.below(2) != 0;
-    dividend.insert(dividend.begin(), 1);
-    divisor.insert(divisor.begin(), negative ? 0 : 1);
-    Bytes result(quotient.size() + 1 + random.below(3), 0xEE);
-    const vdx_exact a = value_of(dividend), b = value_of(divisor);
-    vdx_exact r = value_of(result);
-    ASSERT_EQ(com__exctnume_div(&a, &b, &r), 0);
-    Bytes wanted(result.size() - quotient.size());
-    const bool zero = to_digits(quotient).empty();
-    wanted[0] = negative && !zero ? 1 : 0;
-    wanted.insert(wanted.end(), quotient.begin(), quotient.end());
-    ASSERT_EQ(result, wanted);
+    const Number wanted = divisor.zero() ? Number{} : quotient(dividend, divisor, scale);
+    const auto precision = static_cast<std::size_t>(1 + random.below(79));
+    const std::size_t size = i % 3 == 0 ? 33 : 1 + random.below(34);
+    const bool fits = wanted.digits.size() <= precision && precision <= 77 &&
+                      compare(wanted.digits, digits_of(Bytes(size - 1, 255))) <= 0;
+    const int status = !fits && precision > 77 ? 1 : divisor.zero() ? 3 : fits ? 0 : 1;
+    Bytes a = string_of(dividend.negative, dividend.digits, 67);
+    Bytes b = string_of(divisor.negative, divisor.digits, 34), result(size, 0xEE);
+    const vdx_exact top = value_of(a, 77, dividend.scale), bottom = value_of(b, 77, divisor.scale);
+    vdx_exact r = value_of(result, static_cast<std::int64_t>(precision), scale);
+    SCOPED_TRACE(text_of(dividend) + " / " + text_of(divisor));
+    ASSERT_EQ(com__exctnume_div(&top, &bottom, &r), status);
+    ++failures[status];
+    ASSERT_EQ(result, status != 0
+                          ? Bytes(size, 0xEE)
+                          : string_of(wanted.negative && !wanted.zero(), wanted.digits, size));
   }
-}
-
-TEST(ExactBytes, DivisionAlignsScalesAndReportsLimits) {
-  const struct {
-    const char *a, *b, *quotient;
-    int a_scale, b_scale, scale, precision;
-    std::size_t length;
-    std::int32_t status;
-  } rows[] = {{"20000", "30000", "6666", 4, 4, 4, 19, 9, 0},
-              {"7", "2", "3", 0, 0, 0, 5, 2, 0},
-              {"12345", "5", "24", 2, 0, 0, 5, 2, 0},  // the power of ten goes to the divisor
-              {"1", "3", "33333333333333333333", 0, 0, 20, 20, 10, 0},
-              {"99999", "1", "99999", 0, 0, 0, 5, 4, 0},
-              {"100000", "1", "", 0, 0, 0, 5, 4, 1},  // precision
-              {"65536", "1", "", 0, 0, 0, 9, 3, 1},   // length
-              {"1", "1", "", 0, 0, 0, 78, 9, 1},
-              {"1", "1", "", 0, 1, 77, 77, 33, 1},  // 10^78
-              {"0", "5", "", 0, 0, 3, 5, 3, 0},
-              {"5", "0", "", 0, 0, 3, 5, 3, 3}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(std::string(row.a) + " / " + row.b);
-    Bytes a = to_bytes(row.a, 9), b = to_bytes(row.b, 9), result(row.length, 0xEE);
-    a[0] = 1;
-    const vdx_exact dividend = value_of(a, 77, row.a_scale), divisor = value_of(b, 77, row.b_scale);
-    vdx_exact quotient = value_of(result, row.precision, row.scale);
-    EXPECT_EQ(com__exctnume_div(&dividend, &divisor, &quotient), row.status);
-    if (row.status != 0) {
-      EXPECT_EQ(result, Bytes(row.length, 0xEE));
-      continue;
-    }
-    EXPECT_EQ(result[0], *row.quotient == '\0' ? 0 : 1);
-    EXPECT_EQ(to_digits(Bytes(result.begin() + 1, result.end())), row.quotient);
-  }
+  EXPECT_TRUE(failures[0] > 1000 && failures[1] > 1000 && failures[3] > 0);
   Bytes wide(130, 1), one = {0, 1}, result(133);
-  const vdx_exact dividend = value_of(wide), divisor = value_of(one);
+  const vdx_exact dividend = value_of(wide), divisor = value_of(one), tenth = value_of(one, 77, 1);
   vdx_exact quotient = value_of(result, 77, 10);
   EXPECT_EQ(com__exctnume_div(&dividend, &divisor, &quotient), 1);  // 129 bytes and 10^10 pass 132
+  quotient.scale = 77;
+  EXPECT_EQ(com__exctnume_div(&divisor, &tenth, &quotient), 1);  // 10^78
+}
+
+Exact exact_of(const Number& n) {
+  const Bytes bytes = big_endian(n.digits, 32);
+  Exact exact{n.negative && !n.zero(), static_cast<std::int32_t>(n.scale), {}};
+  for (std::size_t i = 0; i < 32; ++i)
+    exact.magnitude[i / 8] |= std::uint64_t{bytes[31 - i]} << (8 * (i % 8));
+  return exact;
 }
 
 TEST(Numeric, ImagesMatchDigitStrings) {
   Random random(8);
   for (int i = 0; i < 60000; ++i) {
-    const std::string digits = random_digits(random, random.below(78));
-    const auto from = static_cast<std::int32_t>(random.below(78));
-    const auto precision = static_cast<std::int32_t>(1 + random.below(77));
-    const auto scale = static_cast<std::int32_t>(random.below(i % 2 == 0 ? 78 : 12));
-    const bool negative = random.below(2) != 0;
-    std::string wanted = rescaled(digits, from, scale);
-    const bool fits = wanted.size() <= static_cast<std::size_t>(precision);
-    if (!fits) wanted.assign(static_cast<std::size_t>(precision), '9');
-    Bytes image = vdx_test::numeric_image(precision, scale, negative && !wanted.empty(), wanted);
-    image.resize(37, vdx_test::kGuard);
-
-    Bytes out(37, vdx_test::kGuard);
-    ASSERT_EQ(vdx::write_numeric(exact_of(digits, from, negative), precision, scale, out.data()),
-              fits ? VDX_SUCCESS : VDX_OVERFLOW)
-        << digits << ' ' << from << ' ' << precision << ' ' << scale;
-    ASSERT_EQ(out, image) << digits << ' ' << from;
-
+    const Number n{random.below(2) != 0, random_digits(random, 77),
+                   static_cast<std::int64_t>(random.below(78))};
+    const int precision = static_cast<int>(1 + random.below(77));
+    const int scale = static_cast<int>(random.below(i % 2 == 0 ? 78 : 12));
+    SCOPED_TRACE(text_of(n) + " to " + std::to_string(precision) + "," + std::to_string(scale));
+    Fitted expected = fitted(n, precision, scale);
+    expected.image.resize(37, kGuard);
+    Bytes out(37, kGuard);
+    ASSERT_EQ(vdx::write_numeric(exact_of(n), precision, scale, out.data()), expected.code);
+    ASSERT_EQ(out, expected.image);
     Exact back;
     ASSERT_EQ(vdx::read_numeric(out.data(), back), VDX_SUCCESS);
-    const Exact expected = exact_of(wanted, scale, negative);
-    ASSERT_TRUE(back.negative == expected.negative && back.scale == scale &&
-                back.magnitude == expected.magnitude);
+    const Exact value = exact_of(expected.value);
+    ASSERT_TRUE(back.negative == value.negative && back.scale == scale &&
+                back.magnitude == value.magnitude);
   }
 }
 
@@ -296,8 +185,8 @@ TEST(Numeric, EdgesOfWriting) {
   for (const auto& row : rows) {
     Bytes out(35);
     EXPECT_EQ(vdx::write_numeric(row.value, row.precision, row.scale, out.data()), row.code);
-    EXPECT_EQ(out, vdx_test::numeric_image(row.precision, row.scale,
-                                           row.value.negative && !row.digits.empty(), row.digits))
+    EXPECT_EQ(out, numeric_image(row.precision, row.scale,
+                                 row.value.negative && !row.digits.empty(), row.digits))
         << row.digits;
   }
 }

@@ -1,5 +1,4 @@
-// Floats: text against the standard library and against exact arithmetic on long numbers, numerics
-// against the same.
+// Floats: text against the standard library and against long-hand, numerics against the same.
 #include <algorithm>
 #include <bit>
 #include <charconv>
@@ -26,7 +25,7 @@ std::int32_t read(const std::string& text, F& value) {
 }
 
 template <class F>
-std::string text_of(F value) {
+std::string shortest(F value) {
   const vdx::ShortText text = vdx::float_text(value);
   return std::string(reinterpret_cast<const char*>(text.data()), text.length());
 }
@@ -38,80 +37,42 @@ std::string library_text(F value) {
   return std::string(text, std::to_chars(text, std::end(text), value).ptr);
 }
 
-// A whole number of any length, in decimal digits, the least significant first.
-class Long {
- public:
-  explicit Long(const std::string& digits) : digits_(digits.rbegin(), digits.rend()) {
-    for (char& d : digits_) d = static_cast<char>(d - '0');
-  }
-  Long& times(int factor, int count) {
-    for (; count > 0; --count) {
-      int carry = 0;
-      for (char& d : digits_) {
-        carry += d * factor;
-        d = static_cast<char>(carry % 10);
-        carry /= 10;
-      }
-      for (; carry > 0; carry /= 10) digits_.push_back(static_cast<char>(carry % 10));
-    }
-    return *this;
-  }
-  // The sign of this - other.
-  int compare(const Long& other) const {
-    for (std::size_t i = std::max(digits_.size(), other.digits_.size()); i-- > 0;)
-      if (at(i) != other.at(i)) return at(i) < other.at(i) ? -1 : 1;
-    return 0;
-  }
-
-  std::string text() const {
-    std::string text(digits_.rbegin(), digits_.rend());
-    for (char& d : text) d = static_cast<char>(d + '0');
-    return text;
-  }
-
- private:
-  int at(std::size_t i) const { return i < digits_.size() ? digits_[i] : 0; }
-  std::string digits_;
-};
-
-// The sign of digits * 10^tens - size * 2^twos.
-int compare(const std::string& digits, int tens, std::uint64_t size, int twos) {
-  Long decimal(digits), binary(std::to_string(size));
-  decimal.times(10, std::max(tens, 0)).times(2, std::max(-twos, 0));
-  binary.times(10, std::max(-tens, 0)).times(2, std::max(twos, 0));
-  return decimal.compare(binary);
+// The middle of a positive float and the one above it.
+template <class F>
+Number middle(F value) {
+  const F above = std::nextafter(value, std::numeric_limits<F>::infinity());
+  if (!std::isinf(above))
+    return product(sum(number_of(double{value}), number_of(double{above})), number_of("0.5"));
+  const F below = std::nextafter(value, F{0});
+  const Number unit = sum(number_of(double{value}), number_of(-double{below}));
+  return sum(number_of(double{value}), product(unit, number_of("0.5")));
 }
 
-// Whether a positive float is the one nearest to digits * 10^tens: not beyond the middles to its
-// neighbours, and on one only when it is even.
-template <class F>
-bool is_nearest(const std::string& digits, int tens, F value) {
-  using Format = vdx::FloatFormat<F>;
-  const std::uint64_t image = bits(value), biased = image >> Format::kFraction;
-  const std::uint64_t fraction = image & (Format::kHidden - 1);
-  const std::uint64_t size = biased != 0 ? fraction | Format::kHidden : fraction;
-  const int twos =
-      static_cast<int>(std::max<std::uint64_t>(biased, 1)) - Format::kBias - Format::kFraction - 2;
-  const int odd = static_cast<int>(size & 1);
-  const std::uint64_t under = fraction == 0 && biased > 1 ? 1 : 2;
-  return compare(digits, tens, 4 * size + 2, twos) < 1 - odd &&
-         (size == 0 || compare(digits, tens, 4 * size - under, twos) > odd - 1);
+int compare_size(Number a, Number b) {
+  a.negative = false;
+  b.negative = true;
+  const Number difference = sum(a, b);
+  return difference.zero() ? 0 : difference.negative ? -1 : 1;
 }
 
-// The same with the code: what the largest float's upper middle reaches is an overflow, what becomes
-// zero an underflow. By reference, so that a call may give the code by the call that sets the value.
+// That a float is the one nearest to a number: not beyond the middles to its neighbours, and on one
+// only when it is even. Where the largest float's upper middle is reached, that is an overflow; where
+// zero remains, an underflow. By reference, so that a call may give the code by the call that sets
+// the value.
 template <class F>
-void expect_nearest(const std::string& digits, int tens, std::int32_t code, const F& value) {
-  using Limits = std::numeric_limits<F>;
+void expect_nearest(const Number& n, std::int32_t code, const F& value) {
   const F size = std::fabs(value);
+  const int odd = static_cast<int>(bits(size) & 1);
+  const int above = compare_size(n, middle(size));
   if (code == VDX_OVERFLOW) {
-    EXPECT_EQ(size, Limits::max());
-    EXPECT_GE(compare(digits, tens, (std::uint64_t{2} << Limits::digits) - 1,
-                      Limits::max_exponent - Limits::digits - 1),
-              0);
-  } else {
-    EXPECT_EQ(code, size == 0 ? VDX_UNDERFLOW : VDX_SUCCESS);
-    EXPECT_TRUE(is_nearest(digits, tens, size)) << size;
+    EXPECT_EQ(size, std::numeric_limits<F>::max());
+    EXPECT_GE(above, 0);
+    return;
+  }
+  EXPECT_EQ(code, size == 0 ? VDX_UNDERFLOW : VDX_SUCCESS);
+  EXPECT_LT(above, 1 - odd) << size;
+  if (size != 0) {
+    EXPECT_GT(compare_size(n, middle(std::nextafter(size, F{0}))), odd - 1) << size;
   }
 }
 
@@ -161,7 +122,7 @@ TEST(Float, ReadsText) {
 
 template <class F>
 void text_and_back(F value) {
-  const std::string text = text_of(value);
+  const std::string text = shortest(value);
   ASSERT_EQ(text, library_text(value));
   F again;
   ASSERT_EQ(read(text, again), VDX_SUCCESS) << text;
@@ -202,52 +163,38 @@ TEST(Float, TextsReadBackTheSame) {
   }
 }
 
-// A middle between two floats in all its digits, and a digit more or less at the end of them.
 template <class F>
-std::string middle(Random& random, int twos, int nudge) {
-  using Format = vdx::FloatFormat<F>;
-  const std::uint64_t size = Format::kHidden | (random.next() & (Format::kHidden - 1));
-  Long number(std::to_string(2 * size + 1));
-  std::string digits = number.times(twos < 0 ? 5 : 2, std::abs(twos)).text();
-  if (nudge < 0 && digits.back() != '0') {
-    --digits.back();
-    digits += '9';
-  } else if (nudge != 0) {
-    digits += nudge < 0 ? '0' : '1';
-  }
-  return digits;
+void expect_read_nearest(const Number& n, const std::string& text) {
+  F value = 0;
+  expect_nearest(n, read(text, value), value);
 }
 
 // Texts of any digits, middles among them, any power of ten and a point anywhere.
 TEST(Float, ReadsTheNearest) {
   Random random(4);
   for (int i = 0; i < 8000; ++i) {
-    std::string digits(1 + random.below(i % 2 == 0 ? 18 : 40), '0');
-    for (char& d : digits) d = static_cast<char>('0' + random.below(10));
-    digits[0] = static_cast<char>('1' + random.below(9));
-    int tens = static_cast<int>(random.below(100)) - 70;
+    Number n{false, "1" + random_digits(random, i % 2 == 0 ? 17 : 39)};
+    n.scale = static_cast<std::int64_t>(random.below(100)) - 30;
     if (i % 4 == 0) {
-      const int twos = static_cast<int>(random.below(190)) - 120, nudge = i / 4 % 3 - 1;
-      digits =
-          i % 8 == 0 ? middle<float>(random, twos, nudge) : middle<double>(random, twos, nudge);
-      tens = std::min(twos, 0) - (nudge != 0 ? 1 : 0);
+      const double size =
+          std::ldexp(static_cast<double>(random.next() >> 11 | std::uint64_t{1} << 52),
+                     static_cast<int>(random.below(190)) - 120);
+      n = i % 8 == 0 ? middle(static_cast<float>(size)) : middle(size);
+      const int nudge = i / 8 % 3 - 1;  // a digit more or less at the end
+      n = sum(n, {nudge < 0, nudge == 0 ? "" : "1", n.scale + 1});
     }
-    const auto places = random.below(digits.size() + 1);
-    std::string text = digits;
-    text.insert(digits.size() - places, ".");
-    text += "e" + std::to_string(tens + static_cast<int>(places));
+    const auto places = static_cast<std::int64_t>(random.below(n.digits.size() + 1));
+    const std::string text =
+        text_of({false, n.digits, places}) + "e" + std::to_string(places - n.scale);
     SCOPED_TRACE(text);
-    double eight = 0;
-    expect_nearest(digits, tens, read(text, eight), eight);
-    float four = 0;
-    expect_nearest(digits, tens, read(text, four), four);
+    expect_read_nearest<float>(n, text);
+    expect_read_nearest<double>(n, text);
   }
 }
 
 std::string digits_of(vdx::Magnitude m) {
   std::string digits;
-  do digits.insert(0, 1, static_cast<char>('0' + vdx::divide_limb(m, 10)));
-  while (!vdx::is_zero(m));
+  for (; !vdx::is_zero(m);) digits.insert(0, 1, static_cast<char>('0' + vdx::divide_limb(m, 10)));
   return digits;
 }
 
@@ -261,42 +208,31 @@ TEST(Float, NearestToNumerics) {
     // Middles: few bits and no places.
     if (i % 8 == 0) exact = {false, 0, {0, random.next() >> 39 | 1, 0, 0}};
     if (vdx::is_zero(exact.magnitude)) continue;
-    const std::string digits = digits_of(exact.magnitude);
-    SCOPED_TRACE(digits + "e-" + std::to_string(exact.scale));
+    const Number n{exact.negative, digits_of(exact.magnitude), exact.scale};
+    SCOPED_TRACE(text_of(n));
     double eight = 0;
-    expect_nearest(digits, -exact.scale, vdx::nearest_float(exact, eight), eight);
+    expect_nearest(n, vdx::nearest_float(exact, eight), eight);
     EXPECT_EQ(std::signbit(eight), exact.negative);
     float four = 0;
-    expect_nearest(digits, -exact.scale, vdx::nearest_float(exact, four), four);
+    expect_nearest(n, vdx::nearest_float(exact, four), four);
   }
 }
 
-// A double's own value, rounded at a scale: not further than half a unit from it, halves away from
-// zero.
+// A double's own value, rounded at a scale, halves away from zero; all ones where that is too much.
 TEST(Float, BecomesTheNearestNumeric) {
   Random random(8);
   for (int i = 0; i < 8000; ++i) {
-    const std::uint64_t size = random.sized() >> 11 | 1;
-    const int twos = static_cast<int>(random.below(400)) - 300;
-    const double value = std::ldexp(static_cast<double>(size), twos);
+    const double value = -std::ldexp(static_cast<double>(random.sized() >> 11 | 1),
+                                     static_cast<int>(random.below(400)) - 300);
     const auto scale = static_cast<std::int32_t>(random.below(78));
-    const Exact exact = vdx::exact_double(-value, scale);
-    const std::string digits = digits_of(exact.magnitude);
-    SCOPED_TRACE(std::to_string(value) + " at " + std::to_string(scale) + ": " + digits);
-    vdx::Magnitude less = exact.magnitude;
-    if (std::all_of(less.begin(), less.end(),
-                    [](auto limb) { return limb == ~std::uint64_t{0}; })) {
-      EXPECT_GT(std::log10(value) + scale, 77.06);
-      continue;
-    }
+    const Exact exact = vdx::exact_double(value, scale);
+    const std::string digits = digits_at(number_of(value), scale, true),
+                      most = vdx_test::digits_of(Bytes(32, 255));
+    SCOPED_TRACE(text_of(number_of(value)) + " at " + std::to_string(scale));
+    EXPECT_EQ(digits_of(exact.magnitude), compare(digits, most) < 0 ? digits : most);
+    if (compare(digits, most) > 0) continue;
     EXPECT_EQ(exact.scale, scale);
-    EXPECT_EQ(exact.negative, digits != "0");
-    // 10 * digits - 5 <= value * 10^(scale + 1) < 10 * digits + 5
-    EXPECT_EQ(compare(digits + "5", -scale - 1, size, twos), 1);
-    if (digits == "0") continue;
-    for (std::uint64_t& limb : less)
-      if (limb-- != 0) break;
-    EXPECT_LE(compare(digits_of(less) + "5", -scale - 1, size, twos), 0);
+    EXPECT_EQ(exact.negative, !digits.empty());
   }
 }
 

@@ -13,101 +13,6 @@ namespace vdx_test {
 
 namespace {
 
-// ---- decimal numbers ----
-
-struct Number {
-  bool negative = false;
-  std::string whole, fraction;  // digits, without leading and trailing zeros
-  bool nan = false, infinite = false;
-  bool zero() const { return !nan && whole.empty() && fraction.empty(); }
-};
-
-std::string without_leading_zeros(const std::string& digits) {
-  return digits.substr(std::min(digits.size(), digits.find_first_not_of('0')));
-}
-
-// Digits with the point after the first `point` of them; point may lie outside of the digits.
-Number number_of(bool negative, std::string digits, std::int64_t point) {
-  if (point < 0) digits.insert(0, static_cast<std::size_t>(-point), '0'), point = 0;
-  const auto at = static_cast<std::size_t>(point);
-  if (digits.size() < at) digits.resize(at, '0');
-  Number n{negative, without_leading_zeros(digits.substr(0, at)), digits.substr(at)};
-  n.fraction.erase(n.fraction.find_last_not_of('0') + 1);
-  return n;
-}
-
-Number number_of(std::string text, std::int64_t scale = 0) {
-  const bool negative = text[0] == '-';
-  text.erase(0, negative ? 1 : 0);
-  const std::size_t point = std::min(text.find('.'), text.size());
-  text.erase(point, 1);
-  return number_of(negative, text, static_cast<std::int64_t>(point) - scale);
-}
-
-// Every binary fraction is a decimal one; the C library writes out all of it.
-Number number_of(double value) {
-  if (std::isnan(value)) return {std::signbit(value), "", "", true};
-  if (std::isinf(value)) return {value < 0, std::string(400, '9'), "", false, true};
-  char text[1500];
-  std::snprintf(text, sizeof text, "%.1074f", value);
-  return number_of(std::string(text));
-}
-
-void add_one(std::string& digits) {
-  std::size_t i = digits.size();
-  while (i > 0 && digits[i - 1] == '9') digits[--i] = '0';
-  if (i > 0)
-    ++digits[i - 1];
-  else
-    digits.insert(0, 1, '1');
-}
-
-// All digits down to `places` behind the point: cut, or rounded half away from zero.
-std::string digits_to(const Number& n, std::size_t places, bool round) {
-  std::string fraction = n.fraction;
-  if (fraction.size() < places + 1) fraction.resize(places + 1, '0');
-  std::string digits = n.whole + fraction.substr(0, places);
-  if (round && fraction[places] >= '5') add_one(digits);
-  return digits;
-}
-
-bool greater(const std::string& a, const std::string& b) {
-  return a.size() != b.size() ? a.size() > b.size() : a > b;
-}
-
-Bytes big_endian(const std::string& digits, std::size_t size) {
-  Bytes bytes(size);
-  for (const char c : digits) {
-    int carry = c - '0';
-    for (std::size_t i = size; i-- > 0; carry >>= 8) {
-      carry += bytes[i] * 10;
-      bytes[i] = static_cast<std::uint8_t>(carry);
-    }
-  }
-  return bytes;
-}
-
-std::string digits_of(Bytes bytes) {
-  std::string digits;
-  while (std::any_of(bytes.begin(), bytes.end(), [](int b) { return b != 0; })) {
-    int rest = 0;
-    for (std::uint8_t& byte : bytes) {
-      rest = rest * 256 + byte;
-      byte = static_cast<std::uint8_t>(rest / 10);
-      rest %= 10;
-    }
-    digits.insert(0, 1, static_cast<char>('0' + rest));
-  }
-  return digits;
-}
-
-// Bytes of the largest magnitude of a precision.
-std::size_t magnitude_bytes(int precision) {
-  const Bytes most = big_endian(std::string(static_cast<std::size_t>(precision), '9'), 40);
-  return static_cast<std::size_t>(
-      most.end() - std::find_if(most.begin(), most.end(), [](int b) { return b != 0; }));
-}
-
 // ---- fixed-length types ----
 
 struct WholeType {
@@ -143,9 +48,7 @@ Bytes whole_image(const WholeType& type, bool negative, const std::string& magni
   if (type.code == VDX_MONEY)
     return image(
         vdx_money{static_cast<std::int32_t>(bits >> 32), static_cast<std::uint32_t>(bits)});
-  Bytes bytes = image(bits);
-  bytes.resize(static_cast<std::size_t>(type.size));
-  return bytes;
+  return slice(image(bits), 0, static_cast<std::size_t>(type.size));
 }
 
 std::int64_t money_count(const Bytes& bytes) {
@@ -158,10 +61,8 @@ Number read_number(std::int32_t datatype, const Bytes& b) {
   if (datatype == VDX_FLT4) return number_of(double{as<float>(b)});
   if (datatype == VDX_FLT8) return number_of(as<double>(b));
   if (kind_of(datatype) == Kind::numeric) {
-    const auto size = static_cast<long>(magnitude_bytes(b[0]));
-    const std::string digits = digits_of(Bytes(b.begin() + 3, b.begin() + 3 + size));
-    return number_of(b[2] == 1 && !digits.empty(), digits,
-                     static_cast<std::int64_t>(digits.size()) - b[1]);
+    const std::string digits = digits_of(slice(b, 3, magnitude_bytes(b[0])));
+    return {b[2] == 1 && !digits.empty(), digits, b[1]};
   }
   const WholeType& type = whole_type(datatype);
   if (datatype == VDX_MONEY) return number_of(std::to_string(money_count(b)), 4);
@@ -178,16 +79,16 @@ constexpr std::int64_t kTick = 10000, kMicro = 3, kMinute = 180000000;
 
 struct DateType {
   std::int32_t code;
-  bool has_date, has_time;
+  std::size_t day_bytes, time_bytes;  // of its image
   std::int64_t unit, first_day, last_day;
 };
 constexpr DateType kDateTypes[] = {
-    {VDX_DATETIME, true, true, kTick, -53690, 2958463},
-    {VDX_DATE4, true, true, kMinute, 0, 65535},
-    {VDX_DATEA, true, false, kDay, -693595, 2958463},
-    {VDX_TIMEA, false, true, kTick, 0, 0},
-    {VDX_BIGDATETIME, true, true, kMicro, -693595, 2958463},
-    {VDX_BIGTIME, false, true, kMicro, 0, 0},
+    {VDX_DATETIME, 4, 4, kTick, -53690, 2958463},
+    {VDX_DATE4, 2, 2, kMinute, 0, 65535},
+    {VDX_DATEA, 4, 0, kDay, -693595, 2958463},
+    {VDX_TIMEA, 0, 4, kTick, 0, 0},
+    {VDX_BIGDATETIME, 8, 8, kMicro, -693595, 2958463},  // both in one number
+    {VDX_BIGTIME, 0, 8, kMicro, 0, 0},
 };
 
 const DateType& date_type(std::int32_t code) {
@@ -202,24 +103,11 @@ struct Moment {
 constexpr std::int64_t kBigDay = 86400000000, kBigEpoch = 693595 + 366;
 
 Moment read_date(const DateType& type, const Bytes& b) {
-  switch (type.code) {
-    case VDX_DATETIME: {
-      const auto value = as<vdx_datetime>(b);
-      return {value.day, value.time & 0x1FFFFFF};
-    }
-    case VDX_DATE4:
-      return {as<vdx_date4>(b).day, as<vdx_date4>(b).minute};
-    case VDX_DATEA:
-      return {as<std::int32_t>(b), 0};
-    case VDX_TIMEA:
-      return {0, as<std::int32_t>(b)};
-    case VDX_BIGDATETIME: {
-      const auto micros = static_cast<std::int64_t>(as<std::uint64_t>(b));
-      return {micros / kBigDay - kBigEpoch, micros % kBigDay};
-    }
-    default:
-      return {0, static_cast<std::int64_t>(as<std::uint64_t>(b))};
-  }
+  if (type.code == VDX_BIGDATETIME)
+    return {as<std::int64_t>(b) / kBigDay - kBigEpoch, as<std::int64_t>(b) % kBigDay};
+  const Bytes day = slice(b, 0, type.day_bytes), time = slice(b, type.day_bytes, type.time_bytes);
+  const std::int64_t units = type.time_bytes == 4 ? as<std::int32_t>(time) : as<std::int64_t>(time);
+  return {as<std::int32_t>(day), type.code == VDX_DATETIME ? units & 0x1FFFFFF : units};
 }
 
 // The nearest whole number of units; halves go up.
@@ -236,6 +124,8 @@ std::string trimmed(const std::string& text) {
 }
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+bool is_text(Kind k) { return k == Kind::text || k == Kind::varchar || k == Kind::utf16; }
 
 // ---- answers ----
 
@@ -314,7 +204,7 @@ Answer text_of_value(const Request& r, const Bytes& text, bool asterisk) {
   }
   const std::size_t placed = std::min(text.size(), d.room);
   if (!asterisk) {
-    d.put(Bytes(text.begin(), text.begin() + static_cast<long>(placed)));
+    d.put(slice(text, 0, placed));
   } else if (d.room >= 2 * d.unit) {  // and a zero unit
     d.put(d.unit == 2 ? encode_unit('*') : Bytes{'*'});
     std::fill_n(d.answer.bytes.begin() + static_cast<long>(d.unit), d.unit, std::uint8_t{0});
@@ -333,15 +223,11 @@ Answer text_of_value(const Request& r, const Bytes& text, bool asterisk) {
 Answer text_of_characters(const Request& r, const std::vector<Bytes>& characters,
                           bool substituted) {
   Destination d(r);
-  bool cut = false;
-  for (const Bytes& c : characters) {
-    if (!d.fits(d.used + c.size())) {
-      cut = true;
-      break;
-    }
-    d.put(c);
-  }
-  const std::int32_t code = cut ? VDX_TRUNCATED : substituted ? VDX_TRANSLATION : VDX_SUCCESS;
+  std::size_t i = 0;
+  for (; i < characters.size() && d.fits(d.used + characters[i].size()); ++i) d.put(characters[i]);
+  const std::int32_t code = i < characters.size() ? VDX_TRUNCATED
+                            : substituted         ? VDX_TRANSLATION
+                                                  : VDX_SUCCESS;
   if (!d.fits(d.used)) {  // no room for a terminator alone
     d.answer.code = code;
     return d.answer;
@@ -359,8 +245,7 @@ Answer counted(const Request& r, const Bytes& bytes, std::int32_t too_long) {
 }
 
 Answer byte_string(const Request& r, const Bytes& bytes) {
-  const std::size_t room = static_cast<std::size_t>(r.format.maxlength);
-  const std::size_t n = std::min(bytes.size(), room);
+  const std::size_t n = std::min(bytes.size(), static_cast<std::size_t>(r.format.maxlength));
   Answer a{n < bytes.size() ? VDX_TRUNCATED : VDX_SUCCESS, static_cast<std::int32_t>(n),
            untouched(r)};
   std::copy_n(bytes.begin(), n, a.bytes.begin());
@@ -376,7 +261,7 @@ Answer byte_string(const Request& r, const Bytes& bytes) {
 Answer write_whole(const Request& r, const WholeType& type, bool negative, std::string magnitude) {
   const std::string limit = negative ? type.least : type.most;
   std::int32_t code = VDX_SUCCESS;
-  if (greater(magnitude, limit)) {
+  if (compare(magnitude, limit) > 0) {
     code = negative && !type.is_signed && type.size > 1 ? VDX_UNDERFLOW : VDX_OVERFLOW;
     magnitude = limit;
   }
@@ -397,6 +282,12 @@ Answer real_as_money(const Request& r, const WholeType& type, double value) {
 }
 
 template <class T>
+T real_of(const std::string& text) {
+  if constexpr (sizeof(T) == 4) return std::strtof(text.c_str(), nullptr);
+  return static_cast<T>(std::strtod(text.c_str(), nullptr));
+}
+
+template <class T>
 Answer write_real(const Request& r, const Number& n, T rounded) {
   std::int32_t code = VDX_SUCCESS;
   if (std::isinf(rounded) && !n.infinite) {
@@ -407,21 +298,12 @@ Answer write_real(const Request& r, const Number& n, T rounded) {
   return fixed(r, code, image(rounded));
 }
 
-std::string plain_text(const Number& n) {
-  return (n.negative ? "-0" : "0") + n.whole + "." + n.fraction;
-}
-
-Answer write_numeric(const Request& r, const Number& n, std::int32_t code = VDX_SUCCESS) {
+Answer write_numeric(const Request& r, const Number& n) {
   const std::int32_t precision = r.format.precision, scale = r.format.scale;
   if (precision < 1 || precision > 77) return refused(r, VDX_BAD_PRECISION, 35);
   if (scale < 0 || scale > 77) return refused(r, VDX_BAD_SCALE, 35);
-  std::string digits = without_leading_zeros(digits_to(n, static_cast<std::size_t>(scale), true));
-  if (n.nan) digits.clear(), code = VDX_INVALID;
-  if (digits.size() > static_cast<std::size_t>(precision)) {
-    digits.assign(static_cast<std::size_t>(precision), '9');
-    code = VDX_OVERFLOW;
-  }
-  return fixed(r, code, numeric_image(precision, scale, n.negative && !digits.empty(), digits));
+  const Fitted image = fitted(n, precision, scale);
+  return fixed(r, n.nan ? VDX_INVALID : image.code, image.image);
 }
 
 // A number of a fixed-length type into another such type.
@@ -443,35 +325,33 @@ Answer write_number(const Request& r, const Number& n) {
       const double value = high + low;
       return fixed(r, VDX_SUCCESS, wide ? image(value) : image(static_cast<float>(value)));
     }
-    const std::string text = plain_text(n);
-    if (wide) return write_real(r, n, std::strtod(text.c_str(), nullptr));
-    return write_real(r, n, std::strtof(text.c_str(), nullptr));
+    return wide ? write_real(r, n, real_of<double>(text_of(n)))
+                : write_real(r, n, real_of<float>(text_of(n)));
   }
   const WholeType& type = whole_type(r.destination);
   if (n.nan) return fixed(r, VDX_INVALID, whole_image(type, false, ""));
   if (to == Kind::bit) return fixed(r, VDX_SUCCESS, {std::uint8_t{!n.zero()}});
   if (to == Kind::money && from == Kind::real)
     return real_as_money(r, type, flt4 ? as<float>(r.value) : as<double>(r.value));
-  const std::size_t places = to == Kind::money ? 4 : 0;
   const bool round = to == Kind::money || from == Kind::money;
-  return write_whole(r, type, n.negative, without_leading_zeros(digits_to(n, places, round)));
+  return write_whole(r, type, n.negative, digits_at(n, to == Kind::money ? 4 : 0, round));
 }
 
 Answer write_date(const Request& r, const DateType& from, const Moment& source) {
   const DateType& to = date_type(r.destination);
-  const std::int64_t day = from.has_date ? source.day : 0;
+  const std::int64_t day = from.day_bytes != 0 ? source.day : 0;
   const std::int64_t time = source.units * from.unit;
   const auto answer = [&](std::int32_t code, std::int64_t d, std::int64_t units) {
     return fixed(r, code, date_image(to.code, d, units));
   };
-  if (!to.has_time) return answer(VDX_SUCCESS, day, 0);
+  if (to.time_bytes == 0) return answer(VDX_SUCCESS, day, 0);
   if (to.code == VDX_DATE4) {
     const std::int64_t ticks = std::min(nearest(time, kTick), kDay / kTick - 1);
     const std::int64_t minutes = nearest(day * kDay + ticks * kTick, kMinute);
     if (day < 0 || minutes >= 65536 * 1440) return answer(VDX_OVERFLOW, 0, 0);
     return answer(VDX_SUCCESS, minutes / 1440, minutes % 1440);
   }
-  if (to.has_date && day < to.first_day) return answer(VDX_UNDERFLOW, 0, 0);
+  if (to.day_bytes != 0 && day < to.first_day) return answer(VDX_UNDERFLOW, 0, 0);
   const std::int64_t units = std::min(nearest(time, to.unit), kDay / to.unit - 1);
   const bool dropped = from.unit == kMicro && units * to.unit != time;
   return answer(dropped ? VDX_TRUNCATED : VDX_SUCCESS, day, units);
@@ -482,15 +362,13 @@ bool is_value(std::int32_t datatype, const Bytes& b) {
   switch (kind_of(datatype)) {
     case Kind::bit:
       return b[0] <= 1;
-    case Kind::numeric: {
-      if (b[0] < 1 || b[0] > 77 || b[1] > 77 || b[2] > 1) return false;
-      const auto size = static_cast<long>(magnitude_bytes(b[0]));
-      return digits_of(Bytes(b.begin() + 3, b.begin() + 3 + size)).size() <= b[0];
-    }
+    case Kind::numeric:
+      return b[0] >= 1 && b[0] <= 77 && b[1] <= 77 && b[2] <= 1 &&
+             read_number(datatype, b).digits.size() <= b[0];
     case Kind::date: {
       const DateType& type = date_type(datatype);
       const Moment moment = read_date(type, b);
-      const std::int64_t units = type.has_time ? kDay / type.unit : 1;
+      const std::int64_t units = type.time_bytes != 0 ? kDay / type.unit : 1;
       return moment.day >= type.first_day && moment.day <= type.last_day && moment.units >= 0 &&
              moment.units < units;
     }
@@ -510,41 +388,29 @@ std::string shortest(T value) {
   digits.erase(std::remove_if(digits.begin(), digits.end(), [](char c) { return !is_digit(c); }),
                digits.end());
   digits = without_leading_zeros(digits);
-  const auto read = [](const char* from) {
-    return sizeof(T) == 4 ? static_cast<T>(std::strtof(from, nullptr))
-                          : static_cast<T>(std::strtod(from, nullptr));
-  };
-  EXPECT_EQ(read(result.c_str()), value) << result;
+  EXPECT_EQ(real_of<T>(result), value) << result;
   const bool point = result.find_first_of(".e") != std::string::npos;
   if (point && digits.size() > 1) {
     std::snprintf(text, sizeof text, "%.*e", static_cast<int>(digits.size()) - 2,
                   static_cast<double>(value));
-    EXPECT_NE(read(text), value) << result << " and " << text;
+    EXPECT_NE(real_of<T>(text), value) << result << " and " << text;
   }
   return result;
 }
 
-std::string text_of(const Request& r, const Number& n) {
-  const std::string sign = n.negative ? "-" : "";
-  const auto point = [](std::string digits, std::size_t places) {
-    if (digits.size() <= places) digits.insert(0, places + 1 - digits.size(), '0');
-    if (places > 0) digits.insert(digits.size() - places, 1, '.');
-    return digits;
-  };
+std::string shown(const Request& r, const Number& n) {
   switch (kind_of(r.source)) {
     case Kind::real:
       if (n.nan) return "nan";
-      if (n.infinite) return sign + "inf";
+      if (n.infinite) return n.negative ? "-inf" : "inf";
       return r.source == VDX_FLT4 ? shortest(as<float>(r.value)) : shortest(as<double>(r.value));
     case Kind::money: {
       const std::int32_t wanted = r.format.precision;
-      const auto places = static_cast<std::size_t>(wanted <= 0 ? 2 : std::min(wanted, 4));
-      return sign + point(digits_to(n, places, true), places);
+      const std::int32_t places = wanted <= 0 ? 2 : std::min(wanted, 4);
+      return text_of({n.negative, digits_at(n, places, true), places});
     }
-    case Kind::numeric:
-      return sign + point(digits_to(n, r.value[1], false), r.value[1]);
     default:
-      return sign + point(n.whole, 0);
+      return text_of(n);
   }
 }
 
@@ -572,10 +438,8 @@ Answer write_text(const Request& r, const Bytes& text, bool asterisk) {
       return counted(r, text, VDX_OVERFLOW);
     case Kind::utf16: {
       Bytes units;
-      for (const Character& c : decode(r.to, text)) {
-        const Bytes unit = encode_utf16_one(c.code == kNoCharacter ? 0xFFFD : c.code);
-        units.insert(units.end(), unit.begin(), unit.end());
-      }
+      for (const Character& c : decode(r.to, text))
+        append(units, encode_utf16_one(c.code == kNoCharacter ? 0xFFFD : c.code));
       return text_of_value(r, units, asterisk);
     }
     default:
@@ -608,10 +472,10 @@ ReadInteger read_integer(const std::string& text, const char* most, const char* 
   for (; i < text.size() && is_digit(text[i]); ++i) {
     const std::string shifted = without_leading_zeros(n.magnitude + "0");
     const std::string longer = without_leading_zeros(n.magnitude + text[i]);
-    if (greater(longer, limit)) {
+    if (compare(longer, limit) > 0) {
       if (*least == '\0')
         n.magnitude = most;
-      else if (!greater(shifted, limit))
+      else if (compare(shifted, limit) <= 0)
         n.magnitude = shifted;
       n.code = VDX_OVERFLOW;
       return n;
@@ -633,7 +497,7 @@ Answer integer_from_text(const Request& r, const std::string& text) {
   if (type.code == VDX_BIT)
     return fixed(r, n.code, {static_cast<std::uint8_t>(n.magnitude.empty() ? 0 : 1)});
   if (type.size == 2) {  // outside the range the low bits stay, 0 outside of 32 bits
-    const bool fits = !greater(n.magnitude, n.negative ? type.least : type.most);
+    const bool fits = compare(n.magnitude, n.negative ? type.least : type.most) <= 0;
     return fixed(r, n.code == VDX_SUCCESS && fits ? VDX_SUCCESS : VDX_OVERFLOW,
                  whole_image(type, n.negative, n.code == VDX_SUCCESS ? n.magnitude : ""));
   }
@@ -648,16 +512,18 @@ std::optional<Number> read_decimal(const std::string& text) {
   if (rest.empty()) return Number{};
   const bool negative = rest[0] == '-';
   if (negative || rest[0] == '+') rest.erase(0, 1);
-  std::int64_t point = -1, exponent = 0;
+  std::int64_t scale = 0, exponent = 0;
+  bool point = false;
   std::size_t i = 0;
-  for (; i < rest.size() && (is_digit(rest[i]) || (rest[i] == '.' && point < 0)); ++i) {
-    if (rest[i] == '.')
-      point = static_cast<std::int64_t>(digits.size());
-    else
+  for (; i < rest.size() && (is_digit(rest[i]) || (rest[i] == '.' && !point)); ++i) {
+    if (rest[i] == '.') {
+      point = true;
+    } else {
       digits += rest[i];
+      scale += point ? 1 : 0;
+    }
   }
   if (digits.empty()) return std::nullopt;
-  if (point < 0) point = static_cast<std::int64_t>(digits.size());
   if (i < rest.size()) {
     if (rest[i] != 'e' && rest[i] != 'E') return std::nullopt;
     ++i;
@@ -670,8 +536,7 @@ std::optional<Number> read_decimal(const std::string& text) {
     }
     if (down) exponent = -exponent;
   }
-  if (without_leading_zeros(digits).empty()) exponent = 0;
-  return number_of(negative, digits, point + exponent);
+  return Number{negative, without_leading_zeros(digits), scale - exponent};
 }
 
 template <class T>
@@ -691,10 +556,7 @@ Answer real_from_text(const Request& r, const std::string& text) {
   }
   const std::optional<Number> n = read_decimal(text);
   if (!n) return no_literal(r);
-  const std::string plain = plain_text(*n);
-  const T value = sizeof(T) == 4 ? static_cast<T>(std::strtof(plain.c_str(), nullptr))
-                                 : static_cast<T>(std::strtod(plain.c_str(), nullptr));
-  return write_real(r, *n, value);
+  return write_real(r, *n, real_of<T>(text_of(*n)));
 }
 
 Answer numeric_from_text(const Request& r, const std::string& text) {
@@ -785,9 +647,8 @@ std::optional<Bytes> bytes_of_hexadecimal(const std::string& text) {
     digits.erase(0, 2);
   if (digits.size() % 2 != 0) digits.insert(0, 1, '0');
   Bytes bytes;
+  if (digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) return std::nullopt;
   for (std::size_t i = 0; i < digits.size(); i += 2) {
-    for (const char c : digits.substr(i, 2))
-      if (!is_digit(c) && !(c >= 'a' && c <= 'f') && !(c >= 'A' && c <= 'F')) return std::nullopt;
     bytes.push_back(static_cast<std::uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
   }
   return bytes;
@@ -800,7 +661,7 @@ Answer from_characters(const Request& r, const Characters& characters) {
   const Kind to = kind_of(r.destination);
   const bool malformed = std::any_of(characters.begin(), characters.end(),
                                      [](const Character& c) { return c.code == kNoCharacter; });
-  const bool to_text = to == Kind::text || to == Kind::varchar || to == Kind::utf16;
+  const bool to_text = is_text(to);
   const bool same = to == Kind::utf16 ? utf16 : !utf16 && r.from == r.to;  // the bytes stay
   if (malformed && (utf16 || (to_text && !same && r.from == Set::utf8))) {
     const std::int32_t length = comn_typelen(to == Kind::utf16 ? VDX_TEXT : r.destination, 0);
@@ -813,9 +674,8 @@ Answer from_characters(const Request& r, const Characters& characters) {
   for (std::size_t i = 0; i < characters.size(); ++i) {
     const Character& c = characters[i];
     const auto ascii = static_cast<std::uint8_t>(plain[i]);
-    const Bytes bytes = utf16 ? encode_one(r.from, c.code).value_or(Bytes{ascii}) : c.bytes;
     if (utf16 && (i < plain.find_first_not_of(' ') || i > plain.find_last_not_of(' '))) continue;
-    encoded.insert(encoded.end(), bytes.begin(), bytes.end());
+    append(encoded, utf16 ? encode_one(r.from, c.code).value_or(Bytes{ascii}) : c.bytes);
   }
   switch (to) {
     case Kind::integer:
@@ -831,10 +691,7 @@ Answer from_characters(const Request& r, const Characters& characters) {
     case Kind::money: {
       if (!utf16) return money_from_text(r, r.from, encoded);
       Bytes utf8;
-      for (const Character& c : characters) {
-        const Bytes bytes = *encode_one(Set::utf8, c.code);
-        utf8.insert(utf8.end(), bytes.begin(), bytes.end());
-      }
+      for (const Character& c : characters) append(utf8, *encode_one(Set::utf8, c.code));
       return money_from_text(r, Set::utf8, utf8);
     }
     case Kind::bytes:
@@ -865,7 +722,7 @@ Answer from_characters(const Request& r, const Characters& characters) {
   whole.format.maxlength = 256;
   whole.destination = VDX_CHAR;
   const Answer text = text_of_characters(whole, pieces, substituted);
-  Answer a = counted(r, Bytes(text.bytes.begin(), text.bytes.begin() + text.length), VDX_TRUNCATED);
+  Answer a = counted(r, slice(text.bytes, 0, static_cast<std::size_t>(text.length)), VDX_TRUNCATED);
   a.code = text.code;
   return a;
 }
@@ -874,8 +731,7 @@ Answer from_bytes(const Request& r, const Bytes& bytes) {
   const Kind to = kind_of(r.destination);
   if (to == Kind::bytes) return byte_string(r, bytes);
   if (to == Kind::varbin) return counted(r, bytes, VDX_OVERFLOW);
-  if (to == Kind::text || to == Kind::varchar || to == Kind::utf16)
-    return write_text(r, hexadecimal(bytes), false);
+  if (is_text(to)) return write_text(r, hexadecimal(bytes), false);
   Bytes value = bytes;
   value.resize(static_cast<std::size_t>(comn_typelen(r.destination, 0)));
   if (!is_value(r.destination, value))
@@ -897,35 +753,17 @@ Kind kind_of(std::int32_t datatype) {
   return kKinds[datatype];
 }
 
-Bytes numeric_image(int precision, int scale, bool negative, const std::string& digits) {
-  Bytes bytes = {static_cast<std::uint8_t>(precision), static_cast<std::uint8_t>(scale),
-                 static_cast<std::uint8_t>(negative)};
-  const Bytes magnitude = big_endian(digits, magnitude_bytes(precision));
-  bytes.insert(bytes.end(), magnitude.begin(), magnitude.end());
-  bytes.resize(35);
-  return bytes;
-}
-
 Bytes date_image(std::int32_t datatype, std::int64_t day, std::int64_t units) {
-  switch (datatype) {
-    case VDX_DATETIME:
-      return image(vdx_datetime{static_cast<std::int32_t>(day), static_cast<std::int32_t>(units)});
-    case VDX_DATE4:
-      return image(vdx_date4{static_cast<std::uint16_t>(day), static_cast<std::uint16_t>(units)});
-    case VDX_DATEA:
-      return image(static_cast<std::int32_t>(day));
-    case VDX_TIMEA:
-      return image(static_cast<std::int32_t>(units));
-    case VDX_BIGDATETIME:
-      return image((day + kBigEpoch) * kBigDay + units);
-    default:
-      return image(units);
-  }
+  if (datatype == VDX_BIGDATETIME) return image((day + kBigEpoch) * kBigDay + units);
+  const DateType& type = date_type(datatype);
+  Bytes bytes = slice(image(day), 0, type.day_bytes);
+  append(bytes, slice(image(units), 0, type.time_bytes));
+  return bytes;
 }
 
 Answer expect(const Request& r) {
   const Kind from = kind_of(r.source), to = kind_of(r.destination);
-  const bool to_text = to == Kind::text || to == Kind::varchar || to == Kind::utf16;
+  const bool to_text = is_text(to);
   switch (from) {
     case Kind::none:
       return refused(r, VDX_SUCCESS, 0);
@@ -937,9 +775,9 @@ Answer expect(const Request& r) {
       return from_bytes(r, r.value);
     case Kind::varchar:
     case Kind::varbin: {
-      const auto count = as<std::int16_t>(r.value);
+      const auto count = as<std::uint16_t>(r.value);
       if (count > 256) return refused(r, VDX_INVALID);
-      const Bytes bytes(r.value.begin() + 2, r.value.begin() + 2 + count);
+      const Bytes bytes = slice(r.value, 2, count);
       return from == Kind::varbin ? from_bytes(r, bytes)
                                   : from_characters(r, decode(r.from, bytes));
     }
@@ -962,7 +800,7 @@ Answer expect(const Request& r) {
                    : write_date(r, date_type(r.source), read_date(date_type(r.source), r.value));
   const Number n = read_number(r.source, r.value);
   if (to_text)
-    return write_text(r, bytes_of(text_of(r, n)), from == Kind::integer || from == Kind::bit);
+    return write_text(r, bytes_of(shown(r, n)), from == Kind::integer || from == Kind::bit);
   return write_number(r, n);
 }
 

@@ -8,12 +8,10 @@
 #include <limits>
 #include <optional>
 
+#include "arithmetic.h"
 #include "characters.h"
 
 namespace vdx_test {
-
-// The image of a numeric with these digits, without leading zeros, as magnitude.
-Bytes numeric_image(int precision, int scale, bool negative, const std::string& digits);
 
 // The image of a date or time: a day since 1900-01-01, and the time in the type's own units.
 Bytes date_image(std::int32_t datatype, std::int64_t day, std::int64_t units);
