@@ -4,6 +4,7 @@
 #include <ctime>
 #include <limits>
 #include <memory>
+#include <sstream>
 #include <tuple>
 
 #include "date/calendar.h"
@@ -40,9 +41,7 @@ std::int32_t int_of(Number number) {
 vdx_bigdatetime big_of(std::int64_t day, std::int64_t micros = 0) {
   return static_cast<vdx_bigdatetime>((day + 693'961) * kDay + micros);
 }
-std::int32_t day_of(year_month_day date) {
-  return static_cast<std::int32_t>((sys_days{date} - kZero).count());
-}
+std::int32_t day_of(year_month_day date) { return int_of((sys_days{date} - kZero).count()); }
 year_month_day date_of(std::int64_t day) { return kZero + days{day}; }
 std::int64_t months_of(year_month_day date) {
   return static_cast<int>(date.year()) * 12 +
@@ -193,12 +192,12 @@ TEST(DateValue, ShortRecordsEndWithTheTenthField) {
 }
 
 TEST(DateValue, MakesReportTheFirstFaultyFieldAndLeaveWhatTheySay) {
-  struct Row {
+  const struct {
     daterec record;
     std::int32_t date, day;  // code of the date, and the day word left
     std::int32_t time, ticks;
     vdx_bigtime micros;  // left by the bigtime make, whose code is that of the time word
-  } const rows[] = {
+  } rows[] = {
       // clang-format off
       {{9999, 11, 31, 999, 99, 23, 59, 59, 999, 0, 0, 0},
        0, 2958463, 0, 25'919'999, 86'399'999'000},
@@ -220,7 +219,7 @@ TEST(DateValue, MakesReportTheFirstFaultyFieldAndLeaveWhatTheySay) {
        3, 733193, 0, 1'080'000, 3'599'998'500},
       // clang-format on
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
     vdx_datetime value{kMark, kMark};
     EXPECT_EQ(com_datemake(&value, &row.record), row.date);
@@ -288,10 +287,10 @@ TEST(DateValue, RangesAndMoves) {
 }
 
 TEST(DateValue, LocalTimeAsText) {
-  struct Row {
+  const struct {
     std::int32_t order, twelve, hour;
     const char* text;
-  } const rows[] = {
+  } rows[] = {
       {1, 0, 13, "01/02/08 13:15:09"},       {2, 0, 0, "02/01/08 00:15:09"},
       {3, 0, 23, "08/01/02 23:15:09"},       {4, 2, 13, "08/02/01 13:15:09"},
       {5, 0, 13, "01/08/02 13:15:09"},       {6, 0, 13, "02/08/01 13:15:09"},
@@ -299,23 +298,22 @@ TEST(DateValue, LocalTimeAsText) {
       {-1, 1, 12, "01/02/08 12:15:09 PM"},   {2, 1, 13, "02/01/08 01:15:09 PM"},
       {kMax, 1, 23, "01/02/08 11:15:09 PM"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.text);
     const daterec now = {2008, 0, 2, 2, 3, row.hour, 15, 9, 7, 7, 7, 7};
     const std::int32_t size = int_of(std::strlen(row.text)) + 1;
     std::string buffer(32, '?');
     std::int32_t needed = 0;
     daterec record = kMarked;
-    EXPECT_EQ(
-        vdx::give_local_time(now, row.order, row.twelve, buffer.data(), size - 1, &needed, &record),
-        XS_FAIL);
+    const auto give = [&](std::int32_t room, std::int32_t* length) {
+      return vdx::give_local_time(now, row.order, row.twelve, buffer.data(), room, length, &record);
+    };
+    EXPECT_EQ(give(size - 1, &needed), XS_FAIL);
     EXPECT_EQ(std::tuple(buffer, needed), std::tuple(std::string(32, '?'), size));
     EXPECT_EQ(fields(record), fields(kMarked));
-    EXPECT_EQ(
-        vdx::give_local_time(now, row.order, row.twelve, buffer.data(), size, nullptr, &record),
-        XS_SUCCEED);
-    EXPECT_EQ(buffer, row.text + std::string(1, '\0') +
-                          std::string(32 - static_cast<std::size_t>(size), '?'));
+    EXPECT_EQ(give(size, nullptr), XS_SUCCEED);
+    EXPECT_EQ(buffer,
+              (row.text + std::string(1, '\0')).append(32 - static_cast<std::size_t>(size), '?'));
     EXPECT_EQ(fields(record),
               std::tuple(2008, 0, 2, 2, 3, row.hour, 15, 9, kMark, kMark, kMark, kMark));
   }
@@ -342,32 +340,26 @@ TEST(DateValue, CurrentTimeIsTheLocalTime) {
 }
 
 TEST(DatePart, Names) {
-  vdx_context french{};
+  vdx_context plain{}, french{};
   ASSERT_EQ(comn_loc_alloc(&french, "iso_1", &french.locale), XS_SUCCEED);
-  comn_loc_set(french.locale, VDX_LOC_MONTH + 11,
-               "d\xE9"
-               "cembre",
-               VDX_NULLTERM);
+  comn_loc_set(french.locale, VDX_LOC_MONTH + 11, "d\351cembre", VDX_NULLTERM);
   comn_loc_set(french.locale, VDX_LOC_WEEKDAY + 1, "lundi", VDX_NULLTERM);
-  const vdx_context plain{};
   const vdx_datetime value{day_of(2008y / 12 / 29), 14'132'737};  // a Monday
   const vdx_bigdatetime big = big_of(value.day, 47'109'123'456);
-  const char* const digits[] = {"2008", "4",   "",   "",     "29", "364", "13", "5",
-                                "9",    "123", "53", "2009", "1",  "1",   "0"};
-  const vdx_context* const contexts[] = {nullptr, &plain, &french};
-  for (const vdx_context* context : contexts)
+  for (vdx_context* context : {&plain, &french, static_cast<vdx_context*>(nullptr)}) {
+    const bool own = context == &french;
+    std::istringstream words(std::string("2008 4 ") +
+                             (own ? "d\351cembre lundi" : "December Monday") +
+                             " 29 364 13 5 9 123 53 2009 1 1 0");
+    std::string names[15];
+    for (std::string& name : names) words >> name;
     for (std::uint32_t part = 0; part <= 14; ++part)
       for (std::int32_t way = 0; way < 3; ++way)
         for (const std::int32_t room : {kMin, -1, 0, 1, 5, 6, 63}) {
-          std::string text = part == 2   ? context == &french ? "d\xE9"
-                                                                "cembre"
-                                                              : "December"
-                             : part == 3 ? context == &french ? "lundi" : "Monday"
-                                         : digits[part];
-          if (way == 2 && part == 14) text = "123456";
-          const auto size = static_cast<std::int32_t>(text.size());
+          const std::string name = way == 2 && part == 14 ? "123456" : names[part];
+          const std::int32_t size = int_of(name.size());
           std::string buffer(64, '?'), expected = buffer;
-          if (room >= size) expected.replace(0, text.size(), text);
+          if (room >= size) expected.replace(0, name.size(), name);
           std::int32_t length = -1;
           const std::int32_t code =
               way == 2 ? com__bigdatename(context, part, &big, buffer.data(), room, &length)
@@ -376,6 +368,7 @@ TEST(DatePart, Names) {
           EXPECT_EQ(std::tuple(code, length, buffer), std::tuple(room < size, size, expected))
               << part << ' ' << room;
         }
+  }
   comn_loc_drop(&french, french.locale);
 }
 
@@ -450,13 +443,13 @@ TEST(DatePart, SumsFollowTheSlowRules) {
 }
 
 TEST(DatePart, SumsAtTheEdges) {
-  struct Row {
+  const struct {
     std::uint32_t part;
     std::int32_t amount;
     vdx_datetime from;
     std::int32_t code;
     vdx_datetime to;
-  } const rows[] = {
+  } rows[] = {
       {0, 1, {day_of(2008y / 2 / 29), 1 << 25}, 0, {day_of(2009y / 2 / 28), 1 << 25}},
       {6, 24, {0, 1 << 25}, 0, {1, 0}},
       {6, 0, {0, 25'920'000}, 1, {0, 25'920'000}},
@@ -465,7 +458,7 @@ TEST(DatePart, SumsAtTheEdges) {
       {4, 1, {kMax, 0}, 1, {kMax, 0}},
       {4, 0, {vdx::kLastDay, 25'920'000}, 0, {vdx::kLastDay, 25'920'000}},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     vdx_datetime value = row.from;
     EXPECT_EQ(com__date_add(row.part, row.amount, &value), row.code);
     EXPECT_EQ(com_datecmp(&value, &row.to), 0)
@@ -528,8 +521,8 @@ TEST(DatePart, DifferencesFollowTheSlowRules) {
       return testing::Message() << part << ' ' << first << ' ' << m1 << ' ' << second;
     };
 
-    const vdx_datetime a{static_cast<std::int32_t>(first), vdx::ticks_of_micros(m1)};
-    const vdx_datetime b{static_cast<std::int32_t>(second), vdx::ticks_of_micros(m2)};
+    const vdx_datetime a{int_of(first), vdx::ticks_of_micros(m1)};
+    const vdx_datetime b{int_of(second), vdx::ticks_of_micros(m2)};
     std::int32_t difference = -7;
     std::int32_t code = com__datediff(part, &a, &b, &difference);
     std::int64_t expected =
@@ -547,12 +540,12 @@ TEST(DatePart, DifferencesFollowTheSlowRules) {
 }
 
 TEST(DatePart, DifferencesAtTheEdges) {
-  struct Row {
+  const struct {
     std::uint32_t part;
     vdx_datetime first, second;
     std::int32_t difference;  // -7: nothing is stored
     std::int32_t code = difference == -7;
-  } const rows[] = {
+  } rows[] = {
       {0, {day_of(2007y / 12 / 31), 0}, {day_of(2008y / 1 / 1), 0}, 1},
       {3, {day_of(2008y / 1 / 5), 0}, {day_of(2008y / 1 / 6), 0}, 0},
       {10, {day_of(2008y / 1 / 5), 0}, {day_of(2008y / 1 / 6), 0}, 1},
@@ -574,7 +567,7 @@ TEST(DatePart, DifferencesAtTheEdges) {
       {14, {0, 0}, {1, 0}, -7, 0},
       {~0U, {0, 0}, {1, 0}, -7, 0},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     std::int32_t difference = -7;
     const std::int32_t code = com__datediff(row.part, &row.first, &row.second, &difference);
     EXPECT_EQ(std::tuple(code, difference), std::tuple(row.code, row.difference))
@@ -596,8 +589,13 @@ TEST(DatePart, DifferencesAtTheEdges) {
   }
 }
 
+template <class Result, class... Args>
+void each_null(std::initializer_list<Result (*)(Args...)> functions,
+               std::type_identity_t<Args>... args) {
+  for (const auto function : functions) vdx_test::with_each_null(function, args...);
+}
+
 [[noreturn]] void resume_everything() {
-  using vdx_test::with_each_null;
   vdx_test::handle_checks(vdx_test::Handler::kResume);
   com_toggle_abort(0);
   std::int32_t i = 1;
@@ -608,41 +606,35 @@ TEST(DatePart, DifferencesAtTheEdges) {
   char text[64];
   const std::uint8_t in[] = "10:15";
   const char* const* const months = vdx::kEnglishMonths;
-  for (const auto crack : {com_datecrack, com_timecrack, com__timecrack})
-    with_each_null(crack, &d, &r);
-  for (const auto crack :
-       {com_bigdatecrack, com__bigdatecrack, com_bigtimecrack, com__bigtimecrack})
-    with_each_null(crack, &b, &r);
-  for (const auto make : {com_datemake, com_timemake}) with_each_null(make, &d, &r);
-  for (const auto make : {com_bigdatemake, com_bigtimemake, com_bigdatetimemake})
-    with_each_null(make, &b, &r);
-  for (const auto compare : {com_dateacmp, com_timeacmp}) with_each_null(compare, &i, &i);
-  for (const auto check : {com__datea_check_range, com__timea_check_range})
-    with_each_null(check, &i);
-  for (const auto part : {com__datepart, com_datepart}) with_each_null(part, 0U, &d, 7);
-  for (const auto name : {com__datename, com_datename})
-    with_each_null(name, nullptr, 0U, &d, text, 64, &i);
-  for (const auto add : {com__date_add, com__dateadd_both}) with_each_null(add, 0U, 1, &d);
-  with_each_null(com__datecrack, &i, &r);
-  with_each_null(com_datecmp, &d, &d);
-  with_each_null(com_date4cmp, &s, &s);
-  with_each_null(com_bigdatetimecmp, &b, &b);
-  with_each_null(com_datezero, &d);
-  with_each_null(com_date4zero, &s);
-  with_each_null(com_setdatetime, &d, 2, 2);
-  with_each_null(com__datetime_check_range, &d);
-  with_each_null(com__date4todt, &s, &d);
-  with_each_null(com__dateatodate, &i, &d);
-  with_each_null(com__bigdatepart, 0U, &b, 7);
-  with_each_null(com__bigdatename, nullptr, 0U, &b, text, 64, &i);
-  with_each_null(com__bigdateadd_both, 0U, 1, &b);
-  with_each_null(com__datediff, 4U, &d, &d, &i);
-  with_each_null(com__bigdatediff, 4U, &b, &b, &i);
-  with_each_null(com__bigtimetochar, &b, text, 64, 0U, nullptr);
-  with_each_null(com__datefromchar_mb, &d, in, 5, 0, 1, months, months, nullptr, &i);
-  for (const auto parse : {com__dateafromchar_mb, com__timeafromchar_mb})
-    with_each_null(parse, &i, in, 5, 0, 1, months, months, nullptr);
-  with_each_null(com__timefromchar_mb, &d, in, 5, 0, nullptr, &i);
+  each_null({com_datecrack, com_timecrack, com__timecrack}, &d, &r);
+  each_null({com_bigdatecrack, com__bigdatecrack, com_bigtimecrack, com__bigtimecrack}, &b, &r);
+  each_null({com__datecrack}, &i, &r);
+  each_null({com_datemake, com_timemake}, &d, &r);
+  each_null({com_bigdatemake, com_bigtimemake, com_bigdatetimemake}, &b, &r);
+  each_null({com_dateacmp, com_timeacmp}, &i, &i);
+  each_null({com_datecmp}, &d, &d);
+  each_null({com_date4cmp}, &s, &s);
+  each_null({com_bigdatetimecmp}, &b, &b);
+  each_null({com__datea_check_range, com__timea_check_range}, &i);
+  each_null({com__datetime_check_range}, &d);
+  each_null({com__datepart, com_datepart}, 0U, &d, 7);
+  each_null({com__bigdatepart}, 0U, &b, 7);
+  each_null({com__datename, com_datename}, nullptr, 0U, &d, text, 64, &i);
+  each_null({com__bigdatename}, nullptr, 0U, &b, text, 64, &i);
+  each_null({com__date_add, com__dateadd_both}, 0U, 1, &d);
+  each_null({com__bigdateadd_both}, 0U, 1, &b);
+  each_null({com__datediff}, 4U, &d, &d, &i);
+  each_null({com__bigdatediff}, 4U, &b, &b, &i);
+  each_null({com_datezero}, &d);
+  each_null({com_date4zero}, &s);
+  each_null({com_setdatetime}, &d, 2, 2);
+  each_null({com__date4todt}, &s, &d);
+  each_null({com__dateatodate}, &i, &d);
+  each_null({com__bigtimetochar}, &b, text, 64, 0U, nullptr);
+  each_null({com__datefromchar_mb}, &d, in, 5, 0, 1, months, months, nullptr, &i);
+  each_null({com__dateafromchar_mb, com__timeafromchar_mb}, &i, in, 5, 0, 1, months, months,
+            nullptr);
+  each_null({com__timefromchar_mb}, &d, in, 5, 0, nullptr, &i);
   bool right =
       d.day == 1 && d.time == 1 && s.day == 1 && b == 1 && i == 1 && fields(r) == fields(kMarked);
   for (const std::int32_t refused :

@@ -70,6 +70,8 @@ TEST(Charset, Characters) {
       {"wide A", sjis, "\x82\x60", 2, 'A', "AU"},
       {"wide blank", sjis, "\x81\x40", 2, ' ', "S"},
       {"wide minus", sjis, "\x81\x7C", 2, '-', "P"},
+      {"wide dollar", sjis, "\x81\x90", 2, '$', "P$"},
+      {"wide comma", sjis, "\x81\x43", 2, ',', "P"},
       {"wide yen", sjis, "\x81\x8F", 2, 0, "P$"},
       {"hiragana a", sjis, "\x82\xA0", 2, 0, "A"},
       {"ideograph that ends in a backslash byte", sjis, "\x95\x5C", 2, 0, "A"},
@@ -102,6 +104,11 @@ TEST(Charset, Characters) {
     EXPECT_EQ(comn_whole_char(&row.set, bytes(row.text), length_of(row.text)), row.whole);
     EXPECT_EQ(comn_to_ascii(&row.set, bytes(row.text), length_of(row.text)), row.ascii);
     EXPECT_EQ(classes(row.set, row.text), row.classes);
+  }
+  for (int code = 0xFF01; code <= 0xFF5E; ++code) {  // the wide form of every sign of ASCII
+    const char wide[] = {'\xEF', static_cast<char>(0x80 | (code >> 6 & 63)),
+                         static_cast<char>(0x80 | (code & 63))};
+    EXPECT_EQ(comn_to_ascii(&utf8, bytes({wide, 3}), 3), code - 0xFEE0);
   }
 }
 
@@ -148,7 +155,7 @@ TEST(Locale, AllocateAndDrop) {
     SCOPED_TRACE(set.name);
     vdx_locale* locale = nullptr;
     ASSERT_EQ(comn_loc_alloc(nullptr, set.name, &locale), XS_SUCCEED);
-    // The format's comes first, then the context's, then the process's.
+    // The format's, else the context's, else the process's.
     vdx_datafmt own = {}, none = {};
     own.locale = locale;
     vdx_context with = context;

@@ -26,6 +26,10 @@ class Random {
   }
   std::uint32_t below(std::uint32_t n) { return static_cast<std::uint32_t>((next() >> 33) % n); }
   std::uint64_t sized() { return next() >> below(64); }
+  template <class List>
+  auto of(const List& list) {
+    return list[below(static_cast<std::uint32_t>(std::size(list)))];
+  }
 
  private:
   std::uint64_t state_ = 0x9E3779B97F4A7C15;
@@ -87,8 +91,7 @@ std::size_t make_text(Random& random, char* to) {
       break;
     }
     case 3: {
-      const std::string_view text =
-          kTexts[random.below(static_cast<std::uint32_t>(std::size(kTexts)))];
+      const std::string_view text = random.of(kTexts);
       return text.copy(to, text.size());
     }
     default:
@@ -164,11 +167,11 @@ void convert(Random& random, Hash& hash, vdx_context& context,
   to.datatype = cell % VDX_DATATYPES;
   make_value(random, from, source);
   to.maxlength = static_cast<std::int32_t>(random.below(kRoom));
-  to.format = kFlags[random.below(static_cast<std::uint32_t>(std::size(kFlags)))];
+  to.format = random.of(kFlags);
   to.precision = static_cast<std::int32_t>(random.below(80));
   to.scale = static_cast<std::int32_t>(random.below(40));
-  from.locale = locales[random.below(static_cast<std::uint32_t>(locales.size()))];
-  to.locale = locales[random.below(static_cast<std::uint32_t>(locales.size()))];
+  from.locale = random.of(locales);
+  to.locale = random.of(locales);
   std::memset(destination, 0xA5, sizeof destination);
   std::int32_t length = -1;
   const std::int32_t code = com_conv_func(&context, from.datatype, to.datatype)(
@@ -182,14 +185,16 @@ void convert(Random& random, Hash& hash, vdx_context& context,
 }
 
 void compute(Random& random, Hash& hash) {
-  vdx_datafmt format{};
-  unsigned char image[3][kBuffer];
-  format.datatype = VDX_NUM;
-  make_value(random, format, image[0]);
-  make_value(random, format, image[1]);
+  const auto make = [&random](std::int32_t datatype, auto& value) {
+    vdx_datafmt format{};
+    unsigned char image[kBuffer];
+    format.datatype = datatype;
+    make_value(random, format, image);
+    std::memcpy(&value, image, sizeof value);
+  };
   vdx_num a, b, result;
-  std::memcpy(&a, image[0], sizeof a);
-  std::memcpy(&b, image[1], sizeof b);
+  make(VDX_NUM, a);
+  make(VDX_NUM, b);
   for (auto* const operation : {comn_numadd, comn_numsub, comn_nummul, comn_numdivide}) {
     result = {};
     result.precision = static_cast<std::uint8_t>(1 + random.below(77));
@@ -206,12 +211,9 @@ void compute(Random& random, Hash& hash) {
     hash.add(operation(&x, &y, &money));
     hash.add(money);
   }
-  format.datatype = VDX_DATETIME;
-  make_value(random, format, image[2]);
   vdx_datetime moment, made{};
-  std::memcpy(&moment, image[2], sizeof moment);
-  daterec record;
-  std::memset(&record, 0, sizeof record);
+  make(VDX_DATETIME, moment);
+  daterec record{};
   com_datecrack(&moment, &record);
   com_timecrack(&moment, &record);
   hash.add(record);
