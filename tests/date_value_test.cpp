@@ -255,14 +255,10 @@ TEST(DateValue, Comparisons) {
 }
 
 TEST(DateValue, RangesAndMoves) {
-  for (const auto& [day, early, outside] : {std::tuple{kMin, 1, 1},
-                                            {-693596, 1, 1},
-                                            {-693595, 1, 0},
-                                            {-53691, 1, 0},
-                                            {-53690, 0, 0},
-                                            {2958463, 0, 0},
-                                            {2958464, 0, 1},
-                                            {kMax, 0, 1}}) {
+  constexpr std::int32_t days[][3] = {{kMin, 1, 1},    {-693596, 1, 1}, {-693595, 1, 0},
+                                      {-53691, 1, 0},  {-53690, 0, 0},  {2958463, 0, 0},
+                                      {2958464, 0, 1}, {kMax, 0, 1}};
+  for (const auto& [day, early, outside] : days) {
     vdx_datetime value{5, 5};
     com_setdatetime(&value, day, -3);
     EXPECT_EQ(com__datetime_check_range(&value), early) << day;
