@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <random>
 #include <sstream>
@@ -67,60 +68,18 @@ std::string utf8_of(char32_t c) {
   return {bytes.begin(), bytes.end()};
 }
 
-// One character of UTF-8: its bytes (0: none) by the ranges that each place allows.
-std::size_t utf8_character(const std::string& text, std::size_t at, char32_t& code) {
-  static constexpr struct {
-    int first, last, second, second_last, bytes;
-  } rows[] = {
-      {0x00, 0x7F, 0, 0, 1},       {0xC2, 0xDF, 0x80, 0xBF, 2}, {0xE0, 0xE0, 0xA0, 0xBF, 3},
-      {0xE1, 0xEC, 0x80, 0xBF, 3}, {0xED, 0xED, 0x80, 0x9F, 3}, {0xEE, 0xEF, 0x80, 0xBF, 3},
-      {0xF0, 0xF0, 0x90, 0xBF, 4}, {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4}};
-  const auto byte = [&](int i) {
-    const std::size_t place = at + static_cast<std::size_t>(i);
-    return place < text.size() ? static_cast<unsigned char>(text[place]) : -1;
-  };
-  for (const auto& row : rows) {
-    if (byte(0) < row.first || byte(0) > row.last) continue;
-    code = static_cast<char32_t>(byte(0));
-    if (row.bytes > 1) code &= 0xFFu >> (row.bytes + 1);
-    for (int i = 1; i < row.bytes; ++i) {
-      if (byte(i) < (i == 1 ? row.second : 0x80) || byte(i) > (i == 1 ? row.second_last : 0xBF))
-        return 0;
-      code = code << 6 | static_cast<char32_t>(byte(i) & 0x3F);
-    }
-    return static_cast<std::size_t>(row.bytes);
-  }
-  return 0;
-}
-
-// One character of UTF-16: its units.
-std::size_t utf16_character(const std::string& text, std::size_t at, char32_t& code) {
-  const auto unit = [&](std::size_t i) -> char32_t {
-    if (2 * i + 1 >= text.size()) return 0;
-    return static_cast<unsigned char>(text[2 * i]) |
-           static_cast<char32_t>(static_cast<unsigned char>(text[2 * i + 1])) << 8;
-  };
-  code = unit(at);
-  if (code < 0xD800 || code > 0xDFFF) return 1;
-  const char32_t low = unit(at + 1);
-  if (code > 0xDBFF || low < 0xDC00 || low > 0xDFFF) return 0;
-  code = 0x10000 + (code - 0xD800) * 0x400 + (low - 0xDC00);
-  return 2;
-}
-
-// The obvious way: character by character.
-template <class Read, class Write>
-Expected slowly(const std::string& text, std::size_t n, std::size_t room, Read read, Write write) {
+// The obvious way: character by character. Units of the text are bytes or pairs of them.
+template <class Write>
+Expected slowly(const vdx_test::Characters& text, std::size_t unit, std::size_t room, Write write) {
   Expected result;
-  while (result.taken < n) {
-    char32_t code = 0;
-    const std::size_t length = read(text, result.taken, code);
-    const std::string placed = length == 0 ? std::string() : write(code);
-    result.outcome = length == 0                                   ? Transcoding::malformed
-                     : result.placed.size() + placed.size() > room ? Transcoding::full
-                                                                   : Transcoding::done;
-    if (result.outcome != Transcoding::done) break;
-    result.taken += length;
+  for (const vdx_test::Character& c : text) {
+    const bool is_none = c.code == vdx_test::kNoCharacter;
+    const std::string placed = is_none ? std::string() : write(c.code);
+    if (is_none || result.placed.size() + placed.size() > room) {
+      result.outcome = is_none ? Transcoding::malformed : Transcoding::full;
+      break;
+    }
+    result.taken += c.bytes.size() / unit;
     result.placed += placed;
   }
   return result;
@@ -130,19 +89,20 @@ Expected slowly(const std::string& text, std::size_t n, std::size_t room, Read r
 void check_text(const std::string& utf8, const std::string& utf16, std::size_t room,
                 std::size_t shift) {
   const std::size_t units = utf16.size() / 2;
+  const auto characters = vdx_test::decode(vdx_test::Set::utf8, vdx_test::bytes_of(utf8)),
+             wide_characters = vdx_test::decode_utf16(vdx_test::bytes_of(utf16));
   const Exact narrow(utf8, shift), wide(utf16, shift);
   Exact to(room, shift);
   for (const bool swapped : {false, true})
-    expect_same(vdx::to_utf16(vdx::kUtf8, narrow.data, narrow.size, to.data, room / 2, swapped), 2,
-                to, slowly(utf8, utf8.size(), room / 2 * 2, utf8_character, [=](char32_t c) {
-                  return units_of(c, swapped);
-                }));
+    expect_same(
+        vdx::to_utf16(vdx::kUtf8, narrow.data, narrow.size, to.data, room / 2, swapped), 2, to,
+        slowly(characters, 1, room / 2 * 2, [=](char32_t c) { return units_of(c, swapped); }));
   expect_same(vdx::from_utf16(vdx::kUtf8, wide.data, units, to.data, room), 1, to,
-              slowly(utf16, units, room, utf16_character, utf8_of));
+              slowly(wide_characters, 2, room, utf8_of));
   EXPECT_EQ(vdx::well_formed_utf8(narrow.data, narrow.size),
-            slowly(utf8, utf8.size(), SIZE_MAX, utf8_character, utf8_of).taken);
+            slowly(characters, 1, SIZE_MAX, utf8_of).taken);
   EXPECT_EQ(vdx::well_formed_utf16(wide.data, units),
-            slowly(utf16, units, SIZE_MAX, utf16_character, utf8_of).taken);
+            slowly(wide_characters, 2, SIZE_MAX, utf8_of).taken);
   std::size_t ascii = 0;
   while (ascii < units && utf16[2 * ascii + 1] == 0 && utf16[2 * ascii] >= 0) ++ascii;
   Exact bytes(units, shift), widened(2 * ascii, shift);
@@ -157,49 +117,41 @@ constexpr char32_t kCodes = 0x110000;
 bool is_code(char32_t c) { return c < 0xD800 || c > 0xDFFF; }
 
 TEST(Unicode, EveryCodePoint) {
-  std::string all8, all16;
-  for (char32_t c = 0; c < kCodes; ++c) {
-    if (!is_code(c)) continue;
-    const std::string utf8 = utf8_of(c), utf16 = units_of(c);
-    std::uint8_t to[4];
-    const auto wide = vdx::to_utf16(vdx::kUtf8, reinterpret_cast<const std::uint8_t*>(utf8.data()),
-                                    utf8.size(), to, 2, false);
-    ASSERT_EQ(std::string(to, to + 2 * wide.placed), utf16) << std::hex << +c;
-    const auto narrow = vdx::from_utf16(vdx::kUtf8, utf16.data(), utf16.size() / 2, to, 4);
-    ASSERT_EQ(std::string(to, to + narrow.placed), utf8) << std::hex << +c;
-    all8 += utf8;
-    all16 += utf16;
+  std::string utf8, utf16;
+  for (char32_t c = 0; c < kCodes && !HasFailure(); ++c) {
+    if (is_code(c)) utf8 += utf8_of(c), utf16 += units_of(c);
+    if (c % 61 != 60 && c != kCodes - 1) continue;
+    SCOPED_TRACE(testing::Message() << "up to " << std::uint32_t{c});
+    check_text(utf8, utf16, utf8.size(), c & 1);
+    check_text(utf8_of(c), units_of(c), 4, c & 1);
+    utf8.clear();
+    utf16.clear();
   }
-  check_text(all8, all16, all8.size(), 1);
 }
 
 TEST(Unicode, Malformed) {
-  struct Row {
-    std::string utf8, utf16;
-  };
-  std::vector<Row> rows;
+  std::vector<std::pair<std::string, std::string>> rows;  // of UTF-8 and of UTF-16
   std::istringstream words(
       "80 BF C080 C1BF C2 C241 C2C2 DFC0 E09FBF E0A0 E18041 E1C080 EDA080 EDBFBF EFBF EFBFC0 "
       "F08FBFBF F09080 F18080C0 F4908080 F5808080 F888808080 FE FF 4180 C3A980 E282AC80");
   for (std::string word; words >> word;) {
     rows.emplace_back();
     for (std::size_t i = 0; i < word.size(); i += 2)
-      rows.back().utf8 += static_cast<char>(std::stoi(word.substr(i, 2), nullptr, 16));
+      rows.back().first += static_cast<char>(std::stoi(word.substr(i, 2), nullptr, 16));
   }
   for (const std::string& units :
        {units_of(0xD800), units_of(0xDBFF) + units_of(0xE000), units_of(0xDC00),
         units_of(0xDFFF) + units_of(0xD800), units_of(0xD800) + units_of(0x1F600)})
-    rows.push_back({"", units});
-  for (const Row& row : rows)
+    rows.emplace_back("", units);
+  for (const auto& [bad8, bad16] : rows)
     for (const char32_t filler : {0x61, 0xE9, 0x20AC, 0x1F600})
       for (std::size_t before = 0; before < 70; before += before < 20 ? 1 : 5)
         for (const std::size_t after : {0u, 1u, 3u, 17u, 70u}) {
-          SCOPED_TRACE(testing::PrintToString(row.utf8 + row.utf16) + " after " +
-                       std::to_string(before));
+          SCOPED_TRACE(testing::PrintToString(bad8 + bad16) + " after " + std::to_string(before));
           std::string utf8, utf16;
           for (std::size_t i = 0; i <= before + after; ++i) {
-            utf8 += i == before ? row.utf8 : utf8_of(filler);
-            utf16 += i == before ? row.utf16 : units_of(filler);
+            utf8 += i == before ? bad8 : utf8_of(filler);
+            utf16 += i == before ? bad16 : units_of(filler);
           }
           check_text(utf8, utf16, 8 * (before + after), before & 1);
           if (HasFailure()) return;
@@ -336,61 +288,56 @@ TEST(Charset, BetweenSetsAtEveryCut) {
 }
 
 TEST(Charset, ExportedFunctions) {
-  struct Row {
-    const char* from;
-    const char* to;
-    std::string text;
-    std::int32_t size;
-    std::int32_t convert;
+  // Results are placed whole, or up to what stops them; both ways, where those differ.
+  constexpr int kCut = VDX_TRUNCATED, kLost = VDX_TRANSLATION, kBad = VDX_MALFORMED_UNICODE;
+  const struct {
+    const char *from, *to, *text;
+    std::int32_t size, convert;
     std::string converted;
     std::int32_t xlate;
     std::string xlated;
-  } const rows[] = {
+  } rows[] = {
       {"iso_1", "utf8", "caf\xE9", 9, VDX_SUCCESS, "caf\xC3\xA9", VDX_SUCCESS, "caf\xC3\xA9"},
-      {"iso_1", "utf8", "caf\xE9", 4, VDX_TRUNCATED, "caf", VDX_TRUNCATED, "caf"},
-      {"utf8", "utf8", "caf\xC3\xA9", 4, VDX_TRUNCATED, "caf", VDX_TRUNCATED, "caf"},
+      {"iso_1", "utf8", "caf\xE9", 4, kCut, "caf", kCut, "caf"},
+      {"utf8", "utf8", "caf\xC3\xA9", 4, kCut, "caf", kCut, "caf"},
       {"utf8", "sjis", "\xE3\x81\x82", 2, VDX_SUCCESS, "\x82\xA0", VDX_SUCCESS, "\x82\xA0"},
-      {"utf8", "sjis", "\xE3\x81\x82", 1, VDX_TRUNCATED, "", VDX_TRUNCATED, ""},
-      {"utf8", "iso_1", "a\xE2\x82\xACz", 9, VDX_TRANSLATION, "a?z", VDX_TRANSLATION, "a"},
-      {"utf8", "iso_1", "a\xE2\x82\xACz", 2, VDX_TRUNCATED, "a?", VDX_TRANSLATION, "a"},
-      {"ascii", "utf8", "a\xE9", 9, VDX_TRANSLATION, "a\xEF\xBF\xBD", VDX_TRANSLATION, "a"},
-      {"ascii", "iso_1", "a\xE9", 9, VDX_TRANSLATION, "a?", VDX_TRANSLATION, "a"},
+      {"utf8", "sjis", "\xE3\x81\x82", 1, kCut, "", kCut, ""},
+      {"utf8", "iso_1", "a\xE2\x82\xACz", 9, kLost, "a?z", kLost, "a"},
+      {"utf8", "iso_1", "a\xE2\x82\xACz", 2, kCut, "a?", kLost, "a"},
+      {"ascii", "utf8", "a\xE9", 9, kLost, "a\xEF\xBF\xBD", kLost, "a"},
+      {"ascii", "iso_1", "a\xE9", 9, kLost, "a?", kLost, "a"},
       {"ascii", "ascii", "a\xE9", 9, VDX_SUCCESS, "a\xE9", VDX_SUCCESS, "a\xE9"},
-      {"utf8", "iso_1", "ab\xFF", 9, VDX_MALFORMED_UNICODE, "", VDX_MALFORMED_UNICODE, "ab"},
-      {"utf8", "iso_1", "ab\xFF", 1, VDX_MALFORMED_UNICODE, "", VDX_TRUNCATED, "a"},
-      {"sjis", "sjis", "ab\x82", 9, VDX_MALFORMED_UNICODE, "", VDX_MALFORMED_UNICODE, "ab"},
-      {"sjis", "utf8", "ab\x82", 1, VDX_MALFORMED_UNICODE, "", VDX_TRUNCATED, "a"},
+      {"utf8", "iso_1", "ab\xFF", 9, kBad, "", kBad, "ab"},
+      {"utf8", "iso_1", "ab\xFF", 1, kBad, "", kCut, "a"},
+      {"sjis", "sjis", "ab\x82", 9, kBad, "", kBad, "ab"},
+      {"sjis", "utf8", "ab\x82", 1, kBad, "", kCut, "a"},
       {"utf8", "sjis", "", 0, VDX_SUCCESS, "", VDX_SUCCESS, ""},
+      {"ascii", "koi8", "a", 9, 0, "", kLost, ""},
+      {"", "ascii", "a", 9, 0, "", kLost, ""},
   };
-  for (const Row& row : rows)
-    for (const bool is_measured : {false, true}) {
+  std::int32_t length = -1;
+  std::string out(9, '\0');
+  const auto placed = [&] { return out.substr(0, static_cast<std::size_t>(length)); };
+  for (const auto& row : rows)
+    for (const std::int32_t n : {VDX_NULLTERM, static_cast<std::int32_t>(std::strlen(row.text))}) {
       SCOPED_TRACE(testing::Message() << row.from << " to " << row.to << " "
                                       << testing::PrintToString(row.text) << " in " << row.size);
+      EXPECT_EQ(
+          com_intl_xlate(nullptr, row.from, row.to, row.text, n, out.data(), row.size, &length),
+          row.xlate);
+      EXPECT_EQ(placed(), row.xlated);
+      if (row.convert == 0) continue;  // no such locale
       vdx_locale from(*vdx::find_charset(row.from)), to(*vdx::find_charset(row.to));
       vdx_context context{};
       context.locale = &to;
-      std::string out(9, '\0');
-      const std::int32_t n =
-          is_measured ? VDX_NULLTERM : static_cast<std::int32_t>(row.text.size());
-      std::int32_t length = -1;
-      EXPECT_EQ(comn_charset_convert(&context, &from, row.text.c_str(), n, nullptr, out.data(),
-                                     row.size, &length),
+      EXPECT_EQ(comn_charset_convert(&context, &from, row.text, n, nullptr, out.data(), row.size,
+                                     &length),
                 row.convert);
-      EXPECT_EQ(out.substr(0, static_cast<std::size_t>(length)), row.converted);
-      EXPECT_EQ(com_intl_xlate(nullptr, row.from, row.to, row.text.c_str(), n, out.data(), row.size,
-                               &length),
-                row.xlate);
-      EXPECT_EQ(out.substr(0, static_cast<std::size_t>(length)), row.xlated);
+      EXPECT_EQ(placed(), row.converted);
     }
-  std::int32_t length = -1;
-  char out[8];
-  EXPECT_EQ(comn_charset_convert(nullptr, nullptr, "\xE9", 1, nullptr, out, 8, &length),
+  EXPECT_EQ(comn_charset_convert(nullptr, nullptr, "\xE9", 1, nullptr, out.data(), 8, &length),
             VDX_SUCCESS);
-  EXPECT_EQ(length, 1);
-  for (const auto& [from, to] : {std::pair("ascii", "koi8"), std::pair("", "ascii")}) {
-    EXPECT_EQ(com_intl_xlate(nullptr, from, to, "a", 1, out, 8, &length), VDX_TRANSLATION);
-    EXPECT_EQ(length, 0);
-  }
+  EXPECT_EQ(placed(), "\xE9");
   const struct {
     const char* text;
     std::int32_t size, code, length;
@@ -399,7 +346,8 @@ TEST(Charset, ExportedFunctions) {
              {"a\xF0\x9F\x98\x80", 6, VDX_SUCCESS, 6},
              {"abc\xC3", 2, VDX_MALFORMED_UNICODE, 0}};
   for (const auto& row : fou) {
-    EXPECT_EQ(com__fou_utf8_to_utf16(row.text, VDX_NULLTERM, out, row.size, &length), row.code);
+    EXPECT_EQ(com__fou_utf8_to_utf16(row.text, VDX_NULLTERM, out.data(), row.size, &length),
+              row.code);
     EXPECT_EQ(length, row.length);
   }
 }
@@ -408,18 +356,12 @@ TEST(Charset, ExportedFunctions) {
 [[noreturn]] void resume_everything() {
   vdx_test::handle_checks(vdx_test::Handler::kResume);
   com_toggle_abort(0);
-  std::int32_t n = 7, sum = 0;
+  using vdx_test::with_each_null;
+  std::int32_t n = 7;
   char out = 'o';
-  for (int missing = 0; missing < 3; ++missing) {
-    const char* const text = missing == 0 ? nullptr : "a";
-    char* const to = missing == 1 ? nullptr : &out;
-    std::int32_t* const length = missing == 2 ? nullptr : &n;
-    sum += comn_charset_convert(nullptr, nullptr, text, 1, nullptr, to, 1, length);
-    sum += com_intl_xlate(nullptr, "ascii", "utf8", text, 1, to, 1, length);
-    sum += com__fou_utf8_to_utf16(text, 1, to, 1, length);
-  }
-  sum += com_intl_xlate(nullptr, nullptr, "utf8", "a", 1, &out, 1, &n);
-  sum += com_intl_xlate(nullptr, "ascii", nullptr, "a", 1, &out, 1, &n);
+  auto sum = with_each_null(comn_charset_convert, nullptr, nullptr, "a", 1, nullptr, &out, 1, &n) +
+             with_each_null(com_intl_xlate, nullptr, "ascii", "utf8", "a", 1, &out, 1, &n) +
+             with_each_null(com__fou_utf8_to_utf16, "a", 1, &out, 1, &n);
   fputs(" ; ", stderr);
   sum += comn_charset_convert(nullptr, nullptr, "a", -1, nullptr, &out, 1, &n);
   sum += comn_charset_convert(nullptr, nullptr, "a", 1, nullptr, &out, -1, &n);

@@ -328,6 +328,22 @@ TEST_F(Config, Names) {
   EXPECT_EQ(open(path), nullptr);
 }
 
+// Every prefix of a file opens, and gives what the file gives or nothing.
+TEST_F(Config, Prefixes) {
+  const std::string text =
+      "; head\n[base]\nk = one \"two \"\"x\"\"\" \\\n  three\n[top]\ninclude = "
+      "base\nk=\"a\nb\"\nj=1\r\n";
+  for (std::size_t length = 0; length <= text.size(); ++length) {
+    SCOPED_TRACE(length);
+    const File cfg = file(text.substr(0, length));
+    ASSERT_NE(cfg, nullptr);
+    const std::string got = values(cfg, "base", "k");
+    if (length > text.find("[top]") + 4) {
+      EXPECT_EQ(got, "<one two \"x\"   three>");
+    }
+  }
+}
+
 TEST_F(Config, ManySections) {
   std::string text;
   for (int i = 0; i < 3000; ++i) {

@@ -2,12 +2,13 @@
 #include <string>
 
 #include "date/parse.h"
+#include "intl/locale.h"
 #include "support.h"
 
 namespace {
 
-constexpr const char* kShort[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                  "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+using vdx::kEnglishMonths;
+constexpr const char* const* kShort = vdx::kEnglishShortMonths;
 // 2008-01-02 13:05:09.123 (in ticks .12333) and 1999-12-31 00:00:07.9996.
 const vdx_datetime kAfternoon{39447, 14132737};
 const vdx_bigdatetime kDay0 = 59958230400000000;
@@ -73,8 +74,7 @@ std::string text(std::int32_t (*format)(const T*, char*, std::int32_t, std::uint
     return std::to_string(placed);
   }
   const std::int32_t size = placed > 0 ? placed : length;
-  EXPECT_EQ(std::string(buffer + size, sizeof buffer - static_cast<std::size_t>(size)),
-            std::string(sizeof buffer - static_cast<std::size_t>(size), '~'));
+  EXPECT_EQ(std::count(buffer + size, std::end(buffer), '~'), 64 - size);
   return std::string(buffer, static_cast<std::size_t>(size)) + (placed == 0 ? "|" : "");
 }
 
@@ -133,45 +133,37 @@ TEST(DateFormat, Styles) {
 // What every style shows reads back as what it shows. Styles that the parser knows are read as
 // themselves, the others as the plain one in the order that they have.
 TEST(DateFormat, ReadsBack) {
-  constexpr const char* kLong[] = {"January",   "February", "March",    "April",
-                                   "May",       "June",     "July",     "August",
-                                   "September", "October",  "November", "December"};
   vdx_test::Random random(2008);
   for (const Row& row : kRows) {
     SCOPED_TRACE(row.style);
     const std::uint32_t two = row.style % 100;
     const bool own =
         two <= 5 || (row.style < 100 && (two == 21 || two == 22)) || two == 10 || two == 11;
-    const std::int32_t style = row.style == 40           ? 2
-                               : own && row.style != 100 ? static_cast<std::int32_t>(row.style)
-                                                         : 0;
+    const auto known = static_cast<std::int32_t>(own && row.style != 100 ? row.style : 0);
+    const std::int32_t style = row.style == 40 ? 2 : known;
     const std::int32_t order = two >= 13 && two <= 15 ? static_cast<std::int32_t>(two) - 9 : 1;
     for (int i = 0; i < 500; ++i) {
-      const char* const* months = i % 2 == 0 ? kShort : kLong;
+      const char* const* months = i % 2 == 0 ? kShort : kEnglishMonths;
       const vdx_datetime value{static_cast<std::int32_t>(random.below(3012154)) - 53690,
                                static_cast<std::int32_t>(random.below(25920000))};
+      const auto of = [&](const std::string& shown) {
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(shown.data());
+        const auto size = static_cast<std::int32_t>(shown.size());
+        return vdx::DateText{bytes, size, style, order, kEnglishMonths, kShort, nullptr};
+      };
       const std::string shown = text(com__datetochar, value, row.style, months);
-      const auto* bytes = reinterpret_cast<const std::uint8_t*>(shown.data());
-      const auto size = static_cast<std::int32_t>(shown.size());
+      const vdx::DateText t = of(shown);
       vdx_datetime read;
       std::int32_t rounded;
-      ASSERT_EQ(
-          com__datefromchar_mb(&read, bytes, size, style, order, kLong, kShort, nullptr, &rounded),
-          0)
+      ASSERT_EQ(com__datefromchar_mb(&read, t.bytes, t.length, style, order, t.months, kShort,
+                                     nullptr, &rounded),
+                0)
           << shown;
       ASSERT_EQ(text(com__datetochar, read, row.style, months), shown);
-
       const vdx_bigdatetime big = 31622400000000 + random.below(315537897600000000);
       const std::string big_shown = text(com__bigdatetimetochar, big, row.style, months);
       vdx_bigdatetime big_read;
-      const vdx::DateText big_text{reinterpret_cast<const std::uint8_t*>(big_shown.data()),
-                                   static_cast<std::int32_t>(big_shown.size()),
-                                   style,
-                                   order,
-                                   kLong,
-                                   kShort,
-                                   nullptr};
-      ASSERT_EQ(vdx::bigdatetime_from_text(&big_read, big_text), 0) << big_shown;
+      ASSERT_EQ(vdx::bigdatetime_from_text(&big_read, of(big_shown)), 0) << big_shown;
       ASSERT_EQ(text(com__bigdatetimetochar, big_read, row.style, months), big_shown);
     }
   }
@@ -226,95 +218,109 @@ TEST(DateLocale, ReadsSettings) {
   }
 }
 
+// What a service places into a room of some bytes, behind its code.
+template <class Service>
+std::string placed(Service service) {
+  char buffer[64];
+  std::int32_t length = -1;
+  const std::int32_t code = service(buffer, &length);
+  return std::to_string(code) + " " + std::string(buffer, static_cast<std::size_t>(length));
+}
+
 TEST(DateLocale, GivesNames) {
   Locale locale;
   locale.name(VDX_LOC_MONTH + 1, "F\xC3\xA9vrier");
   locale.name(VDX_LOC_SHORT_MONTH + 1, "f\xC3\xA9v");
   locale.name(VDX_LOC_WEEKDAY + 6, "samedi");
-  struct {
+  const struct {
     char kind;
-    std::int32_t number, size, code;
-    const char* name;
-  } const rows[] = {
-      {'M', 1, 63, 1, "F\xC3\xA9vrier"},
-      {'S', 1, 4, 1, "f\xC3\xA9v"},
-      {'S', 1, 3, -101, "f\xC3\xA9"},
-      {'S', 11, 3, 1, "Dec"},
-      {'M', 12, 63, -107, ""},
-      {'M', -1, 63, -107, ""},
-      {'D', 6, 63, 1, "samedi"},
-      {'D', 0, 63, 1, "Sunday"},
-      {'D', 7, 63, -107, ""},
-      {'D', 0, 0, -101, ""},
+    std::int32_t number, size;
+    const char* result;
+  } rows[] = {
+      {'M', 1, 63, "1 F\xC3\xA9vrier"},
+      {'S', 1, 4, "1 f\xC3\xA9v"},
+      {'S', 1, 3, "-101 f\xC3\xA9"},
+      {'S', 11, 3, "1 Dec"},
+      {'M', 12, 63, "-107 "},
+      {'M', -1, 63, "-107 "},
+      {'D', 6, 63, "1 samedi"},
+      {'D', 0, 63, "1 Sunday"},
+      {'D', 7, 63, "-107 "},
+      {'D', 0, 0, "-101 "},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.kind << row.number);
-    char buffer[64];
-    std::int32_t length = -1;
-    const std::int32_t code =
-        row.kind == 'D'
-            ? comn_intl_day(nullptr, locale.record, row.number, buffer, row.size, &length)
-            : comn_intl_month(nullptr, locale.record, row.number, row.kind == 'S', buffer, row.size,
-                              &length);
-    EXPECT_EQ(code, row.code);
-    EXPECT_EQ(std::string(buffer, static_cast<std::size_t>(length)), row.name);
+  for (const auto& [kind, number, size, result] : rows) {
+    const auto name = [&, k = kind, n = number, room = size](char* to, std::int32_t* length) {
+      return k == 'D' ? comn_intl_day(nullptr, locale.record, n, to, room, length)
+                      : comn_intl_month(nullptr, locale.record, n, k == 'S', to, room, length);
+    };
+    EXPECT_EQ(placed(name), result) << kind << number;
   }
 }
 
 TEST(DateLocale, ShowsValues) {
   Locale locale;
   locale.set(VDX_LOC_DATE_STYLE, 140);
-  locale.name(VDX_LOC_SHORT_MONTH + 11,
-              "d\xC3\xA9"
-              "c.");
-  const vdx_datetime datetime{36523, 25919999};
-  const vdx_date4 date4{36523, 1};
-  const vdx_datea datea = 36523;
-  const vdx_timea timea = 300;
-  const vdx_bigtime bigtime = 1;
-  struct {
+  locale.name(VDX_LOC_SHORT_MONTH + 11, "d\xC3\251c.");
+  const vdx_datetime last{36523, 25919999};
+  using vdx_test::image;
+  const struct {
     std::int32_t datatype;
-    const void* value;
-    std::int32_t style, size, code;  // style -1: the locale's
-    const char* text;
-  } const rows[] = {
-      {VDX_DATETIME, &datetime, -1, 26, 1, "1999-12-31 23:59:59.996000"},
-      {VDX_DATETIME, &datetime, 106, 64, 1,
-       "31 d\xC3\xA9"
-       "c. 1999"},
-      {VDX_DATETIME, &datetime, 24, 64, -114, ""},
-      {VDX_DATE4, &date4, 12, 5, -101, "99123"},
-      {VDX_DATEA, &datea, 23, 64, 1, "1999-12-31T00:00:00"},
-      {VDX_TIMEA, &timea, 8, 64, 1, "00:00:01"},
-      {VDX_BIGDATETIME, &kMidnight, -1, 64, 1, "1999-12-31 00:00:07.999600"},
-      {VDX_BIGTIME, &bigtime, 37, 64, 1, "00:00:00.000001"},
+    vdx_test::Bytes value;
+    std::int32_t style, size;  // style -1: the locale's
+    const char* result;
+  } rows[] = {
+      {VDX_DATETIME, image(last), -1, 26, "1 1999-12-31 23:59:59.996000"},
+      {VDX_DATETIME, image(last), 106, 64, "1 31 d\xC3\251c. 1999"},
+      {VDX_DATETIME, image(last), 24, 64, "-114 "},
+      {VDX_DATE4, image(vdx_date4{36523, 1}), 12, 5, "-101 99123"},
+      {VDX_DATEA, image(36523), 23, 64, "1 1999-12-31T00:00:00"},
+      {VDX_TIMEA, image(300), 8, 64, "1 00:00:01"},
+      {VDX_BIGDATETIME, image(kMidnight), -1, 64, "1 1999-12-31 00:00:07.999600"},
+      {VDX_BIGTIME, image(vdx_bigtime{1}), 37, 64, "1 00:00:00.000001"},
+      {VDX_DATETIME, image(vdx_datetime{-53691, 0}), -1, 64, "-107 "},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.datatype << " " << row.text);
-    char buffer[64];
-    std::int32_t length = -1;
-    const std::int32_t code =
-        row.style < 0
-            ? comn_dtloc_format(nullptr, locale.record, row.datatype, row.value, buffer, row.size,
-                                &length)
-            : comn_dtloc_format_fmt(nullptr, locale.record, static_cast<std::uint32_t>(row.style),
-                                    row.datatype, row.value, buffer, row.size, &length);
-    EXPECT_EQ(code, row.code);
-    EXPECT_EQ(std::string(buffer, static_cast<std::size_t>(length)), row.text);
+    SCOPED_TRACE(testing::Message() << row.datatype << " " << row.result);
+    const auto show = [&](char* to, std::int32_t* length) {
+      const void* value = row.value.data();
+      return row.style < 0 ? comn_dtloc_format(nullptr, locale.record, row.datatype, value, to,
+                                               row.size, length)
+                           : comn_dtloc_format_fmt(nullptr, locale.record,
+                                                   static_cast<std::uint32_t>(row.style),
+                                                   row.datatype, value, to, row.size, length);
+    };
+    EXPECT_EQ(placed(show), row.result);
   }
 }
 
-TEST(DateFormatDeath, ReportsBrokenContracts) {
-  char buffer[64];
+TEST(DateConvert, SharesFunctions) {
+  vdx_test::Table table;
+  const auto function = [&](std::int32_t from, std::int32_t to) {
+    return com_conv_func(&table.context, from, to);
+  };
+  for (const std::int32_t code : {VDX_DATETIME, VDX_BIGDATETIME}) {
+    EXPECT_EQ(function(code, VDX_TEXT), &comn_datetochar);
+    EXPECT_EQ(function(code, VDX_VARCHAR), &comn_datetovarchar);
+    EXPECT_EQ(function(VDX_LONGCHAR, code), &comn_chartodatetime);
+    EXPECT_EQ(function(VDX_VARCHAR, code), &comn_varchartodatetime);
+  }
+  for (const std::int32_t code : {VDX_TIMEA, VDX_BIGTIME}) {
+    EXPECT_EQ(function(code, VDX_CHAR), &comn_timeatochar);
+    EXPECT_EQ(function(VDX_CHAR, code), &comn_chartotimea);
+  }
+  EXPECT_EQ(function(VDX_DATETIME, VDX_DATETIME), &comn_datetodate);
+  EXPECT_EQ(function(VDX_DATE4, VDX_DATETIME), &comn_date4todatetime);
+}
+
+TEST(DateConvertDeath, ServesItsOwnTypesAlone) {
+  vdx_test::Table table;
+  vdx_datafmt from{}, to{};
   std::int32_t length;
-  const vdx_bigtime time = 0;
-  EXPECT_FATAL(com__bigtimetochar(nullptr, buffer, 64, 0, kShort),
-               "Invalid NULL pointer , file 'format.cpp'");
-  EXPECT_FATAL(com__bigtimetochar(&time, nullptr, 64, 0, kShort),
-               "Invalid NULL pointer , file 'format.cpp'");
-  EXPECT_FATAL(comn_dtloc_format(nullptr, nullptr, VDX_I4, &time, buffer, 64, &length),
-               "assertion failed");
-  EXPECT_FATAL(comn_intl_day(nullptr, nullptr, 0, buffer, -1, &length), "assertion failed");
+  vdx_bigdatetime value = 31622400000000, result;
+  from.datatype = VDX_BIGDATETIME;
+  to.datatype = VDX_DATE4;
+  EXPECT_FATAL(comn_datetodate4(&table.context, &from, &value, &to, &result, &length),
+               "file 'com_date.list' line");
 }
 
 }  // namespace

@@ -1,17 +1,21 @@
-// Date and time values: the calendar day by day, the clock tick by tick, and what failures leave.
+// Date and time values: the calendar day by day, the clock tick by tick, what failures leave; sums
+// and differences against slow rules of their own.
 #include <chrono>
 #include <ctime>
 #include <limits>
 #include <memory>
+#include <sstream>
 #include <tuple>
 
 #include "date/calendar.h"
 #include "date/local_time.h"
+#include "intl/locale.h"
 #include "support.h"
 
 namespace {
 
 using namespace std::chrono;
+using vdx_test::Random;
 
 constexpr std::int32_t kMark = -77;  // a field that nobody wrote
 constexpr daterec kMarked = {kMark, kMark, kMark, kMark, kMark, kMark,
@@ -19,6 +23,7 @@ constexpr daterec kMarked = {kMark, kMark, kMark, kMark, kMark, kMark,
 constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
 constexpr sys_days kZero = 1900y / 1 / 1;
+constexpr std::int64_t kDay = 86'400'000'000;  // microseconds
 
 auto fields(const daterec& r) {
   return std::tuple(r.year, r.month, r.day, r.day_of_year, r.weekday, r.hour, r.minute, r.second,
@@ -33,8 +38,14 @@ std::int32_t int_of(Number number) {
   return static_cast<std::int32_t>(number);
 }
 
-vdx_bigdatetime midnight_of(std::int32_t day) {
-  return static_cast<std::uint64_t>(day + 693'961) * 86'400'000'000;
+vdx_bigdatetime big_of(std::int64_t day, std::int64_t micros = 0) {
+  return static_cast<vdx_bigdatetime>((day + 693'961) * kDay + micros);
+}
+std::int32_t day_of(year_month_day date) { return int_of((sys_days{date} - kZero).count()); }
+year_month_day date_of(std::int64_t day) { return kZero + days{day}; }
+std::int64_t months_of(year_month_day date) {
+  return static_cast<int>(date.year()) * 12 +
+         static_cast<int>(static_cast<unsigned>(date.month())) - 1;
 }
 
 // The Monday that starts a year's ISO week 1: the one of January 4.
@@ -57,7 +68,7 @@ TEST(DateValue, EveryDayCracksAndMakesBackAndHasItsParts) {
     expected.day = int_of(unsigned{ymd.day()});
     expected.day_of_year = int_of((date - new_year).count()) + 1;
     expected.weekday = int_of(weekday_of_date.c_encoding());
-    const vdx_bigdatetime big = midnight_of(day), late = big + 86'399'999'999;
+    const vdx_bigdatetime big = big_of(day), late = big + 86'399'999'999;
     const vdx_datetime value{day, 0};
     daterec cracked = kMarked, cracked_big = kMarked;
     com__datecrack(&day, &cracked);
@@ -143,7 +154,7 @@ TEST(DateValue, MillisecondsBecomeTheNearestTickOfTheirSecond) {
 }
 
 TEST(DateValue, BigValuesCrackAndMakeBack) {
-  vdx_test::Random random(7);
+  Random random(7);
   for (std::int32_t i = 0; i < 100'000; ++i) {
     const vdx_bigdatetime value =
         i == 0 ? vdx::kLastBigdatetime
@@ -181,12 +192,12 @@ TEST(DateValue, ShortRecordsEndWithTheTenthField) {
 }
 
 TEST(DateValue, MakesReportTheFirstFaultyFieldAndLeaveWhatTheySay) {
-  struct Row {
+  const struct {
     daterec record;
     std::int32_t date, day;  // code of the date, and the day word left
     std::int32_t time, ticks;
     vdx_bigtime micros;  // left by the bigtime make, whose code is that of the time word
-  } const rows[] = {
+  } rows[] = {
       // clang-format off
       {{9999, 11, 31, 999, 99, 23, 59, 59, 999, 0, 0, 0},
        0, 2958463, 0, 25'919'999, 86'399'999'000},
@@ -208,7 +219,7 @@ TEST(DateValue, MakesReportTheFirstFaultyFieldAndLeaveWhatTheySay) {
        3, 733193, 0, 1'080'000, 3'599'998'500},
       // clang-format on
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
     vdx_datetime value{kMark, kMark};
     EXPECT_EQ(com_datemake(&value, &row.record), row.date);
@@ -218,7 +229,7 @@ TEST(DateValue, MakesReportTheFirstFaultyFieldAndLeaveWhatTheySay) {
     EXPECT_EQ(com_bigdatemake(&date, &row.record), row.date);
     EXPECT_EQ(com_bigtimemake(&time, &row.record), row.time);
     EXPECT_EQ(com_bigdatetimemake(&both, &row.record), row.date != 0 ? row.date : row.time);
-    EXPECT_EQ(date, row.date != 0 ? 0 : midnight_of(row.day));
+    EXPECT_EQ(date, row.date != 0 ? 0 : big_of(row.day));
     EXPECT_EQ(time, row.micros);
     EXPECT_EQ(both, row.date != 0 ? 0 : date + time);
   }
@@ -244,14 +255,10 @@ TEST(DateValue, Comparisons) {
 }
 
 TEST(DateValue, RangesAndMoves) {
-  for (const auto& [day, early, outside] : {std::tuple{kMin, 1, 1},
-                                            {-693596, 1, 1},
-                                            {-693595, 1, 0},
-                                            {-53691, 1, 0},
-                                            {-53690, 0, 0},
-                                            {2958463, 0, 0},
-                                            {2958464, 0, 1},
-                                            {kMax, 0, 1}}) {
+  constexpr std::int32_t days[][3] = {{kMin, 1, 1},    {-693596, 1, 1}, {-693595, 1, 0},
+                                      {-53691, 1, 0},  {-53690, 0, 0},  {2958463, 0, 0},
+                                      {2958464, 0, 1}, {kMax, 0, 1}};
+  for (const auto& [day, early, outside] : days) {
     vdx_datetime value{5, 5};
     com_setdatetime(&value, day, -3);
     EXPECT_EQ(com__datetime_check_range(&value), early) << day;
@@ -276,10 +283,10 @@ TEST(DateValue, RangesAndMoves) {
 }
 
 TEST(DateValue, LocalTimeAsText) {
-  struct Row {
+  const struct {
     std::int32_t order, twelve, hour;
     const char* text;
-  } const rows[] = {
+  } rows[] = {
       {1, 0, 13, "01/02/08 13:15:09"},       {2, 0, 0, "02/01/08 00:15:09"},
       {3, 0, 23, "08/01/02 23:15:09"},       {4, 2, 13, "08/02/01 13:15:09"},
       {5, 0, 13, "01/08/02 13:15:09"},       {6, 0, 13, "02/08/01 13:15:09"},
@@ -287,23 +294,22 @@ TEST(DateValue, LocalTimeAsText) {
       {-1, 1, 12, "01/02/08 12:15:09 PM"},   {2, 1, 13, "02/01/08 01:15:09 PM"},
       {kMax, 1, 23, "01/02/08 11:15:09 PM"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.text);
     const daterec now = {2008, 0, 2, 2, 3, row.hour, 15, 9, 7, 7, 7, 7};
     const std::int32_t size = int_of(std::strlen(row.text)) + 1;
     std::string buffer(32, '?');
     std::int32_t needed = 0;
     daterec record = kMarked;
-    EXPECT_EQ(
-        vdx::give_local_time(now, row.order, row.twelve, buffer.data(), size - 1, &needed, &record),
-        XS_FAIL);
+    const auto give = [&](std::int32_t room, std::int32_t* length) {
+      return vdx::give_local_time(now, row.order, row.twelve, buffer.data(), room, length, &record);
+    };
+    EXPECT_EQ(give(size - 1, &needed), XS_FAIL);
     EXPECT_EQ(std::tuple(buffer, needed), std::tuple(std::string(32, '?'), size));
     EXPECT_EQ(fields(record), fields(kMarked));
-    EXPECT_EQ(
-        vdx::give_local_time(now, row.order, row.twelve, buffer.data(), size, nullptr, &record),
-        XS_SUCCEED);
-    EXPECT_EQ(buffer, row.text + std::string(1, '\0') +
-                          std::string(32 - static_cast<std::size_t>(size), '?'));
+    EXPECT_EQ(give(size, nullptr), XS_SUCCEED);
+    EXPECT_EQ(buffer,
+              (row.text + std::string(1, '\0')).append(32 - static_cast<std::size_t>(size), '?'));
     EXPECT_EQ(fields(record),
               std::tuple(2008, 0, 2, 2, 3, row.hour, 15, 9, kMark, kMark, kMark, kMark));
   }
@@ -329,58 +335,302 @@ TEST(DateValue, CurrentTimeIsTheLocalTime) {
   vdx_test::set_environment("TZ", nullptr);
 }
 
-// Calls a function once for each of its pointers, with that one null.
-template <class Result, class... Args>
-std::int32_t with_each_null(Result (*function)(Args...), std::type_identity_t<Args>... args) {
-  std::int32_t calls = 0;
-  const auto call = [&]<std::size_t At>() {
-    using Type = std::tuple_element_t<At, std::tuple<Args...>>;
-    if constexpr (std::is_pointer_v<Type> && !std::is_same_v<Type, const vdx_context*>) {
-      std::tuple<Args...> changed(args...);
-      std::get<At>(changed) = nullptr;
-      std::apply([&](Args... given) { return function(given...), 0; }, changed);
-      ++calls;
-    }
+TEST(DatePart, Names) {
+  vdx_context plain{}, french{};
+  ASSERT_EQ(comn_loc_alloc(&french, "iso_1", &french.locale), XS_SUCCEED);
+  comn_loc_set(french.locale, VDX_LOC_MONTH + 11, "d\351cembre", VDX_NULLTERM);
+  comn_loc_set(french.locale, VDX_LOC_WEEKDAY + 1, "lundi", VDX_NULLTERM);
+  const vdx_datetime value{day_of(2008y / 12 / 29), 14'132'737};  // a Monday
+  const vdx_bigdatetime big = big_of(value.day, 47'109'123'456);
+  for (vdx_context* context : {&plain, &french, static_cast<vdx_context*>(nullptr)}) {
+    const bool own = context == &french;
+    std::istringstream words(std::string("2008 4 ") +
+                             (own ? "d\351cembre lundi" : "December Monday") +
+                             " 29 364 13 5 9 123 53 2009 1 1 0");
+    std::string names[15];
+    for (std::string& name : names) words >> name;
+    for (std::uint32_t part = 0; part <= 14; ++part)
+      for (std::int32_t way = 0; way < 3; ++way)
+        for (const std::int32_t room : {kMin, -1, 0, 1, 5, 6, 63}) {
+          const std::string name = way == 2 && part == 14 ? "123456" : names[part];
+          const std::int32_t size = int_of(name.size());
+          std::string buffer(64, '?'), expected = buffer;
+          if (room >= size) expected.replace(0, name.size(), name);
+          std::int32_t length = -1;
+          const std::int32_t code =
+              way == 2 ? com__bigdatename(context, part, &big, buffer.data(), room, &length)
+                       : (way == 1 ? com_datename : com__datename)(context, part, &value,
+                                                                   buffer.data(), room, &length);
+          EXPECT_EQ(std::tuple(code, length, buffer), std::tuple(room < size, size, expected))
+              << part << ' ' << room;
+        }
+  }
+  comn_loc_drop(&french, french.locale);
+}
+
+// Seconds of a unit, of the parts that are so many seconds.
+constexpr std::int64_t kSeconds[15] = {0, 0, 0,       86'400, 86'400,  86'400, 3600, 60,
+                                       1, 0, 604'800, 0,      604'800, 86'400, 0};
+
+struct Sum {
+  std::int32_t code;
+  std::int64_t day, time;  // time in the caller's grain
+};
+
+// Calendar steps by chrono, everything else in one count of the grain.
+Sum slow_sum(std::uint32_t part, std::int64_t amount, std::int64_t day, std::int64_t time,
+             std::int64_t per_second) {
+  if (part <= 2 || part == 11) {
+    const year_month_day from = date_of(day);
+    const std::int64_t month = months_of(from) + amount * (part == 1 ? 3 : part == 2 ? 1 : 12);
+    if (month < 12 || month >= 120'000) return {1, 0, time};
+    const year_month target = year{static_cast<int>(month / 12)} / static_cast<int>(month % 12 + 1);
+    return {0, day_of(target / std::min(from.day(), year_month_day{target / last}.day())), time};
+  }
+  if (kSeconds[part] >= 86'400)
+    amount = std::clamp<std::int64_t>(amount, -4'000'000, 4'000'000);  // far out already
+  std::int64_t grains = part == 14 ? amount : amount * kSeconds[part] * per_second;
+  if (part == 9)
+    grains = per_second == 300 ? (amount * 3 + (amount < 0 ? -5 : 5)) / 10 : amount * 1000;
+  const std::int64_t per_day = 86'400 * per_second, sum = day * per_day + time + grains;
+  const std::int64_t new_day = (sum - (sum < 0 ? per_day - 1 : 0)) / per_day;
+  if (new_day < vdx::kFirstDay || new_day > vdx::kLastDay) return {1, day, time};
+  return {0, new_day, sum - new_day * per_day};
+}
+
+constexpr bool is_wide(std::int64_t value) { return value != static_cast<std::int32_t>(value); }
+
+TEST(DatePart, SumsFollowTheSlowRules) {
+  Random random(11);
+  for (std::int32_t i = 0; i < 250'000; ++i) {
+    const auto part = static_cast<std::uint32_t>(random.below(15));
+    // Amounts of every size; days near both ends as well as anywhere.
+    auto amount = static_cast<std::int32_t>(random.sized() >> 32);
+    if (i % 3 == 0) amount = static_cast<std::int32_t>(random.below(81)) - 40;
+    if (i % 97 == 0) amount = i % 2 == 0 ? kMin : kMax;
+    auto day = vdx::kFirstDay + static_cast<std::int32_t>(random.below(3'652'059));
+    if (i % 5 == 0) day = i % 2 == 0 ? vdx::kFirstDay + i % 40 : vdx::kLastDay - i % 40;
+    const auto micros = static_cast<std::int64_t>(random.below(kDay));
+    const std::int32_t ticks = vdx::ticks_of_micros(micros);
+    const auto row = [&] {
+      return testing::Message() << part << ' ' << amount << ' ' << day << ' ' << micros;
+    };
+
+    Sum sum = slow_sum(part, amount, day, ticks, 300);
+    const std::int64_t months = std::int64_t{amount} * (part == 1 ? 3 : 1);
+    const std::int64_t field = months_of(date_of(day)) % 12;
+    if (part == 1 ||
+        part == 2)  // what passes 32 bits on the way is refused before anything is made
+      if (is_wide(months) || is_wide(months + field)) sum = {1, day, ticks};
+    if ((part == 0 || part == 11) && is_wide(amount + months_of(date_of(day)) / 12))
+      sum = {1, day, ticks};
+    if (part == 14) sum = {VDX_OVERFLOW, day, ticks};
+    vdx_datetime value{day, ticks};
+    const std::int32_t code =
+        (i % 2 == 0 ? com__date_add : com__dateadd_both)(part, amount, &value);
+    ASSERT_EQ(std::tuple(code, value.day, value.time), std::tuple(sum.code, sum.day, sum.time))
+        << row();
+
+    sum = slow_sum(part, amount, day, micros, 1'000'000);
+    vdx_bigdatetime big = big_of(day, micros);
+    ASSERT_EQ(com__bigdateadd_both(part, amount, &big), sum.code) << row();
+    ASSERT_EQ(big, sum.code == 0 ? big_of(sum.day, sum.time) : big_of(day, micros)) << row();
+  }
+}
+
+TEST(DatePart, SumsAtTheEdges) {
+  const struct {
+    std::uint32_t part;
+    std::int32_t amount;
+    vdx_datetime from;
+    std::int32_t code;
+    vdx_datetime to;
+  } rows[] = {
+      {0, 1, {day_of(2008y / 2 / 29), 1 << 25}, 0, {day_of(2009y / 2 / 28), 1 << 25}},
+      {6, 24, {0, 1 << 25}, 0, {1, 0}},
+      {6, 0, {0, 25'920'000}, 1, {0, 25'920'000}},
+      {9, 86'399'999, {0, 25'919'999}, 0, {1, 25'919'999}},
+      {9, -2, {0, 0}, 0, {-1, 25'919'999}},
+      {4, 1, {kMax, 0}, 1, {kMax, 0}},
+      {4, 0, {vdx::kLastDay, 25'920'000}, 0, {vdx::kLastDay, 25'920'000}},
   };
-  [&]<std::size_t... At>(std::index_sequence<At...>) { (call.template operator()<At>(), ...); }
-  (std::index_sequence_for<Args...>{});
-  return calls;
+  for (const auto& row : rows) {
+    vdx_datetime value = row.from;
+    EXPECT_EQ(com__date_add(row.part, row.amount, &value), row.code);
+    EXPECT_EQ(com_datecmp(&value, &row.to), 0)
+        << row.part << ": " << value.day << ' ' << value.time;
+  }
+  const vdx_bigdatetime inside = vdx::kFirstBigdatetime;
+  const vdx_bigdatetime outsides[] = {0, inside - 1, vdx::kLastBigdatetime + 1, ~std::uint64_t{0}};
+  for (const vdx_bigdatetime outside : outsides)
+    for (std::uint32_t part = 0; part <= 14; ++part) {
+      vdx_bigdatetime value = outside;
+      std::int32_t difference = -7;
+      EXPECT_EQ(com__bigdateadd_both(part, 0, &value), 1);
+      EXPECT_EQ(com__bigdatediff(part, &value, &inside, &difference), 1);
+      EXPECT_EQ(com__bigdatediff(part, &inside, &value, &difference), 1);
+      EXPECT_EQ(std::tuple(value, difference), std::tuple(outside, -7));
+    }
+}
+
+// Elapsed units case by case: on one day, else by way of the day next to the second value.
+std::int64_t elapsed(std::int64_t d1, std::int64_t t1, std::int64_t d2, std::int64_t t2,
+                     std::int64_t unit, std::int64_t per_day) {
+  if (d1 == d2) return (t2 - t1) / unit;
+  if (d2 > d1) return (t2 + per_day * unit - t1) / unit + (d2 - 1 - d1) * per_day;
+  return (t2 - (t1 + per_day * unit)) / unit + (d2 + 1 - d1) * per_day;
+}
+
+std::int64_t slow_difference(std::uint32_t part, std::int64_t d1, std::int64_t t1, std::int64_t d2,
+                             std::int64_t t2, std::int64_t per_second) {
+  const std::int64_t from = months_of(date_of(d1)), to = months_of(date_of(d2));
+  const auto thursday = [](std::int64_t day) { return day - (day + 693'595) % 7 + 3; };
+  static constexpr std::int64_t kMonths[] = {12, 3, 1};
+  if (part <= 2) return to / kMonths[part] - from / kMonths[part];
+  if (part == 3 || part == 13) return (d2 - d1) / 7;
+  if (part == 4 || part == 5) return d2 - d1;
+  if (part == 10 || part == 12)
+    return (d2 + 693'596) / 7 - (d1 + 693'596) / 7;  // Sundays up to a day
+  if (part == 11)
+    return months_of(date_of(thursday(d2))) / 12 - months_of(date_of(thursday(d1))) / 12;
+  if (part == 9 && per_second == 300) return (d2 - d1) * 86'400'000 + (t2 - t1) * 10 / 3;
+  const std::int64_t unit = part == 14 ? 1 : part == 9 ? 1000 : kSeconds[part] * per_second;
+  return elapsed(d1, t1, d2, t2, unit, 86'400 * per_second / unit);
+}
+
+TEST(DatePart, DifferencesFollowTheSlowRules) {
+  Random random(13);
+  for (std::int32_t i = 0; i < 250'000; ++i) {
+    const auto part = static_cast<std::uint32_t>(random.below(15));
+    const std::int64_t limit = part == 7 ? 1'491'308 : part == 8 ? 24'855 : part == 9 ? 24 : kMax;
+    const auto first = vdx::kFirstDay + static_cast<std::int64_t>(random.below(3'652'059));
+    // Second days anywhere, near the first, and around each limit.
+    auto second = vdx::kFirstDay + static_cast<std::int64_t>(random.below(3'652'059));
+    const std::int64_t reach = i % 3 == 1 ? 3 : limit;
+    if (i % 3 != 2)
+      second =
+          first + (i % 2 == 0 ? reach : -reach) + static_cast<std::int64_t>(random.below(5)) - 2;
+    if (second < vdx::kFirstDay || second > vdx::kLastDay) continue;
+    const auto m1 = static_cast<std::int64_t>(random.below(kDay));
+    const auto m2 = i % 7 == 0 ? m1 : static_cast<std::int64_t>(random.below(kDay));
+    const auto row = [&] {
+      return testing::Message() << part << ' ' << first << ' ' << m1 << ' ' << second;
+    };
+
+    const vdx_datetime a{int_of(first), vdx::ticks_of_micros(m1)};
+    const vdx_datetime b{int_of(second), vdx::ticks_of_micros(m2)};
+    std::int32_t difference = -7;
+    std::int32_t code = com__datediff(part, &a, &b, &difference);
+    std::int64_t expected =
+        part == 14 ? -7 : slow_difference(part, first, a.time, second, b.time, 300);
+    bool is_over = is_wide(expected) || std::abs(second - first) > limit;
+    ASSERT_EQ(std::tuple(code, difference), std::tuple(is_over, is_over ? -7 : expected)) << row();
+
+    const vdx_bigdatetime big_a = big_of(first, m1), big_b = big_of(second, m2);
+    difference = -7;
+    code = com__bigdatediff(part, &big_a, &big_b, &difference);
+    expected = slow_difference(part, first, m1, second, m2, 1'000'000);
+    is_over = is_wide(expected);
+    ASSERT_EQ(std::tuple(code, difference), std::tuple(is_over, is_over ? -7 : expected)) << row();
+  }
+}
+
+TEST(DatePart, DifferencesAtTheEdges) {
+  const struct {
+    std::uint32_t part;
+    vdx_datetime first, second;
+    std::int32_t difference;  // -7: nothing is stored
+    std::int32_t code = difference == -7;
+  } rows[] = {
+      {0, {day_of(2007y / 12 / 31), 0}, {day_of(2008y / 1 / 1), 0}, 1},
+      {3, {day_of(2008y / 1 / 5), 0}, {day_of(2008y / 1 / 6), 0}, 0},
+      {10, {day_of(2008y / 1 / 5), 0}, {day_of(2008y / 1 / 6), 0}, 1},
+      // The last values that fit, and the first that do not.
+      {7, {0, 0}, {1'491'308, 127 * 18'000 + 17'999}, kMax},
+      {7, {0, 0}, {1'491'308, 128 * 18'000}, -7},
+      {7, {1'491'308, 128 * 18'000 + 17'999}, {0, 0}, kMin},
+      {7, {1'491'308, 129 * 18'000}, {0, 0}, -7},
+      {8, {0, 0}, {24'855, 11'647 * 300 + 299}, kMax},
+      {8, {0, 0}, {24'855, 11'648 * 300}, -7},
+      {8, {24'855, 11'648 * 300 + 299}, {0, 0}, kMin},
+      {8, {24'855, 11'649 * 300}, {0, 0}, -7},
+      {9, {0, 0}, {24, 22'165'094}, 2'147'483'646},
+      {9, {0, 0}, {24, 22'165'095}, -7},
+      {9, {24, 22'165'095}, {0, 0}, -7},
+      // Days of no date, bits of no time, parts of no datetime.
+      {4, {kMin, 0}, {kMax, 0}, -7},
+      {6, {0, 5 << 25}, {0, 1'080'000}, 1},
+      {14, {0, 0}, {1, 0}, -7, 0},
+      {~0U, {0, 0}, {1, 0}, -7, 0},
+  };
+  for (const auto& row : rows) {
+    std::int32_t difference = -7;
+    const std::int32_t code = com__datediff(row.part, &row.first, &row.second, &difference);
+    EXPECT_EQ(std::tuple(code, difference), std::tuple(row.code, row.difference))
+        << row.part << ' ' << &row - rows;
+  }
+  // At the fine grain the whole units alone decide.
+  for (const auto& [part, unit] :
+       {std::pair{7U, 60'000'000ULL}, {8U, 1'000'000ULL}, {9U, 1000ULL}, {14U, 1ULL}}) {
+    const vdx_bigdatetime low = vdx::kFirstBigdatetime, over = low + (std::uint64_t{unit} << 31);
+    const vdx_bigdatetime most = over - 1, least = over + unit - 1;
+    std::int32_t difference = -7;
+    EXPECT_EQ(com__bigdatediff(part, &low, &over, &difference), 1);
+    EXPECT_EQ(com__bigdatediff(15, &low, &most, &difference), 0);
+    EXPECT_EQ(difference, -7);
+    EXPECT_EQ(com__bigdatediff(part, &low, &most, &difference), 0);
+    EXPECT_EQ(difference, kMax);
+    EXPECT_EQ(com__bigdatediff(part, &least, &low, &difference), 0);
+    EXPECT_EQ(difference, kMin);
+  }
+}
+
+template <class Result, class... Args>
+void each_null(std::initializer_list<Result (*)(Args...)> functions,
+               std::type_identity_t<Args>... args) {
+  for (const auto function : functions) vdx_test::with_each_null(function, args...);
 }
 
 [[noreturn]] void resume_everything() {
   vdx_test::handle_checks(vdx_test::Handler::kResume);
   com_toggle_abort(0);
-  std::int32_t n = 0, i = 1;
+  std::int32_t i = 1;
   daterec r = kMarked;
   vdx_datetime d{1, 1};
   vdx_date4 s{1, 1};
   std::uint64_t b = 1;
   char text[64];
-  for (const auto crack : {com_datecrack, com_timecrack, com__timecrack})
-    n += with_each_null(crack, &d, &r);
-  for (const auto crack :
-       {com_bigdatecrack, com__bigdatecrack, com_bigtimecrack, com__bigtimecrack})
-    n += with_each_null(crack, &b, &r);
-  for (const auto make : {com_datemake, com_timemake}) n += with_each_null(make, &d, &r);
-  for (const auto make : {com_bigdatemake, com_bigtimemake, com_bigdatetimemake})
-    n += with_each_null(make, &b, &r);
-  for (const auto compare : {com_dateacmp, com_timeacmp}) n += with_each_null(compare, &i, &i);
-  for (const auto check : {com__datea_check_range, com__timea_check_range})
-    n += with_each_null(check, &i);
-  for (const auto part : {com__datepart, com_datepart}) n += with_each_null(part, 0U, &d, 7);
-  for (const auto name : {com__datename, com_datename})
-    n += with_each_null(name, nullptr, 0U, &d, text, 64, &i);
-  for (const auto add : {com__date_add, com__dateadd_both}) n += with_each_null(add, 0U, 1, &d);
-  n += with_each_null(com__datecrack, &i, &r) + with_each_null(com_datecmp, &d, &d) +
-       with_each_null(com_date4cmp, &s, &s) + with_each_null(com_bigdatetimecmp, &b, &b) +
-       with_each_null(com_datezero, &d) + with_each_null(com_date4zero, &s) +
-       with_each_null(com_setdatetime, &d, 2, 2) + with_each_null(com__datetime_check_range, &d) +
-       with_each_null(com__date4todt, &s, &d) + with_each_null(com__dateatodate, &i, &d) +
-       with_each_null(com__bigdatepart, 0U, &b, 7) +
-       with_each_null(com__bigdatename, nullptr, 0U, &b, text, 64, &i) +
-       with_each_null(com__bigdateadd_both, 0U, 1, &b) +
-       with_each_null(com__datediff, 4U, &d, &d, &i) +
-       with_each_null(com__bigdatediff, 4U, &b, &b, &i);
+  const std::uint8_t in[] = "10:15";
+  const char* const* const months = vdx::kEnglishMonths;
+  each_null({com_datecrack, com_timecrack, com__timecrack}, &d, &r);
+  each_null({com_bigdatecrack, com__bigdatecrack, com_bigtimecrack, com__bigtimecrack}, &b, &r);
+  each_null({com__datecrack}, &i, &r);
+  each_null({com_datemake, com_timemake}, &d, &r);
+  each_null({com_bigdatemake, com_bigtimemake, com_bigdatetimemake}, &b, &r);
+  each_null({com_dateacmp, com_timeacmp}, &i, &i);
+  each_null({com_datecmp}, &d, &d);
+  each_null({com_date4cmp}, &s, &s);
+  each_null({com_bigdatetimecmp}, &b, &b);
+  each_null({com__datea_check_range, com__timea_check_range}, &i);
+  each_null({com__datetime_check_range}, &d);
+  each_null({com__datepart, com_datepart}, 0U, &d, 7);
+  each_null({com__bigdatepart}, 0U, &b, 7);
+  each_null({com__datename, com_datename}, nullptr, 0U, &d, text, 64, &i);
+  each_null({com__bigdatename}, nullptr, 0U, &b, text, 64, &i);
+  each_null({com__date_add, com__dateadd_both}, 0U, 1, &d);
+  each_null({com__bigdateadd_both}, 0U, 1, &b);
+  each_null({com__datediff}, 4U, &d, &d, &i);
+  each_null({com__bigdatediff}, 4U, &b, &b, &i);
+  each_null({com_datezero}, &d);
+  each_null({com_date4zero}, &s);
+  each_null({com_setdatetime}, &d, 2, 2);
+  each_null({com__date4todt}, &s, &d);
+  each_null({com__dateatodate}, &i, &d);
+  each_null({com__bigtimetochar}, &b, text, 64, 0U, nullptr);
+  each_null({com__datefromchar_mb}, &d, in, 5, 0, 1, months, months, nullptr, &i);
+  each_null({com__dateafromchar_mb, com__timeafromchar_mb}, &i, in, 5, 0, 1, months, months,
+            nullptr);
+  each_null({com__timefromchar_mb}, &d, in, 5, 0, nullptr, &i);
   bool right =
       d.day == 1 && d.time == 1 && s.day == 1 && b == 1 && i == 1 && fields(r) == fields(kMarked);
   for (const std::int32_t refused :
@@ -389,14 +639,16 @@ std::int32_t with_each_null(Result (*function)(Args...), std::type_identity_t<Ar
         com_datename(nullptr, ~0U, &d, text, 64, &i), com__bigdatepart(15, &b, 7),
         com__bigdateadd_both(15, 1, &b), com__bigdatename(nullptr, 15, &b, text, 64, &i)})
     right &= refused == VDX_OVERFLOW;
-  std::exit(n == 67 && right ? 0 : n);
+  com__timefromchar_mb(&d, in, -1, 0, nullptr, &i);
+  comn_dtloc_format(nullptr, nullptr, VDX_I4, &b, text, 64, &i);
+  comn_intl_day(nullptr, nullptr, 0, text, -1, &i);
+  std::exit(right ? 0 : 1);
 }
 
 TEST(DateDeath, ResumedChecksChangeNothing) {
-  EXPECT_EXIT(
-      resume_everything(), testing::ExitedWithCode(0),
-      vdx_test::has_match("^(\nInvalid NULL pointer , file 'com_(date|part).cpp'[^\n]*\n){67}"
-                          "(\n\rassertion failed, file 'com_part.cpp'[^\n]*\n\r){9}$"));
+  EXPECT_EXIT(resume_everything(), testing::ExitedWithCode(0),
+              vdx_test::has_match("^(\nInvalid NULL pointer , file '[a-z_]+.cpp'[^\n]*\n){85}"
+                                  "(\n\rassertion failed, file '[a-z_]+.cpp'[^\n]*\n\r){12}$"));
 }
 
 }  // namespace

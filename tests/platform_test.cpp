@@ -30,10 +30,7 @@ TEST(Platform, FilesAreReadUnderEverySpelling) {
   // Longer than the systems' classic limit of 260, though it names the same file.
   std::string longer = utf8;
   for (int i = 0; i < 150; ++i) longer += "/.";
-  const struct {
-    std::string name;
-    std::string expected;
-  } rows[] = {
+  const std::pair<std::string, std::string> rows[] = {
       {utf8 + "/f.cfg", bytes},
       {"vdxplatform\\M\xc3\xbc\xe6\x97\xa5\\f.cfg", bytes},
       {utf8 + "\\f.cfg", bytes},
@@ -45,13 +42,11 @@ TEST(Platform, FilesAreReadUnderEverySpelling) {
       {std::string(5000, '\\'), "none"},
       {"vdxplatform/\xff\xfe", "none"},
   };
-  for (const auto& row : rows)
-    for (const std::size_t piece : {1U, 3U, 100U}) {
-      SCOPED_TRACE(row.name.substr(0, 100));
-      EXPECT_EQ(read_all(row.name.c_str(), piece), row.expected);
-    }
+  for (const auto& [name, expected] : rows)
+    for (const std::size_t piece : {1U, 3U, 100U})
+      EXPECT_EQ(read_all(name.c_str(), piece), expected) << name.substr(0, 100);
   // A file that somebody has open may be replaced meanwhile.
-  const std::intptr_t file = vdx::open_file(rows[0].name.c_str());
+  const std::intptr_t file = vdx::open_file(rows[0].first.c_str());
   std::filesystem::rename(folder / "f.cfg", folder / "g.cfg");
   std::filesystem::remove(folder / "g.cfg");
   vdx::close_file(file);

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 #include <vector>
 
 #include "convert/matrix.h"
@@ -25,6 +26,10 @@ class Random {
   }
   std::uint32_t below(std::uint32_t n) { return static_cast<std::uint32_t>((next() >> 33) % n); }
   std::uint64_t sized() { return next() >> below(64); }
+  template <class List>
+  auto of(const List& list) {
+    return list[below(static_cast<std::uint32_t>(std::size(list)))];
+  }
 
  private:
   std::uint64_t state_ = 0x9E3779B97F4A7C15;
@@ -49,59 +54,50 @@ class Hash {
 constexpr std::int32_t kRoom = 64;
 constexpr std::size_t kBuffer = 320;
 
-const char* const kTexts[] = {"Jan  2 2008  1:05PM",
-                              "2008-01-02 13:05:09.123456",
-                              "31.12.1999",
-                              "23:59:59.999",
-                              "$1,234.5678",
-                              "-0.00005",
-                              "1e-40",
-                              "-1.7976931348623157e308",
-                              "nan",
-                              "0x00ff7f",
-                              "it's",
-                              "   ",
-                              "\xC3\xA9\xE2\x82\xAC",
-                              "\xF0\x9F\x98\x80 smile",
-                              "19000101"};
+constexpr std::uint32_t kTexts = 15;
+constexpr std::string_view kText =
+    "Jan  2 2008  1:05PM|2008-01-02 13:05:09.123456|31.12.1999|23:59:59.999|$1,234.5678|-0.00005"
+    "|1e-40|-1.7976931348623157e308|nan|0x00ff7f|it's|   |\xC3\xA9\xE2\x82\xAC"
+    "|\xF0\x9F\x98\x80 smile|19000101";
 
 // A text of a number, a date, of hexadecimal digits or of anything.
 std::size_t make_text(Random& random, char* to) {
+  const auto number = [&](std::uint32_t n) { return static_cast<int>(random.below(n)); };
+  int n = 0;
   switch (random.below(5)) {
     case 0:
-      return static_cast<std::size_t>(
-          std::snprintf(to, 64, "%" PRId64, static_cast<std::int64_t>(random.sized())));
-    case 1:
-      return static_cast<std::size_t>(std::snprintf(to, 64, "-%" PRIu64 ".%" PRIu64 "e%d",
-                                                    random.sized(), random.sized(),
-                                                    static_cast<int>(random.below(80)) - 40));
-    case 2:
-      return static_cast<std::size_t>(
-          std::snprintf(to, 64, "%d-%d-%d %d:%d:%d", static_cast<int>(random.below(11000)),
-                        static_cast<int>(random.below(14)), static_cast<int>(random.below(33)),
-                        static_cast<int>(random.below(25)), static_cast<int>(random.below(61)),
-                        static_cast<int>(random.below(61))));
+      n = std::snprintf(to, 64, "%" PRId64, static_cast<std::int64_t>(random.sized()));
+      break;
+    case 1: {
+      const int exponent = number(80) - 40;
+      const std::uint64_t fraction = random.sized(), whole = random.sized();
+      n = std::snprintf(to, 64, "-%" PRIu64 ".%" PRIu64 "e%d", whole, fraction, exponent);
+      break;
+    }
+    case 2: {
+      const int second = number(61), minute = number(61), hour = number(25), day = number(33),
+                month = number(14), year = number(11000);
+      n = std::snprintf(to, 64, "%d-%d-%d %d:%d:%d", year, month, day, hour, minute, second);
+      break;
+    }
     case 3: {
-      const char* const text = kTexts[random.below(static_cast<std::uint32_t>(std::size(kTexts)))];
-      const std::size_t n = std::strlen(text);
-      std::memcpy(to, text, n);
-      return n;
+      std::string_view text = kText;
+      for (std::uint32_t skipped = random.below(kTexts); skipped > 0; --skipped)
+        text.remove_prefix(text.find('|') + 1);
+      text = text.substr(0, text.find('|'));
+      return text.copy(to, text.size());
     }
-    default: {
-      const std::size_t n = 1 + random.below(40);
-      for (std::size_t i = 0; i < n; ++i) to[i] = static_cast<char>(random.sized());
-      return n;
-    }
+    default:
+      n = 1 + number(40);
+      for (int i = 0; i < n; ++i) to[i] = static_cast<char>(random.sized());
   }
-}
-
-void put_length(unsigned char* to, std::size_t n) {
-  const auto length = static_cast<std::int16_t>(n);
-  std::memcpy(to, &length, sizeof length);
+  return static_cast<std::size_t>(n);
 }
 
 // A value of the datatype, of which most are valid; its length is the format's.
 void make_value(Random& random, vdx_datafmt& format, unsigned char* to) {
+  const auto put = [to](const auto& value) { std::memcpy(to, &value, sizeof value); };
+  const auto number = [&](std::uint32_t n) { return static_cast<std::int32_t>(random.below(n)); };
   std::memset(to, 0, kBuffer);
   char text[kRoom * 2];
   const std::int32_t fixed = comn_typelen(format.datatype, -1);
@@ -109,66 +105,46 @@ void make_value(Random& random, vdx_datafmt& format, unsigned char* to) {
   switch (format.datatype) {
     case VDX_NUM:
     case VDX_DECIMAL: {
-      vdx_num number{};
-      number.precision = static_cast<std::uint8_t>(1 + random.below(77));
-      number.scale = static_cast<std::uint8_t>(random.below(78));
-      number.value[0] = static_cast<std::uint8_t>(random.below(2));
-      const std::int32_t bytes = comb_get_Prec_To_Len(number.precision);
-      const std::int32_t used = 1 + static_cast<std::int32_t>(random.below(33));
+      vdx_num value{};
+      value.precision = static_cast<std::uint8_t>(1 + random.below(77));
+      value.scale = static_cast<std::uint8_t>(random.below(78));
+      value.value[0] = static_cast<std::uint8_t>(random.below(2));
+      const std::int32_t bytes = comb_get_Prec_To_Len(value.precision), used = 1 + number(33);
       for (std::int32_t i = bytes > used ? bytes - used : 1; i < bytes; ++i)
-        number.value[i] = static_cast<std::uint8_t>(random.next());
-      std::memcpy(to, &number, sizeof number);
-      return;
+        value.value[i] = static_cast<std::uint8_t>(random.next());
+      return put(value);
     }
     case VDX_BIT:
-      to[0] = static_cast<unsigned char>(random.below(2));
-      return;
+      return put(static_cast<std::uint8_t>(random.below(2)));
     case VDX_DATETIME: {
-      const std::int32_t image[] = {static_cast<std::int32_t>(random.below(3012154)) - 53690,
-                                    static_cast<std::int32_t>(random.below(25920001))};
-      std::memcpy(to, image, sizeof image);
-      return;
+      const std::int32_t day = number(3012154) - 53690;
+      return put(vdx_datetime{day, number(25920001)});
     }
     case VDX_DATEA:
-    case VDX_TIMEA: {
-      const std::int32_t image = format.datatype == VDX_DATEA
-                                     ? static_cast<std::int32_t>(random.below(3652061)) - 693597
-                                     : static_cast<std::int32_t>(random.below(25920001));
-      std::memcpy(to, &image, sizeof image);
-      return;
-    }
+      return put(number(3652061) - 693597);
+    case VDX_TIMEA:
+      return put(number(25920001));
     case VDX_BIGDATETIME:
-    case VDX_BIGTIME: {
-      const std::uint64_t image =
-          random.next() % (format.datatype == VDX_BIGDATETIME ? 315569520000000001 : 86400000001);
-      std::memcpy(to, &image, sizeof image);
-      return;
-    }
+      return put(random.next() % 315569520000000001);
+    case VDX_BIGTIME:
+      return put(random.next() % 86400000001);
     case VDX_VARCHAR:
     case VDX_VARBIN: {
       const std::size_t n = make_text(random, text);
-      put_length(to, n);
+      put(static_cast<std::int16_t>(n));
       std::memcpy(to + 2, text, n);
       return;
     }
     case VDX_UNICHAR:
     case VDX_UNITEXT: {
       const std::size_t n = make_text(random, text);
-      for (std::size_t i = 0; i < n; ++i) {
-        const auto unit = static_cast<std::uint16_t>(static_cast<unsigned char>(text[i]));
-        std::memcpy(to + 2 * i, &unit, sizeof unit);
-      }
+      for (std::size_t i = 0; i < n; ++i) to[2 * i] = static_cast<unsigned char>(text[i]);
       if (random.below(8) == 0) to[2 * random.below(static_cast<std::uint32_t>(n)) + 1] = 0xD8;
       format.maxlength = static_cast<std::int32_t>(2 * n);
       return;
     }
     default:
-      break;
-  }
-  if (fixed > 0) {
-    const std::uint64_t bits = random.below(2) != 0 ? random.sized() : 0 - random.sized();
-    std::memcpy(to, &bits, sizeof bits);
-    return;
+      if (fixed > 0) return put(random.below(2) != 0 ? random.sized() : 0 - random.sized());
   }
   const std::size_t n = make_text(random, text);
   std::memcpy(to, text, n);
@@ -184,11 +160,11 @@ void convert(Random& random, Hash& hash, vdx_context& context,
   to.datatype = cell % VDX_DATATYPES;
   make_value(random, from, source);
   to.maxlength = static_cast<std::int32_t>(random.below(kRoom));
-  to.format = kFlags[random.below(static_cast<std::uint32_t>(std::size(kFlags)))];
+  to.format = random.of(kFlags);
   to.precision = static_cast<std::int32_t>(random.below(80));
   to.scale = static_cast<std::int32_t>(random.below(40));
-  from.locale = locales[random.below(static_cast<std::uint32_t>(locales.size()))];
-  to.locale = locales[random.below(static_cast<std::uint32_t>(locales.size()))];
+  from.locale = random.of(locales);
+  to.locale = random.of(locales);
   std::memset(destination, 0xA5, sizeof destination);
   std::int32_t length = -1;
   const std::int32_t code = com_conv_func(&context, from.datatype, to.datatype)(
@@ -202,14 +178,16 @@ void convert(Random& random, Hash& hash, vdx_context& context,
 }
 
 void compute(Random& random, Hash& hash) {
-  vdx_datafmt format{};
-  unsigned char image[3][kBuffer];
-  format.datatype = VDX_NUM;
-  make_value(random, format, image[0]);
-  make_value(random, format, image[1]);
+  const auto make = [&random](std::int32_t datatype, auto& value) {
+    vdx_datafmt format{};
+    unsigned char image[kBuffer];
+    format.datatype = datatype;
+    make_value(random, format, image);
+    std::memcpy(&value, image, sizeof value);
+  };
   vdx_num a, b, result;
-  std::memcpy(&a, image[0], sizeof a);
-  std::memcpy(&b, image[1], sizeof b);
+  make(VDX_NUM, a);
+  make(VDX_NUM, b);
   for (auto* const operation : {comn_numadd, comn_numsub, comn_nummul, comn_numdivide}) {
     result = {};
     result.precision = static_cast<std::uint8_t>(1 + random.below(77));
@@ -226,12 +204,9 @@ void compute(Random& random, Hash& hash) {
     hash.add(operation(&x, &y, &money));
     hash.add(money);
   }
-  format.datatype = VDX_DATETIME;
-  make_value(random, format, image[2]);
   vdx_datetime moment, made{};
-  std::memcpy(&moment, image[2], sizeof moment);
-  daterec record;
-  std::memset(&record, 0, sizeof record);
+  make(VDX_DATETIME, moment);
+  daterec record{};
   com_datecrack(&moment, &record);
   com_timecrack(&moment, &record);
   hash.add(record);

@@ -11,6 +11,8 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "checks.h"
@@ -170,6 +172,26 @@ inline std::string summary_of(const vdx_message& message) {
     text << ' ' << (one.find('/') == std::string::npos ? one : "FILE");
   }
   return text.str() + ";";
+}
+
+// Calls a function once for each of its pointers, with that one null; those that are null already
+// may be. The sum of what it answers.
+template <class Result, class... Args>
+std::int64_t with_each_null(Result (*function)(Args...), std::type_identity_t<Args>... args) {
+  std::int64_t sum = 0;
+  const auto call = [&]<std::size_t At>() {
+    if constexpr (std::is_pointer_v<std::tuple_element_t<At, std::tuple<Args...>>>) {
+      std::tuple<Args...> changed(args...);
+      if (std::exchange(std::get<At>(changed), nullptr) == nullptr) return;
+      if constexpr (std::is_void_v<Result>)
+        std::apply(function, changed);
+      else
+        sum += std::apply(function, changed);
+    }
+  };
+  [&]<std::size_t... At>(std::index_sequence<At...>) { (call.template operator()<At>(), ...); }
+  (std::index_sequence_for<Args...>{});
+  return sum;
 }
 
 }  // namespace vdx_test

@@ -8,28 +8,18 @@ using namespace vdx_test;
 
 constexpr std::string_view kHexDigits = "0123456789abcdefABCDEF";
 
-std::string hex_of(const Bytes& bytes) {
-  std::string text;
-  for (const std::uint8_t b : bytes) {
-    text += kHexDigits[b >> 4];
-    text += kHexDigits[b & 15];
-  }
-  return text;
-}
-
-Bytes noise(Random& random, std::size_t n) {
-  Bytes bytes(n);
-  for (std::uint8_t& b : bytes) b = static_cast<std::uint8_t>(random.below(256));
-  return bytes;
-}
-
 TEST(Hexadecimal, EveryLengthBothWays) {
   Random random(3);
   for (std::size_t n = 0; n <= 70; ++n) {
-    const Bytes bytes = noise(random, n);
+    Bytes bytes(n);
+    std::string text;
+    for (std::uint8_t& b : bytes) {
+      b = static_cast<std::uint8_t>(random.below(256));
+      (text += kHexDigits[b >> 4]) += kHexDigits[b & 15];
+    }
     Bytes digits(2 * n + 1, kGuard);
     vdx::hex_encode(bytes.data(), n, digits.data());
-    EXPECT_EQ(std::string(digits.begin(), digits.end() - 1), hex_of(bytes));
+    EXPECT_EQ(std::string(digits.begin(), digits.end() - 1), text);
     EXPECT_EQ(digits.back(), kGuard);
     for (std::uint8_t& d : digits)
       if (d >= 'a' && random.below(2) != 0) d &= 0xDF;
@@ -57,13 +47,6 @@ TEST(Hexadecimal, EveryByteAtEveryPlace) {
       }
 }
 
-// Length and bytes, without what follows them in a record.
-Bytes counted(std::string_view text) {
-  Bytes bytes = varchar_image(text);
-  bytes.resize(2 + text.size());
-  return bytes;
-}
-
 TEST(LongText, FillsCountedRecordsToTheLastByte) {
   Table table;
   const std::string d(256, '7'), b(128, 'w');
@@ -71,8 +54,11 @@ TEST(LongText, FillsCountedRecordsToTheLastByte) {
   const std::u32string zeros(100000, U'\uFF10');
   const Bytes half = bytes_of("abc\x82"), far = bytes_of(d + d + "\xFF");
   const auto in = [](Set set, const std::u32string& text) { return *encode(set, U"'" + text); };
-  const auto record = [](const Bytes& text) {
-    return counted(std::string(text.begin(), text.end()));
+  // Length and bytes, without what follows them in a record.
+  const auto counted = [](const auto& text) {
+    Bytes bytes = varchar_image(std::string(text.begin(), text.end()));
+    bytes.resize(2 + text.size());
+    return bytes;
   };
   const struct {
     std::int32_t from;
@@ -87,12 +73,13 @@ TEST(LongText, FillsCountedRecordsToTheLastByte) {
       {VDX_VARBIN, counted(b), VDX_VARCHAR, 1, 258, counted(d)},
       {VDX_VARBIN, counted(b + "7"), VDX_VARCHAR, VDX_OVERFLOW, 258, counted(d)},
       // Whole characters; quotation marks stay single.
-      {VDX_CHAR, in(Set::utf8, kana), VDX_VARCHAR, 1, 258, record(in(Set::utf8, kana))},
-      {VDX_CHAR, in(Set::utf8, more), VDX_VARCHAR, VDX_TRUNCATED, 258, record(in(Set::utf8, kana))},
-      {VDX_CHAR, in(Set::utf8, more), VDX_VARCHAR, 1, 258, record(in(Set::sjis, more)), Set::utf8,
+      {VDX_CHAR, in(Set::utf8, kana), VDX_VARCHAR, 1, 258, counted(in(Set::utf8, kana))},
+      {VDX_CHAR, in(Set::utf8, more), VDX_VARCHAR, VDX_TRUNCATED, 258,
+       counted(in(Set::utf8, kana))},
+      {VDX_CHAR, in(Set::utf8, more), VDX_VARCHAR, 1, 258, counted(in(Set::sjis, more)), Set::utf8,
        Set::sjis},
       {VDX_CHAR, in(Set::utf8, more + U"\u3042"), VDX_VARCHAR, VDX_TRUNCATED, 258,
-       record(in(Set::sjis, more)), Set::utf8, Set::sjis},
+       counted(in(Set::sjis, more)), Set::utf8, Set::sjis},
       // The end cuts a character in two, or is none, however far behind the room.
       {VDX_CHAR, far, VDX_CHAR, VDX_MALFORMED_UNICODE, 0, {}, Set::utf8, Set::latin1},
       {VDX_CHAR, half, VDX_CHAR, VDX_MALFORMED_UNICODE, 0, {}, Set::sjis, Set::latin1},
