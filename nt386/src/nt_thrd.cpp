@@ -46,6 +46,16 @@ Block* allocate() {
 
 std::int32_t status(BOOL done) { return done ? XS_SUCCEED : XS_FAIL; }
 
+// A block for a handle, which is closed where there is none.
+template <class Block>
+std::int32_t keep(HANDLE handle, Block** out) {
+  if (handle == nullptr) return XS_FAIL;
+  *out = allocate<Block>();
+  if (*out == nullptr) return CloseHandle(handle), XS_FAIL;
+  (*out)->handle = handle;
+  return XS_SUCCEED;
+}
+
 std::int32_t waited(DWORD result) {
   return result == WAIT_OBJECT_0 ? XS_SUCCEED : result == WAIT_TIMEOUT ? XS_TIMED_OUT : XS_FAIL;
 }
@@ -211,15 +221,7 @@ int32_t comn_delete_mutex(vdx_mutex* mutex) {
 int32_t comn_create_sem(vdx_sem** semaphore, int32_t maximum) {
   VDX_CHECK_POINTER(semaphore, XS_FAIL);
   *semaphore = nullptr;
-  vdx_sem* const block = allocate<vdx_sem>();
-  if (block == nullptr) return VDX_TRACE(XS_FAIL);
-  block->handle = CreateSemaphoreA(nullptr, 0, maximum, nullptr);
-  if (block->handle == nullptr) {
-    std::free(block);
-    return VDX_TRACE(XS_FAIL);
-  }
-  *semaphore = block;
-  return VDX_TRACE(XS_SUCCEED);
+  return VDX_TRACE(keep(CreateSemaphoreA(nullptr, 0, maximum, nullptr), semaphore));
 }
 
 int32_t comn_waitfor_sem(vdx_sem* semaphore, int32_t no_wait) {
@@ -243,15 +245,7 @@ int32_t comn_delete_sem(vdx_sem* semaphore) {
 int32_t comn_create_event_ex(vdx_event** event, int32_t kind) {
   VDX_CHECK_POINTER(event, XS_FAIL);
   *event = nullptr;
-  vdx_event* const block = allocate<vdx_event>();
-  if (block == nullptr) return VDX_TRACE(XS_FAIL);
-  block->handle = CreateEventA(nullptr, kind != VDX_EVENT_AUTO, FALSE, nullptr);
-  if (block->handle == nullptr) {
-    std::free(block);
-    return VDX_TRACE(XS_FAIL);
-  }
-  *event = block;
-  return VDX_TRACE(XS_SUCCEED);
+  return VDX_TRACE(keep(CreateEventA(nullptr, kind != VDX_EVENT_AUTO, FALSE, nullptr), event));
 }
 
 int32_t comn_waitfor_event(vdx_event* event, int32_t timeout) {

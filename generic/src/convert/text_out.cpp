@@ -15,30 +15,6 @@ void copy_text(unsigned char* to, const unsigned char* from, std::uint32_t n) {
   std::memcpy(to, from, n);
 }
 
-std::int32_t finish_text(const vdx_datafmt& format, void* destination, std::int32_t n,
-                         std::int32_t& length) {
-  auto* const bytes = static_cast<unsigned char*>(destination);
-  const std::int32_t room = format.maxlength;
-  const bool terminate = (format.format & VDX_FMT_TERMINATE) != 0;
-  if (!text_fits(format, n)) {
-    if (terminate && room >= 1) bytes[room - 1] = 0;
-    return VDX_OVERFLOW;
-  }
-  if ((format.format & VDX_FMT_PADNULL) != 0) {
-    if ((format.format & VDX_FMT_PADBLANK) != 0) return VDX_BAD_PADDING;
-    fill(bytes, n, room, 0);
-    length = room;
-  } else if ((format.format & VDX_FMT_PADBLANK) != 0) {
-    fill(bytes, n, room, ' ');
-    if (terminate) bytes[room - 1] = 0;
-    length = room;
-  } else if (terminate) {
-    bytes[n] = 0;
-    length = n + 1;
-  }
-  return VDX_SUCCESS;
-}
-
 void fill_utf16_blanks(void* destination, std::int32_t n, std::int32_t room, bool swapped) {
   auto* const bytes = static_cast<unsigned char*>(destination);
   const auto blank = static_cast<std::uint16_t>(swapped ? 0x2000 : 0x0020);
@@ -47,29 +23,47 @@ void fill_utf16_blanks(void* destination, std::int32_t n, std::int32_t room, boo
   if (n < room) bytes[n] = 0;
 }
 
-std::int32_t finish_utf16(const vdx_datafmt& format, void* destination, std::int32_t n,
-                          std::int32_t& length) {
-  auto* const bytes = static_cast<unsigned char*>(destination);
+namespace {
+
+// Blanks and terminator are units of so many bytes.
+template <std::int32_t kUnit>
+std::int32_t finish(const vdx_datafmt& format, void* destination, std::int32_t n,
+                    std::int32_t& length) {
   const std::int32_t room = format.maxlength;
-  const std::int32_t last = room / 2 * 2 - 2;  // the last whole unit of the destination
+  const std::int32_t last = room / kUnit * kUnit - kUnit;  // the last whole unit of the destination
   const bool terminate = (format.format & VDX_FMT_TERMINATE) != 0;
   if (n > room || (terminate && n > last)) {
-    if (terminate && last >= 0) fill(bytes, last, last + 2, 0);
+    if (terminate && last >= 0) fill(destination, last, last + kUnit, 0);
     return VDX_OVERFLOW;
   }
   if ((format.format & VDX_FMT_PADNULL) != 0) {
     if ((format.format & VDX_FMT_PADBLANK) != 0) return VDX_BAD_PADDING;
-    fill(bytes, n, room, 0);
+    fill(destination, n, room, 0);
     length = room;
   } else if ((format.format & VDX_FMT_PADBLANK) != 0) {
-    fill_utf16_blanks(bytes, n, room, (format.format & VDX_FMT_SWAP) != 0);
-    if (terminate) fill(bytes, last, last + 2, 0);
+    if constexpr (kUnit == 1)
+      fill(destination, n, room, ' ');
+    else
+      fill_utf16_blanks(destination, n, room, (format.format & VDX_FMT_SWAP) != 0);
+    if (terminate) fill(destination, last, last + kUnit, 0);
     length = room;
   } else if (terminate) {
-    length = n + n % 2 + 2;
-    fill(bytes, n, length, 0);
+    length = n + n % kUnit + kUnit;
+    fill(destination, n, length, 0);
   }
   return VDX_SUCCESS;
+}
+
+}  // namespace
+
+std::int32_t finish_text(const vdx_datafmt& format, void* destination, std::int32_t n,
+                         std::int32_t& length) {
+  return finish<1>(format, destination, n, length);
+}
+
+std::int32_t finish_utf16(const vdx_datafmt& format, void* destination, std::int32_t n,
+                          std::int32_t& length) {
+  return finish<2>(format, destination, n, length);
 }
 
 std::int32_t finish_bytes(const vdx_datafmt& format, void* destination, std::int32_t n,

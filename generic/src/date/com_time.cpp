@@ -21,6 +21,20 @@ char* write_two(std::int32_t number, char separator, char* at) {
 constexpr std::uint8_t kOrders[7][3] = {{1, 2, 0}, {1, 2, 0}, {2, 1, 0}, {0, 1, 2},
                                         {0, 2, 1}, {1, 0, 2}, {2, 0, 1}};
 
+// A leap second counts as the second before it.
+daterec record_of(const std::tm& clock) {
+  daterec now{};
+  now.year = clock.tm_year + 1900;
+  now.month = clock.tm_mon;
+  now.day = clock.tm_mday;
+  now.day_of_year = clock.tm_yday + 1;
+  now.weekday = clock.tm_wday;
+  now.hour = clock.tm_hour;
+  now.minute = clock.tm_min;
+  now.second = clock.tm_sec < 59 ? clock.tm_sec : 59;
+  return now;
+}
+
 }  // namespace
 
 std::int32_t give_local_time(const daterec& now, std::int32_t order, std::int32_t twelve_hour,
@@ -56,9 +70,10 @@ extern "C" {
 
 int32_t comn_time(int32_t order, int32_t twelve_hour, char* buffer, int32_t length, int32_t* needed,
                   daterec* record) {
-  daterec now{};
-  if (!vdx::local_time(now)) return VDX_TRACE(XS_FAIL);
-  return VDX_TRACE(vdx::give_local_time(now, order, twelve_hour, buffer, length, needed, record));
+  std::tm clock{};
+  if (!vdx::local_time(clock)) return VDX_TRACE(XS_FAIL);
+  return VDX_TRACE(vdx::give_local_time(vdx::record_of(clock), order, twelve_hour, buffer, length,
+                                        needed, record));
 }
 
 }  // extern "C"

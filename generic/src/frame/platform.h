@@ -5,8 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
-
-#include "vdxcomn/date.h"
+#include <ctime>
 
 namespace vdx {
 
@@ -15,9 +14,8 @@ namespace vdx {
 // function; without, stderr is closed first, once a process, and nothing returns here.
 void fatal_exit(bool resumable);
 
-// Breaks the current time down as local time: fills year to second. Returns false, with nothing
-// filled, where the platform cannot tell. A leap second counts as the second before it.
-bool local_time(daterec& now);
+// Breaks the current time down as local time. Returns false where the platform cannot tell.
+bool local_time(std::tm& now);
 
 // A file opened for reading; the descriptor or handle is the platform's own.
 inline constexpr std::intptr_t kNoFile = -1;

@@ -2,6 +2,8 @@
 
 #include <charconv>
 
+#include "number/folded_text.h"
+
 namespace vdx {
 namespace {
 
@@ -228,57 +230,11 @@ struct Digits {
   }
 };
 
-// The characters of a text one by one, each folded to a single byte; 0 behind the last.
-class Folded {
- public:
-  Folded(const std::uint8_t* text, std::int32_t length, const vdx_charattr& attributes)
-      : at_(text), end_(text + (length > 0 ? length : 0)), attributes_(attributes) {
-    look();
-  }
-  bool more() const { return at_ != end_; }
-  std::uint8_t peek() const { return folded_; }
-  void next() {
-    at_ += bytes_;
-    look();
-  }
-  bool skip(std::uint8_t c) {
-    if (!more() || folded_ != c) return false;
-    next();
-    return true;
-  }
-  void skip_blanks() {
-    while (skip(' ')) continue;
-  }
-  bool at_digit() const { return more() && is_digit(folded_); }
-  // Lower-case letters, in any case.
-  bool skip_word(const char* word) {
-    for (; *word != 0; ++word) {
-      if (!more() || (folded_ | 32) != *word) return false;
-      next();
-    }
-    return true;
-  }
-
- private:
-  void look() {
-    folded_ = 0;
-    if (!more()) return;
-    bytes_ = char_bytes(attributes_, at_, end_ - at_);
-    folded_ = char_fold(attributes_, at_, bytes_);
-  }
-
-  const std::uint8_t* at_;
-  const std::uint8_t* end_;
-  const vdx_charattr& attributes_;
-  std::int32_t bytes_ = 1;
-  std::uint8_t folded_ = 0;
-};
-
 template <class F>
-std::int32_t read_word(Folded& text, bool negative, F& value) {
+std::int32_t read_word(FoldedText& text, bool negative, F& value) {
   using Limits = std::numeric_limits<F>;
   const bool infinite = (text.peek() | 32) == 'i';
-  if (!text.skip_word(infinite ? "inf" : "nan")) return VDX_SYNTAX;
+  if (!text.take_word(infinite ? "inf" : "nan")) return VDX_SYNTAX;
   text.skip_blanks();
   if (text.more()) return VDX_SYNTAX;
   value = with_sign(infinite ? Limits::infinity() : Limits::quiet_NaN(), negative);
@@ -287,32 +243,20 @@ std::int32_t read_word(Folded& text, bool negative, F& value) {
 
 // The full grammar, for any text and any character set.
 template <class F>
-[[gnu::cold, gnu::noinline]] std::int32_t read_folded_float(Folded text, F& value) {
+[[gnu::cold, gnu::noinline]] std::int32_t read_folded_float(FoldedText text, F& value) {
   text.skip_blanks();
   if (!text.more()) {
     value = 0;
     return VDX_SUCCESS;
   }
-  const bool negative = text.skip('-');
-  if (!negative) text.skip('+');
+  const bool negative = text.take_sign();
   if (!text.at_digit() && text.peek() != '.') return read_word(text, negative, value);
   Digits digits;
   bool any = false;
   for (; text.at_digit(); text.next(), any = true) digits.add(text.peek(), false);
-  if (text.skip('.'))
+  if (text.take('.'))
     for (; text.at_digit(); text.next(), any = true) digits.add(text.peek(), true);
-  if (!any) return VDX_SYNTAX;
-  if (text.skip('e') || text.skip('E')) {
-    const bool down = text.skip('-');
-    if (!down) text.skip('+');
-    if (!text.at_digit()) return VDX_SYNTAX;
-    // No text has so many digits that a larger exponent could matter.
-    constexpr std::int64_t kMost = std::int64_t{1} << 40;
-    std::int64_t exponent = 0;
-    for (; text.at_digit(); text.next())
-      if (exponent < kMost) exponent = exponent * 10 + (text.peek() - '0');
-    digits.exponent += down ? -exponent : exponent;
-  }
+  if (!any || !text.take_exponent(digits.exponent)) return VDX_SYNTAX;
   text.skip_blanks();
   if (text.more()) return VDX_SYNTAX;
   const std::int32_t code = digits.round(value);
@@ -501,7 +445,7 @@ template <class F>
       return code;
     }
   }
-  return read_folded_float(Folded(text, length, attributes), value);
+  return read_folded_float(FoldedText(text, length, attributes), value);
 }
 
 template <class F>

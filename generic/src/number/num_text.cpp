@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "number/folded_text.h"
+
 namespace vdx {
 namespace {
 
@@ -101,46 +103,6 @@ std::int32_t settle(const Decimal& decimal, std::int32_t precision, std::int32_t
   return put_image(fits, magnitude, decimal.negative, precision, scale, image);
 }
 
-// The text's characters, each folded to a single byte.
-class FoldedText {
- public:
-  FoldedText(const std::uint8_t* text, std::int32_t length, const vdx_charattr& attributes)
-      : at_(text), end_(text + length), attributes_(attributes) {
-    fold();
-  }
-
-  // 0 behind the end, and for characters that fold to nothing.
-  std::uint8_t peek() const { return folded_; }
-  bool more() const { return at_ != end_; }
-  void next() {
-    at_ += bytes_;
-    fold();
-  }
-  bool take(std::uint8_t c) {
-    if (folded_ != c || !more()) return false;
-    next();
-    return true;
-  }
-  void skip_blanks() {
-    while (take(' ')) continue;
-  }
-  bool digit() const { return folded_ >= '0' && folded_ <= '9'; }
-
- private:
-  void fold() {
-    folded_ = 0;
-    if (at_ == end_) return;
-    bytes_ = attributes_.max_bytes <= 1 ? 1 : char_bytes(attributes_, at_, end_ - at_);
-    folded_ = char_fold(attributes_, at_, bytes_);
-  }
-
-  const std::uint8_t* at_;
-  const std::uint8_t* end_;
-  const vdx_charattr& attributes_;
-  std::int32_t bytes_ = 1;
-  std::uint8_t folded_ = 0;
-};
-
 bool read_digits(FoldedText& text, Decimal& decimal) {
   bool any = false, point = false;
   for (;; text.next()) {
@@ -149,7 +111,7 @@ bool read_digits(FoldedText& text, Decimal& decimal) {
       point = true;
       continue;
     }
-    if (!text.digit()) return any;
+    if (!text.at_digit()) return any;
     any = true;
     if (point) --decimal.exponent;
     if (c == '0' && decimal.count == 0) continue;
@@ -158,19 +120,6 @@ bool read_digits(FoldedText& text, Decimal& decimal) {
     else
       ++decimal.exponent;
   }
-}
-
-bool read_exponent(FoldedText& text, Decimal& decimal) {
-  if (!text.take('e') && !text.take('E')) return true;
-  const bool minus = text.take('-');
-  if (!minus) text.take('+');
-  if (!text.digit()) return false;
-  constexpr std::int64_t kBeyond = std::int64_t{1} << 40;  // further than any text's digits reach
-  std::int64_t exponent = 0;
-  for (; text.digit(); text.next())
-    exponent = std::min(exponent * 10 + (text.peek() - '0'), kBeyond);
-  decimal.exponent += minus ? -exponent : exponent;
-  return true;
 }
 
 // The digits from p on.
@@ -289,9 +238,9 @@ std::int32_t parse_numeric_grammar(const std::uint8_t* text, std::int32_t length
   Decimal decimal;
   characters.skip_blanks();
   if (characters.more()) {
-    decimal.negative = characters.take('-');
-    if (!decimal.negative) characters.take('+');
-    if (!read_digits(characters, decimal) || !read_exponent(characters, decimal)) return VDX_SYNTAX;
+    decimal.negative = characters.take_sign();
+    if (!read_digits(characters, decimal) || !characters.take_exponent(decimal.exponent))
+      return VDX_SYNTAX;
     characters.skip_blanks();
     if (characters.more()) return VDX_SYNTAX;
   }

@@ -1,0 +1,77 @@
+// Text of any character set, read as the single bytes that its characters fold to.
+#ifndef VDX_NUMBER_FOLDED_TEXT_H
+#define VDX_NUMBER_FOLDED_TEXT_H
+
+#include <algorithm>
+
+#include "intl/charattr.h"
+
+namespace vdx {
+
+class FoldedText {
+ public:
+  FoldedText(const std::uint8_t* text, std::int32_t length, const vdx_charattr& attributes)
+      : at_(text), end_(text + std::max(length, 0)), attributes_(attributes) {
+    fold();
+  }
+
+  // 0 behind the end, and for characters that fold to nothing.
+  std::uint8_t peek() const { return folded_; }
+  bool more() const { return at_ != end_; }
+  bool at_digit() const { return folded_ >= '0' && folded_ <= '9'; }
+
+  void next() {
+    at_ += bytes_;
+    fold();
+  }
+  bool take(std::uint8_t c) {
+    if (folded_ != c || !more()) return false;
+    next();
+    return true;
+  }
+  void skip_blanks() {
+    while (take(' ')) continue;
+  }
+  // Lower-case letters, in any case.
+  bool take_word(const char* word) {
+    for (; *word != 0; ++word)
+      if (!take(static_cast<std::uint8_t>(*word)) && !take(static_cast<std::uint8_t>(*word & ~32)))
+        return false;
+    return true;
+  }
+  // Whether it is negative.
+  bool take_sign() {
+    const bool minus = take('-');
+    if (!minus) take('+');
+    return minus;
+  }
+  // Adds an exponent, if there is one, to `exponent`; false where its digits are missing.
+  bool take_exponent(std::int64_t& exponent) {
+    if (!take('e') && !take('E')) return true;
+    const bool minus = take_sign();
+    if (!at_digit()) return false;
+    constexpr std::int64_t kBeyond = std::int64_t{1} << 40;  // further than any text's digits reach
+    std::int64_t size = 0;
+    for (; at_digit(); next()) size = std::min(size * 10 + (peek() - '0'), kBeyond);
+    exponent += minus ? -size : size;
+    return true;
+  }
+
+ private:
+  void fold() {
+    folded_ = 0;
+    if (!more()) return;
+    bytes_ = char_bytes(attributes_, at_, end_ - at_);
+    folded_ = char_fold(attributes_, at_, bytes_);
+  }
+
+  const std::uint8_t* at_;
+  const std::uint8_t* end_;
+  const vdx_charattr& attributes_;
+  std::int32_t bytes_ = 1;
+  std::uint8_t folded_ = 0;
+};
+
+}  // namespace vdx
+
+#endif
