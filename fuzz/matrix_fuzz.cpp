@@ -33,7 +33,7 @@ constexpr std::size_t kGuards = 16;
 std::vector<std::int32_t> usable_cells() {
   std::vector<std::int32_t> cells;
   for (std::size_t i = 0; i < vdx::kCells; ++i)
-    if (vdx::matrix()[i].function != nullptr && i % VDX_DATATYPES != 20)
+    if (vdx::matrix()[i] != nullptr && i % VDX_DATATYPES != 20)
       cells.push_back(static_cast<std::int32_t>(i));
   return cells;
 }
@@ -65,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::int32_t cell = cells[pick % cells.size()];
   if (data[1] < 0x80) {
     const std::size_t named = data[0] % 40u + data[1] % 40u * 40u;  // destination, source
-    if (vdx::matrix()[named].function == nullptr || named % 40 == 20) return 0;
+    if (vdx::matrix()[named] == nullptr || named % 40 == 20) return 0;
     cell = static_cast<std::int32_t>(named);
   }
 
@@ -106,7 +106,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::vector<std::uint8_t> destination(room + 2 * kGuards, kGuard);
   constexpr std::int32_t kUnset = -7777;
   std::int32_t length = kUnset;
-  const std::int32_t code = vdx::matrix()[static_cast<std::size_t>(cell)].function(
+  const std::int32_t code = vdx::matrix()[static_cast<std::size_t>(cell)](
       &context, &from, value.data(), &to, destination.data() + kGuards, &length);
 
   require(std::find(std::begin(kCodes), std::end(kCodes), code) != std::end(kCodes),

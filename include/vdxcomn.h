@@ -2,8 +2,8 @@
 #ifndef VDXCOMN_H
 #define VDXCOMN_H
 
-#include "vdxcomn/charset.h"
 #include "vdxcomn/batch.h"
+#include "vdxcomn/charset.h"
 #include "vdxcomn/config.h"
 #include "vdxcomn/conversions.h"
 #include "vdxcomn/convert.h"

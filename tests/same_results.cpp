@@ -231,7 +231,7 @@ int main(int argc, char** argv) {
   }
   std::vector<std::int32_t> cells;
   for (std::size_t i = 0; i < vdx::kCells; ++i)
-    if (vdx::matrix()[i].named && i % VDX_DATATYPES != 20)
+    if (vdx::matrix()[i] != nullptr && i % VDX_DATATYPES != 20)
       cells.push_back(static_cast<std::int32_t>(i));
 
   Random random;

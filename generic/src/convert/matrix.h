@@ -8,15 +8,11 @@
 
 namespace vdx {
 
-struct Cell {
-  bool named;           // the pair has a conversion in the complete library
-  vdx_convfn function;  // null where it is missing
-};
-
 inline constexpr std::size_t kCells = static_cast<std::size_t>(kCodes) * kCodes;
 
-// Row by row, kCodes cells a source.
-const std::array<Cell, kCells>& matrix();
+// Row by row, kCodes cells a source; null where the pair has no conversion.
+using Matrix = std::array<vdx_convfn, kCells>;
+const Matrix& matrix();
 
 }  // namespace vdx
 
