@@ -123,7 +123,7 @@ TEST(Unicode, Malformed) {
     rows.emplace_back(
         "", units_of(static_cast<char32_t>(first)) + units_of(static_cast<char32_t>(second)));
   for (const auto& [bad8, bad16] : rows)
-    for (const char32_t filler : {0x61, 0xE9, 0x20AC, 0x1F600})
+    for (const char32_t filler : {U'a', U'\u00E9', U'\u20AC', U'\U0001F600'})
       for (std::size_t before = 0; before < 70; before += before < 20 ? 1 : 5)
         for (const std::size_t after : {0u, 1u, 3u, 17u, 70u}) {
           SCOPED_TRACE(testing::PrintToString(bad8 + bad16) + " after " + std::to_string(before));
@@ -209,19 +209,15 @@ TEST(Charset, RoundTrips) {
       ++found;
       one_way += read(bytes) != c;
     }
-    EXPECT_EQ(characters, row.characters);
-    EXPECT_EQ(doubles, row.doubles);
-    EXPECT_EQ(one_way, row.one_way);
+    EXPECT_EQ(std::tuple(characters, doubles, one_way),
+              std::tuple(row.characters, row.doubles, row.one_way));
     EXPECT_EQ(found, characters - doubles + one_way);
   }
-  const struct {
-    const char* bytes;
-    char32_t code;
-  } known[] = {{"\x82\xA0", 0x3042}, {"\x95\x5C", 0x8868}, {"\xB1", 0xFF71},
-               {"\x81\x5F", 0xFF3C}, {"\x87\x40", 0x2460}, {"\x98\x72", 0x8155},
-               {"\xED\x40", 0x7E8A}, {"\xF0\x40", 0xE000}, {"\xF9\xFC", 0xE757},
-               {"\xEA\xA4", 0x7199}, {"\x81\x80", 0xF7},   {"\xE0\x9E", 0x71FC}};
-  for (const auto& row : known) EXPECT_EQ(bytes_of_unit(vdx::kSjis, row.code), row.bytes);
+  const std::pair<const char*, char32_t> known[] = {
+      {"\x82\xA0", 0x3042}, {"\x95\x5C", 0x8868}, {"\xB1", 0xFF71},     {"\x81\x5F", 0xFF3C},
+      {"\x87\x40", 0x2460}, {"\x98\x72", 0x8155}, {"\xED\x40", 0x7E8A}, {"\xF0\x40", 0xE000},
+      {"\xF9\xFC", 0xE757}, {"\xEA\xA4", 0x7199}, {"\x81\x80", 0xF7},   {"\xE0\x9E", 0x71FC}};
+  for (const auto& [bytes, code] : known) EXPECT_EQ(bytes_of_unit(vdx::kSjis, code), bytes);
 }
 
 // Any set to any other, at every room: what going by UTF-16 gives, whole characters of it; between

@@ -281,12 +281,12 @@ TEST(DateLocale, ShowsValues) {
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.datatype << " " << row.result);
     const auto show = [&](char* to, std::int32_t* length) {
-      const void* value = row.value.data();
-      return row.style < 0 ? comn_dtloc_format(nullptr, locale.record, row.datatype, value, to,
-                                               row.size, length)
-                           : comn_dtloc_format_fmt(nullptr, locale.record,
-                                                   static_cast<std::uint32_t>(row.style),
-                                                   row.datatype, value, to, row.size, length);
+      const void* v = row.value.data();
+      const auto style = static_cast<std::uint32_t>(row.style);
+      if (row.style < 0)
+        return comn_dtloc_format(nullptr, locale.record, row.datatype, v, to, row.size, length);
+      return comn_dtloc_format_fmt(nullptr, locale.record, style, row.datatype, v, to, row.size,
+                                   length);
     };
     EXPECT_EQ(placed(show), row.result);
   }

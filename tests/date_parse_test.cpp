@@ -262,29 +262,24 @@ TEST(DateParse, NamesOfMonths) {
       "k");
   const struct {
     const vdx_charattr* set;
-    const char *const *names, *const *short_names;
+    const char *const *names, *const *brief;
     const char* words;
     std::vector<int> months;  // from 1, 0 for no name
   } rows[] = {
-      {&kSjis, kanji.table, cut.table, "\x88\xEA\x8C\x8E|\x8F\x5C\x93\xF1\x8C\x8E", {1, 12}},
-      {&kSjis, kanji.table, cut.table, "\x88\xEA|\x88\xEA\x8C", {0, 0}},
+      // clang-format off
+      {&kSjis, kanji.table, cut.table, "\x88\xEA\x8C\x8E|\x8F\x5C\x93\xF1\x8C\x8E|\x88\xEA|\x88\xEA\x8C",
+       {1, 12, 0, 0}},
       // Jan in wide letters, mixed and cut.
       {&kSjis, kEnglishMonths, kEnglishShortMonths, "J\x82\x81N|\x82\x69\x82\x81\x8E", {1, 0}},
       {nullptr, kanji.table, latin.table, "\x88\xEA\x8C\x8E|NOV|ao\xFBt", {0, 11, 0}},
       {&kLatin1, latin.table, cut.table, "F\xC9VRIER|f\xE9v|AO\xDBT|Jui|mai", {2, 2, 8, 6, 5}},
       {&kAscii, latin.table, cut.table, "f\xE9v|nov", {0, 11}},
-      {&kUtf8,
-       utf8.table,
-       cut.table,
-       "Tammi|\xD0\xBC\xD0\xB0\xD0\xB9|\xEF\xBC\257ctober",
-       {1, 4, 10}},
-      {&kUtf8,
-       utf8.table,
-       cut.table,
-       "\xE4\xB8\x80\xE6\x9C\x88|\xE4\xB8\x80|T|am|\xC3",
-       {5, 0, 0, 0, 0}},
+      {&kUtf8, utf8.table, cut.table, "Tammi|\xD0\xBC\xD0\xB0\xD0\xB9|\xEF\xBC\257ctober"
+       "|\xE4\xB8\x80\xE6\x9C\x88|\xE4\xB8\x80|T|am|\xC3",
+       {1, 4, 10, 5, 0, 0, 0, 0}},
       {&kLatin1, kOdd.table, kOdd.table, "jan|mar|yyy|j|ja|janx", {2, 10, 0, 7, 8, 9}},
       {&kLatin1, kOdd.table, cut.table, "nov|jui", {11, 6}},
+      // clang-format on
   };
   for (const auto& row : rows) {
     std::size_t at = 0;
@@ -292,7 +287,7 @@ TEST(DateParse, NamesOfMonths) {
       const int month = row.months[at++];
       for (const char* rest : {" 3 2008", "  3 2008  1:05PM"}) {
         const std::string got =
-            parse(kDatetime, word + rest, {0, 1, row.set, row.names, row.short_names});
+            parse(kDatetime, word + rest, {0, 1, row.set, row.names, row.brief});
         EXPECT_EQ(got.size() > 2 ? std::stoi(got.substr(5)) : 0, month) << word;
       }
     }

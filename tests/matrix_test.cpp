@@ -191,10 +191,11 @@ const std::vector<std::u32string>& texts() {
         list.push_back(wide.substr(0, wide.size() - 4) + U"." + wide.substr(wide.size() - 4));
     }
     for (const char32_t pad : {U' ', U'0', U'\'', U'\u3042', U'7'})
-      for (const unsigned size : {7,  8,   9,   15,  16,  17,  31,  32,  33,  63, 64,
-                                  85, 127, 128, 129, 254, 255, 256, 511, 512, 513})
+      for (const unsigned size :
+           std::initializer_list<unsigned>{7,  8,   9,   15,  16,  17,  31,  32,  33,  63, 64,
+                                           85, 127, 128, 129, 254, 255, 256, 511, 512, 513})
         list.push_back(std::u32string(size, pad) + (size % 2 != 0 ? U"7" : U""));
-    for (const unsigned size : {512, 1021, 1022, 1023, 1024, 2000}) {
+    for (const unsigned size : std::initializer_list<unsigned>{512, 1021, 1022, 1023, 1024, 2000}) {
       list.push_back(U"1" + std::u32string(size, U'0') + U"e-" + std::u32string(U"999"));
       list.push_back(U"0." + std::u32string(size, U'4') + U"5");
       list.push_back(std::u32string(size, U' ') + U"10:15" + std::u32string(size, U'\u3000'));

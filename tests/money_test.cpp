@@ -215,6 +215,11 @@ TEST(Money, OperationsInPlace) {
     }
     if (HasFatalFailure()) return;
   }
+  // Once nothing is left the last digit decides, however many more were asked for.
+  for (const auto& [value, left] : {std::pair{50000000, 1}, {5, 0}}) {
+    vdx_money money = words(value);
+    EXPECT_TRUE(com_mnyinit(&money, 30) == 0 && count(money) == left) << value;
+  }
 }
 
 // The text of a value, digit by digit.
