@@ -23,8 +23,7 @@ __extension__ using Wide = __int128;
 
 std::string decimal(Wide value) {
   std::string digits;
-  Wide size = value < 0 ? -value : value;
-  for (; size != 0; size /= 10)
+  for (Wide size = value < 0 ? -value : value; size != 0; size /= 10)
     digits.insert(0, 1, static_cast<char>('0' + static_cast<int>(size % 10)));
   return (value < 0 ? "-" : "") + digits;
 }
@@ -193,9 +192,10 @@ const std::vector<std::u32string>& texts() {
     }
     for (const char32_t pad : {U' ', U'0', U'\'', U'\u3042', U'7'})
       for (const unsigned size :
-           {7, 8, 9, 15, 16, 17, 31, 32, 33, 63, 64, 127, 128, 129, 254, 255, 256})
+           std::initializer_list<unsigned>{7,  8,   9,   15,  16,  17,  31,  32,  33,  63, 64,
+                                           85, 127, 128, 129, 254, 255, 256, 511, 512, 513})
         list.push_back(std::u32string(size, pad) + (size % 2 != 0 ? U"7" : U""));
-    for (const unsigned size : {512, 1021, 1022, 1023, 1024, 2000}) {
+    for (const unsigned size : std::initializer_list<unsigned>{512, 1021, 1022, 1023, 1024, 2000}) {
       list.push_back(U"1" + std::u32string(size, U'0') + U"e-" + std::u32string(U"999"));
       list.push_back(U"0." + std::u32string(size, U'4') + U"5");
       list.push_back(std::u32string(size, U' ') + U"10:15" + std::u32string(size, U'\u3000'));
@@ -283,10 +283,6 @@ std::vector<Format> formats_of(std::int32_t destination, std::int32_t size, Rand
                                bool all) {
   std::vector<Format> formats;
   const Kind kind = kind_of(destination);
-  const auto any = [&](auto... options) {
-    const std::int32_t list[] = {options...};
-    return list[random.below(std::size(list))];
-  };
   if (kind == Kind::numeric) {
     const std::pair<std::int32_t, std::int32_t> pairs[] = {
         {38, 10}, {77, 57}, {5, 0}, {19, 4},  {4, 9},   {77, 77}, {77, 0},
@@ -302,17 +298,36 @@ std::vector<Format> formats_of(std::int32_t destination, std::int32_t size, Rand
     return formats;
   }
   const std::uint32_t extra[] = {0, VDX_FMT_QUOTE, VDX_FMT_SWAP, VDX_FMT_QUOTE | VDX_FMT_SWAP};
-  const auto room = [&] {
-    return std::max(
-        0, any(0, 1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 24, size - 3, size - 2, size - 1, size,
-               size + 1, size + 2, size + 3, size + 9, size + 40,
-               static_cast<std::int32_t>(random.below(static_cast<std::uint64_t>(size) + 4))));
-  };
-  for (int i = 0; i < (all ? 200 : size > 300 ? 1 : 4); ++i)
+  for (int i = 0; i < (all ? 200 : size > 300 ? 1 : 4); ++i) {
+    const std::int32_t rooms[] = {
+        0,
+        1,
+        2,
+        3,
+        4,
+        5,
+        7,
+        8,
+        9,
+        15,
+        16,
+        17,
+        24,
+        size - 3,
+        size - 2,
+        size - 1,
+        size,
+        size + 1,
+        size + 2,
+        size + 3,
+        size + 9,
+        size + 40,
+        static_cast<std::int32_t>(random.below(static_cast<std::uint64_t>(size) + 4))};
     formats.push_back(
         {.flags = static_cast<std::uint32_t>(random.below(8)) | extra[random.below(4)],
-         .maxlength = room(),
-         .precision = any(-1, 0, 1, 2, 3, 4, 5)});
+         .maxlength = std::max(0, rooms[random.below(std::size(rooms))]),
+         .precision = static_cast<std::int32_t>(random.below(7)) - 1});
+  }
   formats.push_back({.maxlength = size});
   return formats;
 }
@@ -333,12 +348,12 @@ bool agrees(vdx_context& context, Request request) {
   for (std::size_t i = answer.open_from; i < result.bytes.size(); ++i)
     expected.bytes[i] = result.bytes[i];
   if (result == expected) return true;
+  const Format& f = request.format;
   ADD_FAILURE() << request.source << " to " << request.destination << ", sets "
                 << static_cast<int>(request.from) << " and " << static_cast<int>(request.to)
-                << ", flags " << request.format.flags << ", room " << request.format.maxlength
-                << ", precision " << request.format.precision << ", scale " << request.format.scale
-                << ", value " << testing::PrintToString(request.value) << "\nexpected " << expected
-                << "\ngot      " << result;
+                << ", flags " << f.flags << ", room " << f.maxlength << ", numeric " << f.precision
+                << ' ' << f.scale << ", value " << testing::PrintToString(request.value)
+                << "\nexpected " << expected << "\ngot      " << result;
   return false;
 }
 
@@ -410,36 +425,30 @@ const struct {
   std::vector<std::int32_t> through;
   std::uint32_t count = 1 << 18;
 } kTrips[] = {
-    {VDX_BIT,
-     {VDX_I1, VDX_I2, VDX_I4, VDX_I8, VDX_UI2, VDX_UI4, VDX_UI8, VDX_FLT4, VDX_FLT8, VDX_NUM},
-     2},
-    {VDX_I1,
-     {VDX_I2, VDX_I4, VDX_I8, VDX_UI2, VDX_UI4, VDX_UI8, VDX_FLT4, VDX_FLT8, VDX_NUM, VDX_MONEY,
-      VDX_MNY4},
-     1 << 8},
+    // clang-format off
+    {VDX_BIT, {VDX_I1, VDX_I2, VDX_I4, VDX_I8, VDX_UI2, VDX_UI4, VDX_UI8, VDX_FLT4, VDX_FLT8,
+               VDX_NUM}, 2},
+    {VDX_I1, {VDX_I2, VDX_I4, VDX_I8, VDX_UI2, VDX_UI4, VDX_UI8, VDX_FLT4, VDX_FLT8, VDX_NUM,
+              VDX_MONEY, VDX_MNY4}, 1 << 8},
     {VDX_I2, {VDX_I4, VDX_I8, VDX_FLT4, VDX_FLT8, VDX_NUM, VDX_MONEY, VDX_MNY4}, 1 << 16},
-    {VDX_UI2,
-     {VDX_I4, VDX_I8, VDX_UI4, VDX_UI8, VDX_FLT4, VDX_FLT8, VDX_NUM, VDX_MONEY, VDX_MNY4},
+    {VDX_UI2, {VDX_I4, VDX_I8, VDX_UI4, VDX_UI8, VDX_FLT4, VDX_FLT8, VDX_NUM, VDX_MONEY, VDX_MNY4},
      1 << 16},
     {VDX_I4, {VDX_I8, VDX_FLT8, VDX_NUM, VDX_MONEY}},
     {VDX_UI4, {VDX_I8, VDX_UI8, VDX_FLT8, VDX_NUM, VDX_MONEY}},
-    {VDX_I8, {VDX_NUM}},
-    {VDX_UI8, {VDX_NUM}},
+    {VDX_I8, {VDX_NUM}}, {VDX_UI8, {VDX_NUM}}, {VDX_MONEY, {VDX_NUM}},
     {VDX_MNY4, {VDX_MONEY, VDX_FLT8, VDX_NUM}},
-    {VDX_MONEY, {VDX_NUM}},
-    {VDX_FLT4, {VDX_FLT8}, 1 << 22},
-    {VDX_FLT8, {}},
-    {VDX_NUM, {}, 1 << 16},
-    {VDX_DATETIME, {VDX_BIGDATETIME}},
-    {VDX_DATE4, {VDX_DATETIME, VDX_BIGDATETIME}, 9 << 16},
-    {VDX_DATEA, {VDX_BIGDATETIME}},
-    {VDX_TIMEA, {VDX_DATETIME, VDX_BIGDATETIME, VDX_BIGTIME}},
-    {VDX_BIGDATETIME, {}},
-    {VDX_BIGTIME, {VDX_BIGDATETIME}}};
+    {VDX_FLT4, {VDX_FLT8}, 1 << 22}, {VDX_FLT8, {}}, {VDX_NUM, {}, 1 << 16},
+    {VDX_DATETIME, {VDX_BIGDATETIME}}, {VDX_DATE4, {VDX_DATETIME, VDX_BIGDATETIME}, 9 << 16},
+    {VDX_DATEA, {VDX_BIGDATETIME}}, {VDX_TIMEA, {VDX_DATETIME, VDX_BIGDATETIME, VDX_BIGTIME}},
+    {VDX_BIGDATETIME, {}}, {VDX_BIGTIME, {VDX_BIGDATETIME}}};
+// clang-format on
 
 Bytes value_of(std::int32_t code, std::uint32_t i, Random& random) {
-  static constexpr std::uint16_t kMinutes[] = {0, 1, 59, 60, 719, 720, 1438, 1439};
-  if (kind_of(code) == Kind::date && code != VDX_DATE4) {
+  if (code == VDX_DATE4) {  // every day, at all minutes in turn
+    const std::uint32_t minute = (i >> 16) % 2 == 0 ? i * 7919 % 1440 : (i >> 17) * 359;
+    return image(vdx_date4{static_cast<std::uint16_t>(i), static_cast<std::uint16_t>(minute)});
+  }
+  if (kind_of(code) == Kind::date) {
     const bool ticks = code == VDX_DATETIME || code == VDX_TIMEA;
     const int first = code == VDX_DATETIME ? -53690 : -693595;
     const auto day = static_cast<std::int64_t>(random.below(2958464U + unsigned(-first))) + first;
@@ -447,27 +456,14 @@ Bytes value_of(std::int32_t code, std::uint32_t i, Random& random) {
     return date_image(code, code == VDX_TIMEA || code == VDX_BIGTIME ? 0 : day,
                       code == VDX_DATEA ? 0 : time);
   }
-  switch (code) {
-    case VDX_DATE4: {  // every day, and every minute of some days
-      const auto minute = i >> 16 < 8 ? kMinutes[i >> 16] : static_cast<std::uint16_t>(i % 1440);
-      return image(vdx_date4{static_cast<std::uint16_t>(i), minute});
-    }
-    case VDX_FLT4:  // every sign and exponent
-      return image(static_cast<std::uint32_t>(i << 23 | (random.next() >> 41)));
-    case VDX_FLT8:
-      return image(random.next());
-    case VDX_NUM: {
-      const auto precision = 1 + random.below(77);
-      std::string digits;
-      for (std::uint64_t n = random.below(precision + 1); n > 0; --n)
-        digits +=
-            static_cast<char>((digits.empty() ? '1' : '0') + static_cast<char>(random.below(9)));
-      return numeric_image(static_cast<int>(precision),
-                           static_cast<int>(random.below(precision + 1)),
-                           !digits.empty() && random.below(2) != 0, digits);
-    }
-    default:
-      break;
+  if (code == VDX_FLT4)  // every sign and exponent
+    return image(static_cast<std::uint32_t>(i << 23 | (random.next() >> 41)));
+  if (code == VDX_FLT8) return image(random.next());
+  if (code == VDX_NUM) {
+    const auto precision = 1 + random.below(77);
+    const std::string digits = without_leading_zeros(random_digits(random, precision));
+    return numeric_image(static_cast<int>(precision), static_cast<int>(random.below(precision + 1)),
+                         !digits.empty() && random.below(2) != 0, digits);
   }
   const bool all = code == VDX_BIT || code == VDX_I1 || code == VDX_I2 || code == VDX_UI2;
   Bytes bytes = image(all ? i : random.next() % 2 == 0 ? random.sized() : 0 - random.sized());

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -193,6 +194,22 @@ std::int64_t with_each_null(Result (*function)(Args...), std::type_identity_t<Ar
   (std::index_sequence_for<Args...>{});
   return sum;
 }
+
+// A copy without a spare byte on either side, at an odd address where `shift` says so: a sanitizer
+// sees what is read or written beyond it.
+struct Exact {
+  std::unique_ptr<std::uint8_t[]> memory;
+  std::uint8_t* data;
+  std::size_t size;
+  explicit Exact(std::size_t n, std::size_t shift = 0)
+      : memory(new std::uint8_t[n + shift]), data(memory.get() + shift), size(n) {
+    std::fill_n(data, n, kGuard);
+  }
+  explicit Exact(std::string_view bytes, std::size_t shift = 0) : Exact(bytes.size(), shift) {
+    bytes.copy(reinterpret_cast<char*>(data), bytes.size());
+  }
+  std::string first(std::size_t n) const { return {reinterpret_cast<char*>(data), n}; }
+};
 
 }  // namespace vdx_test
 
