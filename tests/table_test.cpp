@@ -63,7 +63,15 @@ TEST(Matrix, SharesFunctionsInsideFamilies) {
               {{VDX_CHAR, VDX_LONGCHAR, VDX_TEXT}, {VDX_I4}, comn_chartoi4},
               {{VDX_I4}, {VDX_BIN, VDX_LONGBIN, VDX_IMAGE}, comn_i4tobin},
               {{VDX_I4}, {VDX_NUM, VDX_DECIMAL}, comn_i4tonum},
-              {{VDX_VARCHAR}, {VDX_I4}, comn_varchartoi4}};
+              {{VDX_VARCHAR}, {VDX_I4}, comn_varchartoi4},
+              {{VDX_DATETIME, VDX_BIGDATETIME}, {VDX_CHAR, VDX_TEXT}, comn_datetochar},
+              {{VDX_DATETIME, VDX_BIGDATETIME}, {VDX_VARCHAR}, comn_datetovarchar},
+              {{VDX_LONGCHAR}, {VDX_DATETIME, VDX_BIGDATETIME}, comn_chartodatetime},
+              {{VDX_VARCHAR}, {VDX_DATETIME, VDX_BIGDATETIME}, comn_varchartodatetime},
+              {{VDX_TIMEA, VDX_BIGTIME}, {VDX_CHAR}, comn_timeatochar},
+              {{VDX_CHAR}, {VDX_TIMEA, VDX_BIGTIME}, comn_chartotimea},
+              {{VDX_DATETIME}, {VDX_DATETIME}, comn_datetodate},
+              {{VDX_DATE4}, {VDX_DATETIME}, comn_date4todatetime}};
   for (const auto& row : rows)
     for (const int s : row.sources)
       for (const int d : row.destinations)
