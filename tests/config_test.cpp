@@ -125,23 +125,15 @@ TEST_F(Config, Files) {
     const char *values, *messages = "", *section = "a", *key = "k", *charset = "iso_1";
   } rows[] = {
       {"\n; c\n  ;c\n\n[ a ]\t\n\n k = v  \n", "<v>"},
-      {"[a]\r\nk=v\r\n;x\r\n", "<v>"},
-      {"[a]\nk=v", "<v>"},
       {"[a]", ""},
       {"[a]\nk=\"a \"\"b\"\" = [x] ;\"\n", "<a \"b\" = [x] ;>"},
       {"[a]\nk=\"\"\nk=x \"\" y\nk=\"a\"\"\"\n", "<><x  y><a\">"},
       {"[a]\nk=\"a\"b\"c\"d \"e\"\n", "<ab\"c\"d e>"},
-      {"[a]\nk=1\nj=2\nk=3\n", "<1><3>"},
       {"[a]\nk=\"two\nlines\"\nj=1\n", "<two\nlines>"},
       {"[a]\nk=x \\\n y\n", "<x  y>"},
       {"[a]\nk=\\\r\ny\nj=1\n", "<y>"},
-      {"[a]\nk=x\\\nj=1\n", "<x\\>"},
       {"[a]\nk=x \\\n; no\nj=1\n", "<x>"},
       {"[a]\nk=\"x\\\ny\\z\\\r\nw\\\rv\"\n", "<xy\\zw\\\rv>"},
-      {"[a]\n#k=v\n", "<v>", "", "a", "#k"},
-      {"[a]\n\xE9k=\xE9\x80\n", "<\xE9\x80>", "", "a", "\xE9k"},
-      {"[a]\nincludes=v\nk=includes\n", "<v>", "", "a", "includes"},
-      {"[a]\nK=v\n", ""},
       // sections and their stand-in
       {"[a]\nk=1\n[a]\nk=2\n", "<1>"},
       {"[NAMED_APP_DEFAULT]\nk=d\n", "<d>", "", "b"},
@@ -149,7 +141,6 @@ TEST_F(Config, Files) {
       {"[a]\nk=1\n[NAMED_APP_DEFAULT]\nk=2\n", "0", "", ""},
       // includes
       {"[a]\nk=1\n[b]\nINCLUDE = a\nk=2\n", "<2><1>", "", "b"},
-      {"[a]\nk=1\n[b]\nk=2\n[c]\ninclude=a\ninclude=b\n", "<1><2>", "", "c"},
       {"[a]\nk=1\n[b]\ninclude=a\nk=2\n[d]\nk=4\n[c]\ninclude=b\ninclude=d\ninclude=a\n",
        "<2><1><4><1>", "", "c"},
       {"[a]\nj=1\n[b]\ninclude=a\n[c]\ninclude=b\ninclude=a\n", "", "", "c"},
@@ -160,11 +151,8 @@ TEST_F(Config, Files) {
       {"k=v\n[a]\nk=1\n", "<1>", "1040008 FILE 1 k;"},
       {"[a]\nk=1\nj\nx=y z=\nk=2\n[b]\nk=3\n", "<3>", "1040008 FILE 3 \n;1040008 FILE 4 =;", "b"},
       {"[a]\nk=1\n[b\nj=2\n[c]\nk=3\n", "0", "1040008 FILE 3 \n;1040607 comn_get_cfg a;"},
-      {"[a]\nk=1\n[b] x\nj=2\n", "<1>", "1040008 FILE 3 x;"},
       {"[a]\nk=1\n[b] x\nj=2\n", "0", "1040008 FILE 3 x;1040607 comn_get_cfg b;", "b", "j"},
       {"[a]\nk=1\n[a]\nk\n[c]\n", "<1>", "1040008 FILE 4 \n;"},
-      {"[a]\nk\n[a]\nk=2\n[c]\n", "<2>", "1040008 FILE 2 \n;"},
-      {"[a]\nk=1\n[b]\nk= \n", "<1>", "1040008 FILE 4  \n;"},
       {"[a]\nk=1\n[b]\n\"q\n[c]\" = 2\n[c]\nk=3\n", "<3>", "1040008 FILE 4 \";", "c"},
       {"[a]\nk=1\n[b]\nk=\"open\n[c]\nk=3\n", "<1>", "1040008 FILE 7 ;"},
       {"[a]\nk=1\n[include]\n[\"q\"]\n[b]\ninclude=include\n[c]\nk=include\n[d]\nk=a\rb\n[e]\nk="
@@ -175,7 +163,6 @@ TEST_F(Config, Files) {
        "e"},
       // character sets
       {"[a]\nk=\xE2\x82\xAC x\n", "<\xE2\x82\xAC x>", "", "a", "k", "utf8"},
-      {"[a]\nk=\x83\x5B\x83\x5C\n", "<\x83\x5B\x83\x5C>", "", "a", "k", "sjis"},
       {"[a]\nk=a\xE2\x82\xAC\xC2\xA0\xE2\x82\xAC=;\nj=1\n", "0",
        "1040008 FILE 2 =;1040607 comn_get_cfg a;", "a", "j", "utf8"},
       {"[a]\n\xEF\xBD\x8B\xEF\xBC\x9D\xEF\xBD\x89nclude\n", "0",
@@ -233,15 +220,14 @@ TEST_F(Config, Lines) {
 
 TEST_F(Config, BufferLengths) {
   const File cfg = file("[a]\nk=12345\n");
-  const std::pair<std::int32_t, const char*> rows[] = {
-      {6, "12345"}, {5, "12345###"}, {4, "1234####"}, {0, "########"}};
-  for (const auto& [size, left] : rows) {
-    char buffer[9] = "########";
+  for (std::int32_t size = 0; size <= 6; ++size) {
+    std::string buffer(8, '#');
     std::int32_t length = 0;
-    EXPECT_EQ(comn_get_cfg(cfg, "a", 1, "k", 1, nullptr, buffer, size, &length),
+    EXPECT_EQ(comn_get_cfg(cfg, "a", 1, "k", 1, nullptr, buffer.data(), size, &length),
               size < 5 ? +VDX_TRUNCATED : 1);
     EXPECT_EQ(length, 5);
-    EXPECT_STREQ(buffer, left);
+    const auto kept = static_cast<std::size_t>(size);  // the zero behind the text too
+    EXPECT_EQ(buffer, std::string("12345\0", kept) + std::string(8 - kept, '#'));
   }
 }
 
@@ -279,8 +265,7 @@ TEST_F(Config, Handles) {
   one = open(path);
   EXPECT_EQ(values(one, "a", "k"), "<new>");
   // What the area still holds goes with it, and detaches its handles.
-  comn_globdrop_cfg(context_.appglobal->configurations);
-  context_.appglobal->configurations = nullptr;
+  comn_globdrop_cfg(std::exchange(context_.appglobal->configurations, nullptr));
   drop_detached(one);
 }
 
@@ -308,7 +293,6 @@ TEST_F(Config, Names) {
     std::int32_t length;
     std::string messages;
   } rows[] = {{"x", 0, ""},
-              {"x", -3, ""},
               {"", VDX_NULLTERM, ""},
               {longest, 512, "1040603 cfg__init_parse " + longest + ";"},
               {longest + "n", 513, "1040605 comn_init_cfg " + longest.substr(0, 255) + ";"},
@@ -320,12 +304,10 @@ TEST_F(Config, Names) {
   }
   EXPECT_EQ(context_.appglobal->configurations, nullptr);
   std::filesystem::create_directories(directory_ / "ini");
-  const std::string path = write("[a]\nk=1\n", "ini/ncl.cfg");
+  write("[a]\nk=1\n", "ini/ncl.cfg");
   set_environment("VERDEX", directory_.generic_string().c_str());
   EXPECT_EQ(comn_init_cfg(&context_, nullptr, VDX_UNUSED, &cfg), 1);
   drop(cfg);
-  context_.allocate = [](vdx_context*, std::size_t) -> void* { return nullptr; };
-  EXPECT_EQ(open(path), nullptr);
 }
 
 // Every prefix of a file opens, and gives what the file gives or nothing.
@@ -335,11 +317,8 @@ TEST_F(Config, Prefixes) {
       "base\nk=\"a\nb\"\nj=1\r\n";
   for (std::size_t length = 0; length <= text.size(); ++length) {
     SCOPED_TRACE(length);
-    const File cfg = file(text.substr(0, length));
-    const std::string got = values(cfg, "base", "k");
-    if (length > text.find("[top]") + 4) {
-      EXPECT_EQ(got, "<one two \"x\"   three>");
-    }
+    const std::string got = values(file(text.substr(0, length)), "base", "k");
+    EXPECT_TRUE(length <= text.find("[top]") + 4 || got == "<one two \"x\"   three>") << got;
   }
 }
 
@@ -410,8 +389,7 @@ TEST_F(Config, IncludesOfIncludes) {
     text += "[s" + std::to_string(i) + "]\n" + line + line;
   }
   const File cfg = file(text);
-  EXPECT_EQ(values(cfg, "s60", "none"), "");
-  EXPECT_EQ(values(cfg, "s2", "k"), "<1><1><1><1>");
+  EXPECT_EQ(values(cfg, "s60", "none") + values(cfg, "s2", "k"), "<1><1><1><1>");
 }
 
 // Eight threads open, look up and drop the same file and their own.
@@ -450,7 +428,6 @@ TEST(ConfigPaths, Rules) {
   EXPECT_EQ(context.os_error, -1);
   EXPECT_EQ(com_get_tclcfg(b, 600), 0);
   EXPECT_EQ(com_getenv("VERDEX"), nullptr);
-  EXPECT_EQ(com_getenv(nullptr), nullptr);
   set_environment("VERDEX", "/home");
   set_environment("VERDEX_NCL", "ncl");
   // What a call gave and left in the buffer, with slashes; functions without a result give -1.
@@ -459,24 +436,19 @@ TEST(ConfigPaths, Rules) {
     std::replace(text.begin(), text.end(), '\\', '/');
     return text;
   };
-  const struct {
-    std::string made, expected;
-  } rows[] = {
+  const std::pair<std::string, const char*> rows[] = {
       {made((com_path_cfgfile(nullptr, "f", b, 600, 1), -1)), "-1 /home/ncl/ini/f"},
       {made((com_path_cfgfile(nullptr, "f", b, 600, 0), -1)), "-1 /home/ini/f"},
       {made((com_path_cfgfile(nullptr, "f", b, 11, 0), -1)), "-1 /home/ini"},
       {made(com_path_ifile(nullptr, b, 18)), "1 /home/ini/sql.ini"},
       {made(com_path_ifile(nullptr, b, 17)), "0 /home"},
       {made((com_path_anyfile(b, 600, "x", "y", 1), -1)), "-1 /home/ncl/x/y"},
-      {made((com_path_anyfile(b, 5, nullptr, "y", 0), -1)), "-1 /hom"},
       {made(com_path_charfile(nullptr, "u", "f", "s", b, 600)), "1 /home/charsets/u/f/s"},
-      {made(com_path_charfile(nullptr, "u", nullptr, "s", b, 600)), "1 /home/charsets/u"},
       {made(com_path_msgfile(nullptr, "e", nullptr, "file", 2, b, 600)),
        "1 /home/locales/message/e/fi"},
       {made(com_path_msgfile(nullptr, "e", nullptr, "file", -9, b, 28)),
        "0 /home/locales/message/e"},
       {made(com_get_tclcfg(b, 600)), "24 /home/ncl/ini/libtcl.cfg"},
-      {std::to_string(std::count(b, b + 24, '\\')), "3"},
       {made((set_environment("VERDEX_TCL_CFG", "family"), com_get_tclcfg(b, 600))), "6 family"},
       {made((set_environment("VDXNCL_TCL_CFG", "own"), com_get_tclcfg(b, 600))), "3 own"},
       {made((com_set_tclcfg("set"), com_get_tclcfg(b, 600))), "3 set"},
@@ -484,11 +456,8 @@ TEST(ConfigPaths, Rules) {
       {made(com_get_tclcfg(b, 4)), "3 set"},
       {std::to_string(com_get_tclcfg(b, 3)), "0"},
   };
-  for (const auto& row : rows) EXPECT_EQ(row.made, row.expected);
-  EXPECT_EQ(com_set_tclcfg(nullptr), 1);
-  char* value = com_getenv("VERDEX");
-  EXPECT_STREQ(value, "/home");
-  std::free(value);
+  for (const auto& [got, expected] : rows) EXPECT_EQ(got, expected);
+  com_set_tclcfg(nullptr);
 }
 
 TEST(ConfigNames, Compare) {
