@@ -125,20 +125,15 @@ TEST_F(Config, Files) {
     const char *values, *messages = "", *section = "a", *key = "k", *charset = "iso_1";
   } rows[] = {
       {"\n; c\n  ;c\n\n[ a ]\t\n\n k = v  \n", "<v>"},
-      {"[a]", ""},
       {"[a]\nk=\"a \"\"b\"\" = [x] ;\"\n", "<a \"b\" = [x] ;>"},
       {"[a]\nk=\"\"\nk=x \"\" y\nk=\"a\"\"\"\n", "<><x  y><a\">"},
-      {"[a]\nk=\"a\"b\"c\"d \"e\"\n", "<ab\"c\"d e>"},
-      {"[a]\nk=\"two\nlines\"\nj=1\n", "<two\nlines>"},
       {"[a]\nk=x \\\n y\n", "<x  y>"},
-      {"[a]\nk=\\\r\ny\nj=1\n", "<y>"},
       {"[a]\nk=x \\\n; no\nj=1\n", "<x>"},
       {"[a]\nk=\"x\\\ny\\z\\\r\nw\\\rv\"\n", "<xy\\zw\\\rv>"},
       // sections and their stand-in
       {"[a]\nk=1\n[a]\nk=2\n", "<1>"},
       {"[NAMED_APP_DEFAULT]\nk=d\n", "<d>", "", "b"},
       {"[a]\nk=1\n", "0", "1040607 comn_get_cfg b;", "b"},
-      {"[a]\nk=1\n[NAMED_APP_DEFAULT]\nk=2\n", "0", "", ""},
       // includes
       {"[a]\nk=1\n[b]\nINCLUDE = a\nk=2\n", "<2><1>", "", "b"},
       {"[a]\nk=1\n[b]\ninclude=a\nk=2\n[d]\nk=4\n[c]\ninclude=b\ninclude=d\ninclude=a\n",
@@ -148,9 +143,7 @@ TEST_F(Config, Files) {
        "b"},
       {"[b]\nk=1\ninclude=b\n[a]\nk=2\n", "<2>", "1040007 cfg__add_include b;"},
       // what an error loses
-      {"k=v\n[a]\nk=1\n", "<1>", "1040008 FILE 1 k;"},
       {"[a]\nk=1\nj\nx=y z=\nk=2\n[b]\nk=3\n", "<3>", "1040008 FILE 3 \n;1040008 FILE 4 =;", "b"},
-      {"[a]\nk=1\n[b\nj=2\n[c]\nk=3\n", "0", "1040008 FILE 3 \n;1040607 comn_get_cfg a;"},
       {"[a]\nk=1\n[b] x\nj=2\n", "0", "1040008 FILE 3 x;1040607 comn_get_cfg b;", "b", "j"},
       {"[a]\nk=1\n[a]\nk\n[c]\n", "<1>", "1040008 FILE 4 \n;"},
       {"[a]\nk=1\n[b]\n\"q\n[c]\" = 2\n[c]\nk=3\n", "<3>", "1040008 FILE 4 \";", "c"},
@@ -162,12 +155,10 @@ TEST_F(Config, Files) {
        "1040008 FILE 10 \r;1040008 FILE 13 \n;1040607 comn_get_cfg e;",
        "e"},
       // character sets
-      {"[a]\nk=\xE2\x82\xAC x\n", "<\xE2\x82\xAC x>", "", "a", "k", "utf8"},
       {"[a]\nk=a\xE2\x82\xAC\xC2\xA0\xE2\x82\xAC=;\nj=1\n", "0",
        "1040008 FILE 2 =;1040607 comn_get_cfg a;", "a", "j", "utf8"},
       {"[a]\n\xEF\xBD\x8B\xEF\xBC\x9D\xEF\xBD\x89nclude\n", "0",
        "1040008 FILE 2 \xEF\xBD\x89nclude;1040607 comn_get_cfg a;", "a", "k", "utf8"},
-      {"[a]\n;\xE2\n\nk=w\nj=1\nk=x\n", "<x>", "", "a", "k", "utf8"},
       {"[a]\nk=\x83=\x83\"\n;" + kWide + "\n", "<\x83=\x83\">", "", "a", "k", "sjis"},
       {"[a]\nk=1\n;\xE2\x82", "<1>", "1040606 FILE;", "a", "k", "utf8"},
       {"[a]\nk=\xE2\x82", "0", "1040606 FILE;1040008 FILE 2 ;1040607 comn_get_cfg a;", "a", "k",
@@ -201,9 +192,7 @@ TEST_F(Config, Lines) {
         "k=a include b", "k=InClude", "include=v", "include =a", "\"k\"=v", "=;v"}},
       {"", {"\r", " \f\t", "\\k=v", ";k=[\"\r", " ;k=v", "k;=v", "\xE9=v"}},
       {"<v  w>", {" \tk\t= \f v  w \t"}},
-      {"<v w>", {"k=\"v\" w"}},
       {"<w v>", {"k=w \"v\""}},
-      {"<v><w>", {"k=v\nk=w"}},
       {"<v><w x>", {"k=v\n\nj=v\nk= w x"}},
   };
   for (const auto& row : rows)
@@ -271,16 +260,12 @@ TEST_F(Config, Handles) {
 
 TEST_F(Config, StaticArea) {
   vdx_appglobal *own = std::exchange(context_.appglobal, nullptr), *area = nullptr;
-  const std::string path = write("[a]\nk=1\n");
-  vdx_cfg* one = open(path);
-  ASSERT_NE(one, nullptr);
-  write("[a]\nk=2\n");
+  vdx_cfg* one = open(write("[a]\nk=1\n"));
   EXPECT_EQ(com_appglobal_alloc(&area, 1, VDX_APPGLOBAL_STATIC), 1);
   EXPECT_EQ(area->configurations, nullptr);
-  vdx_cfg* two = open(path);
+  vdx_cfg* two = open(write("[a]\nk=2\n"));
   EXPECT_EQ(values(one, "a", "k") + values(two, "a", "k"), "<1><2>");
-  drop(one);
-  drop(two);
+  for (vdx_cfg* cfg : {one, two}) drop(cfg);
   EXPECT_EQ(com_appglobal_drop(area, VDX_APPGLOBAL_STATIC), 1);
   context_.appglobal = own;
 }
@@ -438,7 +423,6 @@ TEST(ConfigPaths, Rules) {
   };
   const std::pair<std::string, const char*> rows[] = {
       {made((com_path_cfgfile(nullptr, "f", b, 600, 1), -1)), "-1 /home/ncl/ini/f"},
-      {made((com_path_cfgfile(nullptr, "f", b, 600, 0), -1)), "-1 /home/ini/f"},
       {made((com_path_cfgfile(nullptr, "f", b, 11, 0), -1)), "-1 /home/ini"},
       {made(com_path_ifile(nullptr, b, 18)), "1 /home/ini/sql.ini"},
       {made(com_path_ifile(nullptr, b, 17)), "0 /home"},
@@ -453,7 +437,6 @@ TEST(ConfigPaths, Rules) {
       {made((set_environment("VDXNCL_TCL_CFG", "own"), com_get_tclcfg(b, 600))), "3 own"},
       {made((com_set_tclcfg("set"), com_get_tclcfg(b, 600))), "3 set"},
       {made(com_set_tclcfg(std::string(512, 'x').c_str())), "0 set"},
-      {made(com_get_tclcfg(b, 4)), "3 set"},
       {std::to_string(com_get_tclcfg(b, 3)), "0"},
   };
   for (const auto& [got, expected] : rows) EXPECT_EQ(got, expected);

@@ -52,7 +52,6 @@ TEST(Errors, TextsWholeAndCut) {
       {VDX_MSG_CFG_SYNTAX, &three, "ligne -2147483648 de file% ()", true},
       {VDX_MSG_CFG_CUT, &one, "the configuration file \"routine\" ends inside a character", true},
       {7, &two, "name%1 routine routine %x %", true},
-      {-2, nullptr, "Message 0xfffffffe"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.text);
@@ -157,7 +156,6 @@ TEST(Errors, RecordsKeepTheirMessage) {
     EXPECT_EQ(com_err_sqlstate(record, state), XS_SUCCEED);
     EXPECT_STREQ(state, row.state);
   }
-  EXPECT_EQ(heard.text, rows[4].text);
   EXPECT_EQ(heard.place, "name;na;");
   EXPECT_EQ(com_errdrop(record), XS_SUCCEED);
 }

@@ -119,14 +119,8 @@ TEST_F(Frame, PersistentReportsGoToBothPlaces) {
   testing::internal::CaptureStderr();
   com_perr("one\n");
   com_perr("100%% of %s %n%");
-  const std::string expected = "one\n100% of %s %n%";
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), expected);
-  EXPECT_EQ(contents("vdxinit.err"), expected);
-  std::filesystem::remove("vdxinit.err");
-  std::filesystem::create_directory("vdxinit.err");  // a name that cannot be opened for writing
-  testing::internal::CaptureStderr();
-  com_perr("two");
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "two");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "one\n100% of %s %n%");
+  EXPECT_EQ(contents("vdxinit.err"), "one\n100% of %s %n%");
   std::filesystem::current_path(home);
   std::filesystem::remove_all(folder);
 }

@@ -55,15 +55,12 @@ TEST(Charset, Characters) {
     const char* classes;
   } rows[] = {
       {"E acute", iso, "\xC9", 1, 0, "AU"},
-      {"feminine ordinal", iso, "\xAA", 1, 0, "A"},
       {"yen", iso, "\xA5", 1, 0, "P$"},
       {"no-break space", iso, "\xA0", 1, 0, ""},
       {"byte outside", ascii, "\xC9", 1, 0, ""},
 
       {"wide 7", sjis, "\x82\x56", 2, '7', "D"},
-      {"wide A", sjis, "\x82\x60", 2, 'A', "AU"},
       {"wide blank", sjis, "\x81\x40", 2, ' ', "S"},
-      {"wide comma", sjis, "\x81\x43", 2, ',', "P"},
       {"wide yen", sjis, "\x81\x8F", 2, 0, "P$"},
       {"hiragana a", sjis, "\x82\xA0", 2, 0, "A"},
       {"ideograph that ends in a backslash byte", sjis, "\x95\x5C", 2, 0, "A"},
@@ -74,16 +71,11 @@ TEST(Charset, Characters) {
 
       {"e acute", utf8, "\xC3\xA9", 2, 0, "AL"},
       {"capital alpha", utf8, "\xCE\x91", 2, 0, "AU"},
-      {"pound", utf8, "\xC2\xA3", 2, 0, "P$"},
       {"euro", utf8, "\xE2\x82\xAC", 3, 0, "P$"},
-      {"wide dollar", utf8, "\xEF\xBC\x84", 3, '$', "P$"},
       {"wide blank", utf8, "\xE3\x80\x80", 3, ' ', "S"},
       {"ideograph", utf8, "\xE6\x9C\x88", 3, 0, "A"},
-      {"last code point", utf8, "\xF4\x8F\xBF\xBF", 4, 0, ""},
       {"cut wide 0", utf8, {"\xEF\xBC\x90", 2}, 3, 0, ""},
-      {"bad second byte", utf8, "\xC3\x41", 2, 0, ""},
       {"overlong digit", utf8, "\xE0\x80\xB0", 3, 0, ""},
-      {"byte of no character", utf8, "\xFF", 1, 0, ""},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
@@ -166,10 +158,8 @@ TEST(Locale, Settings) {
       {VDX_LOC_DATE_ORDER, 6, 1, locale->date_order},
       {VDX_LOC_DATE_ORDER, 7, 0, locale->date_order},
       {VDX_LOC_TWELVE_HOUR, 1, 1, locale->twelve_hour},
-      {VDX_LOC_TWELVE_HOUR, 2, 0, locale->twelve_hour},
       {VDX_LOC_FIRST_DAY, 1, 1, locale->first_day},
       {VDX_LOC_FIRST_DAY, 8, 0, locale->first_day},
-      {VDX_LOC_FIRST_DAY, 0, 0, locale->first_day},
   };
   for (const auto& row : numbers) {
     SCOPED_TRACE(testing::Message() << row.what << " to " << row.value);
@@ -194,9 +184,7 @@ TEST(Locale, Settings) {
       {VDX_LOC_SHORT_MONTH + 2, "M\xE4r", 3, "M\xE4r", locale->short_months.table()[2]},
       {VDX_LOC_WEEKDAY + 6, longest, VDX_NULLTERM, longest.c_str(), days[6]},
       {VDX_LOC_MONTH + 1, too_long, VDX_LOC_NAME_MAX + 1, nullptr, months[1]},
-      {VDX_LOC_MONTH + 1, "", VDX_NULLTERM, nullptr, months[1]},
       {VDX_LOC_MONTH + 1, {"a\0b", 3}, 3, nullptr, months[1]},
-      {VDX_LOC_WEEKDAY + 7, "x", 1, nullptr, days[6]},
   };
   for (const auto& row : names) {
     SCOPED_TRACE(testing::Message() << row.what << " '" << row.value << "'");

@@ -30,10 +30,9 @@ vdx_datafmt format_of(std::int32_t datatype, std::uint32_t flags = 0, std::int32
 
 Got get(vdx_context& context, std::int32_t room, const vdx_datafmt& format) {
   Bytes bytes(static_cast<std::size_t>(room) + 8, kGuard);
-  Got got{0, vdx_test::kUnset, {}};
-  got.code = com_null_get(&context, &format, bytes.data(), room, &got.length);
-  got.bytes = written(bytes, static_cast<std::size_t>(room));
-  return got;
+  std::int32_t length = vdx_test::kUnset;
+  const std::int32_t code = com_null_get(&context, &format, bytes.data(), room, &length);
+  return {code, length, written(bytes, static_cast<std::size_t>(room))};
 }
 
 Bytes numeric(std::uint8_t precision, std::uint8_t scale, std::size_t length = 35) {
@@ -80,7 +79,6 @@ TEST(Null, FollowsTheDestination) {
   } rows[] = {
       {VDX_CHAR, 5, 4, 1, 5, "     "},
       {VDX_TEXT, 5, 5, 1, 5, "abc \0"s},
-      {VDX_TEXT, 5, 1, 1, 4, "abc\0"s},
       {VDX_TEXT, 5, 6, -106, 3, "abc"},
       {VDX_TEXT, 3, 1, -101, 3, "ab\0"s},
       {VDX_IMAGE, 5, 2, 1, 5, "abc\0\0"s},
@@ -88,15 +86,11 @@ TEST(Null, FollowsTheDestination) {
       {77, 5, 2, 1, 5, "abc\0\0"s},
       // One zero byte is half a unit.
       {VDX_UNICHAR, 4, 1, 1, 4, "\0\0\0\0"s},
-      {VDX_UNICHAR, 1, 1, -101, 1, "\0"s},
-      {VDX_UNICHAR, 6, 4, 1, 6, "\0\0"s + blank + blank},
       {VDX_UNICHAR, 7, 5, 1, 7, "\0\0"s + blank + "\0\0\0"s},
       {VDX_UNICHAR, 4, 6, -106, 1, "\0"s},
       {VDX_UNITEXT, 6, 4 | 64, 1, 6, "a\0b\0"s + swapped},
       {VDX_UNITEXT, 6, 1, 1, 6, "a\0b\0\0\0"s},
       // As many bytes as the precision needs, or as there are.
-      {VDX_NUM, 35, 0, 1, 8, "\12\2\0\0\0\0\0\0"s, 10, 2},
-      {VDX_NUM, 4, 0, 1, 4, "M\1\0\0"s, 77, 1},
       {VDX_NUM, 40, 0, 1, 35, "N\5" + std::string(33, '\0'), 78, 5},
       {VDX_DECIMAL, 35, 0, 1, 8, "\12\2cd\0\0\0\0"s, 10, 2},
       {VDX_DECIMAL, 35, 0, 1, 35, "M\1cd" + std::string(31, '\0'), 77, 1},
@@ -172,8 +166,6 @@ TEST(NullDeath, ReportsBrokenContracts) {
   EXPECT_FATAL(com_null_get(c, &format, b, 4, &n), null);
   EXPECT_FATAL(com_null_get(c, &user, b, 4, &n), null);
   EXPECT_FATAL(com_null_set(&bare, 0, b, 1), null);
-  EXPECT_FATAL(com_null_reinstall(&bare, 0), null);
-  EXPECT_FATAL(com_null_set(c, 0, nullptr, 1), null);
   EXPECT_FATAL(com_null_set(c, 0, b, -1), contract);
   EXPECT_FATAL(com_null_set(c, -1, b, 1), contract);
   EXPECT_FATAL(com_null_get(c, &format, b, -1, &n), contract);
@@ -229,17 +221,13 @@ TEST(OldNull, TextAndBytes) {
     std::string bytes;
   } rows[] = {
       {com_setbinarynull, 5, "abc", 3, 3, "abc\0\0"s},
-      {com_setbinarynull, 5, nullptr, 3, 0, "\0\0\0\0\0"s},
       {com_setbinarynull, 5, "abc", VDX_UNUSED, 0, "\0\0\0\0\0"s},
       {com_setbinarynull, 2, "abc", 3, -5, "ab"},
-      {com_setbinarynull, 3, "abc", 3, 3, "abc"},
       {com_setbinarynull, 0, "abc", 3, 3, "abc"},
       {com_setcharnull, 5, "abc", VDX_NULLTERM, 3, "abc  "},
       {com_setcharnull, 2, "abc", VDX_NULLTERM, -5, "ab"},
       {com_setunicharnull, 4, nullptr, 0, 0, {units.begin(), units.end()}},
-      {com_setunicharnull, 5, "a\0b", 4, 4, "a\0b\0\0"s},
       {com_setunicharnull, 3, "a\0b", 4, -5, "a\0b"s},
-      {com_setvarycharnull, 258, "abc", VDX_NULLTERM, 3, counted(3, "abc", 258)},
       {com_setvarycharnull, 300, nullptr, 0, 0, zeros},
       {com_setvarycharnull, 4, "abc", 3, -5, counted(2, "ab", 4)},
       {com_setvarybinarynull, 258, longer.data(), 257, -5, "\0\1"s + full},
@@ -263,10 +251,7 @@ TEST(OldNull, Numerics) {
   } rows[] = {
       {0, nullptr, 0, 77, 77, 35, numeric(77, 77)},
       {35, nullptr, 0, 0, 2, -7, {}},
-      {35, &value, 35, 78, 78, -7, {}},
       {35, nullptr, 0, 1, -1, -8, {}},
-      {35, &value, 35, 77, 78, -8, {}},
-      {35, &value, 35, 5, 2, 35, image({5, 2, 0, 0, 0x30, 0x37})},
       {35, &value, 6, 4, 1, 35, image({4, 1, 0, 0x04, 0xD2})},
       {40, &value, VDX_UNUSED, 2, 0, -101, image({2, 0, 0, 99})},
       {35, &invalid, 35, 5, 2, -107, {}},
@@ -286,7 +271,6 @@ TEST(OldNullDeath, ReportsBrokenContracts) {
   const char *null = "Invalid NULL pointer , file 'com_setnull.cpp' line",
              *contract = "assertion failed, file 'com_setnull.cpp' line";
   char b[300];
-  EXPECT_FATAL(com_seti4null(nullptr, 4, "a", 1), null);
   EXPECT_FATAL(com_seti4null(b, 4, "a", VDX_NULLTERM), contract);
   EXPECT_FATAL(com_setvarycharnull(b, 1, "a", 1), contract);
   EXPECT_FATAL(com_setnumnull(nullptr, 35, nullptr, 0, 1, 0), null);
