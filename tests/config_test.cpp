@@ -127,15 +127,12 @@ TEST_F(Config, Files) {
       {"\n; c\n  ;c\n\n[ a ]\t\n\n k = v  \n", "<v>"},
       {"[a]\nk=\"a \"\"b\"\" = [x] ;\"\n", "<a \"b\" = [x] ;>"},
       {"[a]\nk=\"\"\nk=x \"\" y\nk=\"a\"\"\"\n", "<><x  y><a\">"},
-      {"[a]\nk=x \\\n y\n", "<x  y>"},
-      {"[a]\nk=x \\\n; no\nj=1\n", "<x>"},
       {"[a]\nk=\"x\\\ny\\z\\\r\nw\\\rv\"\n", "<xy\\zw\\\rv>"},
       // sections and their stand-in
       {"[a]\nk=1\n[a]\nk=2\n", "<1>"},
       {"[NAMED_APP_DEFAULT]\nk=d\n", "<d>", "", "b"},
       {"[a]\nk=1\n", "0", "1040607 comn_get_cfg b;", "b"},
       // includes
-      {"[a]\nk=1\n[b]\nINCLUDE = a\nk=2\n", "<2><1>", "", "b"},
       {"[a]\nk=1\n[b]\ninclude=a\nk=2\n[d]\nk=4\n[c]\ninclude=b\ninclude=d\ninclude=a\n",
        "<2><1><4><1>", "", "c"},
       {"[a]\nj=1\n[b]\ninclude=a\n[c]\ninclude=b\ninclude=a\n", "", "", "c"},
@@ -145,8 +142,6 @@ TEST_F(Config, Files) {
       // what an error loses
       {"[a]\nk=1\nj\nx=y z=\nk=2\n[b]\nk=3\n", "<3>", "1040008 FILE 3 \n;1040008 FILE 4 =;", "b"},
       {"[a]\nk=1\n[b] x\nj=2\n", "0", "1040008 FILE 3 x;1040607 comn_get_cfg b;", "b", "j"},
-      {"[a]\nk=1\n[a]\nk\n[c]\n", "<1>", "1040008 FILE 4 \n;"},
-      {"[a]\nk=1\n[b]\n\"q\n[c]\" = 2\n[c]\nk=3\n", "<3>", "1040008 FILE 4 \";", "c"},
       {"[a]\nk=1\n[b]\nk=\"open\n[c]\nk=3\n", "<1>", "1040008 FILE 7 ;"},
       {"[a]\nk=1\n[include]\n[\"q\"]\n[b]\ninclude=include\n[c]\nk=include\n[d]\nk=a\rb\n[e]\nk="
        "\\\n\n",
@@ -209,14 +204,14 @@ TEST_F(Config, Lines) {
 
 TEST_F(Config, BufferLengths) {
   const File cfg = file("[a]\nk=12345\n");
-  for (std::int32_t size = 0; size <= 6; ++size) {
+  for (std::size_t size = 0; size <= 6; ++size) {
     std::string buffer(8, '#');
     std::int32_t length = 0;
-    EXPECT_EQ(comn_get_cfg(cfg, "a", 1, "k", 1, nullptr, buffer.data(), size, &length),
+    EXPECT_EQ(comn_get_cfg(cfg, "a", 1, "k", 1, nullptr, buffer.data(),
+                           static_cast<std::int32_t>(size), &length),
               size < 5 ? +VDX_TRUNCATED : 1);
-    EXPECT_EQ(length, 5);
-    const auto kept = static_cast<std::size_t>(size);  // the zero behind the text too
-    EXPECT_EQ(buffer, std::string("12345\0", kept) + std::string(8 - kept, '#'));
+    EXPECT_EQ(length, 5);  // the zero behind the text is no part of it
+    EXPECT_EQ(buffer, std::string("12345\0", size) + std::string(8 - size, '#'));
   }
 }
 

@@ -47,7 +47,6 @@ TEST(Errors, TextsWholeAndCut) {
     std::string text;
     bool own = false;
   } rows[] = {
-      {VDX_MSG_CFG_OPEN, &two, "routine: the configuration file \"name%1\" could not be opened"},
       {VDX_MSG_CFG_SYNTAX, &three, "file:-2147483648: syntax error at \"\""},
       {VDX_MSG_CFG_SYNTAX, &three, "ligne -2147483648 de file% ()", true},
       {VDX_MSG_CFG_CUT, &one, "the configuration file \"routine\" ends inside a character", true},
@@ -151,7 +150,7 @@ TEST(Errors, RecordsKeepTheirMessage) {
     std::int32_t number = -1, length = -1;
     EXPECT_EQ(com_err_msg(record, &number, buffer, sizeof buffer, &length), row.result);
     EXPECT_STREQ(buffer, row.text);
-    EXPECT_EQ(length, static_cast<std::int32_t>(std::strlen(row.text)));
+    EXPECT_EQ(length, std::ssize(std::string_view(row.text)));
     EXPECT_EQ(number, row.kept);
     EXPECT_EQ(com_err_sqlstate(record, state), XS_SUCCEED);
     EXPECT_STREQ(state, row.state);
