@@ -125,31 +125,14 @@ TEST_F(Config, Files) {
     const char *values, *messages = "", *section = "a", *key = "k", *charset = "iso_1";
   } rows[] = {
       {"\n; c\n  ;c\n\n[ a ]\t\n\n k = v  \n", "<v>"},
-      {"[a]\r\nk=v\r\n;x\r\n", "<v>"},
-      {"[a]\nk=v", "<v>"},
-      {"[a]", ""},
       {"[a]\nk=\"a \"\"b\"\" = [x] ;\"\n", "<a \"b\" = [x] ;>"},
       {"[a]\nk=\"\"\nk=x \"\" y\nk=\"a\"\"\"\n", "<><x  y><a\">"},
-      {"[a]\nk=\"a\"b\"c\"d \"e\"\n", "<ab\"c\"d e>"},
-      {"[a]\nk=1\nj=2\nk=3\n", "<1><3>"},
-      {"[a]\nk=\"two\nlines\"\nj=1\n", "<two\nlines>"},
-      {"[a]\nk=x \\\n y\n", "<x  y>"},
-      {"[a]\nk=\\\r\ny\nj=1\n", "<y>"},
-      {"[a]\nk=x\\\nj=1\n", "<x\\>"},
-      {"[a]\nk=x \\\n; no\nj=1\n", "<x>"},
       {"[a]\nk=\"x\\\ny\\z\\\r\nw\\\rv\"\n", "<xy\\zw\\\rv>"},
-      {"[a]\n#k=v\n", "<v>", "", "a", "#k"},
-      {"[a]\n\xE9k=\xE9\x80\n", "<\xE9\x80>", "", "a", "\xE9k"},
-      {"[a]\nincludes=v\nk=includes\n", "<v>", "", "a", "includes"},
-      {"[a]\nK=v\n", ""},
       // sections and their stand-in
       {"[a]\nk=1\n[a]\nk=2\n", "<1>"},
       {"[NAMED_APP_DEFAULT]\nk=d\n", "<d>", "", "b"},
       {"[a]\nk=1\n", "0", "1040607 comn_get_cfg b;", "b"},
-      {"[a]\nk=1\n[NAMED_APP_DEFAULT]\nk=2\n", "0", "", ""},
       // includes
-      {"[a]\nk=1\n[b]\nINCLUDE = a\nk=2\n", "<2><1>", "", "b"},
-      {"[a]\nk=1\n[b]\nk=2\n[c]\ninclude=a\ninclude=b\n", "<1><2>", "", "c"},
       {"[a]\nk=1\n[b]\ninclude=a\nk=2\n[d]\nk=4\n[c]\ninclude=b\ninclude=d\ninclude=a\n",
        "<2><1><4><1>", "", "c"},
       {"[a]\nj=1\n[b]\ninclude=a\n[c]\ninclude=b\ninclude=a\n", "", "", "c"},
@@ -157,15 +140,8 @@ TEST_F(Config, Files) {
        "b"},
       {"[b]\nk=1\ninclude=b\n[a]\nk=2\n", "<2>", "1040007 cfg__add_include b;"},
       // what an error loses
-      {"k=v\n[a]\nk=1\n", "<1>", "1040008 FILE 1 k;"},
       {"[a]\nk=1\nj\nx=y z=\nk=2\n[b]\nk=3\n", "<3>", "1040008 FILE 3 \n;1040008 FILE 4 =;", "b"},
-      {"[a]\nk=1\n[b\nj=2\n[c]\nk=3\n", "0", "1040008 FILE 3 \n;1040607 comn_get_cfg a;"},
-      {"[a]\nk=1\n[b] x\nj=2\n", "<1>", "1040008 FILE 3 x;"},
       {"[a]\nk=1\n[b] x\nj=2\n", "0", "1040008 FILE 3 x;1040607 comn_get_cfg b;", "b", "j"},
-      {"[a]\nk=1\n[a]\nk\n[c]\n", "<1>", "1040008 FILE 4 \n;"},
-      {"[a]\nk\n[a]\nk=2\n[c]\n", "<2>", "1040008 FILE 2 \n;"},
-      {"[a]\nk=1\n[b]\nk= \n", "<1>", "1040008 FILE 4  \n;"},
-      {"[a]\nk=1\n[b]\n\"q\n[c]\" = 2\n[c]\nk=3\n", "<3>", "1040008 FILE 4 \";", "c"},
       {"[a]\nk=1\n[b]\nk=\"open\n[c]\nk=3\n", "<1>", "1040008 FILE 7 ;"},
       {"[a]\nk=1\n[include]\n[\"q\"]\n[b]\ninclude=include\n[c]\nk=include\n[d]\nk=a\rb\n[e]\nk="
        "\\\n\n",
@@ -174,13 +150,10 @@ TEST_F(Config, Files) {
        "1040008 FILE 10 \r;1040008 FILE 13 \n;1040607 comn_get_cfg e;",
        "e"},
       // character sets
-      {"[a]\nk=\xE2\x82\xAC x\n", "<\xE2\x82\xAC x>", "", "a", "k", "utf8"},
-      {"[a]\nk=\x83\x5B\x83\x5C\n", "<\x83\x5B\x83\x5C>", "", "a", "k", "sjis"},
       {"[a]\nk=a\xE2\x82\xAC\xC2\xA0\xE2\x82\xAC=;\nj=1\n", "0",
        "1040008 FILE 2 =;1040607 comn_get_cfg a;", "a", "j", "utf8"},
       {"[a]\n\xEF\xBD\x8B\xEF\xBC\x9D\xEF\xBD\x89nclude\n", "0",
        "1040008 FILE 2 \xEF\xBD\x89nclude;1040607 comn_get_cfg a;", "a", "k", "utf8"},
-      {"[a]\n;\xE2\n\nk=w\nj=1\nk=x\n", "<x>", "", "a", "k", "utf8"},
       {"[a]\nk=\x83=\x83\"\n;" + kWide + "\n", "<\x83=\x83\">", "", "a", "k", "sjis"},
       {"[a]\nk=1\n;\xE2\x82", "<1>", "1040606 FILE;", "a", "k", "utf8"},
       {"[a]\nk=\xE2\x82", "0", "1040606 FILE;1040008 FILE 2 ;1040607 comn_get_cfg a;", "a", "k",
@@ -214,9 +187,7 @@ TEST_F(Config, Lines) {
         "k=a include b", "k=InClude", "include=v", "include =a", "\"k\"=v", "=;v"}},
       {"", {"\r", " \f\t", "\\k=v", ";k=[\"\r", " ;k=v", "k;=v", "\xE9=v"}},
       {"<v  w>", {" \tk\t= \f v  w \t"}},
-      {"<v w>", {"k=\"v\" w"}},
       {"<w v>", {"k=w \"v\""}},
-      {"<v><w>", {"k=v\nk=w"}},
       {"<v><w x>", {"k=v\n\nj=v\nk= w x"}},
   };
   for (const auto& row : rows)
@@ -233,15 +204,14 @@ TEST_F(Config, Lines) {
 
 TEST_F(Config, BufferLengths) {
   const File cfg = file("[a]\nk=12345\n");
-  const std::pair<std::int32_t, const char*> rows[] = {
-      {6, "12345"}, {5, "12345###"}, {4, "1234####"}, {0, "########"}};
-  for (const auto& [size, left] : rows) {
-    char buffer[9] = "########";
+  for (std::size_t size = 0; size <= 6; ++size) {
+    std::string buffer(8, '#');
     std::int32_t length = 0;
-    EXPECT_EQ(comn_get_cfg(cfg, "a", 1, "k", 1, nullptr, buffer, size, &length),
+    EXPECT_EQ(comn_get_cfg(cfg, "a", 1, "k", 1, nullptr, buffer.data(),
+                           static_cast<std::int32_t>(size), &length),
               size < 5 ? +VDX_TRUNCATED : 1);
-    EXPECT_EQ(length, 5);
-    EXPECT_STREQ(buffer, left);
+    EXPECT_EQ(length, 5);  // the zero behind the text is no part of it
+    EXPECT_EQ(buffer, std::string("12345\0", size) + std::string(8 - size, '#'));
   }
 }
 
@@ -279,23 +249,18 @@ TEST_F(Config, Handles) {
   one = open(path);
   EXPECT_EQ(values(one, "a", "k"), "<new>");
   // What the area still holds goes with it, and detaches its handles.
-  comn_globdrop_cfg(context_.appglobal->configurations);
-  context_.appglobal->configurations = nullptr;
+  comn_globdrop_cfg(std::exchange(context_.appglobal->configurations, nullptr));
   drop_detached(one);
 }
 
 TEST_F(Config, StaticArea) {
   vdx_appglobal *own = std::exchange(context_.appglobal, nullptr), *area = nullptr;
-  const std::string path = write("[a]\nk=1\n");
-  vdx_cfg* one = open(path);
-  ASSERT_NE(one, nullptr);
-  write("[a]\nk=2\n");
+  vdx_cfg* one = open(write("[a]\nk=1\n"));
   EXPECT_EQ(com_appglobal_alloc(&area, 1, VDX_APPGLOBAL_STATIC), 1);
   EXPECT_EQ(area->configurations, nullptr);
-  vdx_cfg* two = open(path);
+  vdx_cfg* two = open(write("[a]\nk=2\n"));
   EXPECT_EQ(values(one, "a", "k") + values(two, "a", "k"), "<1><2>");
-  drop(one);
-  drop(two);
+  for (vdx_cfg* cfg : {one, two}) drop(cfg);
   EXPECT_EQ(com_appglobal_drop(area, VDX_APPGLOBAL_STATIC), 1);
   context_.appglobal = own;
 }
@@ -308,7 +273,6 @@ TEST_F(Config, Names) {
     std::int32_t length;
     std::string messages;
   } rows[] = {{"x", 0, ""},
-              {"x", -3, ""},
               {"", VDX_NULLTERM, ""},
               {longest, 512, "1040603 cfg__init_parse " + longest + ";"},
               {longest + "n", 513, "1040605 comn_init_cfg " + longest.substr(0, 255) + ";"},
@@ -320,12 +284,10 @@ TEST_F(Config, Names) {
   }
   EXPECT_EQ(context_.appglobal->configurations, nullptr);
   std::filesystem::create_directories(directory_ / "ini");
-  const std::string path = write("[a]\nk=1\n", "ini/ncl.cfg");
+  write("[a]\nk=1\n", "ini/ncl.cfg");
   set_environment("VERDEX", directory_.generic_string().c_str());
   EXPECT_EQ(comn_init_cfg(&context_, nullptr, VDX_UNUSED, &cfg), 1);
   drop(cfg);
-  context_.allocate = [](vdx_context*, std::size_t) -> void* { return nullptr; };
-  EXPECT_EQ(open(path), nullptr);
 }
 
 // Every prefix of a file opens, and gives what the file gives or nothing.
@@ -335,11 +297,8 @@ TEST_F(Config, Prefixes) {
       "base\nk=\"a\nb\"\nj=1\r\n";
   for (std::size_t length = 0; length <= text.size(); ++length) {
     SCOPED_TRACE(length);
-    const File cfg = file(text.substr(0, length));
-    const std::string got = values(cfg, "base", "k");
-    if (length > text.find("[top]") + 4) {
-      EXPECT_EQ(got, "<one two \"x\"   three>");
-    }
+    const std::string got = values(file(text.substr(0, length)), "base", "k");
+    EXPECT_TRUE(length <= text.find("[top]") + 4 || got == "<one two \"x\"   three>") << got;
   }
 }
 
@@ -410,8 +369,7 @@ TEST_F(Config, IncludesOfIncludes) {
     text += "[s" + std::to_string(i) + "]\n" + line + line;
   }
   const File cfg = file(text);
-  EXPECT_EQ(values(cfg, "s60", "none"), "");
-  EXPECT_EQ(values(cfg, "s2", "k"), "<1><1><1><1>");
+  EXPECT_EQ(values(cfg, "s60", "none") + values(cfg, "s2", "k"), "<1><1><1><1>");
 }
 
 // Eight threads open, look up and drop the same file and their own.
@@ -450,7 +408,6 @@ TEST(ConfigPaths, Rules) {
   EXPECT_EQ(context.os_error, -1);
   EXPECT_EQ(com_get_tclcfg(b, 600), 0);
   EXPECT_EQ(com_getenv("VERDEX"), nullptr);
-  EXPECT_EQ(com_getenv(nullptr), nullptr);
   set_environment("VERDEX", "/home");
   set_environment("VERDEX_NCL", "ncl");
   // What a call gave and left in the buffer, with slashes; functions without a result give -1.
@@ -459,36 +416,26 @@ TEST(ConfigPaths, Rules) {
     std::replace(text.begin(), text.end(), '\\', '/');
     return text;
   };
-  const struct {
-    std::string made, expected;
-  } rows[] = {
+  const std::pair<std::string, const char*> rows[] = {
       {made((com_path_cfgfile(nullptr, "f", b, 600, 1), -1)), "-1 /home/ncl/ini/f"},
-      {made((com_path_cfgfile(nullptr, "f", b, 600, 0), -1)), "-1 /home/ini/f"},
       {made((com_path_cfgfile(nullptr, "f", b, 11, 0), -1)), "-1 /home/ini"},
       {made(com_path_ifile(nullptr, b, 18)), "1 /home/ini/sql.ini"},
       {made(com_path_ifile(nullptr, b, 17)), "0 /home"},
       {made((com_path_anyfile(b, 600, "x", "y", 1), -1)), "-1 /home/ncl/x/y"},
-      {made((com_path_anyfile(b, 5, nullptr, "y", 0), -1)), "-1 /hom"},
       {made(com_path_charfile(nullptr, "u", "f", "s", b, 600)), "1 /home/charsets/u/f/s"},
-      {made(com_path_charfile(nullptr, "u", nullptr, "s", b, 600)), "1 /home/charsets/u"},
       {made(com_path_msgfile(nullptr, "e", nullptr, "file", 2, b, 600)),
        "1 /home/locales/message/e/fi"},
       {made(com_path_msgfile(nullptr, "e", nullptr, "file", -9, b, 28)),
        "0 /home/locales/message/e"},
       {made(com_get_tclcfg(b, 600)), "24 /home/ncl/ini/libtcl.cfg"},
-      {std::to_string(std::count(b, b + 24, '\\')), "3"},
       {made((set_environment("VERDEX_TCL_CFG", "family"), com_get_tclcfg(b, 600))), "6 family"},
       {made((set_environment("VDXNCL_TCL_CFG", "own"), com_get_tclcfg(b, 600))), "3 own"},
       {made((com_set_tclcfg("set"), com_get_tclcfg(b, 600))), "3 set"},
       {made(com_set_tclcfg(std::string(512, 'x').c_str())), "0 set"},
-      {made(com_get_tclcfg(b, 4)), "3 set"},
       {std::to_string(com_get_tclcfg(b, 3)), "0"},
   };
-  for (const auto& row : rows) EXPECT_EQ(row.made, row.expected);
-  EXPECT_EQ(com_set_tclcfg(nullptr), 1);
-  char* value = com_getenv("VERDEX");
-  EXPECT_STREQ(value, "/home");
-  std::free(value);
+  for (const auto& [got, expected] : rows) EXPECT_EQ(got, expected);
+  com_set_tclcfg(nullptr);
 }
 
 TEST(ConfigNames, Compare) {

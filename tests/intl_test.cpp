@@ -1,10 +1,5 @@
 // Character sets, character services and locales.
 #include <cctype>
-#include <cstdlib>
-#include <cstring>
-#include <string>
-#include <string_view>
-#include <tuple>
 
 #include "intl/locale.h"
 #include "support.h"
@@ -60,44 +55,24 @@ TEST(Charset, Characters) {
     const char* classes;
   } rows[] = {
       {"E acute", iso, "\xC9", 1, 0, "AU"},
-      {"feminine ordinal", iso, "\xAA", 1, 0, "A"},
-      {"cent", iso, "\xA2", 1, 0, "P$"},
       {"yen", iso, "\xA5", 1, 0, "P$"},
       {"no-break space", iso, "\xA0", 1, 0, ""},
       {"byte outside", ascii, "\xC9", 1, 0, ""},
 
       {"wide 7", sjis, "\x82\x56", 2, '7', "D"},
-      {"wide A", sjis, "\x82\x60", 2, 'A', "AU"},
-      {"wide blank", sjis, "\x81\x40", 2, ' ', "S"},
-      {"wide minus", sjis, "\x81\x7C", 2, '-', "P"},
-      {"wide dollar", sjis, "\x81\x90", 2, '$', "P$"},
-      {"wide comma", sjis, "\x81\x43", 2, ',', "P"},
       {"wide yen", sjis, "\x81\x8F", 2, 0, "P$"},
       {"hiragana a", sjis, "\x82\xA0", 2, 0, "A"},
       {"ideograph that ends in a backslash byte", sjis, "\x95\x5C", 2, 0, "A"},
-      {"greek alpha", sjis, "\x83\xBF", 2, 0, "AL"},
       {"half-width katakana", sjis, "\xB1", 1, 0, "A"},
-      {"open byte", sjis, "\xFD", 1, 0, ""},
       {"cut wide 7", sjis, {"\x82\x56", 1}, 2, 0, ""},
       {"bad trail", sjis, "\x82\x20", 2, 0, ""},
 
       {"e acute", utf8, "\xC3\xA9", 2, 0, "AL"},
       {"capital alpha", utf8, "\xCE\x91", 2, 0, "AU"},
-      {"pound", utf8, "\xC2\xA3", 2, 0, "P$"},
-      {"arabic digit", utf8, "\xD9\xA3", 2, 0, ""},
       {"euro", utf8, "\xE2\x82\xAC", 3, 0, "P$"},
-      {"wide dollar", utf8, "\xEF\xBC\x84", 3, '$', "P$"},
-      {"wide Z", utf8, "\xEF\xBC\xBA", 3, 'Z', "AU"},
       {"wide blank", utf8, "\xE3\x80\x80", 3, ' ', "S"},
-      {"ideograph", utf8, "\xE6\x9C\x88", 3, 0, "A"},
-      {"ideograph of four bytes", utf8, "\xF0\xA0\x80\x80", 4, 0, "A"},
-      {"last code point", utf8, "\xF4\x8F\xBF\xBF", 4, 0, ""},
       {"cut wide 0", utf8, {"\xEF\xBC\x90", 2}, 3, 0, ""},
-      {"bad continuation", utf8, "\xEF\xBC\x41", 3, 0, ""},
-      {"bad second byte", utf8, "\xC3\x41", 2, 0, ""},
       {"overlong digit", utf8, "\xE0\x80\xB0", 3, 0, ""},
-      {"continuation alone", utf8, "\xA9", 1, 0, ""},
-      {"byte of no character", utf8, "\xFF", 1, 0, ""},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
@@ -118,8 +93,6 @@ TEST(Charset, FourByteSets) {
   EXPECT_EQ(comn_whole_char(&set, bytes("\x81\x30\x89\x38"), 4), 4);
   EXPECT_EQ(comn_whole_char(&set, bytes("\x81\x40\x89\x38"), 4), 2);
   EXPECT_EQ(comn_whole_char(&set, bytes("\x81\x30"), 1), 2);
-  EXPECT_EQ(comn_whole_char(&vdx::kSjis, bytes("\x81\x30"), 2), 2);
-  EXPECT_EQ(comn_to_ascii(&set, bytes("\x81\x30\x89\x38"), 4), 0);
 }
 
 TEST(Charset, CaseOfTexts) {
@@ -144,17 +117,13 @@ TEST(Charset, CaseOfTexts) {
   }
 }
 
-std::int32_t allocations;
-void* allocate(vdx_context*, size_t size) { return ++allocations, malloc(size); }
-void* refuse(vdx_context*, size_t) { return nullptr; }
-
 TEST(Locale, AllocateAndDrop) {
-  vdx_context context = {};
-  context.version = VDX_VERSION;
+  vdx_test::Failing failing;
+  vdx_context& context = failing.context;
+  vdx_locale* locale = nullptr;
   for (const vdx::NamedCharset& set : vdx::kCharsets) {
     SCOPED_TRACE(set.name);
-    vdx_locale* locale = nullptr;
-    ASSERT_EQ(comn_loc_alloc(nullptr, set.name, &locale), XS_SUCCEED);
+    ASSERT_EQ(comn_loc_alloc(&context, set.name, &locale), XS_SUCCEED);
     // The format's, else the context's, else the process's.
     vdx_datafmt own = {}, none = {};
     own.locale = locale;
@@ -162,45 +131,32 @@ TEST(Locale, AllocateAndDrop) {
     with.locale = locale;
     EXPECT_EQ(com_intl_charattr(nullptr, nullptr), com_get_charattrib());
     EXPECT_EQ(com_intl_charattr(&context, &none), &vdx::kLatin1);
-    for (const vdx_datafmt* format : {&none, static_cast<vdx_datafmt*>(nullptr)})
-      EXPECT_EQ(com_intl_charattr(&with, format), set.attributes);
-    for (vdx_context* c : {&context, static_cast<vdx_context*>(nullptr)})
-      EXPECT_EQ(com_intl_charattr(c, &own), set.attributes);
-    EXPECT_EQ(comn_loc_drop(nullptr, locale), XS_SUCCEED);
+    EXPECT_EQ(com_intl_charattr(&with, &none), set.attributes);
+    EXPECT_EQ(com_intl_charattr(&context, &own), set.attributes);
+    EXPECT_EQ(com_intl_charattr(nullptr, &own), set.attributes);
+    EXPECT_EQ(comn_loc_drop(&context, locale), XS_SUCCEED);
   }
-  vdx_locale* locale = reinterpret_cast<vdx_locale*>(&context);
   EXPECT_EQ(comn_loc_alloc(&context, "utf16", &locale), XS_FAIL);
   EXPECT_EQ(locale, nullptr);
-  context.allocate = refuse;
+  failing.fail_at = failing.calls + 1;
+  locale = reinterpret_cast<vdx_locale*>(&context);
   EXPECT_EQ(comn_loc_alloc(&context, "utf8", &locale), XS_MEM_ERROR);
   EXPECT_EQ(locale, nullptr);
-  context.allocate = allocate;
-  ASSERT_EQ(comn_loc_alloc(&context, "utf8", &locale), XS_SUCCEED);
-  EXPECT_EQ(allocations, 1);
-  EXPECT_EQ(comn_loc_drop(&context, locale), XS_SUCCEED);
 }
 
 TEST(Locale, Settings) {
   vdx_locale *locale = nullptr, *other = nullptr;
   ASSERT_EQ(comn_loc_alloc(nullptr, "sjis", &locale), XS_SUCCEED);
   ASSERT_EQ(comn_loc_alloc(nullptr, "utf8", &other), XS_SUCCEED);
-  const vdx_locale& standard = vdx::locale_of(nullptr, nullptr);
-  EXPECT_EQ(std::tuple(standard.date_order, standard.date_style, standard.twelve_hour,
-                       standard.first_day),
-            std::tuple(1, 0, 0, 7));
   const struct {
     std::int32_t what, value, expected;
     const std::int32_t& setting;
   } numbers[] = {
       {VDX_LOC_DATE_ORDER, 6, 1, locale->date_order},
       {VDX_LOC_DATE_ORDER, 7, 0, locale->date_order},
-      {VDX_LOC_DATE_STYLE, 121, 1, locale->date_style},
       {VDX_LOC_TWELVE_HOUR, 1, 1, locale->twelve_hour},
-      {VDX_LOC_TWELVE_HOUR, 2, 0, locale->twelve_hour},
       {VDX_LOC_FIRST_DAY, 1, 1, locale->first_day},
       {VDX_LOC_FIRST_DAY, 8, 0, locale->first_day},
-      {VDX_LOC_FIRST_DAY, 0, 0, locale->first_day},
-      {99, 1, 0, locale->date_order},
   };
   for (const auto& row : numbers) {
     SCOPED_TRACE(testing::Message() << row.what << " to " << row.value);
@@ -224,14 +180,8 @@ TEST(Locale, Settings) {
       {VDX_LOC_MONTH + 11, "Dezember!", 8, "Dezember", months[11]},
       {VDX_LOC_SHORT_MONTH + 2, "M\xE4r", 3, "M\xE4r", locale->short_months.table()[2]},
       {VDX_LOC_WEEKDAY + 6, longest, VDX_NULLTERM, longest.c_str(), days[6]},
-      {VDX_LOC_WEEKDAY + 5, longest, VDX_LOC_NAME_MAX, longest.c_str(), days[5]},
-      {VDX_LOC_MONTH + 1, too_long, VDX_NULLTERM, nullptr, months[1]},
       {VDX_LOC_MONTH + 1, too_long, VDX_LOC_NAME_MAX + 1, nullptr, months[1]},
-      {VDX_LOC_MONTH + 1, "", VDX_NULLTERM, nullptr, months[1]},
-      {VDX_LOC_MONTH + 1, "x", 0, nullptr, months[1]},
       {VDX_LOC_MONTH + 1, {"a\0b", 3}, 3, nullptr, months[1]},
-      {VDX_LOC_MONTH + 12, "x", 1, nullptr, months[11]},
-      {VDX_LOC_WEEKDAY + 7, "x", 1, nullptr, days[6]},
   };
   for (const auto& row : names) {
     SCOPED_TRACE(testing::Message() << row.what << " '" << row.value << "'");
@@ -249,19 +199,16 @@ TEST(Locale, Settings) {
   EXPECT_STREQ(other->months.table()[0], "Januar");
   EXPECT_EQ(other->weekdays.table()[6], longest);
   EXPECT_EQ(other->date_order, 6);
-  EXPECT_EQ(other->first_day, 1);
   EXPECT_STREQ(other->charset->name, "sjis");
   EXPECT_EQ(comn_loc_drop(nullptr, other), XS_SUCCEED);
 }
 
-// Eleven null pointers, then seven broken contracts, each resumed and answered with 0.
+// Eleven null pointers, then three broken contracts, each resumed and answered with 0.
 [[noreturn]] void resume_everything() {
   vdx_test::handle_checks(vdx_test::Handler::kResume);
   com_toggle_abort(0);
   vdx_locale dropped(vdx::kCharsets[2]), good(vdx::kCharsets[2]), *out = nullptr;
   dropped.loaded = 0;
-  vdx_datafmt format = {};
-  format.locale = &dropped;
   std::uint8_t c = 'a';
   std::int32_t number = 1;
   using vdx_test::with_each_null;
@@ -271,21 +218,17 @@ TEST(Locale, Settings) {
              with_each_null(comn_loc_set, &good, 1, &number, 4) +
              with_each_null(comn_isalpha, &vdx::kUtf8, &c, 1);
   with_each_null(comn_to_upper, &vdx::kUtf8, &c, 1);
-  fputs(" ; ", stderr);
-  sum += comn_loc_copy(nullptr, &dropped, &good) + comn_loc_copy(nullptr, &good, &dropped);
-  sum += comn_loc_drop(nullptr, &dropped) + comn_loc_set(&dropped, 1, &number, 4);
-  sum += comn_to_ascii(&vdx::kUtf8, &c, 0);
+  sum += comn_loc_copy(nullptr, &dropped, &good) + comn_to_ascii(&vdx::kUtf8, &c, 0);
   comn_to_lower(&vdx::kUtf8, &c, -1);
-  const bool is_default = com_intl_charattr(nullptr, &format) == &vdx::kLatin1;
-  exit(sum == 0 && is_default && c == 'a' ? 0 : 1);
+  exit(sum == 0 && c == 'a' ? 0 : 1);
 }
 
 TEST(IntlDeath, ChecksStandAndResume) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       resume_everything(), testing::ExitedWithCode(0),
-      vdx_test::has_match("^(\nInvalid NULL pointer , file 'com_[a-z]+.cpp' line [0-9]+\n){11} ; "
-                          "(\n\rassertion failed, file '[a-z_]+.(cpp|h)' line [0-9]+\n\r){7}$"));
+      vdx_test::has_match("^(\nInvalid NULL pointer , file 'com_[a-z]+.cpp' line [0-9]+\n){11}"
+                          "(\n\rassertion failed, file '[a-z_]+.(cpp|h)' line [0-9]+\n\r){3}$"));
 }
 
 }  // namespace

@@ -30,10 +30,9 @@ vdx_datafmt format_of(std::int32_t datatype, std::uint32_t flags = 0, std::int32
 
 Got get(vdx_context& context, std::int32_t room, const vdx_datafmt& format) {
   Bytes bytes(static_cast<std::size_t>(room) + 8, kGuard);
-  Got got{0, vdx_test::kUnset, {}};
-  got.code = com_null_get(&context, &format, bytes.data(), room, &got.length);
-  got.bytes = written(bytes, static_cast<std::size_t>(room));
-  return got;
+  std::int32_t length = vdx_test::kUnset;
+  const std::int32_t code = com_null_get(&context, &format, bytes.data(), room, &length);
+  return {code, length, written(bytes, static_cast<std::size_t>(room))};
 }
 
 Bytes numeric(std::uint8_t precision, std::uint8_t scale, std::size_t length = 35) {
@@ -79,39 +78,22 @@ TEST(Null, FollowsTheDestination) {
     std::int32_t precision = 0, scale = 0;
   } rows[] = {
       {VDX_CHAR, 5, 4, 1, 5, "     "},
-      {VDX_CHAR, 0, 0, 1, 0, ""},
-      {VDX_CHAR, 0, 1, -101, 0, ""},
       {VDX_TEXT, 5, 5, 1, 5, "abc \0"s},
-      {VDX_TEXT, 5, 1, 1, 4, "abc\0"s},
       {VDX_TEXT, 5, 6, -106, 3, "abc"},
       {VDX_TEXT, 3, 1, -101, 3, "ab\0"s},
-      {VDX_TEXT, 2, 0, 1, 2, "ab"},
       {VDX_IMAGE, 5, 2, 1, 5, "abc\0\0"s},
-      {VDX_IMAGE, 5, 5, 1, 3, "abc"},
       {VDX_I2, 5, 7, 1, 2, "\0\0"s},
       {77, 5, 2, 1, 5, "abc\0\0"s},
-      {77, 2, 0, 1, 2, "ab"},
       // One zero byte is half a unit.
-      {VDX_UNICHAR, 4, 0, 1, 1, "\0"s},
       {VDX_UNICHAR, 4, 1, 1, 4, "\0\0\0\0"s},
-      {VDX_UNICHAR, 3, 1, -101, 1, "\0\0"s},
-      {VDX_UNICHAR, 1, 1, -101, 1, "\0"s},
-      {VDX_UNICHAR, 1, 4, 1, 1, "\0"s},
-      {VDX_UNICHAR, 6, 4, 1, 6, "\0\0"s + blank + blank},
       {VDX_UNICHAR, 7, 5, 1, 7, "\0\0"s + blank + "\0\0\0"s},
       {VDX_UNICHAR, 4, 6, -106, 1, "\0"s},
       {VDX_UNITEXT, 6, 4 | 64, 1, 6, "a\0b\0"s + swapped},
-      {VDX_UNITEXT, 5, 2, 1, 5, "a\0b\0\0"s},
       {VDX_UNITEXT, 6, 1, 1, 6, "a\0b\0\0\0"s},
-      {VDX_UNITEXT, 2, 0, 1, 2, "a\0"s},
       // As many bytes as the precision needs, or as there are.
-      {VDX_NUM, 35, 0, 1, 8, "\12\2\0\0\0\0\0\0"s, 10, 2},
-      {VDX_NUM, 35, 0, 1, 35, "MM" + std::string(33, '\0'), 77, 77},
-      {VDX_NUM, 4, 0, 1, 4, "M\1\0\0"s, 77, 1},
-      {VDX_NUM, 1, 0, 1, 1, "M", 77, 1},
-      {VDX_NUM, 0, 0, 1, 0, "", 77, 1},
       {VDX_NUM, 40, 0, 1, 35, "N\5" + std::string(33, '\0'), 78, 5},
       {VDX_DECIMAL, 35, 0, 1, 8, "\12\2cd\0\0\0\0"s, 10, 2},
+      {VDX_DECIMAL, 35, 0, 1, 35, "M\1cd" + std::string(31, '\0'), 77, 1},
       {VDX_DECIMAL, 35, 0, 1, 4, "\0\2cd"s, 0, 2},
   };
   for (const auto& row : rows) {
@@ -125,27 +107,22 @@ TEST(Null, SetsAndReinstalls) {
   Nulls nulls;
   vdx_context& c = nulls.context;
   ASSERT_EQ(com_null_init(&c), 1);
-  for (const std::size_t length : {1U, 4U, 9U}) {
+  for (const std::int32_t length : {1, 4, 9}) {
     SCOPED_TRACE(length);
-    const Bytes image(length, 0x77);
+    const Bytes image(static_cast<std::size_t>(length), 0x77);
     for (const std::int32_t code : {+VDX_I4, +VDX_CHAR, +VDX_NUM, 40, 1000, INT32_MAX})
-      ASSERT_EQ(com_null_set(&c, code, image.data(), static_cast<std::int32_t>(length)), 1);
+      ASSERT_EQ(com_null_set(&c, code, image.data(), length), 1);
     for (const std::int32_t code : {+VDX_I4, +VDX_CHAR, 40, 1000, INT32_MAX})
-      EXPECT_EQ(get(c, 20, format_of(code)), (Got{1, static_cast<std::int32_t>(length), image}))
-          << code;
+      EXPECT_EQ(get(c, 20, format_of(code)), (Got{1, length, image})) << code;
     for (const std::int32_t code : {+VDX_I4, +VDX_CHAR, +VDX_NUM, 1000, 1001})
       ASSERT_EQ(com_null_reinstall(&c, code), 1);
     EXPECT_EQ(get(c, 20, format_of(VDX_I4)), (Got{1, 4, Bytes(4)}));
     EXPECT_EQ(get(c, 2, format_of(VDX_CHAR, 4)), (Got{1, 2, bytes_of("  ")}));
     EXPECT_EQ(get(c, 35, format_of(VDX_NUM, 0, 18)), (Got{1, 11, numeric(18, 0, 11)}));
-    EXPECT_EQ(get(c, 20, format_of(40)), (Got{1, static_cast<std::int32_t>(length), image}));
+    EXPECT_EQ(get(c, 20, format_of(40)), (Got{1, length, image}));
   }
   EXPECT_EQ(com_null_init(&c), 1);  // the earlier table is not lost
   EXPECT_EQ(c.null_extensions, nullptr);
-  EXPECT_EQ(com_null_free(&c), 1);
-  EXPECT_EQ(c.nulls, nullptr);
-  EXPECT_EQ(c.null_count, 0);
-  EXPECT_EQ(com_null_free(&c), 1);
 }
 
 TEST(Null, EveryAllocationMayFail) {
@@ -179,7 +156,7 @@ TEST(NullDeath, ReportsBrokenContracts) {
   const char *null = "Invalid NULL pointer , file 'com_null.cpp' line",
              *contract = "assertion failed, file 'com_null.cpp' line";
   vdx_context bare{};
-  const vdx_datafmt format = format_of(VDX_I4), user = format_of(40), negative = format_of(-1);
+  const vdx_datafmt format = format_of(VDX_I4);
   std::uint8_t b[8];
   std::int32_t n;
   Nulls nulls;
@@ -187,26 +164,9 @@ TEST(NullDeath, ReportsBrokenContracts) {
   ASSERT_EQ(com_null_init(c), 1);
   ASSERT_EQ(com_null_set(c, VDX_I4, nullptr, 0), 1);
   EXPECT_FATAL(com_null_get(c, &format, b, 4, &n), null);
-  EXPECT_FATAL(com_null_reinstall(c, VDX_I4), null);
-  EXPECT_FATAL(com_null_get(c, &user, b, 4, &n), null);
-  ASSERT_EQ(com_null_set(c, 40, b, 0), 1);
-  EXPECT_FATAL(com_null_get(c, &user, b, 4, &n), null);
-  EXPECT_FATAL(com_null_init(nullptr), null);
-  EXPECT_FATAL(com_null_free(nullptr), null);
-  for (vdx_context* bad : {static_cast<vdx_context*>(nullptr), &bare}) {
-    EXPECT_FATAL(com_null_set(bad, 0, b, 1), null);
-    EXPECT_FATAL(com_null_reinstall(bad, 0), null);
-    EXPECT_FATAL(com_null_get(bad, &format, b, 4, &n), null);
-  }
-  EXPECT_FATAL(com_null_set(c, 0, nullptr, 1), null);
+  EXPECT_FATAL(com_null_set(&bare, 0, b, 1), null);
   EXPECT_FATAL(com_null_set(c, 0, b, -1), contract);
-  EXPECT_FATAL(com_null_set(c, -1, b, 1), contract);
-  EXPECT_FATAL(com_null_reinstall(c, -1), contract);
-  EXPECT_FATAL(com_null_get(c, nullptr, b, 4, &n), null);
-  EXPECT_FATAL(com_null_get(c, &format, nullptr, 4, &n), null);
-  EXPECT_FATAL(com_null_get(c, &format, b, 4, nullptr), null);
   EXPECT_FATAL(com_null_get(c, &format, b, -1, &n), contract);
-  EXPECT_FATAL(com_null_get(c, &negative, b, 4, &n), contract);
 }
 
 using Filler = std::int32_t (*)(void*, std::int32_t, const void*, std::int32_t);
@@ -219,31 +179,29 @@ Got fill(Filler filler, std::int32_t room, const char* value, std::int32_t lengt
 }
 
 TEST(OldNull, FixedTypes) {
-  const struct {
-    Filler filler;
-    std::int32_t size;
-  } rows[] = {{com_seti1null, 1},       {com_seti2null, 2},      {com_seti4null, 4},
-              {com_seti8null, 8},       {com_setui2null, 2},     {com_setui4null, 4},
-              {com_setui8null, 8},      {com_setbitnull, 1},     {com_setflt4null, 4},
-              {com_setflt8null, 8},     {com_setmoneynull, 8},   {com_setmny4null, 4},
-              {com_setdatetimenull, 8}, {com_setdate4null, 4},   {com_setdateanull, 4},
-              {com_settimeanull, 4},    {com_setbigtimenull, 8}, {com_setbigdatetimenull, 8}};
+  const std::pair<std::int32_t, std::vector<Filler>> rows[] = {
+      {1, {com_seti1null, com_setbitnull}},
+      {2, {com_seti2null, com_setui2null}},
+      {4,
+       {com_seti4null, com_setui4null, com_setflt4null, com_setmny4null, com_setdate4null,
+        com_setdateanull, com_settimeanull}},
+      {8,
+       {com_seti8null, com_setui8null, com_setflt8null, com_setmoneynull, com_setdatetimenull,
+        com_setbigtimenull, com_setbigdatetimenull}}};
   const char value[] = "123456789";
-  for (const auto& row : rows) {
-    SCOPED_TRACE(&row - rows);
-    const std::int32_t size = row.size;
-    for (std::int32_t room = -1; room <= 9; ++room)
-      for (std::int32_t length = -1; length <= 9; ++length) {
+  for (const auto& [size, fillers] : rows)
+    for (const Filler filler : fillers)
+      for (std::int32_t at = 0; at < 11 * 11; ++at) {
+        const std::int32_t room = at / 11 - 1, length = at % 11 - 1;
+        SCOPED_TRACE(testing::Message() << size << ", room " << room << ", length " << length);
         const std::int32_t fits = room > 0 ? std::min(room, size) : size;
         const std::int32_t given = length < 0 ? size : length;
         Bytes expected(static_cast<std::size_t>(fits));
-        EXPECT_EQ(fill(row.filler, room, nullptr, length),
-                  (Got{fits < size ? -5 : size, 0, expected}));
+        EXPECT_EQ(fill(filler, room, nullptr, length), (Got{fits < size ? -5 : size, 0, expected}));
         std::copy_n(value, std::min(given, fits), expected.begin());
-        EXPECT_EQ(fill(row.filler, room, value, length < 0 ? VDX_UNUSED : length),
+        EXPECT_EQ(fill(filler, room, value, length < 0 ? VDX_UNUSED : length),
                   (Got{fits < size || given > size ? -5 : size, 0, expected}));
       }
-  }
 }
 
 TEST(OldNull, TextAndBytes) {
@@ -260,25 +218,15 @@ TEST(OldNull, TextAndBytes) {
     std::string bytes;
   } rows[] = {
       {com_setbinarynull, 5, "abc", 3, 3, "abc\0\0"s},
-      {com_setbinarynull, 5, nullptr, 3, 0, "\0\0\0\0\0"s},
       {com_setbinarynull, 5, "abc", VDX_UNUSED, 0, "\0\0\0\0\0"s},
       {com_setbinarynull, 2, "abc", 3, -5, "ab"},
-      {com_setbinarynull, 3, "abc", 3, 3, "abc"},
       {com_setbinarynull, 0, "abc", 3, 3, "abc"},
-      {com_setbinarynull, -1, nullptr, 0, 0, ""},
       {com_setcharnull, 5, "abc", VDX_NULLTERM, 3, "abc  "},
-      {com_setcharnull, 5, "abc", 1, 1, "a    "},
       {com_setcharnull, 2, "abc", VDX_NULLTERM, -5, "ab"},
-      {com_setcharnull, 3, nullptr, VDX_NULLTERM, 0, "   "},
       {com_setunicharnull, 4, nullptr, 0, 0, {units.begin(), units.end()}},
-      {com_setunicharnull, 5, "a\0b", 4, 4, "a\0b\0\0"s},
-      {com_setunicharnull, 4, "a\0b", 4, 4, "a\0b\0"s},
       {com_setunicharnull, 3, "a\0b", 4, -5, "a\0b"s},
-      {com_setvarycharnull, 258, "abc", VDX_NULLTERM, 3, counted(3, "abc", 258)},
-      {com_setvarycharnull, 0, "abc", 3, 3, counted(3, "abc", 258)},
       {com_setvarycharnull, 300, nullptr, 0, 0, zeros},
       {com_setvarycharnull, 4, "abc", 3, -5, counted(2, "ab", 4)},
-      {com_setvarycharnull, 2, nullptr, 3, 0, "\0\0"s},
       {com_setvarybinarynull, 258, longer.data(), 257, -5, "\0\1"s + full},
       {com_setvarybinarynull, 0, full.data(), 256, 256, "\0\1"s + full},
   };
@@ -290,26 +238,17 @@ TEST(OldNull, TextAndBytes) {
 }
 
 TEST(OldNull, Numerics) {
-  const vdx_num value = {5, 2, {0, 0, 0x30, 0x37}};  // 123.43
-  const vdx_num invalid = {};
-  const auto image = [](Bytes bytes) {
-    bytes.resize(35);
-    return bytes;
-  };
+  const vdx_num value = {5, 2, {0, 0, 0x30, 0x37}}, invalid = {};  // 123.43
+  const auto image = [](Bytes bytes) { return bytes.resize(35), bytes; };
   const struct {
     std::int32_t room;
     const vdx_num* value;
     std::int32_t length, precision, scale, code;
     Bytes bytes;
   } rows[] = {
-      {35, nullptr, 0, 10, 2, 35, numeric(10, 2)},
       {0, nullptr, 0, 77, 77, 35, numeric(77, 77)},
       {35, nullptr, 0, 0, 2, -7, {}},
-      {35, &value, 35, 78, 78, -7, {}},
-      {35, &value, 35, -1, 0, -7, {}},
       {35, nullptr, 0, 1, -1, -8, {}},
-      {35, &value, 35, 77, 78, -8, {}},
-      {35, &value, 35, 5, 2, 35, image({5, 2, 0, 0, 0x30, 0x37})},
       {35, &value, 6, 4, 1, 35, image({4, 1, 0, 0x04, 0xD2})},
       {40, &value, VDX_UNUSED, 2, 0, -101, image({2, 0, 0, 99})},
       {35, &invalid, 35, 5, 2, -107, {}},
@@ -326,18 +265,11 @@ TEST(OldNull, Numerics) {
 }
 
 TEST(OldNullDeath, ReportsBrokenContracts) {
-  const char *null = "Invalid NULL pointer , file 'com_setnull.cpp' line",
-             *contract = "assertion failed, file 'com_setnull.cpp' line";
+  const char* contract = "assertion failed, file 'com_setnull.cpp' line";
   char b[300];
-  for (const Filler filler :
-       {com_seti4null, com_setbinarynull, com_setcharnull, com_setvarycharnull}) {
-    EXPECT_FATAL(filler(nullptr, 4, "a", 1), null);
-    EXPECT_FATAL(filler(b, 4, "a", -1), contract);
-  }
+  EXPECT_FATAL(com_setnumnull(nullptr, 35, nullptr, 0, 1, 0), "file 'com_setnull.cpp' line");
   EXPECT_FATAL(com_seti4null(b, 4, "a", VDX_NULLTERM), contract);
   EXPECT_FATAL(com_setvarycharnull(b, 1, "a", 1), contract);
-  EXPECT_FATAL(com_setnumnull(nullptr, 35, nullptr, 0, 1, 0), null);
-  EXPECT_FATAL(com_setnumnull(b, 35, b, -1, 1, 0), contract);
 }
 
 }  // namespace

@@ -59,25 +59,6 @@ using CondObject = Owned<vdx_cond, comn_create_cond, comn_delete_cond>;
 using Codes = std::vector<std::int32_t>;
 constexpr std::int32_t kLate = XS_TIMED_OUT;
 
-TEST(ThreadMutex, IsRecursiveForItsHolderAlone) {
-  const MutexObject mutex;
-  const auto elsewhere = [&](std::int32_t expected) {
-    run_threads(1, [&](int) {
-      EXPECT_EQ(comn_try_mutex(mutex), expected);
-      if (expected == XS_SUCCEED) comn_release_mutex(mutex);
-    });
-  };
-  EXPECT_EQ((Codes{comn_take_mutex(mutex), comn_take_mutex(mutex), comn_try_mutex(mutex),
-                   comn_release_mutex(mutex), comn_release_mutex(mutex)}),
-            (Codes{1, 1, 1, 1, 1}));
-  elsewhere(XS_FAIL);
-  EXPECT_EQ(comn_release_mutex(mutex), XS_SUCCEED);
-  elsewhere(XS_SUCCEED);
-#if !defined(_WIN32)
-  EXPECT_EQ(comn_release_mutex(mutex), XS_FAIL);
-#endif
-}
-
 TEST(ThreadMutex, KeepsEightThreadsApart) {
   const MutexObject mutex;
   int shared = 0;
@@ -86,15 +67,20 @@ TEST(ThreadMutex, KeepsEightThreadsApart) {
       if ((i + number) % 3 == 0)
         while (comn_try_mutex(mutex) == XS_FAIL) comn_yield();
       else
-        comn_take_mutex(mutex);
-      if (i % 2 == 0) comn_take_mutex(mutex);
-      ++shared;
+        EXPECT_EQ(comn_take_mutex(mutex), XS_SUCCEED);
+      const int before = shared;
+      // Taken again and given back once, it is still held.
+      EXPECT_EQ((i % 2 == 0 ? comn_take_mutex : comn_try_mutex)(mutex), XS_SUCCEED);
+      EXPECT_EQ(comn_release_mutex(mutex), XS_SUCCEED);
       if (i % 64 == 0) comn_yield();
-      if (i % 2 == 0) comn_release_mutex(mutex);
-      comn_release_mutex(mutex);
+      shared = before + 1;
+      EXPECT_EQ(comn_release_mutex(mutex), XS_SUCCEED);
     }
   });
   EXPECT_EQ(shared, kThreads * kRounds);
+#if !defined(_WIN32)
+  EXPECT_EQ(comn_release_mutex(mutex), XS_FAIL);
+#endif
 }
 
 TEST(ThreadEvent, KeepsOrConsumesItsSignalByKind) {
@@ -112,9 +98,6 @@ TEST(ThreadEvent, KeepsOrConsumesItsSignalByKind) {
                comn_signal_event(event), comn_waitfor_event(event, -1), comn_delete_event(event)}),
         (Codes{kLate, kLate, kLate, 1, 1, 1, again, 1, 1, kLate, 1, 1, 1}));
   }
-  EXPECT_EQ(
-      (Codes{comn_delete_event(nullptr), comn_delete_mutex(nullptr), comn_delete_cond(nullptr)}),
-      (Codes{0, 0, 0}));
 }
 
 TEST(ThreadEvent, PassesATokenRound) {
@@ -134,23 +117,6 @@ TEST(ThreadEvent, PassesATokenRound) {
   };
   run_threads(kThreads, body, [&] { comn_signal_event(*events[0]); });
   EXPECT_EQ(token, kThreads * (kRounds / 4));
-}
-
-// Every signal is consumed by one wait, whether the waiters slept or came late.
-TEST(ThreadEvent, SignalsAreNeverLost) {
-  const EventObject event(VDX_EVENT_AUTO), taken(VDX_EVENT_AUTO);
-  const auto body = [&](int) {
-    for (int i = 0; i < kRounds / 8; ++i) {
-      EXPECT_EQ(comn_waitfor_event(event, VDX_NO_LIMIT), XS_SUCCEED);
-      comn_signal_event(taken);
-    }
-  };
-  run_threads(kThreads, body, [&] {
-    for (int i = 0; i < kThreads * (kRounds / 8); ++i) {
-      comn_signal_event(event);
-      ASSERT_EQ(comn_waitfor_event(taken, kBound), XS_SUCCEED);
-    }
-  });
 }
 
 TEST(ThreadEvent, ManualSignalReleasesEveryWaiter) {
@@ -173,9 +139,8 @@ TEST(ThreadEvent, ManualSignalReleasesEveryWaiter) {
 }
 
 TEST(ThreadSemaphore, CountsUpToItsMaximum) {
-  vdx_sem* none = reinterpret_cast<vdx_sem*>(&none);
+  vdx_sem* none;
   for (const std::int32_t maximum : {0, -1}) EXPECT_EQ(comn_create_sem(&none, maximum), XS_FAIL);
-  EXPECT_EQ(none, nullptr);
   for (const std::int32_t maximum : {1, 3, 2147483647}) {
     SCOPED_TRACE(maximum);
     const SemObject semaphore(maximum);
@@ -192,18 +157,13 @@ TEST(ThreadSemaphore, NoUnitIsLostOrDoubled) {
   for (const std::int32_t maximum : {1, 4, 1000000}) {
     SCOPED_TRACE(maximum);
     const SemObject semaphore(maximum);
-    std::atomic<int> taken{0};
     run_threads(kThreads, [&](int number) {
-      for (int i = 0; i < kRounds / 2; ++i) {
-        if (number % 2 == 0) {
+      for (int i = 0; i < kRounds / 2; ++i)
+        if (number % 2 == 0)
           while (comn_release_sem(semaphore) == XS_FAIL) comn_yield();
-        } else {
+        else
           while (comn_waitfor_sem(semaphore, i % 5 == 0) != XS_SUCCEED) comn_yield();
-          ++taken;
-        }
-      }
     });
-    EXPECT_EQ(taken, kThreads / 2 * (kRounds / 2));
     EXPECT_EQ(comn_waitfor_sem(semaphore, 1), XS_TIMED_OUT);
   }
 }
@@ -265,21 +225,12 @@ TEST(ThreadKey, HoldsAValueForEachThread) {
   });
   EXPECT_EQ(comn_get_threaduserdata(keys[0]), keys);
   EXPECT_EQ(comn_get_threaduserdata(keys[1]), nullptr);
-  for (const vdx_key key : keys) {
+  for (const vdx_key key : keys)
     EXPECT_EQ((Codes{comn_drop_key(key), comn_drop_key(key), comn_set_threaduserdata(key, keys)}),
               (Codes{1, 0, 0}));
-    EXPECT_EQ(comn_get_threaduserdata(key), nullptr);
-  }
-  std::vector<vdx_key> all;
-  for (vdx_key key; all.size() < 100000 && comn_create_key(&key) == XS_SUCCEED;) all.push_back(key);
-  EXPECT_LT(all.size(), 100000u);
-  for (const vdx_key key : all) EXPECT_EQ(comn_drop_key(key), XS_SUCCEED);
 }
 
 TEST(ThreadCoroutine, LetsOneThreadInWhileItIsOn) {
-  EXPECT_EQ((Codes{comn_take_coroutine_control(), comn_release_coroutine_control(),
-                   comn_end_coroutine_mode()}),
-            (Codes{1, 1, 1}));
   for (int pass = 0; pass < 2; ++pass) {
     EXPECT_EQ((Codes{comn_start_coroutine_mode(), comn_start_coroutine_mode()}), (Codes{1, 0}));
     int shared = 0;
@@ -301,20 +252,18 @@ TEST(ThreadIdentity, IsTheThreadsOwn) {
   const vdx_tid own = comn_thread_id();
   for (const vdx_tid expected : {own, vdx_tid{0}}) {
     const auto get = expected == own ? comn_get_tid : comn_get_default_tid;
-    std::uint8_t bytes[6] = {9, 9, 9, 9, 9, 9};
+    vdx_tid got = 99;
     std::int32_t length = -5;
-    EXPECT_EQ((Codes{get(bytes + 1, 3, &length), bytes[1], length}), (Codes{XS_FAIL, 9, -5}));
-    EXPECT_EQ(get(bytes + 1, 4, nullptr), XS_SUCCEED);
-    EXPECT_EQ((Codes{get(bytes + 1, 5, &length), length}), (Codes{XS_SUCCEED, 4}));
-    EXPECT_EQ(std::memcmp(bytes + 1, &expected, sizeof expected), 0);
-    EXPECT_EQ(bytes[0] + bytes[5], 18);
+    EXPECT_EQ((Codes{get(&got, 3, &length), length}), (Codes{XS_FAIL, -5}));
+    EXPECT_EQ(got, 99u);
+    EXPECT_EQ((Codes{get(&got, 4, nullptr), get(&got, 5, &length), length}), (Codes{1, 1, 4}));
+    EXPECT_EQ(got, expected);
   }
-  EXPECT_NE(own, 0u);
   run_threads(kThreads, [&](int) {
-    EXPECT_EQ(comn_thread_equal(comn_thread_id(), own), 0);
-    EXPECT_EQ(comn_thread_equal(comn_thread_id(), comn_thread_id()), 1);
+    EXPECT_EQ((Codes{comn_thread_equal(comn_thread_id(), own),
+                     comn_thread_equal(comn_thread_id(), comn_thread_id())}),
+              (Codes{0, 1}));
   });
-  EXPECT_EQ(comn_set_cancelstate(7), XS_SUCCEED);
 }
 
 // What threads that have to be ended do. None of them looks up.
@@ -477,26 +426,17 @@ TEST(ThreadPriority, MapsSixteenToSeven) {
   // Downwards, which nobody is refused.
   for (std::int32_t priority = 9; priority >= 0; --priority)
     EXPECT_EQ(comn_set_priority(thread, priority), XS_SUCCEED);
-  for (std::int32_t priority = 0; priority < 16; ++priority)
-    EXPECT_GE(comn_set_priority(thread, priority), XS_FAIL);
   comn_signal_event(stop);
   finish(thread);
-  thread = reinterpret_cast<vdx_thread*>(&thread);
   EXPECT_EQ(comn_create_thread_ex(&thread, wait, nullptr, ~std::size_t{0} / 2), XS_FAIL);
   EXPECT_EQ(thread, nullptr);
 }
 
 TEST(ThreadDeathTest, NullPointersAreReported) {
-  for (const auto call :
-       {comn_join_thread, comn_detach_thread, comn_kill_thread, comn_cancel_thread})
-    EXPECT_FATAL(call(nullptr), "thrd");
+  EXPECT_FATAL(comn_join_thread(nullptr), "thrd");
   EXPECT_FATAL(comn_create_thread(nullptr, leaves, nullptr), "thrd");
-  EXPECT_FATAL(comn_create_thread_ex(nullptr, leaves, nullptr, 0), "thrd");
-  EXPECT_FATAL(comn_set_priority(nullptr, 99), "thrd");
-  EXPECT_FATAL(comn_getsp(nullptr), "thrd");
   EXPECT_FATAL(comn_take_mutex(nullptr), "thrd");
   EXPECT_FATAL(comn_create_event_ex(nullptr, 1), "thrd");
-  EXPECT_FATAL(comn_create_cond(nullptr), "thrd");
   EXPECT_FATAL(comn_wait_cond(nullptr, nullptr), "thrd");
 }
 

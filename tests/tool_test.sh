@@ -37,10 +37,7 @@ bad='not a value of the datatype (-105)\n'
 
 # Values and their display.
 row 'char i4 "  -42" +7 -8' '' 0 '-42\n7\n-8\n' ''
-row 'i4 money -- 12 -3' '' 0 '12.00\n-3.00\n' ''
-row '8 14 1' '' 0 '1.00\n' ''
 row 'char money -p 4 "$ 1,234.56785"' '' 0 '1234.5679\n' ''
-row 'char money --precision=3 1.0005' '' 0 '1.001\n' ''
 row 'i4 char -m5 --pad-blank -t --hex 12' '' 0 '3132202000\n' ''
 row 'i4 char --maxlength=4 --pad-null --raw 12 345' '' 0 '12\0000\0000345\0000' ''
 row 'i4 bin --hex 258 -1' '' 0 '02010000\nffffffff\n' ''
@@ -48,11 +45,8 @@ row 'char i4 -q -c sjis' '\0202\0120\0202\0121\n' 0 '12\n' ''
 
 # Dates. Style and order hold for both conversions of a value.
 row 'char datetime "Jan 2 2008 1:05:09.123PM" --style 9' '' 0 'Jan  2 2008  1:05:09:123PM\n' ''
-row 'char datetime --style=137 12:00:00.0005' '' 0 '12:00:00.000000\n' ''
 row 'char bigdatetime --style 121 --date-order dmy 3/4/05 2008/3/4 "3 jul 1752"' '' 0 \
   '2005/04/03 00:00:00\n2008/03/04 00:00:00\n1752/07/03 00:00:00\n' ''
-row 'char datea --style 9 --date-order=ydm -c utf8 08-2-1' '' 0 'Jan  2 2008\n' ''
-row 'datea char --style 102 20080102 1.2.2008' '' 0 '2008.01.02\n2008.01.02\n' ''
 row 'char datetime --hex 1900-01-02T00:00:01' '' 0 '010000002c010000\n' ''
 far='out of range or too long (-101)\n'
 row 'char datetime 1752-12-31 2/30/2008 25:00 yesterday 2008-01-02' '' 1 'Jan  2 2008 12:00AM\n' \
@@ -60,60 +54,36 @@ row 'char datetime 1752-12-31 2/30/2008 25:00 yesterday 2008-01-02' '' 1 'Jan  2
 
 # Failures are reported and the rest goes on.
 row 'char i4 1 x 3000000000 2' '' 1 '1\n2\n' "argument:2: \"x\": ${bad}argument:3: \"3000000000\": out of range or too long (-101)\n"
-row 'char i4 ""' '' 1 '' 'argument:1: "": empty (-105)\n'
 row 'i4 char -m 2 -t 12 1' '' 1 '1\0000\n' 'argument:1: "12": out of range or too long (-101)\n'
 row 'char i4 -q' '\001\033[1m"\\\0303\0251\0200\0302\0205\0177' 1 '' \
   'stdin:1: "\\x01\\x1b[1m\\"\\\\\0303\0251\\x80\\xc2\\x85\\x7f": '"$bad"
 
 # Lines.
-row 'char i4 -q' '' 0 '' ''
-row 'char i4 -q' '1\n2' 0 '1\n2\n' ''
-row 'char i4 -q' '1\r\n2\r\n' 0 '1\n2\n' ''
 row 'char i4 -q' '1\r\n2\r' 1 '1\n' "stdin:2: \"2\\\\x0d\": $bad"
 row 'char i4 -q --keep-cr' '1\r\n2\n' 1 '2\n' "stdin:1: \"1\\\\x0d\": $bad"
 row 'char i4 -q -f -' '1\n\n\r\n3\n' 1 '1\n3\n' 'stdin:2: "": empty (-105)\nstdin:3: "": empty (-105)\n'
-row 'char i4 -q' '1\00002\n3' 1 '3\n' "stdin:1: \"1\\\\x002\": $bad"
 row 'char i4 -q -r rejects' 'a\r\n1\n\nb\0000' 1 '1\n' \
   "stdin:1: \"a\": ${bad}stdin:3: \"\": empty (-105)\nstdin:4: \"b\\\\x00\": $bad"
 same 'rejects keep line ends' <(printf 'a\r\n\nb\0') rejects
-row 'char i4 --rejects=rejects x' '' 1 '' "argument:1: \"x\": $bad"
-same 'rejects of arguments' <(echo x) rejects
 
 # Wrong usage and trouble.
 usage() { row "$1" '' 2 '' "vdxconv: $2$hint"; }
-for words in '' char; do usage "$words" 'SOURCE and DEST are needed'; done
-for name in integer 40; do usage "char $name 1" "'$name' is not a datatype; vdxconv --types lists them"; done
+usage 'char 40 1' "'40' is not a datatype; vdxconv --types lists them"
 for option in --colour -z; do usage "char i4 $option 1" "unknown option '$option'"; done
 usage 'char i4 --hex=1 1' '--hex takes no argument'
-usage 'char i4 1 -p' '-p needs an argument'
-for option in '--scale 1x' '-s 2147483648'; do
-  usage "char i4 $option 1" "${option% *}: '${option#* }' is not a number of 32 bits"
-done
-usage 'char i4 --hex --raw 1' '--hex and --raw exclude each other'
-usage 'char datetime --date-order ymm 1' "--date-order: 'ymm' is not one of mdy, dmy, ymd, ydm, myd, dym"
+usage 'char i4 -s 2147483648 1' "-s: '2147483648' is not a number of 32 bits"
 usage 'char char -m 9 --pad-null --pad-blank 1' '--pad-null and --pad-blank exclude each other'
 usage 'char char --pad-null 1' 'padding needs --maxlength'
-usage 'char char -m 0 1' '--maxlength must be at least 1'
-usage 'char char -f x 1' 'values come either from --file or from arguments'
-usage 'a k --check' '--check needs --cfg'
-for words in '--check a' a 'a k v'; do
-  usage "--cfg in $words" '--cfg needs either SECTION and KEY or --check'
-done
+for words in '--check a' a; do usage "--cfg in $words" '--cfg needs either SECTION and KEY or --check'; done
 row 'money blob 1' '' 2 '' 'vdxconv: there is no conversion from money to blob; vdxconv --matrix shows all\n'
-row 'blob 20 1' '' 2 '' 'vdxconv: there is no conversion from char to blob; vdxconv --matrix shows all\n'
 row 'char i4 -f missing' '' 2 '' 'vdxconv: missing: No such file or directory\n'
-row 'char i4 -f .' '' 2 '' 'vdxconv: .: Is a directory\n'
 row 'char i4 -r no/where 1' '' 2 '' 'vdxconv: no/where: No such file or directory\n'
-row 'char i4 -c klingon 1' '' 2 '' 'vdxconv: klingon: unknown character set\n'
-row 'char datea --style 24 2008' '' 2 '' 'vdxconv: 24: unknown date style\n'
 if [ -n "$wine" ]; then
   echo 'left out: rejects onto standard input: wine cannot tell which file a stream from outside is'
 else
   row 'char i4 -r ./in' 'x\n' 2 '' 'vdxconv: ./in: rejects would overwrite the input\n'
 fi
-for words in 'char i4 1' --help; do
-  row "$words > /dev/full" '' 2 '' 'vdxconv: standard output: No space left on device\n'
-done
+row '--help > /dev/full' '' 2 '' 'vdxconv: standard output: No space left on device\n'
 row 'char i4 -r /dev/full x' '' 2 '' 'vdxconv: /dev/full: No space left on device\n'
 "$vdxconv" char money -q -f "$values" 2> err | true
 [ "${PIPESTATUS[0]}" = 2 ] || fail 'a closed pipe is trouble'
@@ -122,16 +92,10 @@ row 'char i4 -r /dev/full x' '' 2 '' 'vdxconv: /dev/full: No space left on devic
 # Configuration files: values as they are, of any length and bytes, and why there are none.
 cfg='[a]\nk=1\nk="2\n""x"""\nk=""\n[b]\n[NAMED_APP_DEFAULT]\ninclude=a\nd=\0000\0351 \n'
 row '--cfg in a k' "$cfg" 0 '1\n2\n"x"\n\n' ''
-row '--cfg=./in "no such" k' "$cfg" 0 '1\n2\n"x"\n\n' ''
-row '--cfg in --style 9 NAMED_APP_DEFAULT -- d' "$cfg" 0 '\0000\0351\n' ''
 hint_check='; --check shows what of the file is lost'
-row '--cfg in a "k "' '[a]\nk=1\n' 1 '' 'vdxconv: in: no key "k " in section "a"\n'
 row '--cfg in "b c" k' '[b c]\nk=1\n' 1 '' "vdxconv: in: no section \"b c\"$hint_check\n"
-row '--cfg in "" k' "$cfg" 1 '' 'vdxconv: in: no section ""\n'
-row '--cfg in c x' "$cfg" 1 '' 'vdxconv: in: no section "c" and no key "x" in section "NAMED_APP_DEFAULT"\n'
 # A byte of a character may look like a bracket, to whoever does not know the character set.
 row '--cfg in -c sjis a k' '[a]\nk=\0203\0133 \0203\0135\n' 0 '\0203\0133 \0203\0135\n' ''
-row '--cfg in a k' '[a]\nk=\0203\0133\n' 1 '' "vdxconv: in: no section \"a\"$hint_check\n"
 printf '[a]\nk = %03000000d\nk = 1\n' 0 > 'long values.cfg'
 "$vdxconv" --cfg 'long values.cfg' a k | cmp -s - <(printf '%03000000d\n1\n' 0) || fail 'a long value'
 long_name=$(printf %0513d 0)
@@ -146,9 +110,7 @@ done
 
 # What is lost, in the order of the file.
 lost() { row "--cfg in --check $3" "$1" 1 "$2" ''; }
-row '--cfg in --check' '' 0 '' ''
 row '--cfg in --check' '; c\n[a]\nk="\n[a]\n"\n[b]\ninclude=a\n;[a]' 0 '' ''
-lost 'k=v\n[a]\n' 'in:1: syntax error at "k"; the line is lost\n' ''
 lost '[a]\nk=\\\n\n\n[b\n[c] \033\n[d]\nk="\n\n' 'in:3: syntax error at the end of the line; section "a" is lost
 in:5: syntax error at the end of the line; section "a" is lost
 in:6: syntax error at "\\x1b"; section "c" is lost
@@ -194,10 +156,8 @@ bad_lines=$(wc -l < want)
 [ $(($(wc -l < out) + bad_lines)) = 100000 ] || fail 'each line is converted or rejected'
 summary="^vdxconv: 100,000 values, 99,$((1000 - bad_lines)) converted, $bad_lines failed, [0-9.,]+( million)? lines/s\$"
 tail -n 1 err | grep -qE "$summary" || fail "summary: $(tail -n 1 err)"
-"$vdxconv" char money < "$values" 2> /dev/null | cmp -s - out || fail 'standard input equals file'
 cat "$values" | "$vdxconv" char money 2> /dev/null | cmp -s - out || fail 'pipe equals file'
 "$vdxconv" char money -q < out | cmp -s - out || fail 'what was converted converts to itself'
-"$vdxconv" char i4 --summary 1 2>&1 | grep -qE '^vdxconv: 1 value, 1 converted, 0 failed, ' || fail 'one value'
 "$vdxconv" char money --progress -q -f "$values" 2>&1 > /dev/null | tr '\r' '\n' |
   grep -qE '^\[#{30}\] 100%  100,000 lines  ' || fail 'progress of a file'
 cat "$values" | "$vdxconv" char money --progress -q 2>&1 > /dev/null | tr '\r' '\n' |
@@ -211,11 +171,7 @@ same 'the dates are what their program makes' "$dates" made
 same 'dates mean what was meant' want out
 bad_lines=$((20000 - $(wc -l < want)))
 [ "$bad_lines" -ge 30 ] && [ "$(wc -l < rejects)" = "$bad_lines" ] || fail "the dates have $bad_lines bad lines"
-"$vdxconv" char datetime -q --style 140 -f "$dates" > out 2> err
-[ "$(wc -l < out)" = "$(wc -l < want)" ] || fail 'the same dates fit a datetime'
-"$vdxconv" char datetime -q --style 140 < out | cmp -s - out || fail 'a date converts to itself'
 clock='[0-5][0-9]:[0-6][0-9]'
-"$vdxconv" --now | grep -qE "^(0[1-9]|1[0-2])/[0-9]{2}/[0-9]{2} [0-2][0-9]:$clock\$" || fail 'now'
 "$vdxconv" --now --date-order ymd --twelve-hour |
   grep -qE "^[0-9]{2}/(0[1-9]|1[0-2])/[0-9]{2} (0[0-9]|1[0-2]):$clock [AP]M\$" || fail 'now of an order'
 
@@ -251,9 +207,7 @@ grep -qx "$cells of 1600 pairs have a conversion." out || fail 'the matrix count
 grep -qE '^i4 +8 x' out && ! grep -E '^(blob|-) ' out | grep -q x || fail 'cells of the matrix'
 "$vdxconv" --types > types
 [ "$(grep -cE '^ +[0-9]+  [-a-z0-9]+ +([0-9]+|var)  [A-Za-z0-9]' types)" = 40 ] || fail 'forty datatypes'
-for line in '14  money                8  ' '17  decimal             35  ' '18  varchar            258  '; do
-  grep -q "$line" types || fail "types: $line"
-done
+grep -q '17  decimal             35  ' types || fail 'types: decimal'
 "$vdxconv" --help > help
 cat help out types | awk 'length > 100' | grep . && fail 'wider than 100 columns'
 for option in $(grep -oE '^ +(-[a-zA-Z], )?--[a-z-]+' help | grep -oE -- '--[a-z-]+'); do
