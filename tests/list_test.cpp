@@ -246,6 +246,19 @@ TEST(List, Properties) {
     EXPECT_EQ(std::string(buffer, value.size()), value);
     EXPECT_EQ(n, length);
   }
+  vdx_list* other;
+  ASSERT_EQ(lm_list_alloc(lists.instance, "", 0, VDX_LM_UNKEYED, &other), XS_SUCCEED);
+  const auto memory = [&](bool of_list) {
+    std::int64_t bytes = 0;
+    EXPECT_EQ(of_list ? lm_list_prop(other, VDX_LM_GET, VDX_LM_MEMORY, &bytes, 8, nullptr)
+                      : lm_property(lists.instance, VDX_LM_GET, VDX_LM_MEMORY, &bytes, 8, nullptr),
+              XS_SUCCEED);
+    return bytes;
+  };
+  const std::int64_t whole = memory(false), one = memory(true);
+  EXPECT_GT(one, 0);
+  EXPECT_EQ(lm_list_drop(other), XS_SUCCEED);
+  EXPECT_EQ(memory(false), whole - one);
 }
 
 TEST(ListDeath, WrongCallsAreReported) {
@@ -302,6 +315,8 @@ TEST(Pool, PiecesAreApartAlignedAndCounted) {
   for (int i = 0; i < 1000; ++i) pool->release(pool->allocate(40), 40);
   EXPECT_EQ(pool->memory(), bytes);
   EXPECT_EQ(held, 0);
+  held = 1;  // the lock refuses
+  EXPECT_EQ(pool->allocate(8), nullptr);
 }
 
 }  // namespace
