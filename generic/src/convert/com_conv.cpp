@@ -28,13 +28,19 @@ namespace vdx {
 
 namespace {
 
-using FamilyTable = std::array<std::array<vdx_convfn, kFamilies>, kFamilies>;
+// A constant expression cannot compare the addresses of functions in a sanitized build.
+struct Cell {
+  bool named = false;  // the pair has a conversion
+  vdx_convfn function = nullptr;
+};
+
+using FamilyTable = std::array<std::array<Cell, kFamilies>, kFamilies>;
 
 constexpr FamilyTable kFamilyTable = [] {
   FamilyTable table{};
-#define CONVERSION(S, D, way) table[family_##S][family_##D] = comn_##S##to##D;
-#define SPECIAL(S, D, way) table[family_##S][family_##D] = comn_##S##to##D;
-#define INTERNAL(S, D, way) table[family_##S][family_##D] = inner_##S##to##D;
+#define CONVERSION(S, D, way) table[family_##S][family_##D] = {true, comn_##S##to##D};
+#define SPECIAL(S, D, way) table[family_##S][family_##D] = {true, comn_##S##to##D};
+#define INTERNAL(S, D, way) table[family_##S][family_##D] = {true, inner_##S##to##D};
 #include "convert/all.list"
 #undef CONVERSION
 #undef SPECIAL
@@ -69,19 +75,19 @@ constexpr Codes reach(std::int32_t source) {
 // Cells that no family gives.
 struct SpecialCell {
   std::int32_t source, destination;
-  vdx_convfn function;
+  Cell cell;
 };
 
 constexpr SpecialCell kSpecialCells[] = {
     // A retired code of i8, kept where it was ever filled.
-    {VDX_UNICHAR, 20, comn_unichartoi8},
-    {VDX_UNITEXT, 20, comn_unichartoi8},
+    {VDX_UNICHAR, 20, {true, comn_unichartoi8}},
+    {VDX_UNITEXT, 20, {true, comn_unichartoi8}},
     // Images and UTF-16 have conversions of their own; UTF-16 objects become images like byte strings.
-    {VDX_UNICHAR, VDX_IMAGE, comn_unichartoimage},
-    {VDX_IMAGE, VDX_UNICHAR, comn_imagetounichar},
-    {VDX_IMAGE, VDX_UNITEXT, comn_imagetounichar},
+    {VDX_UNICHAR, VDX_IMAGE, {true, comn_unichartoimage}},
+    {VDX_IMAGE, VDX_UNICHAR, {true, comn_imagetounichar}},
+    {VDX_IMAGE, VDX_UNITEXT, {true, comn_imagetounichar}},
     // A locator becomes what it locates; the other two are families of their own already.
-    {VDX_TEXTLOCATOR, VDX_TEXT, inner_locatortotext},
+    {VDX_TEXTLOCATOR, VDX_TEXT, {true, inner_locatortotext}},
 };
 
 // The big date types share the texts of their smaller kin.
@@ -91,29 +97,36 @@ constexpr Family shared(Family family) {
   return family;
 }
 
-constexpr vdx_convfn family_cell(std::int32_t source, std::int32_t destination) {
+constexpr Cell family_cell(std::int32_t source, std::int32_t destination) {
   const Family from = kSourceFamily[static_cast<std::size_t>(source)];
   const Family to = kDestinationFamily[static_cast<std::size_t>(destination)];
   // Void becomes anything that has no handle; void itself in its own way.
   if (from == family_void && to != family_void)
-    return (code(destination) & kLocatorCodes) == 0 ? kFamilyTable[from][family_any] : nullptr;
-  if ((reach(source) & code(destination)) == 0) return nullptr;
-  const vdx_convfn own = kFamilyTable[from][to];
-  return own != nullptr ? own : kFamilyTable[shared(from)][shared(to)];
+    return (code(destination) & kLocatorCodes) == 0 ? kFamilyTable[from][family_any] : Cell{};
+  if ((reach(source) & code(destination)) == 0) return {};
+  const Cell own = kFamilyTable[from][to];
+  return own.named ? own : kFamilyTable[shared(from)][shared(to)];
 }
 
-constexpr Matrix kDefaultMatrix = [] {
-  Matrix cells{};
+constexpr std::array<Cell, kCells> kCellTable = [] {
+  std::array<Cell, kCells> cells{};
   for (std::int32_t s = 0; s < kCodes; ++s)
     for (std::int32_t d = 0; d < kCodes; ++d)
       cells[static_cast<std::size_t>(s * kCodes + d)] = family_cell(s, d);
   for (const SpecialCell& special : kSpecialCells)
-    cells[static_cast<std::size_t>(special.source * kCodes + special.destination)] =
-        special.function;
+    cells[static_cast<std::size_t>(special.source * kCodes + special.destination)] = special.cell;
   return cells;
 }();
 
-static_assert(std::count(kDefaultMatrix.begin(), kDefaultMatrix.end(), nullptr) == kCells - 794);
+constexpr std::int32_t kNamed = static_cast<std::int32_t>(std::count_if(
+    kCellTable.begin(), kCellTable.end(), [](const Cell& cell) { return cell.named; }));
+static_assert(kNamed == 794);
+
+constexpr Matrix kDefaultMatrix = [] {
+  Matrix functions{};
+  for (std::size_t i = 0; i < kCells; ++i) functions[i] = kCellTable[i].function;
+  return functions;
+}();
 
 constexpr bool built_in(std::int32_t source, std::int32_t destination) {
   return source < kCodes && destination < kCodes;
