@@ -15,7 +15,7 @@ namespace vdx_test {
 template <class T>
 T as(const Bytes& bytes) {
   T value{};
-  std::memcpy(&value, bytes.data(), std::min(sizeof value, bytes.size()));
+  if (!bytes.empty()) std::memcpy(&value, bytes.data(), std::min(sizeof value, bytes.size()));
   return value;
 }
 
