@@ -1,6 +1,6 @@
 // Any bytes as a configuration file. The first byte chooses the character set. Whatever was read,
-// every value of every section is the one that a lookup finds, and nothing is left when it is dropped.
-// A file that comes in small pieces, where no line is at hand as a whole, reads like any other.
+// every value of every section is the one that a lookup finds, and nothing is left when it is
+// dropped. A file that comes in small pieces, where no line is at hand as a whole, reads like any other.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>

@@ -179,19 +179,20 @@ VDX_API vdx_cfg_token *cfg__cat(vdx_cfg_token *first, vdx_cfg_token *second);
  * one byte. Returns the bytes copied, -1 without memory and with a null block. */
 VDX_API int32_t cfg__catbuf(vdx_cfg *cfg, const vdx_cfg_token *pieces, char **block);
 
-/* Moves the text of the live tokens, and what follows it, to the start of the raw buffer. A parse does
- * so whenever that buffer is full. */
+/* Moves the text of the live tokens, and what follows it, to the start of the raw buffer. A parse
+ * does so whenever that buffer is full. */
 VDX_API void cfg__clearbuf(vdx_cfg *cfg);
 
-/* Releases all live tokens but the newest; what they held of the raw buffer is free. valid 0 marks the current section
- * invalid. */
+/* Releases all live tokens but the newest; what they held of the raw buffer is free. valid 0 marks
+ * the current section invalid. */
 VDX_API void cfg__clearparse(vdx_cfg *cfg, int32_t valid);
 
 /* Reports a syntax error at the newest token: VDX_MSG_CFG_SYNTAX. */
 VDX_API void cfg__parse_error(vdx_cfg *cfg);
 
 /* Ends the current section and starts one, valid and empty, of the name in pieces; null: none, as
- * at the end of input, which makes the entries read so far ready to be looked up. A section that ends invalid is removed. Returns 1, 0 without memory. */
+ * at the end of input, which makes the entries read so far ready to be looked up. A section that
+ * ends invalid is removed. Returns 1, 0 without memory. */
 VDX_API int32_t cfg__add_section(vdx_cfg *cfg, const vdx_cfg_token *name);
 
 /* Appends a value to a key of the current section. Returns 1, 0 without memory. */

@@ -82,7 +82,8 @@ constexpr SpecialCell kSpecialCells[] = {
     // A retired code of i8, kept where it was ever filled.
     {VDX_UNICHAR, 20, {true, comn_unichartoi8}},
     {VDX_UNITEXT, 20, {true, comn_unichartoi8}},
-    // Images and UTF-16 have conversions of their own; UTF-16 objects become images like byte strings.
+    // Images and UTF-16 have conversions of their own; UTF-16 objects become images like byte
+    // strings.
     {VDX_UNICHAR, VDX_IMAGE, {true, comn_unichartoimage}},
     {VDX_IMAGE, VDX_UNICHAR, {true, comn_imagetounichar}},
     {VDX_IMAGE, VDX_UNITEXT, {true, comn_imagetounichar}},

@@ -98,7 +98,8 @@ requires std::same_as<T, std::int32_t> || std::same_as<T, std::int64_t> ||
   return scan_any_integer(text, length, out, attributes);
 }
 
-// The 16-bit types parse as 32 bits; what does not fit leaves the low 16 bits, what does not parse 0.
+// The 16-bit types parse as 32 bits; what does not fit leaves the low 16 bits, what does not parse
+// 0.
 template <class T, class Wide>
 VDX_INLINE std::int32_t scan_narrow_integer(const std::uint8_t* text, std::int32_t length, T& out,
                                             const vdx_charattr* attributes) {

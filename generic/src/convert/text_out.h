@@ -63,8 +63,9 @@ VDX_INLINE void merge_word(unsigned char* to, std::uint64_t word, std::uint32_t 
 // Out of line, because texts so long are rare.
 [[gnu::noinline]] void copy_text(unsigned char* to, const unsigned char* from, std::uint32_t n);
 
-// Writes a text (a ShortText, or one of its shape) of at most `room` bytes. Lengths are as unpredictable as values, so no branch
-// looks at them: whole words are stored, and the bytes behind the text get back what they held.
+// Writes a text (a ShortText, or one of its shape) of at most `room` bytes. Lengths are as
+// unpredictable as values, so no branch looks at them: whole words are stored, and the bytes behind
+// the text get back what they held.
 template <class AnyText>
 VDX_INLINE void put_text(void* destination, std::int32_t room, const AnyText& text) {
   auto* const to = static_cast<unsigned char*>(destination);
