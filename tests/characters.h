@@ -15,7 +15,8 @@ namespace vdx_test {
 template <class T>
 T as(const Bytes& bytes) {
   T value{};
-  if (!bytes.empty()) std::memcpy(&value, bytes.data(), std::min(sizeof value, bytes.size()));
+  std::copy_n(bytes.begin(), std::min(sizeof value, bytes.size()),
+              reinterpret_cast<std::uint8_t*>(&value));
   return value;
 }
 
