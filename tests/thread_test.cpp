@@ -1,5 +1,9 @@
 // Threads and their objects. No test waits for time to pass to be right: threads meet at gates,
 // and a bound on a wait is only what ends a test that has gone wrong.
+#if !defined(_WIN32)
+#include <pthread.h>
+#endif
+
 #include <array>
 #include <deque>
 #include <functional>
@@ -228,6 +232,14 @@ TEST(ThreadKey, HoldsAValueForEachThread) {
   for (const vdx_key key : keys)
     EXPECT_EQ((Codes{comn_drop_key(key), comn_drop_key(key), comn_set_threaduserdata(key, keys)}),
               (Codes{1, 0, 0}));
+#if !defined(_WIN32)
+  // A key that was dropped may be somebody else's next.
+  pthread_key_t other;
+  ASSERT_EQ(pthread_key_create(&other, nullptr), 0);
+  EXPECT_EQ((Codes{comn_set_threaduserdata(other, keys), comn_drop_key(other),
+                   comn_get_threaduserdata(other) == nullptr, pthread_key_delete(other)}),
+            (Codes{0, 0, 1, 0}));
+#endif
 }
 
 TEST(ThreadCoroutine, LetsOneThreadInWhileItIsOn) {
@@ -358,13 +370,77 @@ TEST(ThreadEnd, LosesNothingOfTheOthers) {
       });
 }
 
+#if !defined(_WIN32)
+// Threads are ended in the middle of what they do to others: signalling, releasing, asking.
+struct Scene {
+  vdx_mutex* mutex = nullptr;
+  vdx_event *event = nullptr, *done = nullptr;
+  vdx_thread* other = nullptr;
+  std::atomic<bool> stop{false};
+  std::atomic<int> beats{0};
+};
+void signals(Scene& s) { comn_signal_event(s.event); }
+void asks(Scene& s) { comn_set_priority(s.other, 8), comn_getsp(s.other); }
+void waits(Scene& s) { comn_waitfor_event(s.event, VDX_NO_LIMIT); }
+void yields(Scene&) { comn_yield(); }
+void takes(Scene& s) { comn_take_mutex(s.mutex), comn_release_mutex(s.mutex); }
+template <auto Act>
+void* for_ever(void* scene) {
+  for (;;) Act(*static_cast<Scene*>(scene));
+}
+template <auto Act>
+void* until_stopped(void* scene) {
+  Scene& s = *static_cast<Scene*>(scene);
+  for (; !s.stop; ++s.beats) Act(s);
+  comn_signal_event(s.done);
+  return nullptr;
+}
+
+TEST(ThreadEnd, InsideACallHarmsNoOther) {
+  const struct {
+    vdx_start_routine *ended, *other;
+    int rounds;
+  } rows[] = {{for_ever<signals>, until_stopped<waits>, 300},
+              {for_ever<takes>, until_stopped<takes>, 300},
+              {for_ever<asks>, until_stopped<yields>, 20}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    for (int round = 0; round < row.rounds; ++round) {
+      const MutexObject mutex;
+      const EventObject event(VDX_EVENT_AUTO), done(VDX_EVENT_AUTO);
+      Scene scene{mutex, event, done};
+      vdx_thread* ended = nullptr;
+      ASSERT_EQ(comn_create_thread(&scene.other, row.other, &scene), XS_SUCCEED);
+      ASSERT_EQ(comn_create_thread(&ended, row.ended, &scene), XS_SUCCEED);
+      while (scene.beats < 3) comn_yield();
+      EXPECT_EQ(comn_cancel_thread(ended), XS_SUCCEED);
+      scene.stop = true;
+      comn_signal_event(event);
+      // A mutex that the ended thread held stays held: then nobody gets it.
+      bool free = false;
+      for (int i = 0; i < 100 && !free; ++i) {
+        free = comn_try_mutex(mutex) == XS_SUCCEED;
+        comn_yield();
+      }
+      if (!free) {
+        EXPECT_EQ(comn_cancel_thread(scene.other), XS_SUCCEED);
+        continue;
+      }
+      comn_release_mutex(mutex);
+      ASSERT_EQ(comn_waitfor_event(done, kBound), XS_SUCCEED) << "round " << round;
+      finish(scene.other);
+    }
+  }
+}
+#endif
+
 struct Ending {
   vdx_event *ready = nullptr, *ended = nullptr;
   int way = 0;
   vdx_thread* thread = nullptr;
   std::atomic<bool> went_on{false};
 };
-void* leaves(void* argument) {
+void* leaves(void* argument) noexcept {
   Ending& e = *static_cast<Ending*>(argument);
   const std::int32_t status = 3;
   comn_waitfor_event(e.ready, VDX_NO_LIMIT);
@@ -433,11 +509,12 @@ TEST(ThreadPriority, MapsSixteenToSeven) {
 }
 
 TEST(ThreadDeathTest, NullPointersAreReported) {
-  EXPECT_FATAL(comn_join_thread(nullptr), "thrd");
-  EXPECT_FATAL(comn_create_thread(nullptr, leaves, nullptr), "thrd");
-  EXPECT_FATAL(comn_take_mutex(nullptr), "thrd");
-  EXPECT_FATAL(comn_create_event_ex(nullptr, 1), "thrd");
-  EXPECT_FATAL(comn_wait_cond(nullptr, nullptr), "thrd");
+  EXPECT_FATAL(comn_join_thread(nullptr), "NULL.*thrd");
+  EXPECT_FATAL(comn_create_thread(nullptr, leaves, nullptr), "NULL.*thrd");
+  EXPECT_FATAL(comn_take_mutex(nullptr), "NULL.*thrd");
+  EXPECT_FATAL(comn_getsp(nullptr), "assertion.*thrd");
+  EXPECT_FATAL(comn_create_event(nullptr), "assertion.*thrd");
+  EXPECT_FATAL(comn_wait_cond(nullptr, nullptr), "assertion.*thrd");
 }
 
 }  // namespace

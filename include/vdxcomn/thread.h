@@ -7,13 +7,13 @@
  * Unless stated otherwise a call returns 1 for success and 0 for failure, reports no message and
  * keeps no error code of the system. A null pointer argument is reported as
  * com_raise_invalid_null_pointer describes, with result 0 where a handler resumes; the calls that
- * take null as a value say so. A create call that fails has allocated nothing and leaves null in
- * its output.
+ * take null as a value say so, and those that say "asserted" report it through com_bomb. A create
+ * call that fails has allocated nothing and leaves null in its output.
  *
  * Waits are measured by a clock that no change of the time of day moves, and end for nothing but
  * what they waited for. A set, release or signal hands over to a thread that already waits, so
  * what follows it, a reset for instance, cannot take it back. No order is promised among waiters.
- * At most 65,535 threads may wait on one object; a further wait fails.
+ * On POSIX systems at most 65,535 threads may wait on one object; a further wait fails.
  *
  * On POSIX systems one real-time signal, the highest that is at its default action when the first
  * thread is created, belongs to comn_kill_thread, comn_cancel_thread and comn_getsp; the threads
@@ -79,13 +79,14 @@ VDX_API int32_t comn_detach_thread(vdx_thread *thread);
 VDX_API int32_t comn_kill_thread(vdx_thread *thread);
 
 /* Ends the thread as comn_kill_thread does, but at once, and gives the object back in every case.
- * Returns after the thread has ended, 0 when it could not be ended. For the calling thread itself
- * it does not return. */
+ * Returns after the thread's last instruction of its routine, 0 when it could not be ended; on
+ * POSIX destructors of the system's own thread-local data may still run then. For the calling
+ * thread itself it does not return. */
 VDX_API int32_t comn_cancel_thread(vdx_thread *thread);
 
-/* Ends the calling thread, here with *status, or 0 for null, as its exit code; nothing reads
- * that on POSIX. Does not return. Whether objects of C++ on the thread's stack are destroyed is
- * left to the platform. */
+/* Ends the calling thread, on Windows with *status, or 0 for null, as its exit code; POSIX keeps
+ * none. Does not return. No destructor of an object on the stack runs in a thread that was made
+ * here; in another, that is left to the platform. */
 VDX_API void comn_exit_thread(const int32_t *status);
 
 /* Gives the processor to another thread that is ready. */
@@ -109,7 +110,7 @@ VDX_API int32_t comn_thread_equal(vdx_tid first, vdx_tid second);
  * 5 and 6 below normal, 7 to 9 normal, 10 and 11 above normal, 12 and 13 highest, 14 and 15 time
  * critical; on POSIX the nice values 19, 10, 5, 0, -5, -10 and -20. 0 for any other priority,
  * with the thread untouched, for a thread that has ended, and where the system refuses, as POSIX
- * systems do when an unprivileged process raises a priority. */
+ * systems do when an unprivileged process raises a priority. Null is asserted. */
 VDX_API int32_t comn_set_priority(vdx_thread *thread, int32_t priority);
 
 /* Does nothing. 1. */
@@ -117,7 +118,8 @@ VDX_API int32_t comn_set_cancelstate(int32_t state);
 
 /* An address inside the thread's stack: where its stack pointer stood when it was asked. Null for
  * a thread that has ended or does not answer. On POSIX the thread is asked by the signal named
- * above and waited for up to 1,000 ms; one that blocks it gets its first frame reported. */
+ * above and waited for up to 500 ms; one that blocks it gets its first frame reported. A null
+ * thread is asserted. */
 VDX_API void *comn_getsp(vdx_thread *thread);
 
 /* ---- Mutexes: a thread may take a mutex that it holds, and releases it as often ---- */
@@ -158,10 +160,10 @@ VDX_API int32_t comn_delete_sem(vdx_sem *semaphore);
 /* ---- Events ---- */
 
 /* Makes an unsignalled event: kind 1 (VDX_EVENT_AUTO) is reset by the wait that it ends, any other
- * kind stays signalled until comn_reset_event. 0 when memory is short. */
+ * kind stays signalled until comn_reset_event. 0 when memory is short. Null is asserted. */
 VDX_API int32_t comn_create_event_ex(vdx_event **event, int32_t kind);
 
-/* Makes an event that is reset by the wait that it ends. */
+/* Makes an event that is reset by the wait that it ends. Null is asserted. */
 VDX_API int32_t comn_create_event(vdx_event **event);
 
 /* Waits up to timeout milliseconds for the event, 0 only looks, VDX_NO_LIMIT waits without limit;
@@ -180,7 +182,7 @@ VDX_API int32_t comn_delete_event(vdx_event *event);
 
 /* ---- Conditions ---- */
 
-/* Makes a condition. 0 when memory is short. */
+/* Makes a condition. 0 when memory is short. Null is asserted. */
 VDX_API int32_t comn_create_cond(vdx_cond **condition);
 
 /* Releases one waiter, or the next to come: a signal is kept until a wait consumes it, several
@@ -192,7 +194,8 @@ VDX_API int32_t comn_broadcast_cond(vdx_cond *condition);
 
 /* Releases the mutex once, waits without limit for a signal or broadcast, and takes the mutex
  * again. As a kept signal may be an old one, callers test what they wait for in a loop. 1; 0 when
- * the caller does not hold the mutex, or when the wait failed, with the mutex taken again. */
+ * the caller does not hold the mutex, or when the wait failed, with the mutex taken again. Nulls
+ * are asserted. */
 VDX_API int32_t comn_wait_cond(vdx_cond *condition, vdx_mutex *mutex);
 
 /* Deletes the condition. 1, or 0 for null. */

@@ -7,11 +7,11 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <new>
 
 #include "frame/check.h"
 #include "frame/turn.h"
+#include "service/own_keys.h"
 #include "service/thread_level.h"
 #include "vdxcomn/thread.h"
 
@@ -76,21 +76,28 @@ unsigned __stdcall run_thread(void* memory) {
 
 // A thread that is ended while the system prepares it keeps the locks of the loader and of the
 // run-time library for ever, and no other thread would begin.
-std::int32_t end(const vdx_thread* thread) {
+std::int32_t end(vdx_thread* thread) {
   for (DWORD i = 0; i < kPatience && thread->holders.load(std::memory_order_acquire) > 1; ++i)
     if (WaitForSingleObject(thread->handle, 1) != WAIT_TIMEOUT) break;
-  return status(TerminateThread(thread->handle, 0));
+  if (!TerminateThread(thread->handle, 0)) return XS_FAIL;
+  // The system ends it beside the caller. One that never began gives nothing up any more.
+  if (WaitForSingleObject(thread->handle, kPatience) == WAIT_OBJECT_0) thread->holders = 1;
+  return XS_SUCCEED;
 }
 
-// The system checks no key, and some are other libraries'.
-std::atomic<bool> is_own_key[TLS_MINIMUM_AVAILABLE + 1024];
-
-bool is_own(vdx_key key) {
-  return key < std::size(is_own_key) && is_own_key[key].load(std::memory_order_relaxed);
+bool is_self(const vdx_thread* thread) {
+  return GetThreadId(thread->handle) == GetCurrentThreadId();
 }
+
+void give_back(vdx_thread* thread) {
+  CloseHandle(thread->handle);
+  give_up(thread);
+}
+
+constinit vdx::OwnKeys<TLS_MINIMUM_AVAILABLE + 1024> own_keys;
 
 CRITICAL_SECTION coroutine_section;
-bool coroutine_mode = false;
+std::atomic<bool> coroutine_mode{false};
 
 SRWLOCK* native(void** lock) {
   static_assert(sizeof(SRWLOCK) == sizeof *lock, "zero where it is free");
@@ -125,14 +132,13 @@ int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, voi
 
 int32_t comn_join_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
-  if (GetThreadId(thread->handle) == GetCurrentThreadId()) return VDX_TRACE(XS_FAIL);
+  if (is_self(thread)) return VDX_TRACE(XS_FAIL);
   return VDX_TRACE(status(WaitForSingleObject(thread->handle, INFINITE) == WAIT_OBJECT_0));
 }
 
 int32_t comn_detach_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
-  CloseHandle(thread->handle);
-  give_up(thread);
+  give_back(thread);
   return VDX_TRACE(XS_SUCCEED);
 }
 
@@ -144,10 +150,10 @@ int32_t comn_kill_thread(vdx_thread* thread) {
 
 int32_t comn_cancel_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
-  const std::int32_t result = end(thread);
-  CloseHandle(thread->handle);
-  if (result == XS_SUCCEED) thread->holders = 1;
-  give_up(thread);
+  const bool own = is_self(thread);
+  const std::int32_t result = own ? XS_FAIL : end(thread);
+  give_back(thread);
+  if (own) TerminateThread(GetCurrentThread(), 0);
   return VDX_TRACE(result);
 }
 
@@ -160,7 +166,7 @@ void comn_yield(void) { SwitchToThread(); }
 vdx_tid comn_thread_id(void) { return GetCurrentThreadId(); }
 
 int32_t comn_set_priority(vdx_thread* thread, int32_t priority) {
-  VDX_CHECK_POINTER(thread, XS_FAIL);
+  VDX_ASSERT(thread != nullptr, XS_FAIL);
   if (priority < 0 || priority >= vdx::kPriorities) return VDX_TRACE(XS_FAIL);
   // The system may accept it for a thread that has ended.
   if (WaitForSingleObject(thread->handle, 0) == WAIT_OBJECT_0) return VDX_TRACE(XS_FAIL);
@@ -172,7 +178,7 @@ int32_t comn_set_priority(vdx_thread* thread, int32_t priority) {
 }
 
 void* comn_getsp(vdx_thread* thread) {
-  VDX_CHECK_POINTER(thread, nullptr);
+  VDX_ASSERT(thread != nullptr, nullptr);
   CONTEXT registers;
   std::memset(&registers, 0, sizeof registers);
   registers.ContextFlags = CONTEXT_CONTROL;
@@ -243,7 +249,7 @@ int32_t comn_delete_sem(vdx_sem* semaphore) {
 }
 
 int32_t comn_create_event_ex(vdx_event** event, int32_t kind) {
-  VDX_CHECK_POINTER(event, XS_FAIL);
+  VDX_ASSERT(event != nullptr, XS_FAIL);
   *event = nullptr;
   return VDX_TRACE(keep(CreateEventA(nullptr, kind != VDX_EVENT_AUTO, FALSE, nullptr), event));
 }
@@ -271,7 +277,7 @@ int32_t comn_delete_event(vdx_event* event) {
 }
 
 int32_t comn_create_cond(vdx_cond** condition) {
-  VDX_CHECK_POINTER(condition, XS_FAIL);
+  VDX_ASSERT(condition != nullptr, XS_FAIL);
   *condition = nullptr;
   vdx_cond* const block = allocate<vdx_cond>();
   if (block == nullptr) return VDX_TRACE(XS_FAIL);
@@ -297,8 +303,7 @@ int32_t comn_broadcast_cond(vdx_cond* condition) {
 }
 
 int32_t comn_wait_cond(vdx_cond* condition, vdx_mutex* mutex) {
-  VDX_CHECK_POINTER(condition, XS_FAIL);
-  VDX_CHECK_POINTER(mutex, XS_FAIL);
+  VDX_ASSERT(condition != nullptr && mutex != nullptr, XS_FAIL);
   if (comn_release_mutex(mutex) != XS_SUCCEED) return VDX_TRACE(XS_FAIL);
   const HANDLE either[] = {condition->one, condition->all};
   const DWORD result = WaitForMultipleObjects(2, either, FALSE, INFINITE);
@@ -316,24 +321,21 @@ int32_t comn_delete_cond(vdx_cond* condition) {
 
 int32_t comn_create_key(vdx_key* key) {
   VDX_CHECK_POINTER(key, XS_FAIL);
-  const DWORD index = TlsAlloc();
-  if (index == TLS_OUT_OF_INDEXES) return VDX_TRACE(XS_FAIL);
-  is_own_key[index].store(true, std::memory_order_relaxed);
-  *key = index;
-  return VDX_TRACE(XS_SUCCEED);
+  *key = TlsAlloc();  // none left is beyond every key
+  return VDX_TRACE(status(own_keys.add(*key)));
 }
 
 int32_t comn_drop_key(vdx_key key) {
-  if (!is_own(key) || !is_own_key[key].exchange(false, std::memory_order_relaxed))
-    return VDX_TRACE(XS_FAIL);
-  return VDX_TRACE(status(TlsFree(key)));
+  return VDX_TRACE(status(own_keys.remove(key) && TlsFree(key)));
 }
 
 int32_t comn_set_threaduserdata(vdx_key key, const void* value) {
-  return VDX_TRACE(status(is_own(key) && TlsSetValue(key, const_cast<void*>(value))));
+  return VDX_TRACE(status(own_keys.has(key) && TlsSetValue(key, const_cast<void*>(value))));
 }
 
-void* comn_get_threaduserdata(vdx_key key) { return is_own(key) ? TlsGetValue(key) : nullptr; }
+void* comn_get_threaduserdata(vdx_key key) {
+  return own_keys.has(key) ? TlsGetValue(key) : nullptr;
+}
 
 int32_t comn_start_coroutine_mode(void) {
   if (coroutine_mode) return VDX_TRACE(XS_FAIL);

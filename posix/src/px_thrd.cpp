@@ -10,18 +10,24 @@
 #endif
 
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <limits>
+#include <mutex>
 #include <new>
+#include <utility>
 
 #include "frame/check.h"
+#include "frame/turn.h"
 #include "px_wait.h"
+#include "service/own_keys.h"
 #include "service/thread_level.h"
 #include "vdxcomn/thread.h"
 
 using vdx::Deadline;
 using vdx::Gate;
 using vdx::Mutex;
+using vdx::Undisturbed;
 using vdx::Waited;
 
 // Shared by its owner and the running thread: whoever comes last frees it. The system's handle is
@@ -115,7 +121,6 @@ std::uint32_t system_tid() {
 // The key's destructor runs however a thread ends: by returning, leaving or being cancelled.
 pthread_key_t end_key;
 int end_signal = 0;  // 0 where the system has none left
-bool process_ready = false;
 
 vdx_thread* self() { return static_cast<vdx_thread*>(vdx::thread_sleep); }
 
@@ -147,12 +152,18 @@ void on_end_signal(int) {
     thread->stack_pointer.store(__builtin_frame_address(0));
     thread->answered.post(1);
   }
-  if (thread->end_requested.load() && !thread->closed.load()) leave_thread(*thread);
+  if (thread->end_requested.load() && thread->depth.load() == 0) leave_thread(*thread);
   errno = error;
 }
 
-void make_ready() {
-  if (pthread_key_create(&end_key, thread_over) != 0) return;
+// Once a process, before its first thread; false while no key is to be had.
+bool make_ready() {
+  static constinit std::atomic<bool> ready{false};
+  static constinit vdx::Turn turn;
+  if (ready.load(std::memory_order_acquire)) return true;
+  const std::lock_guard guard(turn);
+  if (ready.load(std::memory_order_relaxed)) return true;
+  if (pthread_key_create(&end_key, thread_over) != 0) return false;
 #if defined(SIGRTMAX)
   for (int candidate = SIGRTMAX; candidate >= SIGRTMIN && end_signal == 0; --candidate) {
     struct sigaction action {};
@@ -167,16 +178,15 @@ void make_ready() {
     if (sigaction(candidate, &action, nullptr) == 0) end_signal = candidate;
   }
 #endif
-  process_ready = true;
+  ready.store(true, std::memory_order_release);
+  return true;
 }
 
 // A plain frame without objects: ends of every kind pass through or arrive here.
 extern "C" void* vdx_run_thread(void* block) {
   vdx_thread* const thread = static_cast<vdx_thread*>(block);
-  if (pthread_setspecific(end_key, thread) != 0) {
-    thread_over(thread);
-    return nullptr;
-  }
+  // Where there is no memory for the key's value, all ends of ours still arrive below.
+  const bool is_hooked = pthread_setspecific(end_key, thread) == 0;
   if (end_signal != 0) {
     sigset_t ours;
     sigemptyset(&ours);
@@ -194,12 +204,14 @@ extern "C" void* vdx_run_thread(void* block) {
     if (!thread->end_requested.load()) thread->start(thread->argument);
   }
   vdx::thread_sleep = nullptr;
+  if (!is_hooked) thread_over(thread);
   return nullptr;
 }
 
-// Signals the thread while its handle is good; false when it has ended.
+// Uses the thread while its handle is good; false when it has ended.
 template <class Use>
 bool while_running(vdx_thread* thread, Use use) {
+  const Undisturbed undisturbed;
   thread->lock.take();
   const bool running = !thread->over;
   const bool done = running && use();
@@ -222,13 +234,25 @@ bool end_thread(vdx_thread* thread) {
   return has_ended(thread, kPatience);
 }
 
-void give_back(vdx_thread* thread) {
+// Whether the caller is the first, who then joins or detaches the handle.
+bool collect(vdx_thread* thread) {
+  const Undisturbed undisturbed;
   thread->lock.take();
-  if (!thread->collected) pthread_detach(thread->handle);
-  thread->collected = true;
+  const bool first = !std::exchange(thread->collected, true);
   thread->lock.release();
+  return first;
+}
+
+void give_back(vdx_thread* thread) {
+  if (collect(thread)) pthread_detach(thread->handle);
   let_go(thread);
 }
+
+#if defined(PTHREAD_KEYS_MAX)
+constinit vdx::OwnKeys<PTHREAD_KEYS_MAX> own_keys;
+#else
+constinit vdx::OwnKeys<1024> own_keys;
+#endif
 
 Mutex coroutine_lock;
 std::atomic<bool> coroutine_mode{false};
@@ -240,10 +264,8 @@ int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, voi
   VDX_CHECK_POINTER(thread, XS_FAIL);
   *thread = nullptr;
   VDX_CHECK_POINTER(start, XS_FAIL);
-  static pthread_once_t once = PTHREAD_ONCE_INIT;
-  pthread_once(&once, make_ready);
   vdx_thread* block;
-  if (!process_ready || create(&block, start, argument) != XS_SUCCEED) return VDX_TRACE(XS_FAIL);
+  if (!make_ready() || create(&block, start, argument) != XS_SUCCEED) return VDX_TRACE(XS_FAIL);
   pthread_attr_t attributes;
   int failed = pthread_attr_init(&attributes);
   if (failed == 0) {
@@ -270,11 +292,8 @@ int32_t comn_join_thread(vdx_thread* thread) {
   if (thread == self()) return VDX_TRACE(XS_FAIL);
   thread->ended.wait(Deadline());
   // The thread is past everything of ours; what is left of it ends by itself.
-  thread->lock.take();
-  if (!thread->collected) thread->collected = pthread_join(thread->handle, nullptr) == 0;
-  const bool collected = thread->collected;
-  thread->lock.release();
-  return VDX_TRACE(collected ? XS_SUCCEED : XS_FAIL);
+  const bool joined = !collect(thread) || pthread_join(thread->handle, nullptr) == 0;
+  return VDX_TRACE(joined ? XS_SUCCEED : XS_FAIL);
 }
 
 int32_t comn_detach_thread(vdx_thread* thread) {
@@ -299,14 +318,17 @@ int32_t comn_cancel_thread(vdx_thread* thread) {
   return VDX_TRACE(ended ? XS_SUCCEED : XS_FAIL);
 }
 
-void comn_exit_thread(const int32_t*) { pthread_exit(nullptr); }
+void comn_exit_thread(const int32_t*) {
+  if (vdx_thread* const own = self()) leave_thread(*own);
+  pthread_exit(nullptr);
+}
 
 void comn_yield(void) { sched_yield(); }
 
 vdx_tid comn_thread_id(void) { return own_tid != 0 ? own_tid : system_tid(); }
 
 int32_t comn_set_priority(vdx_thread* thread, int32_t priority) {
-  VDX_CHECK_POINTER(thread, XS_FAIL);
+  VDX_ASSERT(thread != nullptr, XS_FAIL);
   if (priority < 0 || priority >= vdx::kPriorities) return VDX_TRACE(XS_FAIL);
 #if defined(__linux__)
   static constexpr int kNice[vdx::kLevels] = {19, 10, 5, 0, -5, -10, -20};
@@ -321,7 +343,7 @@ int32_t comn_set_priority(vdx_thread* thread, int32_t priority) {
 }
 
 void* comn_getsp(vdx_thread* thread) {
-  VDX_CHECK_POINTER(thread, nullptr);
+  VDX_ASSERT(thread != nullptr, nullptr);
   if (thread == self()) return __builtin_frame_address(0);
   thread->started.wait(Deadline());
   void* pointer = nullptr;
@@ -329,7 +351,7 @@ void* comn_getsp(vdx_thread* thread) {
     thread->answered.reset();
     thread->asked.store(true);
     if (end_signal != 0 && !thread->leaving.load() && pthread_kill(thread->handle, end_signal) == 0)
-      thread->answered.wait(Deadline(kPatience));
+      thread->answered.wait(Deadline(kPatience / 2));  // whoever ends this thread waits longer
     pointer = thread->leaving.load() ? nullptr : thread->stack_pointer.load();
     return true;
   });
@@ -388,7 +410,7 @@ int32_t comn_delete_sem(vdx_sem* semaphore) {
 }
 
 int32_t comn_create_event_ex(vdx_event** event, int32_t kind) {
-  VDX_CHECK_POINTER(event, XS_FAIL);
+  VDX_ASSERT(event != nullptr, XS_FAIL);
   return VDX_TRACE(create(event, kind != VDX_EVENT_AUTO));
 }
 
@@ -420,7 +442,7 @@ int32_t comn_delete_event(vdx_event* event) {
 }
 
 int32_t comn_create_cond(vdx_cond** condition) {
-  VDX_CHECK_POINTER(condition, XS_FAIL);
+  VDX_ASSERT(condition != nullptr, XS_FAIL);
   return VDX_TRACE(create(condition));
 }
 
@@ -437,8 +459,7 @@ int32_t comn_broadcast_cond(vdx_cond* condition) {
 }
 
 int32_t comn_wait_cond(vdx_cond* condition, vdx_mutex* mutex) {
-  VDX_CHECK_POINTER(condition, XS_FAIL);
-  VDX_CHECK_POINTER(mutex, XS_FAIL);
+  VDX_ASSERT(condition != nullptr && mutex != nullptr, XS_FAIL);
   if (!mutex->mutex.release()) return VDX_TRACE(XS_FAIL);
   const std::int32_t result = waited(condition->gate.wait(Deadline()));
   mutex->mutex.take();
@@ -456,18 +477,24 @@ int32_t comn_create_key(vdx_key* key) {
   pthread_key_t made;
   if (pthread_key_create(&made, nullptr) != 0) return VDX_TRACE(XS_FAIL);
   *key = static_cast<vdx_key>(made);
-  return VDX_TRACE(XS_SUCCEED);
+  if (own_keys.add(*key)) return VDX_TRACE(XS_SUCCEED);
+  pthread_key_delete(made);
+  return VDX_TRACE(XS_FAIL);
 }
 
 int32_t comn_drop_key(vdx_key key) {
-  return VDX_TRACE(pthread_key_delete(key) == 0 ? XS_SUCCEED : XS_FAIL);
+  const bool dropped = own_keys.remove(key) && pthread_key_delete(key) == 0;
+  return VDX_TRACE(dropped ? XS_SUCCEED : XS_FAIL);
 }
 
 int32_t comn_set_threaduserdata(vdx_key key, const void* value) {
-  return VDX_TRACE(pthread_setspecific(key, value) == 0 ? XS_SUCCEED : XS_FAIL);
+  const bool stored = own_keys.has(key) && pthread_setspecific(key, value) == 0;
+  return VDX_TRACE(stored ? XS_SUCCEED : XS_FAIL);
 }
 
-void* comn_get_threaduserdata(vdx_key key) { return pthread_getspecific(key); }
+void* comn_get_threaduserdata(vdx_key key) {
+  return own_keys.has(key) ? pthread_getspecific(key) : nullptr;
+}
 
 int32_t comn_start_coroutine_mode(void) {
   return VDX_TRACE(coroutine_mode.exchange(true) ? XS_FAIL : XS_SUCCEED);

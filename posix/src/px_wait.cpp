@@ -1,7 +1,7 @@
 // Sleeping on a word: by futex on Linux, elsewhere by a table of condition variables.
 #include "px_wait.h"
 
-#if defined(__linux__) && defined(__LP64__) && !defined(VDX_NO_FUTEX)
+#if defined(__linux__) && defined(__LP64__) && !defined(VDX_PORTABLE)
 #define VDX_FUTEX
 #include <linux/futex.h>
 #include <sys/syscall.h>
@@ -84,18 +84,6 @@ Place& place_of(const Word& word) {
 
 // No thread may be ended inside these: a place would stay locked. So a thread that can be ended
 // looks up every few milliseconds instead.
-class Undisturbed {
- public:
-  Undisturbed() : was_closed_(thread_sleep != nullptr && thread_sleep->closed.exchange(true)) {}
-  ~Undisturbed() {
-    if (thread_sleep == nullptr || was_closed_) return;
-    thread_sleep->closed.store(false);
-    if (thread_sleep->end_requested.load()) thread_sleep->end(*thread_sleep);
-  }
-
- private:
-  const bool was_closed_;
-};
 
 bool park(Word& word, std::uint64_t seen, const Deadline& deadline) {
   constexpr std::uint32_t kLookUp = 20;
@@ -143,7 +131,9 @@ void begin_change() {
 }
 
 void end_change(Sleep::Kind kind, Word* word) {
-  if (thread_sleep != nullptr) thread_sleep->end_change(kind, word);
+  if (thread_sleep == nullptr) return;
+  thread_sleep->set(kind, word);
+  thread_sleep->end_change();
 }
 
 inline void relax() {
@@ -165,6 +155,7 @@ void Mutex::take_contended(std::uint32_t self) {
       return;
     relax();
   }
+  begin_change();
   end_change(Sleep::kMutex, &word_);
   for (;;) {
     std::uint64_t seen = word_.load(std::memory_order_relaxed);
@@ -180,7 +171,14 @@ void Mutex::take_contended(std::uint32_t self) {
       continue;
     park(word_, marked, Deadline());
   }
+  begin_change();
   end_change(Sleep::kNone, nullptr);
+}
+
+void Mutex::release_contended() {
+  const Undisturbed undisturbed;
+  word_.store(0, std::memory_order_release);
+  wake(word_, 1);
 }
 
 bool Gate::take_grant(Word& word) {
@@ -191,6 +189,7 @@ bool Gate::take_grant(Word& word) {
 }
 
 bool Gate::grant(std::uint64_t flags, std::uint32_t ceiling) {
+  const Undisturbed undisturbed;
   std::uint64_t seen = word_.load(std::memory_order_relaxed);
   for (;;) {
     std::uint64_t next = seen | flags;
@@ -234,7 +233,7 @@ void Gate::leave_ended(Word& word) {
   }
 }
 
-Waited Gate::wait_contended(const Deadline& deadline) {
+Waited Gate::wait(const Deadline& deadline) {
   begin_change();
   for (std::uint64_t seen = word_.load(std::memory_order_relaxed);;) {
     if ((seen & kUnits) != 0) {

@@ -82,16 +82,15 @@ class Mutex {
 
   // False where the calling thread is not the holder.
   bool release() {
-    if (static_cast<std::uint32_t>(word_.load(std::memory_order_relaxed)) != self_token())
-      return false;
+    const std::uint32_t self = self_token();
+    if (static_cast<std::uint32_t>(word_.load(std::memory_order_relaxed)) != self) return false;
     if (depth_ != 0) {
       --depth_;
       return true;
     }
-    if (VDX_SINGLE_THREADED)
-      word_.store(0, std::memory_order_relaxed);
-    else if (word_.exchange(0, std::memory_order_release) >= kHeldWithSleepers)
-      wake(word_, 1);
+    std::uint64_t seen = kHeld | self;
+    if (!change(word_, seen, 0, std::memory_order_release)) [[unlikely]]
+      release_contended();
     return true;
   }
 
@@ -105,6 +104,7 @@ class Mutex {
   static constexpr std::uint64_t kHeldWithSleepers = std::uint64_t{2} << 32;
 
   void take_contended(std::uint32_t self);
+  void release_contended();
 
   Word word_{0};
   std::uint32_t depth_ = 0;  // takes beyond the first; the holder's
@@ -130,9 +130,7 @@ class Gate {
     return false;
   }
 
-  Waited wait(const Deadline& deadline) {
-    return try_take() ? Waited::kTaken : wait_contended(deadline);
-  }
+  Waited wait(const Deadline& deadline);
 
   // False, with nothing changed, where there are ceiling units.
   bool post(std::uint32_t ceiling) {
@@ -165,7 +163,6 @@ class Gate {
   // For a sleeper whose time is up. True where it leaves with a grant.
   static bool leave(Word& word);
   bool grant(std::uint64_t flags, std::uint32_t ceiling);
-  Waited wait_contended(const Deadline& deadline);
 
   Word word_;
 };
@@ -176,23 +173,48 @@ struct Sleep {
   enum Kind : std::uint32_t { kNone, kMutex, kGate };
   std::atomic<Word*> word{nullptr};
   std::atomic<std::uint32_t> kind{kNone};
-  std::atomic<bool> closed{false};  // between two states: the end has to wait
+  std::atomic<std::uint32_t> depth{0};  // of what must not be cut short: the end has to wait
   std::atomic<bool> end_requested{false};
   void (*end)(Sleep&) = nullptr;  // leaves the thread; does not return
 
-  // Brackets a change of state; the thread ends at the close of it when it was asked to.
-  void begin_change() { closed.store(true); }
-  void end_change(Kind now, Word* at) {
+  // Brackets, which nest; the thread ends at the close of the outermost when it was asked to.
+  void begin_change() {
+    depth.store(depth.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+  }
+  void end_change() {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    const std::uint32_t left = depth.load(std::memory_order_relaxed) - 1;
+    depth.store(left, std::memory_order_relaxed);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    if (left == 0 && end_requested.load()) end(*this);
+  }
+  void set(Kind now, Word* at) {
     word.store(at);
     kind.store(now);
-    closed.store(false);
-    if (end_requested.load()) end(*this);
   }
   // After the end: puts right what the wait left.
   void settle();
 };
 
 inline thread_local constinit Sleep* thread_sleep [[gnu::tls_model("initial-exec")]] = nullptr;
+
+// As long as one lives, an end that is asked for waits: between a change that others see and their
+// waking, and where a lock is held that they need.
+class Undisturbed {
+ public:
+  Undisturbed() {
+    if (sleep_ != nullptr) sleep_->begin_change();
+  }
+  ~Undisturbed() {
+    if (sleep_ != nullptr) sleep_->end_change();
+  }
+  Undisturbed(const Undisturbed&) = delete;
+  Undisturbed& operator=(const Undisturbed&) = delete;
+
+ private:
+  Sleep* const sleep_ = thread_sleep;
+};
 
 }  // namespace vdx
 

@@ -38,6 +38,6 @@ int32_t comn_thread_equal(vdx_tid first, vdx_tid second) { return first == secon
 int32_t comn_set_cancelstate(int32_t) { return XS_SUCCEED; }
 
 int32_t comn_create_event(vdx_event** event) {
-  VDX_CHECK_POINTER(event, XS_FAIL);
+  VDX_ASSERT(event != nullptr, XS_FAIL);
   return comn_create_event_ex(event, VDX_EVENT_AUTO);
 }
