@@ -6,7 +6,16 @@ source=$1 build=$2 cc=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-mapfile -t packages < <("$source/scripts/package" deb "$work/out" "$build")
+# Refused: no such kind, one tree for two systems, a tree of the other system, a word too many.
+for words in "nonsense out" "all out $build" "zip out $build" "deb out $build more"; do
+  # shellcheck disable=SC2086  # a list of words
+  (cd "$work" && ! "$source/scripts/package" $words >log 2>&1 && [[ -s log && ! -e out ]]) ||
+    { echo "package $words: made something, or said nothing"; exit 1; }
+done
+
+# Both paths are the caller's.
+mapfile -t packages < <(cd "$work" && "$source/scripts/package" deb out "$(realpath --relative-to=. "$build")")
+[[ ${packages[0]} == "$work"/out/* ]] || { echo "made ${packages[0]}"; exit 1; }
 ((${#packages[@]} == 2)) || { echo "made ${packages[*]}"; exit 1; }
 for package in "${packages[@]}"; do
   dpkg-deb -x "$package" "$work/tree"
