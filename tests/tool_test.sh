@@ -41,6 +41,11 @@ row 'char money -p 4 "$ 1,234.56785"' '' 0 '1234.5679\n' ''
 row 'i4 char -m5 --pad-blank -t --hex 12' '' 0 '3132202000\n' ''
 row 'i4 char --maxlength=4 --pad-null --raw 12 345' '' 0 '12\0000\0000345\0000' ''
 row 'i4 bin --hex 258 -1' '' 0 '02010000\nffffffff\n' ''
+# A record's bytes behind its text are its own, and a length that a conversion leaves alone is its size.
+row 'char varchar --hex abcdef ab' '' 0 "0600616263646566$(printf %0500d)\n02006162$(printf %0508d)\n" ''
+row 'bit varbin --hex 1' '' 0 "010031$(printf %0510d)\n" ''
+# A void has nothing to show, whatever it becomes; some of that has no text.
+for code in {0..36}; do row "void $code x ''" '' 0 '\n\n' ''; done
 row 'char i4 -q -c sjis' '\0202\0120\0202\0121\n' 0 '12\n' ''
 
 # Dates. Style and order hold for both conversions of a value.
@@ -68,6 +73,7 @@ same 'rejects keep line ends' <(printf 'a\r\n\nb\0') rejects
 
 # Wrong usage and trouble.
 usage() { row "$1" '' 2 '' "vdxconv: $2$hint"; }
+usage '--matrix x' "'x' is one word too many"
 usage 'char 40 1' "'40' is not a datatype; vdxconv --types lists them"
 for option in --colour -z; do usage "char i4 $option 1" "unknown option '$option'"; done
 usage 'char i4 --hex=1 1' '--hex takes no argument'
@@ -75,7 +81,9 @@ usage 'char i4 -s 2147483648 1' "-s: '2147483648' is not a number of 32 bits"
 usage 'char char -m 9 --pad-null --pad-blank 1' '--pad-null and --pad-blank exclude each other'
 usage 'char char --pad-null 1' 'padding needs --maxlength'
 for words in '--check a' a; do usage "--cfg in $words" '--cfg needs either SECTION and KEY or --check'; done
-row 'money blob 1' '' 2 '' 'vdxconv: there is no conversion from money to blob; vdxconv --matrix shows all\n'
+for pair in 'money blob' 'unichar datatype 20' 'unitext datatype 20' 'void textlocator'; do
+  row "${pair/datatype } 1" '' 2 '' "vdxconv: there is no conversion from ${pair/ / to }; vdxconv --matrix shows all\n"
+done
 row 'char i4 -f missing' '' 2 '' 'vdxconv: missing: No such file or directory\n'
 row 'char i4 -r no/where 1' '' 2 '' 'vdxconv: no/where: No such file or directory\n'
 if [ -n "$wine" ]; then
@@ -194,6 +202,14 @@ while IFS=$'\t' read -r options text want; do
   [ "$("$vdxconv" char bigdatetime $options "$text" 2>&1)" = "$want" ] || fail "$options: not '$want'"
 done < claims
 [ "$(wc -l < claims)" = 61 ] || fail "the page makes $(wc -l < claims) claims"
+
+# What README says its command lines show; files of its readers are not at hand.
+grep '^    vdxconv ' "$project/README.md" | grep -v -e '--file' -e '--cfg' > claims
+while IFS='#' read -r words want; do
+  eval "\"\$vdxconv\" ${words#* vdxconv }" > out 2>&1 || fail "README: $words"
+  [ "$want" = '' ] || [ "$(cat out)" = "${want# }" ] || fail "README: $words: $(cat out), not$want"
+done < claims
+[ "$(wc -l < claims)" -ge 4 ] || fail 'README shows the tool'
 
 # A reader of a pipe sees results while the writer thinks.
 { echo 1; for _ in {1..50}; do [ -s seen ] && break; sleep 0.1; done; [ -s seen ] && echo 2; } |

@@ -97,9 +97,13 @@ int32_t find_datatype(std::string_view name) {
 }
 
 std::string datatype_name(int32_t code) {
-  const char* const name = kDatatypes[static_cast<std::size_t>(code)].name;
-  return *name != '\0' ? name : "datatype " + std::to_string(code);
+  return is_assigned(code) ? kDatatypes[static_cast<std::size_t>(code)].name
+                           : "datatype " + std::to_string(code);
 }
+
+bool is_assigned(int32_t code) { return *kDatatypes[static_cast<std::size_t>(code)].name != '\0'; }
+
+bool is_counted(int32_t datatype) { return datatype == VDX_VARCHAR || datatype == VDX_VARBIN; }
 
 bool is_text(int32_t datatype) {
   switch (datatype) {

@@ -14,6 +14,12 @@ namespace vdxconv {
 int32_t find_datatype(std::string_view name);
 std::string datatype_name(int32_t code);
 
+// Whether any datatype has the code.
+bool is_assigned(int32_t code);
+
+// Records of 16 bits of length and the bytes.
+bool is_counted(int32_t datatype);
+
 // Bytes of plain text: shown and read without a conversion.
 bool is_text(int32_t datatype);
 

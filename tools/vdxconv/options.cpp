@@ -197,7 +197,11 @@ Settings read_command_line(int count, char** words) {
     }
     std::visit(Apply{settings, written, attached}, option->effect);
   }
-  if (settings.action != Action::kConvert) return settings;
+  if (settings.action != Action::kConvert) {
+    const bool about = settings.action == Action::kHelp || settings.action == Action::kVersion;
+    if (!plain.empty() && !about) misuse("'" + std::string(plain[0]) + "' is one word too many");
+    return settings;
+  }
   if (settings.check && settings.configuration == nullptr) misuse("--check needs --cfg");
   if (settings.configuration != nullptr) {
     if (plain.size() != (settings.check ? 0 : 2))

@@ -34,11 +34,14 @@ Pipeline::Pipeline(vdx_context* context, const Settings& settings)
   vdx_datafmt destination = describe(settings.destination, settings.precision, settings.scale);
   destination.format = settings.format;
 
-  if (!from_text) add(context, describe(VDX_CHAR, {}, {}), source, false);
+  // A void has no text: whatever is given for it has no content either, nor has what it becomes.
+  const bool from_void = settings.source == VDX_VOID;
+  if (!from_text && !from_void) add(context, describe(VDX_CHAR, {}, {}), source, false);
   add(context, source, destination, false);
+  steps_[0].optional = from_void;
   if (settings.maxlength && fixed_length(settings.destination) == 0)
     steps_[count_ - 1].room = *settings.maxlength;
-  if (!to_text && show_ == Show::kText) {
+  if (!to_text && !from_void && show_ == Show::kText) {
     vdx_datafmt held = destination;
     held.format = 0;
     add(context, held, describe(VDX_CHAR, settings.precision, {}), true);
@@ -48,14 +51,16 @@ Pipeline::Pipeline(vdx_context* context, const Settings& settings)
 void Pipeline::add(vdx_context* context, const vdx_datafmt& from, const vdx_datafmt& to,
                    bool optional) {
   const vdx_convfn function = com_conv_func(context, from.datatype, to.datatype);
-  if (function == nullptr)
+  // A function may be there for a code that no datatype has; only a void becomes one.
+  const bool nowhere = !is_assigned(to.datatype) && from.datatype != VDX_VOID;
+  if (function == nullptr || nowhere)
     give_up("there is no conversion from " + datatype_name(from.datatype) + " to " +
             datatype_name(to.datatype) +
             (optional ? " to show the result; try --hex" : "; vdxconv --matrix shows all"));
   steps_[count_++] = {.function = function,
                       .from = from,
                       .to = to,
-                      .counted = from.datatype == VDX_VARCHAR || from.datatype == VDX_VARBIN,
+                      .counted = is_counted(from.datatype),
                       .room = fixed_length(to.datatype),
                       .optional = optional};
 }
@@ -76,17 +81,18 @@ bool Pipeline::is_empty(const uint8_t* counted) {
 int32_t Pipeline::finish(const uint8_t* value, int32_t length, Writer& out) {
   Step& step = steps_[count_ - 1];
   const std::size_t room = prepare(step, length);
-  if (show_ == Show::kHex) {
-    Buffer& held = scratch_[count_ - 1];
-    held.need(room);
-    const int32_t code = run(step, value, held.data(), &length);
-    if (code == VDX_SUCCESS) put_hexadecimal(held.data(), length, out);
-    return code;
-  }
-  uint8_t* const end = out.reserve(room + 1);
+  Buffer& held = scratch_[count_ - 1];
+  if (show_ == Show::kHex) held.need(room);
+  uint8_t* const end = show_ == Show::kHex ? held.data() : out.reserve(room + 1);
+  // All of a record is shown, and a conversion leaves alone what is behind its text.
+  if (is_counted(step.to.datatype)) std::memset(end, 0, static_cast<std::size_t>(step.room));
   const int32_t code = run(step, value, end, &length);
   if (code != VDX_SUCCESS) [[unlikely]]
     return code;
+  if (show_ == Show::kHex) {
+    put_hexadecimal(end, length, out);
+    return code;
+  }
   auto size = static_cast<std::size_t>(length);
   if (show_ == Show::kText) end[size++] = '\n';
   out.commit(size);

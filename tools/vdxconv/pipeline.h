@@ -59,6 +59,8 @@ class Pipeline {
       *length = 0;
       return step.optional ? static_cast<int32_t>(VDX_SUCCESS) : static_cast<int32_t>(VDX_SYNTAX);
     }
+    // Into some types of fixed length the length may stay as it was.
+    *length = step.to.maxlength;
     return step.function(context_, &step.from, value, &step.to, result, length);
   }
 
