@@ -2,7 +2,6 @@
 #include "intl/unicode.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 #include "intl/utf.h"
@@ -30,6 +29,14 @@ struct Ascii {
 struct Latin1 : Ascii {
   static constexpr std::uint32_t kDirect = 0x100;
 };
+
+// Bits of a word that are set. std::popcount is a call where processors of old are served too.
+std::uint32_t bits_set(std::uint64_t word) {
+  word -= word >> 1 & 0x5555555555555555;
+  word = (word & 0x3333333333333333) + (word >> 2 & 0x3333333333333333);
+  word = (word + (word >> 4)) & 0x0F0F0F0F0F0F0F0F;
+  return static_cast<std::uint32_t>(word * 0x0101010101010101 >> 56);
+}
 
 struct Sjis {
   static constexpr std::uint32_t kDirect = 0x80;
@@ -61,7 +68,7 @@ struct Sjis {
     const SjisBlock& block = kSjisBlocks[kSjisBlockOf[unit >> 6]];
     const std::uint64_t bit = std::uint64_t{1} << (unit & 63);
     if ((block.has & bit) == 0) return 0;
-    return kSjisBytes[block.first + std::popcount(block.has & (bit - 1))];
+    return kSjisBytes[block.first + bits_set(block.has & (bit - 1))];
   }
 };
 
