@@ -6,13 +6,6 @@
 
 #include "convert/ways.h"
 
-// A loop over values is one piece of code: what it calls is inlined, but for what is cold.
-#if defined(__GNUC__)
-#define VDX_FLATTEN [[gnu::flatten]]
-#else
-#define VDX_FLATTEN
-#endif
-
 namespace vdx {
 
 // One array of a call. The stride is in bytes and of either sign.

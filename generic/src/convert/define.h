@@ -8,13 +8,6 @@
 #include "frame/check.h"
 #include "vdxcomn/conversions.h"
 
-// A pair is one piece of code: what it calls is inlined, but for what is cold.
-#if defined(__GNUC__)
-#define VDX_FLATTEN [[gnu::flatten]]
-#else
-#define VDX_FLATTEN
-#endif
-
 #define VDX_DEFINE(function, S, D, way)                                                     \
   VDX_FLATTEN std::int32_t function(vdx_context* context, const vdx_datafmt* source_format, \
                                     const void* source, const vdx_datafmt* format,          \

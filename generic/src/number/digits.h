@@ -35,6 +35,14 @@
 #define VDX_INLINE inline
 #endif
 
+// A conversion, or a loop of them, is one piece of code: what it calls is inlined, but for what is
+// cold.
+#if defined(__GNUC__)
+#define VDX_FLATTEN [[gnu::flatten]]
+#else
+#define VDX_FLATTEN
+#endif
+
 namespace vdx {
 
 static_assert(std::endian::native == std::endian::little,
