@@ -3,9 +3,10 @@
 # vdxcomn.def below OUTPUT. Rows read CONVERSION(source, destination, way) or SPECIAL(source, destination, name) for
 # exported conversions; every other macro of a list is not exported.
 #
-# Every row between datatypes of fixed size, and from text to them, is an array conversion too:
-# include/vdxcomn/batch.h and src/convert/batch.list below OUTPUT, with rows
-#   BATCH_NUMBER(source, destination, way)   BATCH_DATE(source, destination, way)
+# Every row between datatypes of fixed size, and from text to them, is an array conversion too, but
+# for those to numerics: include/vdxcomn/batch.h and src/convert/batch.list below OUTPUT, with rows
+#   BATCH_NUMBER(source, destination, way)   between numbers, but for numerics
+#   BATCH_EACH(source, destination, way)     between dates, and from numerics
 #   BATCH_TEXT(destination)
 
 file(GLOB lists ${SOURCE}/generic/src/convert/*.list)
@@ -47,7 +48,9 @@ foreach(file IN LISTS lists)
                 "BATCH_NUMBER(${CMAKE_MATCH_1}, ${CMAKE_MATCH_2}, ${CMAKE_MATCH_3})")
     elseif(pair MATCHES "^(${dates}),(${dates}),([a-z_]+)$")
       add_batch(vdx_batch ${CMAKE_MATCH_1} ${CMAKE_MATCH_2}
-                "BATCH_DATE(${CMAKE_MATCH_1}, ${CMAKE_MATCH_2}, ${CMAKE_MATCH_3})")
+                "BATCH_EACH(${CMAKE_MATCH_1}, ${CMAKE_MATCH_2}, ${CMAKE_MATCH_3})")
+    elseif(pair MATCHES "^num,(${numbers}),([a-z_]+)$")
+      add_batch(vdx_batch num ${CMAKE_MATCH_1} "BATCH_EACH(num, ${CMAKE_MATCH_1}, ${CMAKE_MATCH_2})")
     elseif(pair MATCHES "^char,(${numbers}|${dates}),([a-z_]+)$")
       set(destinations ${CMAKE_MATCH_1})
       if(CMAKE_MATCH_2 STREQUAL "by_code")  # one function for a type and its big kin
@@ -118,9 +121,9 @@ put(${OUTPUT}/include/vdxcomn/batch.h "/* Conversions of whole arrays; generated
  *
  * comnb_<source>to<destination> converts n values of one datatype of fixed size, or n texts of one
  * length, to values of another. What is stored for each value, and its code, are exactly those of
- * the conversion of a single value (conversions.h; date as a source is datetime). Every such pair
- * that com_conv_func knows has a function, but for num and decimal: a numeric needs a precision and
- * a scale of its own.
+ * the conversion of a single value (conversions.h; date as a source is datetime, num is decimal
+ * too). Every such pair that com_conv_func knows has a function, but for those to num and decimal: a
+ * numeric is made with a precision and a scale, and these signatures carry none.
  *
  * Nothing is checked: these functions trust their caller. A null pointer, a stride or count that
  * leaves the arrays, a text length below 1 is undefined behaviour.

@@ -2,6 +2,7 @@
 #include <bit>
 #include <cmath>
 
+#include "arithmetic.h"
 #include "characters.h"
 
 namespace {
@@ -22,16 +23,18 @@ enum : std::int32_t {
   code_flt4 = VDX_FLT4, code_flt8 = VDX_FLT8, code_money = VDX_MONEY, code_mny4 = VDX_MNY4,
   code_date = VDX_DATETIME, code_datetime = VDX_DATETIME, code_date4 = VDX_DATE4,
   code_datea = VDX_DATEA, code_timea = VDX_TIMEA,
-  code_bigdatetime = VDX_BIGDATETIME, code_bigtime = VDX_BIGTIME,
+  code_bigdatetime = VDX_BIGDATETIME, code_bigtime = VDX_BIGTIME, code_num = VDX_NUM,
 };
 // clang-format on
 
 #define BATCH_NUMBER(S, D, way) {#S " to " #D, code_##S, code_##D, comnb_##S##to##D, nullptr},
-#define BATCH_DATE(S, D, way) BATCH_NUMBER(S, D, way)
+#define BATCH_EACH(S, D, way) BATCH_NUMBER(S, D, way)
 #define BATCH_TEXT(D) {"text to " #D, VDX_CHAR, code_##D, nullptr, comnb_charto##D},
 constexpr Pair kPairs[] = {
 #include "convert/batch.list"
 };
+// 12 numbers to each other, but for bit to the two of money; numerics to them; dates; texts.
+static_assert(std::size(kPairs) == 142 + 12 + 32 + 18);
 
 // Images of eight bytes that mean something as one type or another, noise of every size, and days
 // with ticks.
@@ -125,6 +128,7 @@ TEST(Batch, GivesWhatSingleConversionsGive) {
   // clang-format on
   constexpr std::int32_t kLength = 24;
   Table table;
+  Random random(7);
   const auto images = words();
   for (const Pair& pair : kPairs) {
     vdx_datafmt from{};
@@ -136,6 +140,11 @@ TEST(Batch, GivesWhatSingleConversionsGive) {
                                           : bytes_of(kTexts[i * i % std::size(kTexts)]);
       bytes.resize(static_cast<std::size_t>(size), ' ');
       if (pair.source == VDX_BIT && i % 9 != 0) bytes[0] &= 1;
+      if (pair.source == VDX_NUM && i % 9 != 0) {
+        const auto precision = 1 + random.below(77);
+        bytes = numeric_image(static_cast<int>(precision), static_cast<int>(random.below(78)),
+                              i % 2 == 0, random_digits(random, precision));
+      }
       pool.insert(pool.end(), bytes.begin(), bytes.end());
     }
     // Dense, with gaps, one value repeated, backwards; every length that a vector loop may stumble

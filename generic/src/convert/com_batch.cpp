@@ -222,7 +222,7 @@ VDX_INLINE std::int64_t convert_numbers(Sources sources, Destinations destinatio
 }  // namespace
 }  // namespace vdx
 
-#define BATCH_DATE(S, D, way)
+#define BATCH_EACH(S, D, way)
 #define BATCH_TEXT(D)
 #define BATCH_NUMBER(S, D, way)                                                       \
   std::int64_t comnb_##S##to##D(const void* source, std::ptrdiff_t source_stride,     \

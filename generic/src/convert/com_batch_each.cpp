@@ -1,9 +1,9 @@
-// Arrays of texts and of dates: each value takes long enough to be converted alone.
+// Arrays of texts, dates and numerics: each value takes long enough to be converted alone.
 #include "convert/batch.h"
 #include "vdxcomn/batch.h"
 
 #define BATCH_NUMBER(S, D, way)
-#define BATCH_DATE(S, D, way)                                                         \
+#define BATCH_EACH(S, D, way)                                                         \
   std::int64_t comnb_##S##to##D(const void* source, std::ptrdiff_t source_stride,     \
                                 void* destination, std::ptrdiff_t destination_stride, \
                                 std::int32_t* codes, std::size_t n) {                 \
