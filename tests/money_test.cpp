@@ -324,7 +324,9 @@ TEST(MoneyText, FastPathAgreesWithTheGrammar) {
       std::int64_t back = 0;
       ASSERT_EQ(vdx::parse_money(back, reinterpret_cast<const std::uint8_t*>(text.data()),
                                  static_cast<std::int32_t>(text.size()), vdx::kLatin1),
-                fits ? 0 : 1)
+                fits         ? vdx::kMoneyDone
+                : n.negative ? vdx::kMoneyBelow
+                             : vdx::kMoneyOverflow)
           << text;
       if (fits) {
         ASSERT_EQ(number_of(std::to_string(back)).digits, wanted.digits) << text;

@@ -573,12 +573,15 @@ const vdx_charattr* attributes_of(Set set) {
   return com_intl_charattr(nullptr, &format);
 }
 
-Answer money_from_text(const Request& r, Set set, const Bytes& text) {
+// Outside of money short money becomes the limit of the text's sign, money what was read.
+Answer money_from_text(const Request& r, Set set, const Bytes& text, const std::string& plain) {
   const WholeType& type = whole_type(r.destination);
   vdx_money words{};
   const std::int32_t status = com__mnyfromchar_mb(
       &words, text.data(), static_cast<std::int32_t>(text.size()), 0, attributes_of(set));
   if (status == 2) return no_literal(r);
+  if (status == 1 && type.code == VDX_MNY4)
+    return write_whole(r, type, plain.find('-') < plain.find_first_of("0123456789"), kMost8);
   const std::string count = std::to_string(money_count(image(words)));
   const bool negative = count[0] == '-';
   Answer a = write_whole(r, type, negative, without_leading_zeros(count.substr(negative ? 1 : 0)));
@@ -689,10 +692,10 @@ Answer from_characters(const Request& r, const Characters& characters) {
     case Kind::date:
       return utf16 && encoded.size() > 1024 ? no_literal(r) : date_from_text(r, encoded);
     case Kind::money: {
-      if (!utf16) return money_from_text(r, r.from, encoded);
+      if (!utf16) return money_from_text(r, r.from, encoded, plain);
       Bytes utf8;
       for (const Character& c : characters) append(utf8, *encode_one(Set::utf8, c.code));
-      return money_from_text(r, Set::utf8, utf8);
+      return money_from_text(r, Set::utf8, utf8, plain);
     }
     case Kind::bytes:
     case Kind::varbin: {

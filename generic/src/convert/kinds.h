@@ -273,21 +273,16 @@ struct money_count : fixed<T> {
     fixed<T>::set_length(call);
     std::int64_t count;
     const std::int32_t status = parse_money(count, text.bytes, text.length, text.attributes);
-    const std::int32_t code = status == kMoneyDone       ? write(call, Money<std::int64_t>{count})
-                              : status == kMoneyOverflow ? put_partial(call, count)
-                                                         : refuse(call);
-    return code;
-  }
-
- private:
-  // Text outside the range leaves what was read of it.
-  static std::int32_t put_partial(const Call& call, std::int64_t count) {
-    static_cast<void>(write(call, Money<std::int64_t>{count}));
-    return VDX_OVERFLOW;
-  }
-  static std::int32_t refuse(const Call& call) {
-    *call.length = 0;
-    return VDX_SYNTAX;
+    if (status == kMoneyDone) [[likely]]
+      return write(call, Money<std::int64_t>{count});
+    if (status == kMoneySyntax) {
+      *call.length = 0;
+      return VDX_SYNTAX;
+    }
+    // Money keeps what was read of the text; short money has no room for so much.
+    using Limits = std::numeric_limits<T>;
+    if constexpr (sizeof(T) == 8) return put(call, count, VDX_OVERFLOW);
+    return put(call, status == kMoneyBelow ? Limits::min() : Limits::max(), VDX_OVERFLOW);
   }
 };
 

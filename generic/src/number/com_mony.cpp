@@ -254,6 +254,7 @@ std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text, 
   bool fifth = false;       // a fifth decimal has been seen
   int fraction = -1;        // decimals; -1 before the point
   std::int32_t group = -4;  // digits since the last comma; the first group starts lower
+  const auto overflow = [&sign] { return sign < 0 ? kMoneyBelow : kMoneyOverflow; };
   for (; left > 0; advance()) {
     size = char_bytes(attributes, p, left);
     const std::uint8_t c = char_fold(attributes, p, size);
@@ -280,11 +281,11 @@ std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text, 
           value = kMoneyMin;  // scaling cannot reach this magnitude
           at_smallest = true;
         } else if (scale_money(value, 10, digit) != kMoneyDone) {
-          return kMoneyOverflow;
+          return overflow();
         }
       } else if (!fifth) {
         fifth = true;
-        if (at_smallest && digit != 0) return kMoneyOverflow;
+        if (at_smallest && digit != 0) return overflow();
         // May wrap to the smallest money, which the end sorts out by the sign.
         if (digit >= 5) value = with_sign(static_cast<std::uint64_t>(value) + 1, false);
       }
@@ -302,11 +303,10 @@ std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text, 
   }
   if (fraction < 4) {
     static constexpr std::uint32_t kFactors[] = {10000, 1000, 100, 10};
-    if (scale_money(value, kFactors[fraction < 0 ? 0 : fraction], 0) != kMoneyDone) {
-      return kMoneyOverflow;
-    }
+    if (scale_money(value, kFactors[fraction < 0 ? 0 : fraction], 0) != kMoneyDone)
+      return overflow();
   }
-  if (value < 0) return sign < 0 && value == kMoneyMin ? kMoneyDone : kMoneyOverflow;
+  if (value < 0) return sign < 0 && value == kMoneyMin ? kMoneyDone : overflow();
   if (sign < 0) value = -value;
   return kMoneyDone;
 }
@@ -469,7 +469,7 @@ std::int32_t com__mnyfromchar_mb(vdx_money* result, const std::uint8_t* text, st
   std::int64_t value;
   const std::int32_t status = parse_money(value, text, length, *attributes);
   put(result, value);
-  return status;
+  return status == kMoneyBelow ? std::int32_t{kMoneyOverflow} : status;
 }
 
 std::int32_t com__mnytoflt8(const vdx_money* source, std::int32_t, double* destination,

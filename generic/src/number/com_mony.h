@@ -20,6 +20,7 @@ enum MoneyStatus : std::int32_t {
   kMoneyOverflow = 1,
   kMoneySyntax = 2,
   kMoneyZeroDivisor = 3,
+  kMoneyBelow = 6,  // an overflow of text with a minus sign; for callers in the library alone
 };
 
 inline constexpr std::int64_t kMoneyMax = std::numeric_limits<std::int64_t>::max();
@@ -237,7 +238,7 @@ std::int32_t format_money(std::int64_t ten_thousandths, std::int32_t places, boo
                           char out[32]);
 
 // Text in the given character set as money; gives a MoneyStatus. After a failure the value holds
-// what was read so far, without its sign.
+// what was read so far, without its sign, which the two statuses of an overflow tell.
 std::int32_t parse_money(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
                          const vdx_charattr& attributes);
 
