@@ -159,9 +159,9 @@ VDX_API char *com_precmnytochar(const vdx_money *value, char *buffer, int32_t le
  *
  * Blanks, one sign and one currency symbol may come first, in any order; then digits with at most
  * one point, with commas that are skipped (the first group has 0 to 3 digits or 7, further ones 3
- * before another comma); then blanks only. The fifth decimal rounds the fourth, later ones count
- * for nothing; behind the smallest money a fifth decimal other than 0 is outside of money. Text
- * without digits is zero.
+ * before another comma, decimals count too: "1,234.5,6" is no money value); then blanks only. The
+ * fifth decimal rounds the fourth, later ones count for nothing; behind the smallest money a fifth
+ * decimal other than 0 is outside of money. Text without digits is zero.
  *
  * Returns 0; 1 when the value is outside of money; 2 when the text is no money value. After a
  * failure the result holds what was read so far, without its sign. */
@@ -174,8 +174,10 @@ VDX_API int32_t com__mnytoflt8(const vdx_money *source, int32_t source_length, d
                                int32_t destination_length, int32_t scale);
 
 /* A double as money, rounded half away from zero to four places. A null source or a source length
- * of 0 gives zero. The last two arguments are not used. Returns 8, the bytes written, or -1, with
- * zero stored, when the value is outside of money or not a number. */
+ * of 0 gives zero. A magnitude of 922337203685477.6, the double nearest to both limits, gives the
+ * largest money or minus it: the smallest money becomes its neighbour on the way to a double and
+ * back. The last two arguments are not used. Returns 8, the bytes written, or -1, with zero stored,
+ * when the value is outside of money or not a number. */
 VDX_API int32_t com__flt8tomny(const double *source, int32_t source_length, vdx_money *destination,
                                int32_t destination_length, int32_t scale);
 
