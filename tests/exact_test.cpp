@@ -1,15 +1,12 @@
-// Exact numerics: tables, byte-string arithmetic and images against long-hand.
+// Exact numerics: tables and byte-string arithmetic against long-hand.
 #include <algorithm>
 
-#include "number/com_num.h"
-#include "oracle.h"
+#include "arithmetic.h"
 #include "vdxcomn/number.h"
 
 namespace {
 
 using namespace vdx_test;
-using vdx::Exact;
-using vdx::Magnitude;
 
 TEST(ExactTables, FollowTheirRules) {
   const struct {
@@ -127,88 +124,6 @@ TEST(ExactBytes, DivisionMatchesLongHand) {
   EXPECT_EQ(com__exctnume_div(&dividend, &divisor, &quotient), 1);  // 129 bytes and 10^10 pass 132
   quotient.scale = 77;
   EXPECT_EQ(com__exctnume_div(&divisor, &tenth, &quotient), 1);  // 10^78
-}
-
-Exact exact_of(const Number& n) {
-  const Bytes bytes = big_endian(n.digits, 32);
-  Exact exact{n.negative && !n.zero(), static_cast<std::int32_t>(n.scale), {}};
-  for (std::size_t i = 0; i < 32; ++i)
-    exact.magnitude[i / 8] |= std::uint64_t{bytes[31 - i]} << (8 * (i % 8));
-  return exact;
-}
-
-TEST(Numeric, ImagesMatchDigitStrings) {
-  Random random(8);
-  for (int i = 0; i < 60000; ++i) {
-    const Number n{random.below(2) != 0, random_digits(random, 77),
-                   static_cast<std::int64_t>(random.below(78))};
-    const int precision = static_cast<int>(1 + random.below(77));
-    const int scale = static_cast<int>(random.below(i % 2 == 0 ? 78 : 12));
-    SCOPED_TRACE(text_of(n) + " to " + std::to_string(precision) + "," + std::to_string(scale));
-    Fitted expected = fitted(n, precision, scale);
-    expected.image.resize(37, kGuard);
-    Bytes out(37, kGuard);
-    ASSERT_EQ(vdx::write_numeric(exact_of(n), precision, scale, out.data()), expected.code);
-    ASSERT_EQ(out, expected.image);
-    Exact back;
-    ASSERT_EQ(vdx::read_numeric(out.data(), back), VDX_SUCCESS);
-    const Exact value = exact_of(expected.value);
-    ASSERT_TRUE(back.negative == value.negative && back.scale == scale &&
-                back.magnitude == value.magnitude);
-  }
-}
-
-// Magnitudes and scales that no datatype has.
-TEST(Numeric, EdgesOfWriting) {
-  const std::string nines(77, '9');
-  const std::uint64_t ones = ~std::uint64_t{0}, top = std::uint64_t{1} << 63;
-  const struct {
-    Exact value;
-    std::int32_t precision, scale, code;
-    std::string digits;
-  } rows[] = {
-      {vdx::exact_integer(ones, false), 77, 57, VDX_SUCCESS,
-       "18446744073709551615" + std::string(57, '0')},
-      {vdx::exact_integer(1, false), 77, 77, VDX_OVERFLOW, nines},
-      {vdx::exact_integer(0, true), 77, 77, VDX_SUCCESS, ""},
-      {vdx::exact_money(95), 2, 5, VDX_OVERFLOW, "99"},  // 0.0095 takes three of five digits
-      {{false, 400, {5, 0, 0, 1}}, 10, 2, VDX_SUCCESS, ""},
-      {{true, 78, {0, 0, 0, top}}, 5, 0, VDX_SUCCESS, ""},
-      {{true, 77, {0, 0, 0, top}}, 5, 0, VDX_SUCCESS, "1"},
-      {{false, 1, {ones, ones, ones, ones}},
-       77,
-       0,
-       VDX_SUCCESS,
-       "11579208923731619542357098500868790785326998466564056403945758400791312963994"},
-      {{false, 0, {0, 1, 0, 0}}, 77, 60, VDX_OVERFLOW, nines},
-  };
-  for (const auto& row : rows) {
-    Bytes out(35);
-    EXPECT_EQ(vdx::write_numeric(row.value, row.precision, row.scale, out.data()), row.code);
-    EXPECT_EQ(out, numeric_image(row.precision, row.scale,
-                                 row.value.negative && !row.digits.empty(), row.digits))
-        << row.digits;
-  }
-}
-
-// Both arithmetics under the same magnitudes.
-TEST(Numeric, LimbArithmeticOfBothKinds) {
-  Random random(9);
-  for (int i = 0; i < 20000; ++i) {
-    Magnitude a{random.sized(), random.next(), random.sized(),
-                random.sized() * (random.next() & 1)};
-    Magnitude b = a;
-    const std::uint64_t factor = random.sized() | 1, addend = random.next();
-    ASSERT_EQ(vdx::multiply_add(a, factor, addend),
-              vdx::multiply_add<vdx::PortableWide>(b, factor, addend));
-    ASSERT_EQ(a, b);
-    Magnitude c = a;
-    const std::uint64_t rest = vdx::divide_limb(a, factor);
-    ASSERT_EQ(rest, vdx::divide_limb<vdx::PortableWide>(b, factor));
-    ASSERT_EQ(a, b);
-    ASSERT_EQ(vdx::multiply_add(a, factor, rest), 0u);
-    ASSERT_EQ(a, c);
-  }
 }
 
 }  // namespace

@@ -87,6 +87,9 @@ void add_reals(std::vector<Bytes>& values) {
     std::memcpy(&value, &bits, sizeof value);
     values.push_back(image(value));
   }
+  for (int i = 0; i < 300; ++i)
+    numbers.push_back(std::ldexp(static_cast<double>(random.sized() >> 11 | 1),
+                                 static_cast<int>(random.below(400)) - 300));
   for (const double number : numbers)
     for (const double one : {number, -number}) values.push_back(image(static_cast<T>(one)));
 }
@@ -113,6 +116,8 @@ void add_numerics(std::vector<Bytes>& values) {
         add(precision, scale, digits);
         add(precision, scale, "1" + std::string(static_cast<std::size_t>(precision - 1), '0'));
       }
+  for (int i = 0; i < 300; ++i)
+    add(77, static_cast<int>(random.below(78)), random_digits(random, 77));
   for (const char* middle : {"9007199254740993", "16777217", "9007199254740995"})  // of two floats
     for (const char* behind : {"00000000000000000000", "00000000000000000001"})
       add(60, 20, std::string(middle) + behind);
@@ -159,7 +164,8 @@ const std::vector<std::u32string>& texts() {
          U"|1.17549429e-38|4.9e-324|2.4e-324|16777217|3.4028235677973366e38|1.7976931348623159e308"
          U"|$12|-$1,234.56785|$ - 5|$$1|1,234,567|1234,567|922337203685477.5807"
          U"|922337203685477.5808|-922337203685477.5808|214748.3647|214748.3648|-214748.36485"
-         U"|922337203685477.58075|-922337203685477.58081|$-99999999999999999999|9999999999999999999-"
+         U"|922337203685477.58075|-922337203685477.58081|$-99999999999999999999|"
+         U"9999999999999999999-"
          U"|2008-01-02 13:05:09.123456|Jan  2 2008  1:05PM|01/02/03|10:15|13 AM|2008-02-30"
          U"|1752-12-31 12:00|0001-01-01|0000-01-01|9999-12-31 23:59:59.9999|2079-06-06 23:59:29"
          U"|2079-06-06 23:59:30|1899-12-31|20080102|99999|23:59:59.999999|24:00|2 jnv 2008"
@@ -167,6 +173,15 @@ const std::vector<std::u32string>& texts() {
          U"|\u3042\u65E5x\uFF71|\U0001F600|ab\U0001F600cd'\u3042|\u00A412|\uFFE5 5|\u20AC 5"
          U"|\uFF0D\uFF11\uFF12\uFF0E\uFF15|\uFF0B\u3000\uFF17\u3000|\uFF10\uFF58\uFF41\uFF11"
          U"|\uFF12\uFF10\uFF10\uFF18\uFF0D\uFF10\uFF11\uFF0D\uFF10\uFF12|\u22123"
+         U"|-0.00e5|+1.|-.5|1E3|1e+03|1234567890123456789e-19|0."
+         U"0000000000000000000000000000012345e30"
+         U"|9007199254740995|16777217.0000000000|16777217.000000001|16777216.999999999999999"
+         U"|16777217.00000000000000000000001|16777219|1.7976931348623157e308"
+         U"|-1.7976931348623158079e308|3.4028235677973367e38|-1e-99999999999999999999|1e-50|5e-324"
+         U"|2.4703282292062327e-324|2.4703282292062328e-324|2.2250738585072011e-308"
+         U"|7.006492321624085e-46|7.006492321624086e-46|-iNF|.e5|1e-|1e 5|1..2|1.2.|1e5.|0x1p3|1,5"
+         U"|inf inity|na|nan(1)|12345678901234567.5x|1234567890123456.5e1x|1.5e0000000000001x"
+         U"|\uFF0D\u3000|\u3000\uFF0D\uFF11.\uFF15|-0.004|-.005|999.995|-1000"
          U"|\uFF11\uFF45\uFF12|\uFF4E\uFF41\uFF4E|1\u00A0|\uFFFD|\uFFFF|\u0100"
          U"|a\u0301\u07FF\u0800\U0010FFFF|\0|1\0"sv) {
       if (c == U'|')
@@ -174,6 +189,7 @@ const std::vector<std::u32string>& texts() {
       else
         list.back() += c;
     }
+    for (std::size_t i = 0, n = list.size(); i < n; ++i) list.push_back(U"  " + list[i] + U" ");
     Random random(10);
     const std::u32string alphabet =
         U"0123456789012345678901234567890123456789 -+.e,'xX$:/aF\u00E9\u3042\uFF11";
@@ -199,6 +215,13 @@ const std::vector<std::u32string>& texts() {
     for (const unsigned size : std::initializer_list<unsigned>{512, 1021, 1022, 1023, 1024, 2000}) {
       list.push_back(U"1" + std::u32string(size, U'0') + U"e-" + std::u32string(U"999"));
       list.push_back(U"0." + std::u32string(size, U'4') + U"5");
+      const std::u32string zeros(size, U'0');
+      for (const char* power : {"512", "1024"}) {
+        const std::u32string exponent(power, power + std::strlen(power));
+        list.push_back(zeros + U"1" + zeros + U"." + zeros + U"e-" + exponent);
+        list.push_back(U"0." + zeros + U"1e" + exponent);
+      }
+      list.push_back(U"9007199254740993." + zeros + U"1");
       list.push_back(std::u32string(size, U' ') + U"10:15" + std::u32string(size, U'\u3000'));
       list.push_back(U"10:15" + std::u32string(size, U' ') + U"x");
     }
@@ -287,9 +310,11 @@ std::vector<Format> formats_of(std::int32_t destination, std::int32_t size, Rand
   if (kind == Kind::numeric) {
     const std::pair<std::int32_t, std::int32_t> pairs[] = {
         {38, 10}, {77, 57}, {5, 0}, {19, 4},  {4, 9},   {77, 77}, {77, 0},
-        {1, 0},   {18, 17}, {0, 0}, {78, 78}, {10, -1}, {10, 78}};
+        {1, 0},   {18, 17}, {0, 0}, {78, 78}, {10, -1}, {10, 78}, {5, 2}};
     for (const auto& [precision, scale] : pairs)
       if (all || random.below(3) == 0) formats.push_back({.precision = precision, .scale = scale});
+    formats.push_back({.precision = static_cast<std::int32_t>(1 + random.below(77)),
+                       .scale = static_cast<std::int32_t>(random.below(78))});
     return formats;
   }
   if (kind == Kind::none) return {{.maxlength = 5}};
