@@ -73,14 +73,14 @@ struct direct {
   }
 };
 
-inline Exact exact_of(Bit bit) { return exact_integer(static_cast<std::uint64_t>(bit), false); }
+inline Exact exact_of(Bit bit) { return exact_integer(static_cast<std::uint8_t>(bit)); }
 template <Integral V>
 inline Exact exact_of(V value) {
-  return exact_integer(signed_magnitude(value).magnitude, value < 0);
+  return exact_integer(value);
 }
 template <class M>
 inline Exact exact_of(Money<M> money) {
-  return exact_money(money.count);
+  return exact_integer(money.count, 4);
 }
 
 // Through the exact value: a sign, a magnitude and a scale that lose nothing. One writer serves

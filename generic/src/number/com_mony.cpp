@@ -7,7 +7,7 @@
 namespace vdx {
 namespace {
 
-// The rows for 2 and 6 come from callers that share the translation.
+// Arithmetic gives 0, 1 and 3 alone; the others are here so that every status has its code.
 std::int32_t to_public(std::int32_t status) {
   static constexpr std::int32_t kCodes[] = {VDX_SUCCESS, VDX_OVERFLOW, VDX_SYNTAX,  VDX_ARITHMETIC,
                                             VDX_SUCCESS, VDX_SUCCESS,  VDX_OVERFLOW};
@@ -34,10 +34,11 @@ inline std::int32_t binary(const Money* a, const Money* b, Money* result) {
 template <Operation<std::int64_t> kOperation>
 std::int32_t narrowed(std::int32_t a, std::int32_t b, std::int32_t& result) {
   std::int64_t wide;
-  std::int32_t status = kOperation(a, b, wide);
-  if (status == kMoneyDone && narrow_money(wide, result) < 0) status = kMoneyOverflow;
-  if (status != kMoneyDone) result = 0;
-  return status;
+  const std::int32_t status = kOperation(a, b, wide);  // leaves zero where it fails
+  result = static_cast<std::int32_t>(wide);
+  if (result == wide) return status;
+  result = 0;
+  return kMoneyOverflow;
 }
 
 std::int32_t multiply(std::int64_t a, std::int64_t b, std::int64_t& result) {
@@ -92,7 +93,7 @@ std::int32_t peel_digit(vdx_money* money, char* digit) {
 
 std::int32_t prepare(vdx_money* money, std::int32_t count) {
   const std::int64_t value = get(money);
-  std::uint64_t size = magnitude(value);
+  std::uint64_t size = signed_magnitude(value).magnitude;
   std::uint64_t remainder = 0;
   // Eight bytes hold the magnitude; each division drops one leading zero byte, and the last one
   // that goes ends the work.
@@ -191,7 +192,7 @@ char* write_plain(std::int64_t value, char* buffer, std::int32_t length, std::in
 }
 
 char* write_grouped(std::int64_t value, char* buffer, std::int32_t length, std::int32_t places) {
-  const MoneyParts parts = money_parts(magnitude(value), places);
+  const MoneyParts parts = money_parts(signed_magnitude(value).magnitude, places);
   const GroupedWhole whole(parts.whole);
   const std::uint64_t tail = fraction_text(parts.fraction);
   const std::int32_t tail_length = 1 + static_cast<std::int32_t>(parts.places);
@@ -219,22 +220,6 @@ char* write_at_end(std::int64_t value, char* buffer, std::int32_t length, std::i
 }
 
 }  // namespace
-
-std::int32_t format_money(std::int64_t ten_thousandths, std::int32_t places, bool separators,
-                          char out[32]) {
-  if (!separators) {
-    const ShortText text = money_text(ten_thousandths, places);
-    std::memcpy(out, text.data(), 24);
-    return static_cast<std::int32_t>(text.length());
-  }
-  const MoneyParts parts = money_parts(magnitude(ten_thousandths), places);
-  const GroupedWhole whole(parts.whole);
-  const std::int32_t sign = ten_thousandths < 0 ? 1 : 0;
-  *out = '-';
-  whole.write(out + sign);
-  store(out + sign + whole.length(), fraction_text(parts.fraction));
-  return sign + whole.length() + 1 + static_cast<std::int32_t>(parts.places);
-}
 
 std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
                                  const vdx_charattr& attributes) {

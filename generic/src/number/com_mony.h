@@ -50,12 +50,6 @@ inline void set_money(vdx_money& money, std::int64_t value) {
   set_money(static_cast<void*>(&money), value);
 }
 
-// The magnitude of any value, the smallest included.
-constexpr std::uint64_t magnitude(std::int64_t value) {
-  const std::uint64_t bits = static_cast<std::uint64_t>(value);
-  return value < 0 ? 0 - bits : bits;
-}
-
 constexpr std::int64_t with_sign(std::uint64_t size, bool negative) {
   const std::uint64_t mask = 0 - static_cast<std::uint64_t>(negative);  // signs are unpredictable
   return static_cast<std::int64_t>((size ^ mask) - mask);
@@ -91,7 +85,7 @@ inline std::int32_t signed_result(std::uint64_t size, bool negative, std::int64_
 // The product at four places, halves rounded away from zero.
 template <typename Arithmetic = Wide>
 inline std::int32_t multiply_money(std::int64_t a, std::int64_t b, std::int64_t& result) {
-  U128 product = Arithmetic::multiply(magnitude(a), magnitude(b));
+  U128 product = Arithmetic::multiply(signed_magnitude(a).magnitude, signed_magnitude(b).magnitude);
   product.low += kMoneyUnit / 2;  // truncation then rounds
   product.high += product.low < kMoneyUnit / 2 ? 1 : 0;
   if (product.high > kMoneyUnit / 2) [[unlikely]] {  // the quotient passes 2^63
@@ -118,7 +112,8 @@ inline std::int32_t divide_money(std::int64_t a, std::int64_t b, std::int64_t& r
   result = 0;
   if (b == 0) [[unlikely]]
     return kMoneyZeroDivisor;
-  const std::uint64_t dividend = magnitude(a), divisor = magnitude(b);
+  const std::uint64_t dividend = signed_magnitude(a).magnitude;
+  const std::uint64_t divisor = signed_magnitude(b).magnitude;
   std::uint64_t quotient;
   if (dividend <= std::numeric_limits<std::uint64_t>::max() / kMoneyUnit) {
     quotient = dividend * kMoneyUnit / divisor;
@@ -137,7 +132,7 @@ inline std::int32_t scale_money(std::int64_t& value, std::uint32_t factor, std::
     value = addend;
     return kMoneyDone;
   }
-  const U128 product = Wide::multiply(magnitude(value), factor);
+  const U128 product = Wide::multiply(signed_magnitude(value).magnitude, factor);
   const std::uint64_t sum = product.low + static_cast<std::uint32_t>(addend);
   if (product.high != 0 || sum < product.low || (sum >> 63) != 0) return kMoneyOverflow;
   value = with_sign(sum, value < 0);
@@ -149,18 +144,9 @@ inline std::int32_t scale_money(std::int64_t& value, std::uint32_t factor, std::
 inline std::int32_t divide_small(std::int64_t& value, std::uint32_t divisor) {
   const std::uint64_t small = divisor & 0xffff;
   if (small == 0) return 0;
-  const std::uint64_t size = magnitude(value);
+  const std::uint64_t size = signed_magnitude(value).magnitude;
   value = with_sign(size / small, value < 0);
   return static_cast<std::int32_t>(size % small);
-}
-
-inline std::int32_t narrow_money(std::int64_t value, vdx_mny4& result) {
-  const auto narrow = static_cast<std::int32_t>(value);
-  const bool fits = narrow == value;
-  result = fits        ? narrow
-           : value < 0 ? std::numeric_limits<std::int32_t>::min()
-                       : std::numeric_limits<std::int32_t>::max();
-  return fits ? 4 : -1;
 }
 
 // 2^32 ten-thousandths, and the double nearest to 2^63 of them.
@@ -231,11 +217,6 @@ VDX_INLINE ShortText money_text(std::int64_t ten_thousandths, std::int32_t place
   text.end += 1 + parts.places;
   return text;
 }
-
-// The same text, or that with separators, at out[0]; returns its length, at most 25. Bytes after
-// the text may be overwritten.
-std::int32_t format_money(std::int64_t ten_thousandths, std::int32_t places, bool separators,
-                          char out[32]);
 
 // Text in the given character set as money; gives a MoneyStatus. After a failure the value holds
 // what was read so far, without its sign, which the two statuses of an overflow tell.

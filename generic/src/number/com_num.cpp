@@ -259,13 +259,13 @@ std::int32_t put_largest(bool negative, std::int32_t precision, std::int32_t sca
 bool rescale(Exact& value, std::int32_t scale) {
   if (value.scale == scale) return true;
   if (value.scale < scale) {
-    const std::int32_t up = std::min(scale - value.scale, kMaxPrecision + 1);
+    const std::int32_t up = scale - value.scale;
     value.scale = scale;
     return scale_up(value.magnitude, up);
   }
   WideValue wide;
   wide.set(value.magnitude);
-  wide.scale = std::min(value.scale - scale, 2 * kMaxPrecision);  // drops every digit of 256 bits
+  wide.scale = value.scale - scale;
   const bool fits = rescale_wide(wide, 0, value.magnitude);
   value.scale = scale;
   if (is_zero(value.magnitude)) value.negative = false;

@@ -16,27 +16,21 @@ namespace vdx {
 
 inline constexpr std::int32_t kNumericBytes = 35;
 
-// magnitude / 10^scale. Zero is never negative.
+// magnitude / 10^scale, with a scale of 0 to 77. Zero is never negative.
 struct Exact {
   bool negative = false;
   std::int32_t scale = 0;
   Magnitude magnitude{};
 };
 
-constexpr Exact exact_integer(std::uint64_t size, bool negative) {
-  return {negative && size != 0, 0, {size, 0, 0, 0}};
-}
-constexpr Exact exact_signed(std::int64_t value) {
-  const auto bits = static_cast<std::uint64_t>(value);
-  return exact_integer(value < 0 ? 0 - bits : bits, value < 0);
-}
-constexpr Exact exact_money(std::int64_t ten_thousandths) {
-  Exact exact = exact_signed(ten_thousandths);
-  exact.scale = 4;
-  return exact;
+// A whole number of units of 10^-scale.
+template <std::integral T>
+constexpr Exact exact_integer(T count, std::int32_t scale = 0) {
+  const auto [magnitude, sign] = signed_magnitude(count);
+  return {sign != 0, scale, {magnitude, 0, 0, 0}};
 }
 
-// The same value at another scale (0 or more), halves rounded away from zero. False, with the
+// The same value at another scale (0 to 77), halves rounded away from zero. False, with the
 // value undefined, where its magnitude passes 256 bits.
 bool rescale(Exact& value, std::int32_t scale);
 
@@ -142,7 +136,6 @@ VDX_INLINE std::int32_t put_image(bool fits, const Magnitude& m, bool negative,
 // The magnitude of the value's whole part; the rest is cut off.
 inline Magnitude whole_part(const Exact& value) {
   if (value.scale == 0) return value.magnitude;
-  if (value.scale > kMaxPrecision) return {};
   std::uint64_t limbs[6];
   std::memcpy(limbs, value.magnitude.data(), sizeof(Magnitude));
   divide_by_power<false>(limbs, 4, value.scale);

@@ -48,23 +48,6 @@ constexpr std::uint64_t multiply_add(Magnitude& m, std::uint64_t factor, std::ui
   return addend;
 }
 
-// m / divisor; the return value is the remainder.
-template <typename Arithmetic = Wide>
-inline std::uint64_t divide_limb(Magnitude& m, std::uint64_t divisor) {
-  std::uint64_t remainder = 0;
-  for (std::size_t i = 4; i-- > 0;) {
-    if (remainder == 0 && m[i] < divisor) {  // also skips the leading zeros
-      remainder = m[i];
-      m[i] = 0;
-    } else {
-      const Quotient step = Arithmetic::divide(remainder, m[i], divisor);
-      m[i] = step.quotient;
-      remainder = step.remainder;
-    }
-  }
-  return remainder;
-}
-
 inline constexpr std::array<Magnitude, kMaxPrecision + 1> kPowersOfTen = [] {
   std::array<Magnitude, kMaxPrecision + 1> powers{};
   Magnitude power{1, 0, 0, 0};
@@ -98,10 +81,9 @@ inline constexpr std::array<std::uint8_t, kMaxPrecision + 1> kBytesOfPrecision =
   return table;
 }();
 
-// m times 10^exponent; false, with m undefined, where that passes 256 bits.
+// m times 10^exponent (0 to 77); false, with m undefined, where that passes 256 bits.
 inline bool scale_up(Magnitude& m, std::int32_t exponent) {
   if (is_zero(m) || exponent == 0) return true;
-  if (exponent > kMaxPrecision) return false;
   if ((m[1] | m[2] | m[3]) == 0) {
     const std::uint64_t factor = m[0];
     m = kPowersOfTen[static_cast<std::size_t>(exponent)];
