@@ -121,6 +121,9 @@ void add_numerics(std::vector<Bytes>& values) {
   for (const char* middle : {"9007199254740993", "16777217", "9007199254740995"})  // of two floats
     for (const char* behind : {"00000000000000000000", "00000000000000000001"})
       add(60, 20, std::string(middle) + behind);
+  for (const int bits : {77, 90, 120})  // the same beyond 64 bits, which decide by one
+    for (const Wide beside : {-1, 0, 1})
+      add(38, 0, decimal((Wide{1} << bits) + (Wide{1} << (bits - 53)) + beside));
   for (const auto& [at, byte] : {std::pair{0, 0}, {0, 78}, {1, 78}, {2, 2}, {3, 255}, {4, 0xE8}}) {
     values.push_back(numeric_image(3, 1, false, "999"));
     values.back()[static_cast<std::size_t>(at)] = static_cast<std::uint8_t>(byte);
