@@ -127,6 +127,7 @@ TEST_F(Config, Files) {
       {"\n; c\n  ;c\n\n[ a ]\t\n\n k = v  \n", "<v>"},
       {"[a]\nk=\"a \"\"b\"\" = [x] ;\"\n", "<a \"b\" = [x] ;>"},
       {"[a]\nk=\"\"\nk=x \"\" y\nk=\"a\"\"\"\n", "<><x  y><a\">"},
+      {"[a]\nk = a \\\n; b\n", "<a>"},
       {"[a]\nk=\"x\\\ny\\z\\\r\nw\\\rv\"\n", "<xy\\zw\\\rv>"},
       // sections and their stand-in
       {"[a]\nk=1\n[a]\nk=2\n", "<1>"},
@@ -155,6 +156,8 @@ TEST_F(Config, Files) {
       {"[a]\n\xEF\xBD\x8B\xEF\xBC\x9D\xEF\xBD\x89nclude\n", "0",
        "1040008 FILE 2 \xEF\xBD\x89nclude;1040607 comn_get_cfg a;", "a", "k", "utf8"},
       {"[a]\nk=\x83=\x83\"\n;" + kWide + "\n", "<\x83=\x83\">", "", "a", "k", "sjis"},
+      {"[a]\nk=\"x\xEF\xBC\x82\xEF\xBC\x82y\"\n", "<x\xEF\xBC\x82y>", "", "a", "k", "utf8"},
+      {"[a]\nk=\"x\xFA\x57\xFA\x57\"\"y\"\n", "<x\xFA\x57\"y>", "", "a", "k", "sjis"},
       {"[a]\nk=1\n;\xE2\x82", "<1>", "1040606 FILE;", "a", "k", "utf8"},
       {"[a]\nk=\xE2\x82", "0", "1040606 FILE;1040008 FILE 2 ;1040607 comn_get_cfg a;", "a", "k",
        "utf8"},
@@ -309,6 +312,8 @@ TEST_F(Config, ManySections) {
     text += "[s" + n + "]\nk" + n + "=v" + n + "\nk=" + std::string(40, 'x') + n + "\n";
     if (i % 3 == 1) text += "broken\n";  // what is taken out leaves the rest to be found
   }
+  // No lookup finds a namesake's entries; all in one place of an index, they would take very long.
+  for (int i = 0; i < 200000; ++i) text += "[s0]\nk0=\"x\"\n";
   const File cfg = file(text);
   for (int i = 0; i < 3000; ++i) {
     const std::string n = std::to_string(i);

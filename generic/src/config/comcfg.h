@@ -76,7 +76,7 @@ struct CfgEntry {
   bool is(const CfgSection* in, std::string_view wanted) const {
     return section == in && text() == wanted;
   }
-  inline bool is(std::string_view in, std::string_view wanted) const;
+  inline bool is(std::string_view in, std::string_view wanted) const;  // where section is_first
 };
 
 struct CfgSection {
@@ -95,7 +95,7 @@ struct CfgSection {
 };
 
 bool CfgEntry::is(std::string_view in, std::string_view wanted) const {
-  return text() == wanted && section->is_first && section->text() == in;
+  return text() == wanted && section->text() == in;
 }
 
 std::uint32_t hash_text(std::string_view text, std::uint32_t seed);
@@ -226,7 +226,7 @@ struct CfgParse {
   CfgSection* section;      // being filled; null before the first header
   CfgIndex<CfgEntry> keys;  // of that section
   CfgSection* unindexed;    // the first section whose entries the file's index does not have yet
-  std::uint32_t unindexed_count;  // of their entries
+  std::uint32_t unindexed_count;  // of their entries that belong there
   bool is_valid;                  // that section is
   bool is_at_end;                 // of the file
   bool is_end;                    // the scan ended with the end of input, no token
@@ -257,7 +257,9 @@ struct CfgParsed {
   std::int32_t length;
   Chain<CfgSection> sections;
   CfgIndex<CfgSection> section_index;  // the first section of a name
-  CfgIndex<CfgEntry> entry_index;      // filled at the end of a parse, when their number is known
+  // Entries of those sections, the only ones that are looked up; the same key of a namesake would
+  // have the same hash, too. Filled at the end of a parse, when their number is known.
+  CfgIndex<CfgEntry> entry_index;
   Pool* pool = nullptr;
   void* backing = nullptr;
   vdx_mutex* mutex = nullptr;

@@ -16,7 +16,7 @@ void CfgParsed::remove_section(CfgSection* section) {
     return sizeof *value + static_cast<std::size_t>(value->length);
   };
   for (CfgEntry* entry = section->entries.first; entry != nullptr;) {
-    --parse->unindexed_count;
+    if (section->is_first) --parse->unindexed_count;
     for (CfgValue* value = entry->values.first->next; value != nullptr;) {
       CfgValue* next = value->next;
       give_back(value, value_size(value));
@@ -41,9 +41,11 @@ void CfgParsed::remove_section(CfgSection* section) {
 
 bool CfgParsed::index_entries() {
   if (!entry_index.reserve(parse->unindexed_count)) return false;
-  for (CfgSection* at = parse->unindexed; at != nullptr; at = at->next)
+  for (CfgSection* at = parse->unindexed; at != nullptr; at = at->next) {
+    if (!at->is_first) continue;
     for (CfgEntry* entry = at->entries.first; entry != nullptr; entry = entry->next)
       entry_index.insert(entry);
+  }
   parse->unindexed = nullptr;
   parse->unindexed_count = 0;
   return true;
@@ -88,7 +90,7 @@ bool store_value(CfgParsed& parsed, std::string_view key, std::int32_t length, F
     std::memcpy(entry + 1, key.data(), key.size());
     if (!parsed.parse->keys.insert(entry)) return false;
     section->entries.append(entry);
-    ++parsed.parse->unindexed_count;
+    if (section->is_first) ++parsed.parse->unindexed_count;
     added = reinterpret_cast<CfgValue*>(piece + key_bytes);
   }
   *added = {nullptr, length};
@@ -245,6 +247,13 @@ class Grammar {
     return token == VDX_CFGTOK_NEWLINE || token == VDX_CFGTOK_END;
   }
 
+  // Bytes of it; a quote may be a character of several.
+  std::int32_t first_character(const vdx_cfg_token& token) const {
+    return whole_char_bytes(*parse_.attributes,
+                            reinterpret_cast<const std::uint8_t*>(parse_.raw + token.offset),
+                            token.length);
+  }
+
   // What follows the opening quote, with the closing one.
   bool quoted(vdx_cfg_token*& pieces) {
     for (;; next()) {
@@ -253,7 +262,7 @@ class Grammar {
           pieces = cfg__cat(pieces, mark_);
           break;
         case VDX_CFGTOK_QUOTE:
-          mark_->length = 1;
+          mark_->length = first_character(*mark_);
           pieces = cfg__cat(pieces, mark_);
           break;
         case VDX_CFGTOK_CONTINUE:
