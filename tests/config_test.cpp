@@ -73,6 +73,7 @@ void drop_detached(vdx_cfg* cfg) {
   vdx_cfg_section section{};
   EXPECT_EQ(get(cfg, "a", "k", value, nullptr), XS_FAIL);
   EXPECT_EQ(comn_nextsection_cfg(cfg, &section), XS_FAIL);
+  EXPECT_EQ(comn_openquote_cfg(cfg, &section.line), XS_FAIL);
   told.clear();
   EXPECT_EQ(comn_drop_cfg(cfg, VDX_UNUSED), XS_FAIL);
   EXPECT_EQ(told, "1040604 comn_drop_cfg;");

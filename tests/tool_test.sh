@@ -122,7 +122,10 @@ row '--cfg in --check' '; c\n[a]\nk="\n[a]\n"\n[b]\ninclude=a\n;[a]' 0 '' ''
 lost '[a]\nk=\\\n\n\n[b\n[c] \033\n[d]\nk="\n\n' 'in:3: syntax error at the end of the line; section "a" is lost
 in:5: syntax error at the end of the line; section "a" is lost
 in:6: syntax error at "\\x1b"; section "c" is lost
+in:8: a quote is not closed; what follows it is lost
 in:10: syntax error at the end of the file; section "d" is lost\n' ''
+lost '[a]\nk="v" w"\nfoo bar "x\n[b]\nk=v""\n' 'in:3: syntax error at "bar"; section "a" is lost
+in:3: a quote is not closed; what follows it is lost\n' ''
 lost '[a]\ninclude=b\ninclude = a\n[b]\ninclude=a' 'in:2: include of "b", which is not there above this line; section "a" is lost
 in:3: include of "a" in itself; section "a" is lost
 in:5: include of "a", which is not there above this line; section "b" is lost\n' ''

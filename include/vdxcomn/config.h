@@ -100,6 +100,14 @@ VDX_API int32_t comn_get_cfg(vdx_cfg *cfg, const char *section, int32_t section_
  * Returns XS_SUCCEED; XS_END_DATA after the last; XS_FAIL for a detached handle. */
 VDX_API int32_t comn_nextsection_cfg(vdx_cfg *cfg, vdx_cfg_section *section);
 
+/* Tells whether the file ends within a string, so that what follows its opening quote is lost, other
+ * sections with it.
+ *
+ * line  receives the line of that quote, unchanged where there is none
+ *
+ * Returns XS_SUCCEED; XS_END_DATA when every string is closed; XS_FAIL for a detached handle. */
+VDX_API int32_t comn_openquote_cfg(vdx_cfg *cfg, int32_t *line);
+
 /* Releases a cursor before its end, before its handle is dropped. A null cursor is nothing to do.
  * Returns XS_SUCCEED, XS_FAIL for a detached handle. */
 VDX_API int32_t comn_nextdrop_cfg(vdx_cfg *cfg, vdx_cfg_cursor *cursor);

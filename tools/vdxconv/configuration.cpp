@@ -14,11 +14,12 @@ namespace vdxconv {
 
 namespace {
 
-// No number of a message: the library keeps a section whose name is taken, lookups pass it by.
+// No numbers of messages. The library keeps a section whose name is taken, lookups pass it by.
 constexpr int32_t kNameTaken = 0;
+constexpr int32_t kOpenQuote = 1;
 
 struct Loss {
-  int32_t number;  // of the message, or kNameTaken
+  int32_t number;  // of the message, or one of the above
   int32_t line;
   std::string section;  // the one that is lost; empty: none
   std::string token;
@@ -144,6 +145,9 @@ void put_loss(Writer& out, const Loss& loss) {
     case VDX_MSG_CFG_CUT:
       out.put("the file ends inside a character; the character is lost\n");
       return;
+    case kOpenQuote:
+      out.put("a quote is not closed; what follows it is lost\n");
+      return;
     default:
       out.put("the section of line ");
       out.put(std::to_string(loss.first));
@@ -195,6 +199,8 @@ int check_configuration(const vdx_context& context, const Settings& settings) {
     const auto [first, is_new] = first_lines.try_emplace(name, section.line);
     if (!is_new) losses.push_back({kNameTaken, section.line, std::string(name), {}, first->second});
   }
+  if (int32_t line; comn_openquote_cfg(cfg, &line) == XS_SUCCEED)
+    losses.push_back({kOpenQuote, line, {}, {}});
   comn_drop_cfg(cfg, VDX_UNUSED);
   std::ranges::stable_sort(losses, {}, &Loss::line);
   Writer out(kStandardOutput, "standard output");

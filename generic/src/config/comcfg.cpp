@@ -478,6 +478,16 @@ std::int32_t comn_nextsection_cfg(vdx_cfg* cfg, vdx_cfg_section* section) {
   return VDX_TRACE(XS_SUCCEED);
 }
 
+std::int32_t comn_openquote_cfg(vdx_cfg* cfg, std::int32_t* line) {
+  VDX_CHECK_POINTER(cfg, VDX_TRACE(XS_FAIL));
+  VDX_CHECK_POINTER(line, VDX_TRACE(XS_FAIL));
+  const vdx_cfg_record* record = cfg->record.load(std::memory_order_acquire);
+  if (record == nullptr) return VDX_TRACE(XS_FAIL);
+  if (record->parsed->open_quote == 0) return VDX_TRACE(XS_END_DATA);
+  *line = record->parsed->open_quote;
+  return VDX_TRACE(XS_SUCCEED);
+}
+
 std::int32_t comn_nextdrop_cfg(vdx_cfg* cfg, vdx_cfg_cursor* cursor) {
   VDX_CHECK_POINTER(cfg, VDX_TRACE(XS_FAIL));
   const vdx_cfg_record* record = cfg->record.load(std::memory_order_acquire);

@@ -264,6 +264,7 @@ struct CfgParsed {
   void* backing = nullptr;
   vdx_mutex* mutex = nullptr;
   CfgParse* parse = nullptr;  // while the file is being parsed
+  std::int32_t open_quote;    // line of the quote that the file does not close; 0: none
 
   std::string_view file() const { return {name, static_cast<std::size_t>(length)}; }
 

@@ -128,6 +128,7 @@ class Grammar {
       }
       cfg__clearparse(cfg_, line != Line::kWrong);
     } while (token_ != VDX_CFGTOK_END);
+    cfg_->parsed().open_quote = open_quote_;
     return !parse_.has_failed && cfg__add_section(cfg_, nullptr) == XS_SUCCEED;
   }
 
@@ -154,6 +155,8 @@ class Grammar {
 
   void next() {
     token_ = cfg__nexttok(cfg_, &mark_);
+    if (token_ == VDX_CFGTOK_STRING_START) open_quote_ = parse_.token_line;
+    if (token_ == VDX_CFGTOK_STRING_END) open_quote_ = 0;
     if (token_ >= 0) return;
     parse_.has_failed = true;
     token_ = VDX_CFGTOK_END;
@@ -280,6 +283,7 @@ class Grammar {
   CfgParse& parse_;
   std::int32_t token_ = VDX_CFGTOK_END;
   vdx_cfg_token* mark_ = nullptr;
+  std::int32_t open_quote_ = 0;  // line of the quote of the string that the tokens are in
 };
 
 }  // namespace
