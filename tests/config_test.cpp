@@ -259,13 +259,22 @@ TEST_F(Config, Handles) {
 
 TEST_F(Config, StaticArea) {
   vdx_appglobal *own = std::exchange(context_.appglobal, nullptr), *area = nullptr;
-  vdx_cfg* one = open(write("[a]\nk=1\n"));
+  // A file that the area forgot outlives it, until its handle is dropped.
+  EXPECT_EQ(com_appglobal_alloc(&context_.appglobal, 1, VDX_APPGLOBAL_STATIC), 1);
+  vdx_cfg* one = open(write("[a]\nk=0\n"));
+  EXPECT_EQ(com_appglobal_alloc(&area, 1, VDX_APPGLOBAL_STATIC), 1);
+  EXPECT_EQ(com_appglobal_drop(area, 0), 1);
+  EXPECT_EQ(com_appglobal_drop(std::exchange(context_.appglobal, nullptr), 0), 1);
+  EXPECT_EQ(values(one, "a", "k"), "<0>");
+  drop(one);
+  one = open(write("[a]\nk=1\n"));
   EXPECT_EQ(com_appglobal_alloc(&area, 1, VDX_APPGLOBAL_STATIC), 1);
   EXPECT_EQ(area->configurations, nullptr);
   vdx_cfg* two = open(write("[a]\nk=2\n"));
   EXPECT_EQ(values(one, "a", "k") + values(two, "a", "k"), "<1><2>");
   for (vdx_cfg* cfg : {one, two}) drop(cfg);
   EXPECT_EQ(com_appglobal_drop(area, VDX_APPGLOBAL_STATIC), 1);
+  EXPECT_FATAL(com_appglobal_drop(own, VDX_APPGLOBAL_STATIC), "file 'comaglob.cpp'");
   context_.appglobal = own;
 }
 
@@ -378,11 +387,13 @@ TEST_F(Config, IncludesOfIncludes) {
   EXPECT_EQ(values(cfg, "s60", "none") + values(cfg, "s2", "k"), "<1><1><1><1>");
 }
 
-// Eight threads open, look up and drop the same file and their own.
+// Eight threads open, look up and drop the same file and their own, and an area that has a user.
 TEST_F(Config, Threads) {
   const std::string shared = write("[a]\nk=1\n[b]\ninclude=a\n", "shared");
   std::vector<std::thread> threads;
   std::atomic<int> wrong{0};
+  vdx_appglobal* standing;
+  EXPECT_EQ(com_appglobal_alloc(&standing, 1, VDX_APPGLOBAL_STATIC), 1);
   for (int t = 0; t < 8; ++t) {
     const std::string name = std::to_string(t);
     const std::string own = write("[b]\nk=" + name + "\n", name.c_str());
@@ -394,12 +405,16 @@ TEST_F(Config, Threads) {
         vdx_cfg* cfg[2] = {open_cfg(context, shared), open_cfg(context, own)};
         wrong += values(cfg[0], "b", "k") + values(cfg[1], "b", "k") != "<1><" + name + ">";
         wrong += open_cfg(context, "missing") != nullptr;
+        vdx_appglobal* area;
+        wrong += com_appglobal_alloc(&area, 2, VDX_APPGLOBAL_STATIC) != 1 ||
+                 com_appglobal_drop(area, VDX_APPGLOBAL_STATIC) != 1;
         for (vdx_cfg* one : {cfg[i % 2], cfg[1 - i % 2]})
           wrong += comn_drop_cfg(one, VDX_UNUSED) != 1;
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(com_appglobal_drop(standing, VDX_APPGLOBAL_STATIC), 1);
   EXPECT_EQ(wrong, 0);
   EXPECT_EQ(context_.appglobal->configurations, nullptr);
 }

@@ -49,13 +49,14 @@ enum {
 /* Hands out an area, new (zero-filled, by malloc) or static with VDX_APPGLOBAL_STATIC; other bits
  * of options are not read. tag is kept by the first user of an area. Each further allocation of
  * the static area empties its list of parsed files without freeing them: their handles stay good,
- * the next comn_init_cfg parses the file again. Returns XS_SUCCEED, XS_MEM_ERROR without memory
+ * also beyond the last drop of the area, and the next comn_init_cfg parses the file again. Any thread
+ * may call this for the static area while it has a user; the first call comes alone. Returns XS_SUCCEED, XS_MEM_ERROR without memory
  * for the area, XS_FAIL when its mutex cannot be made or taken. */
 VDX_API int32_t com_appglobal_alloc(vdx_appglobal **area, int32_t tag, int32_t options);
 
 /* Ends one use of an area; the last one frees its parsed files and the area, the static one is
- * zeroed. VDX_APPGLOBAL_STATIC must be given for the static area and for no other. A slot in use at
- * the last drop is a failed assertion. Returns XS_SUCCEED or XS_FAIL. */
+ * zeroed and stays. VDX_APPGLOBAL_STATIC with any other area is a failed assertion, and so is a slot
+ * in use at the last drop. Returns XS_SUCCEED or XS_FAIL. */
 VDX_API int32_t com_appglobal_drop(vdx_appglobal *area, int32_t options);
 
 /* Opens a configuration file in the area context->appglobal (null: the static one, allocated once a
@@ -118,8 +119,9 @@ VDX_API int32_t comn_nextdrop_cfg(vdx_cfg *cfg, vdx_cfg_cursor *cursor);
  * (VDX_MSG_CFG_DETACHED): it is then the caller's to give to free(). */
 VDX_API int32_t comn_drop_cfg(vdx_cfg *cfg, int32_t option);
 
-/* Frees every file of a list (vdx_appglobal.configurations; null: none) without locking. Handles
- * on them are detached. Returns XS_SUCCEED. */
+/* Frees every file of a list (null: none) without locking. Handles on them are detached. A list that
+ * is an area's (vdx_appglobal.configurations) is first taken out of it by the caller, who leaves null
+ * there: the area would go on to use it. Returns XS_SUCCEED. */
 VDX_API int32_t comn_globdrop_cfg(vdx_cfg_record *list);
 
 /* The steps of a parse, as comn_init_cfg takes them. A file is parsed between cfg__init_parse and

@@ -1,4 +1,5 @@
 // The area that all users in one application share.
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
@@ -10,6 +11,11 @@ namespace vdx {
 namespace {
 
 vdx_appglobal static_area;
+
+// Whether an area has users must be known before its mutex can be taken: without any there is none.
+std::atomic_ref<std::int32_t> users_of(vdx_appglobal& area) {
+  return std::atomic_ref<std::int32_t>(area.users);
+}
 
 }  // namespace
 }  // namespace vdx
@@ -25,17 +31,18 @@ std::int32_t com_appglobal_alloc(vdx_appglobal** area, std::int32_t tag, std::in
     if (it == nullptr) return VDX_TRACE(XS_MEM_ERROR);
     *it = {};
   }
-  VDX_ASSERT(it->users >= 0, VDX_TRACE(XS_FAIL));
-  if (it->users == 0) {
+  const std::int32_t users = vdx::users_of(*it).load();
+  VDX_ASSERT(users >= 0, VDX_TRACE(XS_FAIL));
+  if (users == 0) {
     if (comn_create_mutex(&it->mutex) != XS_SUCCEED) {
       if (!is_static) std::free(it);
       return VDX_TRACE(XS_FAIL);
     }
     it->tag = tag;
-    it->users = 1;
+    vdx::users_of(*it).store(1);
   } else {
     if (comn_take_mutex(it->mutex) != XS_SUCCEED) return VDX_TRACE(XS_FAIL);
-    ++it->users;
+    ++vdx::users_of(*it);
     // Each user starts from files as they are now; who has handles on older ones keeps them.
     it->configurations = nullptr;
     comn_release_mutex(it->mutex);
@@ -46,13 +53,13 @@ std::int32_t com_appglobal_alloc(vdx_appglobal** area, std::int32_t tag, std::in
 
 std::int32_t com_appglobal_drop(vdx_appglobal* area, std::int32_t options) {
   VDX_CHECK_POINTER(area, VDX_TRACE(XS_FAIL));
-  const bool is_static = (options & VDX_APPGLOBAL_STATIC) != 0;
+  const bool is_static = area == &vdx::static_area;
   if (area->mutex == nullptr || comn_take_mutex(area->mutex) != XS_SUCCEED)
     return VDX_TRACE(XS_FAIL);
-  const std::int32_t users = --area->users;
+  const std::int32_t users = --vdx::users_of(*area);
   comn_release_mutex(area->mutex);
   VDX_ASSERT(users >= 0, VDX_TRACE(XS_FAIL));
-  VDX_ASSERT(is_static == (area == &vdx::static_area), VDX_TRACE(XS_FAIL));
+  VDX_ASSERT((options & VDX_APPGLOBAL_STATIC) == 0 || is_static, VDX_TRACE(XS_FAIL));
   if (users > 0) return VDX_TRACE(XS_SUCCEED);
   for (const void* slot : area->slots) VDX_ASSERT(slot == nullptr, VDX_TRACE(XS_FAIL));
   if (area->configurations != nullptr) comn_globdrop_cfg(area->configurations);

@@ -2,6 +2,7 @@
 #include "config/comcfg.h"
 
 #include <cstdio>
+#include <mutex>
 #include <new>
 
 #include "frame/allocate.h"
@@ -502,9 +503,13 @@ std::int32_t comn_drop_cfg(vdx_cfg* cfg, std::int32_t option) {
   vdx_context* const context = cfg->context;
   vdx_cfg_record* record = cfg->record.load(std::memory_order_acquire);
   if (record != nullptr) {
-    // The area outlives its handles; the record only until another thread drops it by force.
+    // The record lives only until another thread drops it by force, so no two drops overlap. The
+    // area's mutex cannot see to that alone: the static area, which never goes, has none between its
+    // last user and the next, and files that it forgot may outlive that.
+    static constinit vdx::Turn turn;
+    std::unique_lock guard(turn);
     vdx_mutex* const mutex = cfg->area->mutex;
-    if (mutex == nullptr || comn_take_mutex(mutex) != XS_SUCCEED) return VDX_TRACE(XS_FAIL);
+    if (mutex != nullptr && comn_take_mutex(mutex) != XS_SUCCEED) return VDX_TRACE(XS_FAIL);
     record = cfg->record.load(std::memory_order_acquire);
     if (record != nullptr) {
       comn_take_mutex(record->mutex);
@@ -513,13 +518,14 @@ std::int32_t comn_drop_cfg(vdx_cfg* cfg, std::int32_t option) {
       const bool is_unused = record->users == 0 && record->pins == 0;
       if (is_unused) vdx::unlist_record(record);
       comn_release_mutex(record->mutex);
-      comn_release_mutex(mutex);
+      if (mutex != nullptr) comn_release_mutex(mutex);
+      guard.unlock();
       if (is_unused) vdx::drop_record(record);
       if (was_forced) vdx::raise(context, VDX_MSG_CFG_FORCED, "comn_drop_cfg");
       std::free(cfg);
       return VDX_TRACE(XS_SUCCEED);
     }
-    comn_release_mutex(mutex);
+    if (mutex != nullptr) comn_release_mutex(mutex);
   }
   vdx::raise(context, VDX_MSG_CFG_DETACHED, "comn_drop_cfg");
   return VDX_TRACE(XS_FAIL);
