@@ -303,6 +303,24 @@ TEST_F(Config, Names) {
   drop(cfg);
 }
 
+// A token holds what was read since the last one, however much.
+TEST_F(Config, Steps) {
+  const File cfg = file("[a]\nk=1\n");
+  ASSERT_EQ(cfg__init_parse(cfg), 1);
+  std::string read;
+  while (read.size() < 6) read += static_cast<char>(cfg__getc(cfg));
+  EXPECT_EQ(read, "[a]\nk=");
+  char* text;
+  EXPECT_EQ(cfg__catbuf(cfg, cfg__marktok(cfg), &text), 6);
+  EXPECT_EQ(std::string(text, 6), read);
+  vdx_cfg_token* token;
+  EXPECT_EQ(cfg__nexttok(cfg, &token), VDX_CFGTOK_VALUE);
+  for (const std::int32_t c : {+'\n', -1, -1}) EXPECT_EQ(cfg__getc(cfg), c);
+  EXPECT_EQ(cfg__catbuf(cfg, cfg__cat(token, cfg__marktok(cfg)), &text), 2);
+  EXPECT_EQ(std::string(text, 2), "1\n");
+  EXPECT_EQ(cfg__clean_parse(cfg), 1);
+}
+
 // Every prefix of a file opens, and gives what the file gives or nothing.
 TEST_F(Config, Prefixes) {
   const std::string text =

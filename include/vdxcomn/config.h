@@ -157,9 +157,9 @@ VDX_API int32_t cfg__clean_parse(vdx_cfg *cfg);
  * 1, or 0 without memory. */
 VDX_API int32_t cfg__parse(vdx_cfg *cfg);
 
-/* Reads the next character into the raw buffer. Returns it as the scanner sees it: its ASCII code,
- * 0xF1 where it has none, -1 at the end of the file (VDX_MSG_CFG_CUT inside a character) or
- * without memory. */
+/* Takes the next character; cfg__marktok makes a token of all that were taken since the last one.
+ * Returns it as the scanner sees it: its ASCII code, 0xF1 where it has none, -1 with nothing taken at
+ * the end of the file (VDX_MSG_CFG_CUT inside a character) or without memory. */
 VDX_API int32_t cfg__getc(vdx_cfg *cfg);
 
 /* Turns the scanner to its start in the file that cfg is parsing; null: to no file. */
@@ -179,7 +179,8 @@ VDX_API int32_t cfg__nexttok(vdx_cfg *cfg, vdx_cfg_token **token);
  * without memory. */
 VDX_API vdx_cfg_token *cfg__newtok(vdx_cfg *cfg, int32_t offset, int32_t length);
 
-/* The token of the characters that were consumed since the last one. Null without memory. */
+/* The token of the characters that cfg__lex and cfg__getc took since the last one, of any number.
+ * Null without memory. */
 VDX_API vdx_cfg_token *cfg__marktok(vdx_cfg *cfg);
 
 /* Appends the pieces of second to those of first; either may be null. Returns the whole. */

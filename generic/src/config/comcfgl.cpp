@@ -60,9 +60,18 @@ std::uint8_t runs_of(std::int32_t c) {
 
 bool is_letter(std::int32_t c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
+void read_ahead(vdx_cfg* cfg, CfgParse& parse);
+
 class Scanner {
  public:
   Scanner(vdx_cfg* cfg, CfgParse& parse) : cfg_(cfg), parse_(parse) {}
+
+  // The next character, which now belongs to the token that is being read; kCfgEnd, and none taken.
+  std::int32_t character() {
+    const std::int32_t c = peek();
+    if (c != kCfgEnd) take();
+    return c;
+  }
 
   std::int32_t normal() {
     const bool is_line_start = parse_.previous == '\n';
@@ -130,7 +139,7 @@ class Scanner {
       while ((c = plain(at)) != 0 && left-- > 0) ++at;
       if (c != 0) return c;
     }
-    while (parse_.ahead_count <= distance) cfg__getc(cfg_);
+    while (parse_.ahead_count <= distance) read_ahead(cfg_, parse_);
     return parse_.ahead[distance].character;
   }
 
@@ -345,6 +354,12 @@ bool read_character(vdx_cfg* cfg, CfgParse& parse, CfgAhead& out) {
   return true;
 }
 
+// One more character, or the end of the file. There is room for as many as a token's end may need.
+void read_ahead(vdx_cfg* cfg, CfgParse& parse) {
+  CfgAhead& read = parse.ahead[parse.ahead_count++];
+  if (!read_character(cfg, parse, read)) read = {kCfgEnd, 0};
+}
+
 }  // namespace
 
 const char* token_name(std::int32_t token) {
@@ -437,10 +452,8 @@ extern "C" {
 std::int32_t cfg__getc(vdx_cfg* cfg) {
   VDX_CHECK_POINTER(cfg, vdx::kCfgEnd);
   vdx::CfgParse* parse = cfg->parsed().parse;
-  VDX_ASSERT(parse != nullptr && parse->ahead_count < vdx::CfgParse::kAhead, vdx::kCfgEnd);
-  vdx::CfgAhead& read = parse->ahead[parse->ahead_count++];
-  if (!vdx::read_character(cfg, *parse, read)) read = {vdx::kCfgEnd, 0};
-  return read.character;
+  VDX_CHECK_POINTER(parse, vdx::kCfgEnd);
+  return vdx::Scanner(cfg, *parse).character();
 }
 
 void com__yyrestart(vdx_cfg* cfg) {
