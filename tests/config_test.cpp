@@ -295,6 +295,7 @@ TEST_F(Config, Names) {
     EXPECT_EQ(comn_init_cfg(&context_, row.name.c_str(), row.length, &cfg), 0);
     EXPECT_EQ(told, row.messages);
   }
+  EXPECT_EQ(comn_init_cfg(&context_, nullptr, 0, &cfg), 0);
   EXPECT_EQ(context_.appglobal->configurations, nullptr);
   std::filesystem::create_directories(directory_ / "ini");
   write("[a]\nk=1\n", "ini/ncl.cfg");
@@ -455,7 +456,8 @@ TEST(ConfigPaths, Rules) {
     std::replace(text.begin(), text.end(), '\\', '/');
     return text;
   };
-  const std::pair<std::string, const char*> rows[] = {
+  const std::string long_name(300, 'x');
+  const std::pair<std::string, std::string> rows[] = {
       {made((com_path_cfgfile(nullptr, "f", b, 600, 1), -1)), "-1 /home/ncl/ini/f"},
       {made((com_path_cfgfile(nullptr, "f", b, 11, 0), -1)), "-1 /home/ini"},
       {made(com_path_ifile(nullptr, b, 18)), "1 /home/ini/sql.ini"},
@@ -472,9 +474,24 @@ TEST(ConfigPaths, Rules) {
       {made((com_set_tclcfg("set"), com_get_tclcfg(b, 600))), "3 set"},
       {made(com_set_tclcfg(std::string(512, 'x').c_str())), "0 set"},
       {std::to_string(com_get_tclcfg(b, 3)), "0"},
+      // long variables, which com_getenv alone cuts
+      {made((set_environment("VERDEX_NCL", long_name.c_str()),
+             com_path_cfgfile(nullptr, "f", b, 600, 1), -1)),
+       "-1 /home/" + long_name + "/ini/f"},
+      {made((com_path_cfgfile(nullptr, "f", b, 307, 1), -1)), "-1 /home/" + long_name},
+      {made((com_path_cfgfile(nullptr, "f", b, 306, 1), -1)), "-1 /home"},
+      {made((set_environment("VDXNCL_IFILE", long_name.c_str()), com_path_ifile(nullptr, b, 301))),
+       "1 " + long_name},
+      {made(com_path_ifile(nullptr, b, 300)), "0 " + long_name.substr(1)},
+      {made((set_environment("VERDEX", long_name.c_str()),
+             com_path_charfile(nullptr, nullptr, nullptr, nullptr, b, 600))),
+       "1 " + long_name + "/charsets"},
   };
   for (const auto& [got, expected] : rows) EXPECT_EQ(got, expected);
   com_set_tclcfg(nullptr);
+  char* cut = com_getenv("VERDEX");
+  EXPECT_EQ(cut, long_name.substr(0, 256));
+  std::free(cut);
 }
 
 TEST(ConfigNames, Compare) {

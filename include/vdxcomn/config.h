@@ -65,9 +65,11 @@ VDX_API int32_t com_appglobal_drop(vdx_appglobal *area, int32_t options);
  *
  * context  version at least 114 (else a failed assertion); must outlive the handle; the handle's
  *          memory comes from it
- * name     file name of 1 to 512 bytes; may be null with VDX_UNUSED
+ * name     file name of 1 to 512 bytes; not read, and may be null, with VDX_UNUSED and with lengths
+ *          that are none
  * length   its length, VDX_NULLTERM, or VDX_UNUSED: the file ini\ncl.cfg below the directory that
- *          the environment variable VERDEX names (a failed assertion when it is not set)
+ *          the environment variable VERDEX names, in its first 256 bytes (a failed assertion
+ *          when it is not set)
  * cfg      receives the handle, unchanged on failure
  *
  * Returns XS_SUCCEED, or XS_FAIL: another length, VDX_MSG_CFG_NAME, VDX_MSG_CFG_OPEN,
@@ -80,8 +82,8 @@ VDX_API int32_t comn_init_cfg(vdx_context *context, const char *name, int32_t le
  *
  * section, key  names, compared byte for byte; lengths of 0 or more, or VDX_NULLTERM
  * cursor        null: the first value alone. Else starts as a pointer to null and is given to each
- *               later call for the next value (section and key are then not read again), until
- *               XS_END_DATA resets it or comn_nextdrop_cfg releases it
+ *               later call for the next value (section and key are then not read again, but must
+ *               still be valid arguments), until XS_END_DATA resets it or comn_nextdrop_cfg releases it
  * buffer        receives the value, and a zero byte where it is longer than the value
  * size          bytes of buffer, 0 or more
  * value_length  may be null; receives the value's full length, unchanged without a value
@@ -224,7 +226,9 @@ VDX_API int32_t com_unsignstrncmp(const char *a, const char *b, int32_t length);
 /* Paths below the home directory, which the environment variable VERDEX names. They hold
  * backslashes on every platform; files are opened under the name as it is, then with a slash for
  * every backslash. A piece is a backslash and a name; the zero-terminated path stays below size
- * (at least 1) bytes, and the first piece that does not fit is left off with all that follow.
+ * (at least 1) bytes, and the first piece that does not fit is left off with all that follow; a
+ * first one, as home is, is cut. Variables of any length are read as a whole. Functions without a
+ * result do not tell that something is left off.
  * VERDEX unset is -1, stored in context->os_error where there is a context; context may be null. */
 
 /* <home>[\<value of VERDEX_NCL> with subdirectory not 0]\ini\<file>. */

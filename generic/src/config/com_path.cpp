@@ -10,23 +10,15 @@
 namespace vdx {
 namespace {
 
-constexpr std::size_t kLongestVariable = 256;
+constexpr std::size_t kLongestVariable = 256;  // that com_getenv gives
 constexpr std::int32_t kNoHome = -1;
 constexpr std::int32_t kHomeFailed = -301;
 constexpr std::size_t kTclSize = 512;
 
 char tcl_path[kTclSize];  // empty: not set
 
-struct Variable {
-  explicit Variable(const char* name) : length(read_environment(name, bytes, sizeof bytes)) {}
-  bool is_set() const { return length != 0; }
-  std::string_view text() const { return {bytes, length}; }
-
-  char bytes[kLongestVariable];
-  std::size_t length;
-};
-
 // A path in the caller's buffer, always zero-terminated. Once a piece did not fit nothing is added.
+// Variables are read to where they go, so that none is too long but for the buffer.
 class Path {
  public:
   Path(char* buffer, std::int32_t size) : buffer_(buffer), size_(static_cast<std::size_t>(size)) {
@@ -39,6 +31,15 @@ class Path {
     put(text.substr(0, size_ - 1));
   }
 
+  // The value of a variable as the start. Returns whether it is set.
+  bool start_with(const char* variable) {
+    const std::size_t length = read_environment(variable, buffer_, size_);
+    fits_ = length < size_;
+    length_ = fits_ ? length : size_ - 1;
+    buffer_[length_] = '\0';
+    return length != 0;
+  }
+
   void add(std::string_view name) {
     fits_ = fits_ && length_ + 1 + name.size() < size_;
     if (!fits_) return;
@@ -48,18 +49,21 @@ class Path {
 
   // Returns 0, or the negative code of what is missing.
   std::int32_t start_at_home(vdx_context* context) {
-    const Variable home("VERDEX");
-    if (!home.is_set()) {
-      if (context != nullptr) context->os_error = kNoHome;
-      return kNoHome;
-    }
-    start(home.text());
-    return 0;
+    if (start_with("VERDEX")) return 0;
+    if (context != nullptr) context->os_error = kNoHome;
+    return kNoHome;
   }
 
   void add_subdirectory() {
-    const Variable subdirectory("VERDEX_NCL");
-    if (subdirectory.is_set()) add(subdirectory.text());
+    // Without room for a name, none of those that follow fits either.
+    const std::size_t room = size_ - 1 - length_;
+    const std::size_t length = read_environment("VERDEX_NCL", buffer_ + length_ + 1, room);
+    if (length == 0) return;
+    fits_ = fits_ && length < room;
+    if (!fits_) return;
+    buffer_[length_] = '\\';
+    length_ += 1 + length;
+    buffer_[length_] = '\0';
   }
 
   bool fits() const { return fits_; }
@@ -82,7 +86,6 @@ class Path {
 }  // namespace vdx
 
 using vdx::Path;
-using vdx::Variable;
 
 extern "C" {
 
@@ -102,10 +105,7 @@ std::int32_t com_path_ifile(vdx_context* context, char* buffer, std::int32_t siz
   VDX_CHECK_POINTER(buffer, VDX_TRACE(0));
   VDX_ASSERT(size > 0, VDX_TRACE(0));
   Path path(buffer, size);
-  const Variable file("VDXNCL_IFILE");
-  if (file.is_set()) {
-    path.start(file.text());
-  } else {
+  if (!path.start_with("VDXNCL_IFILE")) {
     if (path.start_at_home(context) < 0) return VDX_TRACE(vdx::kHomeFailed);
     path.add("ini\\sql.ini");
   }
@@ -163,16 +163,11 @@ std::int32_t com_get_tclcfg(char* buffer, std::int32_t size) {
   Path path(buffer, size);
   if (vdx::tcl_path[0] != '\0') {
     path.start(vdx::tcl_path);
-  } else {
-    const Variable own("VDXNCL_TCL_CFG");
-    const Variable family("VERDEX_TCL_CFG");
-    if (own.is_set() || family.is_set()) {
-      path.start(own.is_set() ? own.text() : family.text());
-    } else if (path.start_at_home(nullptr) == 0) {
-      path.add_subdirectory();
-      path.add("ini");
-      path.add("libtcl.cfg");
-    }
+  } else if (!path.start_with("VDXNCL_TCL_CFG") && !path.start_with("VERDEX_TCL_CFG") &&
+             path.start_at_home(nullptr) == 0) {
+    path.add_subdirectory();
+    path.add("ini");
+    path.add("libtcl.cfg");
   }
   return VDX_TRACE(path.fits() ? static_cast<std::int32_t>(path.length()) : 0);
 }
@@ -187,12 +182,13 @@ std::int32_t com_set_tclcfg(const char* path) {
 
 char* com_getenv(const char* name) {
   if (name == nullptr) return nullptr;
-  const Variable variable(name);
-  if (!variable.is_set()) return nullptr;
-  char* copy = static_cast<char*>(std::malloc(variable.length + 1));
+  char value[vdx::kLongestVariable];
+  const std::size_t length = vdx::read_environment(name, value, sizeof value);
+  if (length == 0) return nullptr;
+  char* copy = static_cast<char*>(std::malloc(length + 1));
   if (copy == nullptr) return nullptr;
-  std::memcpy(copy, variable.bytes, variable.length);
-  copy[variable.length] = '\0';
+  std::memcpy(copy, value, length);
+  copy[length] = '\0';
   return copy;
 }
 

@@ -386,8 +386,8 @@ std::int32_t comn_init_cfg(vdx_context* context, const char* name, std::int32_t 
     name = standard;
     length = VDX_NULLTERM;
   }
-  VDX_CHECK_POINTER(name, VDX_TRACE(XS_FAIL));
   if (length != VDX_NULLTERM && length <= 0) return VDX_TRACE(XS_FAIL);
+  VDX_CHECK_POINTER(name, VDX_TRACE(XS_FAIL));
   const std::string_view file = vdx::text_of(name, length);
   if (file.empty()) return VDX_TRACE(XS_FAIL);
   if (file.size() > vdx::kLongestFileName) {
