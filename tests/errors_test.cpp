@@ -170,6 +170,20 @@ TEST(ErrorsDeath, WrongCallsAreReported) {
   set.count = VDX_ERR_PARAMETERS + 1;
   EXPECT_FATAL(com_build_errmsg(nullptr, 7, &set, buffer, 4, nullptr), assertion);
   EXPECT_FATAL(com_err_set(nullptr, 7, nullptr, nullptr), null + "'com_errrec.cpp'");
+  // Lengths within these are plain.
+  set = {1, {{{"routine", VDX_NULLTERM}, 0}}};
+  EXPECT_FATAL(com_build_errmsg(nullptr, 7, &set, buffer, 4, nullptr), assertion);
+  vdx_error* record;
+  ASSERT_EQ(com_errinit(nullptr, nullptr, &record), XS_SUCCEED);
+  vdx_err_place place{};
+  for (vdx_err_text* text : {&place.file, &place.section, &place.token}) {
+    *text = {"a.cfg", VDX_NULLTERM};
+    EXPECT_FATAL(com_err_set(record, 7, nullptr, &place),
+                 "assertion failed, file 'com_errrec.cpp'");
+    *text = {nullptr, VDX_NULLTERM};
+  }
+  EXPECT_EQ(com_err_set(record, 7, nullptr, &place), XS_SUCCEED);
+  com_errdrop(record);
 }
 
 }  // namespace

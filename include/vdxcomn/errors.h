@@ -29,13 +29,15 @@ enum {
   VDX_MSG_CFG_SECTION = 0x01040607,  /* no such section and no default one: routine, section */
   VDX_MSG_CFG_INCLUDE =
       0x01040007, /* a section includes itself or an undefined one: routine, name */
-  VDX_MSG_CFG_SYNTAX = 0x01040008, /* a syntax error: file name, line number, token */
-  VDX_MSG_CFG_FORCED = 0x01040009  /* a forced drop with other handles open: routine */
+  VDX_MSG_CFG_SYNTAX =
+      0x01040008, /* a syntax error: file name, line that the token starts on, token */
+  VDX_MSG_CFG_FORCED = 0x01040009 /* a forced drop with other handles open: routine */
 };
 
 #define VDX_ERR_PARAMETERS 9 /* most parameters of a message */
 
-/* Bytes that belong to somebody else, not terminated. bytes is null where there is no such text. */
+/* Bytes that belong to somebody else, not terminated. bytes is null where there is no such text. The
+ * length is plain: VDX_NULLTERM, as any below 0, is asserted where a function is given the text. */
 typedef struct vdx_err_text {
   const char *bytes;
   int32_t length;

@@ -3,6 +3,7 @@
 #define VDX_FRAME_COM_ERR_TEXT_H
 
 #include <cstddef>
+#include <cstdint>
 
 #include "vdxcomn/errors.h"
 
@@ -10,9 +11,19 @@ namespace vdx {
 
 inline constexpr vdx_err_parameters kNoParameters{};
 
+inline bool is_text(const vdx_err_text& text) { return text.bytes == nullptr || text.length >= 0; }
+
 inline bool is_parameters(const vdx_err_parameters* parameters) {
-  return parameters == nullptr ||
-         (parameters->count >= 0 && parameters->count <= VDX_ERR_PARAMETERS);
+  if (parameters == nullptr) return true;
+  if (parameters->count < 0 || parameters->count > VDX_ERR_PARAMETERS) return false;
+  for (std::int32_t i = 0; i < parameters->count; ++i)
+    if (!is_text(parameters->parameter[i].text)) return false;
+  return true;
+}
+
+inline bool is_place(const vdx_err_place* place) {
+  return place == nullptr ||
+         (is_text(place->file) && is_text(place->section) && is_text(place->token));
 }
 
 // What the tables say about a number: first, then the context's, then English. Null where none does.

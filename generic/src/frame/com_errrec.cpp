@@ -53,7 +53,7 @@ std::int32_t com_errdrop(vdx_error* record) {
 std::int32_t com_err_set(vdx_error* record, std::int32_t number,
                          const vdx_err_parameters* parameters, const vdx_err_place* place) {
   VDX_CHECK_POINTER(record, XS_FAIL);
-  VDX_ASSERT(number != 0 && vdx::is_parameters(parameters), XS_FAIL);
+  VDX_ASSERT(number != 0 && vdx::is_parameters(parameters) && vdx::is_place(place), XS_FAIL);
   const vdx_err_parameters given = parameters != nullptr ? *parameters : vdx::kNoParameters;
   const vdx_err_place known = place != nullptr ? *place : vdx_err_place{};
   Kept copy{number, given, known};
