@@ -425,8 +425,9 @@ TEST_F(Config, Threads) {
         wrong += values(cfg[0], "b", "k") + values(cfg[1], "b", "k") != "<1><" + name + ">";
         wrong += open_cfg(context, "missing") != nullptr;
         vdx_appglobal* area;
-        wrong += com_appglobal_alloc(&area, 2, VDX_APPGLOBAL_STATIC) != 1 ||
-                 com_appglobal_drop(area, VDX_APPGLOBAL_STATIC) != 1;
+        for (int n = 0; n < 20; ++n)
+          wrong += com_appglobal_alloc(&area, 2, VDX_APPGLOBAL_STATIC) != 1 ||
+                   com_appglobal_drop(area, VDX_APPGLOBAL_STATIC) != 1;
         for (vdx_cfg* one : {cfg[i % 2], cfg[1 - i % 2]})
           wrong += comn_drop_cfg(one, VDX_UNUSED) != 1;
       }
