@@ -47,11 +47,12 @@ enum {
 };
 
 /* Hands out an area, new (zero-filled, by malloc) or static with VDX_APPGLOBAL_STATIC; other bits
- * of options are not read. tag is kept by the first user of an area. Each further allocation of
- * the static area empties its list of parsed files without freeing them: their handles stay good,
- * also beyond the last drop of the area, and the next comn_init_cfg parses the file again. Any thread
- * may call this for the static area while it has a user; the first call comes alone. Returns XS_SUCCEED, XS_MEM_ERROR without memory
- * for the area, XS_FAIL when its mutex cannot be made or taken. */
+ * of options are not read. tag is kept by the first user of an area. Each further allocation of the
+ * static area empties its list of parsed files without freeing them: their handles stay good, also
+ * beyond the last drop of the area, and the next comn_init_cfg parses the file again. Any thread
+ * may call this for the static area while it has a user; the first call comes alone. Returns
+ * XS_SUCCEED, XS_MEM_ERROR without memory for the area, XS_FAIL when its mutex cannot be made or
+ * taken. */
 VDX_API int32_t com_appglobal_alloc(vdx_appglobal **area, int32_t tag, int32_t options);
 
 /* Ends one use of an area; the last one frees its parsed files and the area, the static one is
@@ -83,7 +84,8 @@ VDX_API int32_t comn_init_cfg(vdx_context *context, const char *name, int32_t le
  * section, key  names, compared byte for byte; lengths of 0 or more, or VDX_NULLTERM
  * cursor        null: the first value alone. Else starts as a pointer to null and is given to each
  *               later call for the next value (section and key are then not read again, but must
- *               still be valid arguments), until XS_END_DATA resets it or comn_nextdrop_cfg releases it
+ *               still be valid arguments), until XS_END_DATA resets it or comn_nextdrop_cfg
+ *               releases it
  * buffer        receives the value, and a zero byte where it is longer than the value
  * size          bytes of buffer, 0 or more
  * value_length  may be null; receives the value's full length, unchanged without a value

@@ -301,8 +301,8 @@ vdx_err_place place_of(const CfgParsed& parsed, std::int32_t line, std::string_v
 }  // namespace vdx
 
 // Order of locks: the turn to drop, the area's mutex, a record's, the turn to parse, the parsed
-// data's. The area's
-// mutex guards the list of records with their pins, a record's mutex its ring of handles and count.
+// data's. The area's mutex guards the list of records with their pins, a record's mutex its ring of
+// handles and count.
 struct vdx_cfg_record {
   vdx_cfg_record* next;
   vdx_cfg_record* previous;
