@@ -142,10 +142,11 @@ Bytes encode_utf16(std::u32string_view text) {
 
 vdx_locale* locale_of(Set set) {
   static constexpr struct {
-    const char *name, *january;
+    const char *name, *january;  // of utf8 seven letters
     std::int32_t order, style;
-  } kLocales[] = {
-      {"ascii", "jnv", 2, 106}, {"utf8", "f\xC3\xA9v", 3, 140}, {"sjis", "\x82\x50\x8C\x8E", 3, 9}};
+  } kLocales[] = {{"ascii", "J'n", 2, 106},
+                  {"utf8", "\xD5\xB0\xD5\xB8\xD6\x82\xD5\xB6\xD5\xBE\xD5\xA1\xD6\x80", 3, 138},
+                  {"sjis", "\x82\x50\x8C\x8E", 3, 9}};
   static vdx_locale* const* const kMade = [] {
     static vdx_locale* made[4] = {};
     for (int i = 0; i < 3; ++i) {

@@ -260,13 +260,16 @@ TEST(DateLocale, ShowsValues) {
   Locale locale;
   locale.set(VDX_LOC_DATE_STYLE, 140);
   locale.name(VDX_LOC_SHORT_MONTH + 11, "d\xC3\251c.");
+  std::string nine;
+  for (int i = 0; i < 9; ++i) nine += "\xD0\xB4";
+  locale.name(VDX_LOC_SHORT_MONTH + 1, (nine + "\xD0\xB4").c_str());
   const vdx_datetime last{36523, 25919999};
   using vdx_test::image;
   const struct {
     std::int32_t datatype;
     vdx_test::Bytes value;
     std::int32_t style, size;  // style -1: the locale's
-    const char* result;
+    std::string result;
   } rows[] = {
       {VDX_DATETIME, image(last), -1, 26, "1 1999-12-31 23:59:59.996000"},
       {VDX_DATETIME, image(last), 106, 64, "1 31 d\xC3\251c. 1999"},
@@ -277,6 +280,10 @@ TEST(DateLocale, ShowsValues) {
       {VDX_BIGDATETIME, image(kMidnight), -1, 64, "1 1999-12-31 00:00:07.999600"},
       {VDX_BIGTIME, image(vdx_bigtime{1}), 37, 64, "1 00:00:00.000001"},
       {VDX_DATETIME, image(vdx_datetime{-53691, 0}), -1, 64, "-107 "},
+      // Of a name nine characters, however many bytes.
+      {VDX_DATEA, image(31), 9, 64, "1 " + nine + "  1 1900"},
+      {VDX_DATETIME, image(vdx_datetime{58, 1}), 6, 7, "-101 28 " + nine.substr(0, 4)},
+      {VDX_DATETIME, image(vdx_datetime{31, 0}), 24, 64, "-114 "},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.datatype << " " << row.result);

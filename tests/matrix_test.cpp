@@ -151,7 +151,9 @@ void add_dates(std::int32_t code, std::vector<Bytes>& values) {
     values.push_back(date_image(code, code == VDX_DATE4 ? day & 0xFFFF : day, time));
   }
   if (code == VDX_TIMEA) values.push_back(image(-1));
-  if (code == VDX_DATETIME) values.push_back(image(vdx_datetime{1, 0x7E000001}));  // bits unread
+  if (code == VDX_DATETIME)
+    for (const std::int32_t time : {0x7E000001, 26000000, 0x7FFFFFFF})  // bits unread, no times
+      values.push_back(image(vdx_datetime{100, time}));
 }
 
 // Characters, so that every set and UTF-16 have them as their own; some that some sets lack.
@@ -171,8 +173,9 @@ const std::vector<std::u32string>& texts() {
          U"9999999999999999999-"
          U"|2008-01-02 13:05:09.123456|Jan  2 2008  1:05PM|01/02/03|10:15|13 AM|2008-02-30"
          U"|1752-12-31 12:00|0001-01-01|0000-01-01|9999-12-31 23:59:59.9999|2079-06-06 23:59:29"
-         U"|2079-06-06 23:59:30|1899-12-31|20080102|99999|23:59:59.999999|24:00|2 jnv 2008"
-         U"|2 f\u00E9v 2008|\uFF11\u6708 2 2008|it's|''|'|a'b'c'd'e'f'g'h'i'j|caf\u00E9 cr\u00E8me"
+         U"|2079-06-06 23:59:30|1899-12-31|20080102|99999|23:59:59.999999|24:00|2 Feb 2008"
+         U"|2 \u0570\u0578\u0582\u0576\u057E\u0561\u0580 2008|\uFF11\u6708 2 "
+         U"2008|it's|''|'|a'b'c'd'e'f'g'h'i'j|caf\u00E9 cr\u00E8me"
          U"|\u3042\u65E5x\uFF71|\U0001F600|ab\U0001F600cd'\u3042|\u00A412|\uFFE5 5|\u20AC 5"
          U"|\uFF0D\uFF11\uFF12\uFF0E\uFF15|\uFF0B\u3000\uFF17\u3000|\uFF10\uFF58\uFF41\uFF11"
          U"|\uFF12\uFF10\uFF10\uFF18\uFF0D\uFF10\uFF11\uFF0D\uFF10\uFF12|\u22123"
@@ -243,9 +246,9 @@ std::vector<Bytes> encoded_texts(Kind kind, Set set) {
   }
   const std::vector<std::string_view> utf16 = {"1"sv, "1\0002"sv, "\0\xD8"sv, "\0\xDC\x31\0"sv,
                                                "\x31\0\0\xD8"sv},
-                                      utf8 = {"\x80",     "\xC3",         "1\xC3",
-                                              "\xC0\xB1", "\xED\xA0\x80", "\xF4\x90\x80\x80",
-                                              "1\xE3\x81"},
+                                      utf8 = {"\x80",      "\xC3",          "1\xC3",
+                                              "\xC0\xB1",  "\xED\xA0\x80",  "\xF4\x90\x80\x80",
+                                              "1\xE3\x81", "42\xF3\x80\x80"},
                                       other = {"1\x85\x40", "\x85\x40\x31", "\xC5\xC6"};
   for (const auto& bytes : kind == Kind::utf16 ? utf16 : set == Set::utf8 ? utf8 : other)
     values.push_back(bytes_of(bytes));

@@ -144,6 +144,15 @@ Answer fixed(const Request& r, std::int32_t code, const Bytes& value) {
   return a;
 }
 
+// No value of the source's type: the length of a fixed-length destination stands all the same, but
+// for bits.
+Answer no_value(const Request& r) {
+  const Kind to = kind_of(r.destination);
+  const bool fixed = to != Kind::text && to != Kind::utf16 && to != Kind::bytes;
+  const bool is_set = fixed && r.source != VDX_BIT;
+  return refused(r, VDX_INVALID, is_set ? comn_typelen(r.destination, 0) : kUnset);
+}
+
 // No literal of the destination's type: the destination is of no use.
 Answer no_literal(const Request& r) { return {VDX_SYNTAX, 0, untouched(r), 0}; }
 
@@ -202,7 +211,16 @@ Answer text_of_value(const Request& r, const Bytes& text, bool asterisk) {
     d.put(text);
     return d.finish(VDX_SUCCESS);
   }
-  const std::size_t placed = std::min(text.size(), d.room);
+  std::size_t placed = std::min(text.size(), d.room);
+  if (d.unit == 1 && d.has(VDX_FMT_QUOTE)) {  // whole characters, two apostrophes being one
+    std::size_t at = placed = 0;
+    bool is_open = false;
+    for (const Character& c : decode(r.to, text)) {
+      is_open ^= c.code == '\'';
+      at += c.bytes.size();
+      if (at <= d.room && !is_open) placed = at;
+    }
+  }
   if (!asterisk) {
     d.put(slice(text, 0, placed));
   } else if (d.room >= 2 * d.unit) {  // and a zero unit
@@ -298,11 +316,16 @@ Answer write_real(const Request& r, const Number& n, T rounded) {
   return fixed(r, code, image(rounded));
 }
 
+// Of a numeric's precision and scale.
+std::int32_t format_code(const Format& format) {
+  if (format.precision < 1 || format.precision > 77) return VDX_BAD_PRECISION;
+  return format.scale < 0 || format.scale > 77 ? VDX_BAD_SCALE : VDX_SUCCESS;
+}
+
 Answer write_numeric(const Request& r, const Number& n) {
-  const std::int32_t precision = r.format.precision, scale = r.format.scale;
-  if (precision < 1 || precision > 77) return refused(r, VDX_BAD_PRECISION, 35);
-  if (scale < 0 || scale > 77) return refused(r, VDX_BAD_SCALE, 35);
-  const Fitted image = fitted(n, precision, scale);
+  const std::int32_t code = format_code(r.format);
+  if (code != VDX_SUCCESS) return refused(r, code, 35);
+  const Fitted image = fitted(n, r.format.precision, r.format.scale);
   return fixed(r, n.nan ? VDX_INVALID : image.code, image.image);
 }
 
@@ -346,9 +369,13 @@ Answer write_date(const Request& r, const DateType& from, const Moment& source) 
   };
   if (to.time_bytes == 0) return answer(VDX_SUCCESS, day, 0);
   if (to.code == VDX_DATE4) {
-    const std::int64_t ticks = std::min(nearest(time, kTick), kDay / kTick - 1);
+    if (day < 0 || day > to.last_day) return answer(VDX_OVERFLOW, 0, 0);
+    // Microseconds stay inside their day; ticks are taken as they are, a time of no day included.
+    const bool fine = from.unit == kMicro;
+    const std::int64_t ticks =
+        fine ? std::min(nearest(time, kTick), kDay / kTick - 1) : time / kTick;
     const std::int64_t minutes = nearest(day * kDay + ticks * kTick, kMinute);
-    if (day < 0 || minutes >= 65536 * 1440) return answer(VDX_OVERFLOW, 0, 0);
+    if (minutes >= 65536 * 1440) return answer(VDX_OVERFLOW, 0, 0);
     return answer(VDX_SUCCESS, minutes / 1440, minutes % 1440);
   }
   if (to.day_bytes != 0 && day < to.first_day) return answer(VDX_UNDERFLOW, 0, 0);
@@ -420,7 +447,11 @@ Bytes date_text(const Request& r) {
   EXPECT_EQ(comn_dtloc_format(nullptr, locale_of(r.to), r.source, r.value.data(), text, sizeof text,
                               &length),
             1);
-  return Bytes(text, text + length);
+  const bool quoted = kind_of(r.destination) == Kind::text && (r.format.flags & VDX_FMT_QUOTE) != 0;
+  Bytes bytes;
+  for (const char c : std::string_view(text, static_cast<std::size_t>(length)))
+    bytes.insert(bytes.end(), quoted && c == '\'' ? 2 : 1, static_cast<std::uint8_t>(c));
+  return bytes;
 }
 
 Bytes hexadecimal(const Bytes& bytes) {
@@ -735,10 +766,12 @@ Answer from_bytes(const Request& r, const Bytes& bytes) {
   if (to == Kind::bytes) return byte_string(r, bytes);
   if (to == Kind::varbin) return counted(r, bytes, VDX_OVERFLOW);
   if (is_text(to)) return write_text(r, hexadecimal(bytes), false);
+  if (const std::int32_t code = to == Kind::numeric ? format_code(r.format) : VDX_SUCCESS;
+      code != VDX_SUCCESS)
+    return refused(r, code, 35);
   Bytes value = bytes;
   value.resize(static_cast<std::size_t>(comn_typelen(r.destination, 0)));
-  if (!is_value(r.destination, value))
-    return refused(r, VDX_INVALID, static_cast<std::int32_t>(value.size()));
+  if (!is_value(r.destination, value)) return no_value(r);
   return fixed(r, value.size() < bytes.size() ? VDX_TRUNCATED : VDX_SUCCESS, value);
 }
 
@@ -779,7 +812,7 @@ Answer expect(const Request& r) {
     case Kind::varchar:
     case Kind::varbin: {
       const auto count = as<std::uint16_t>(r.value);
-      if (count > 256) return refused(r, VDX_INVALID);
+      if (count > 256) return no_value(r);
       const Bytes bytes = slice(r.value, 2, count);
       return from == Kind::varbin ? from_bytes(r, bytes)
                                   : from_characters(r, decode(r.from, bytes));
@@ -787,7 +820,8 @@ Answer expect(const Request& r) {
     default:
       break;
   }
-  if (!is_value(r.source, r.value)) return refused(r, VDX_INVALID);
+  const bool to_minutes = r.source == VDX_DATETIME && r.destination == VDX_DATE4;  // takes any
+  if (!to_minutes && !is_value(r.source, r.value)) return no_value(r);
   if (from == Kind::bit && to == Kind::varbin) {  // the character of its value
     Answer a = counted(r, {static_cast<std::uint8_t>('0' + r.value[0])}, VDX_OVERFLOW);
     a.length = kUnset;

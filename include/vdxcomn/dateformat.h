@@ -1,8 +1,9 @@
 /* Dates and times as text.
  *
  * Every function here takes a value (of its type, aligned), a buffer, the buffer's length in bytes
- * (negative: unbounded), a style and twelve zero-terminated month names from January, of which the
- * first nine bytes are shown (null where no style needs them). Nothing is checked of a value: one
+ * (negative: unbounded), a style and twelve zero-terminated month names from January (null where no
+ * style needs them). Nine characters of a name are shown, and each byte is one: no character set is
+ * known here, comn_dtloc_format (intl.h) shows longer ones whole. Nothing is checked of a value: one
  * out of range gives some text of the style's shape. No zero byte is added.
  *
  * They return the bytes placed; 0 when the text was cut to the length, its first bytes placed; -1

@@ -10,7 +10,9 @@
  *               110 and 111 with a year of four. Any other number makes such a date bad. Nothing
  *               else depends on the style
  * order         of a date of three numbers in styles 0 and 9: 1 month-day-year, 2 day-month-year,
- *               3 year-month-day, 4 year-day-month, 5 month-year-day, 6 day-year-month
+ *               3 year-month-day, 4 year-day-month, 5 month-year-day, 6 day-year-month. A year of
+ *               four digits that leads such a date makes the order 3 unless it is 4, so that any
+ *               other number will do then; without it one outside of 1 to 6 makes the date bad
  * months        twelve zero-terminated full names of the months from January, in the character set
  *               of the text
  * short_months  likewise their short names, looked at after all full ones

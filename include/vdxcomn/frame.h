@@ -11,11 +11,13 @@
  *                               return; without a handler the process ends
  *
  * When such a handler returns, the checked function returns at once with its failure result: 0
- * for a status, null for a pointer, VDX_OVERFLOW for a conversion where nothing else is said.
+ * for a status, null for a pointer, VDX_OVERFLOW for a conversion where nothing else is said. One
+ * check lets the function go on: a locale that is not loaded counts as none.
  *
- * Abort mode, trace mode and debug file are process-wide and unlocked: changing one while other
- * threads run is safe, when they see it is not defined. Nothing here allocates; what the C
- * library needs for a stream that it opens is its own. */
+ * Abort mode, trace mode and debug file are process-wide and unlocked. Changing a mode while other
+ * threads run is safe, when they see it is not defined. Closing or replacing the debug file while
+ * another thread prints is the caller's to prevent: that thread may write to a stream that is closed
+ * already. Nothing here allocates; what the C library needs for a stream that it opens is its own. */
 #ifndef VDXCOMN_FRAME_H
 #define VDXCOMN_FRAME_H
 

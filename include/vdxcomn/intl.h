@@ -16,7 +16,8 @@
 
 VDX_BEGIN_DECLS
 
-/* What comn_loc_set sets. Numbers are read from an int32_t; names are copied. */
+/* What comn_loc_set sets. Numbers are read from an int32_t; names are copied. The clock is kept for
+ * the caller: no call of the library reads it, comn_time has an argument of its own. */
 enum {
   VDX_LOC_DATE_ORDER = 1,    /* order of a numeric date: 1 month-day-year, 2 day-month-year,
                               3 year-month-day, 4 year-day-month, 5 month-year-day,
@@ -93,8 +94,8 @@ VDX_API int32_t comn_intl_month(const vdx_context *context, const vdx_locale *lo
 VDX_API int32_t comn_intl_day(const vdx_context *context, const vdx_locale *locale, int32_t day,
                               char *buffer, int32_t size, int32_t *length);
 
-/* A date or time as text with the locale's short month names: in the style of
- * comn_get_datetochar_fmt, or in the given one.
+/* A date or time as text with the locale's short month names, nine characters of each at most: in
+ * the style of comn_get_datetochar_fmt, or in the given one.
  *
  * style     a number that dateformat.h lists
  * datatype  VDX_DATETIME, VDX_DATE4, VDX_DATEA, VDX_TIMEA, VDX_BIGDATETIME or VDX_BIGTIME

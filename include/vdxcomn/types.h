@@ -89,7 +89,7 @@ enum {
   VDX_FMT_TERMINATE = 1, /* end the text with a zero byte (a zero unit for UTF-16) */
   VDX_FMT_PADNULL = 2,   /* fill the rest of the destination with zero bytes */
   VDX_FMT_PADBLANK = 4,  /* fill the rest with blanks; the last byte is the terminator with bit 1 */
-  VDX_FMT_QUOTE = 32,    /* double each apostrophe of the text */
+  VDX_FMT_QUOTE = 32,    /* double each apostrophe of a text or of a date's name of a month */
   VDX_FMT_SWAP = 64      /* UTF-16 destinations: swap the bytes of each unit */
 };
 
@@ -187,6 +187,14 @@ typedef struct vdx_varbin {
  * destination_format  datatype, flags, capacity, precision and scale of the destination
  * destination         buffer, at least the type's fixed length or maxlength bytes; may be unaligned
  * length              receives the bytes written (signed 32-bit)
+ *
+ * Source and destination must not overlap, except that a number, money or date may become one of its
+ * own type in place. What a text leaves of its destination may be read, and rewritten with what it
+ * held.
+ *
+ * A failed call leaves in *length 0 on VDX_SYNTAX; else, for a destination of fixed length, that
+ * length (258 for varchar and varbin), and for the others what was placed, or on VDX_INVALID what it
+ * was before. Where a bit source is refused (VDX_INVALID) it stays as it was for all of them.
  *
  * Returns VDX_SUCCESS or one of the negative codes above. */
 typedef int32_t vdx_conversion(vdx_context *context, const vdx_datafmt *source_format,

@@ -7,6 +7,7 @@
 #define VDX_CONVERT_CALENDAR_H
 
 #include "convert/kinds.h"
+#include "convert/text_value.h"
 #include "date/parse.h"
 #include "date/values.h"
 #include "vdxcomn/dateparse.h"
@@ -192,13 +193,36 @@ template <class Type>
 VDX_INLINE std::int32_t date_text_for(const Call& call, void* buffer, std::int32_t room,
                                       std::int32_t& length) {
   const vdx_locale& locale = locale_of(call.context, call.format);
-  const std::uint32_t style = locale.date_style == 0 ? 0 : text_style(locale);
-  return date_text<Type>(call.source, style, locale.short_months.table(), buffer, room, length);
+  const bool is_plain = locale.shows_plain;
+  const std::uint32_t style = is_plain ? 0 : text_style(locale);
+  return date_text<Type>(call.source, style, locale, !is_plain && locale.shows_long, buffer, room,
+                         length);
+}
+
+// The same to a destination that another form of the text goes to: Write stores it.
+template <class Type, std::int32_t (*Write)(const Call&, const Text&)>
+VDX_INLINE std::int32_t write_date_text(const Call& call) {
+  std::uint8_t text[kLongestDateText];
+  std::int32_t n;
+  const std::int32_t code = date_text_for<Type>(call, text, sizeof text, n);
+  if (code != VDX_SUCCESS) [[unlikely]] {
+    *call.length = 0;
+    return code;
+  }
+  return Write(call, {text, n, attributes_of(call.context, call.format)});
+}
+
+// A month's name may hold an apostrophe.
+template <class Type>
+[[gnu::cold, gnu::noinline]] std::int32_t write_date_quoted(const Call& call) {
+  return write_date_text<Type, write_made_text_quoted>(call);
 }
 
 template <CalendarValue Value>
 VDX_INLINE std::int32_t write_as_text(const Call& call, const Value&) {
   const vdx_datafmt& format = *call.format;
+  if ((format.format & VDX_FMT_QUOTE) != 0) [[unlikely]]
+    return write_date_quoted<typename Value::Calendar>(call);
   const std::int32_t code = date_text_for<typename Value::Calendar>(call, call.destination,
                                                                     format.maxlength, *call.length);
   if (code == VDX_SUCCESS && (format.format & kFinishFlags) == 0) [[likely]]

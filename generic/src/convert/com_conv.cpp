@@ -19,7 +19,7 @@ namespace vdx {
 
 // Prototypes of the functions that the table alone reaches.
 #define CONVERSION(S, D, way)
-#define SPECIAL(S, D, way)
+#define SPECIAL CONVERSION
 #define INTERNAL(S, D, way) extern vdx_conversion inner_##S##to##D;
 #include "convert/all.list"
 #undef CONVERSION
@@ -39,7 +39,7 @@ using FamilyTable = std::array<std::array<Cell, kFamilies>, kFamilies>;
 constexpr FamilyTable kFamilyTable = [] {
   FamilyTable table{};
 #define CONVERSION(S, D, way) table[family_##S][family_##D] = {true, comn_##S##to##D};
-#define SPECIAL(S, D, way) table[family_##S][family_##D] = {true, comn_##S##to##D};
+#define SPECIAL CONVERSION
 #define INTERNAL(S, D, way) table[family_##S][family_##D] = {true, inner_##S##to##D};
 #include "convert/all.list"
 #undef CONVERSION

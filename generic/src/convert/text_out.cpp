@@ -11,7 +11,7 @@ void fill(void* destination, std::int32_t from, std::int32_t to, int byte) {
 
 }  // namespace
 
-void copy_text(unsigned char* to, const unsigned char* from, std::uint32_t n) {
+void copy_long_text(unsigned char* to, const unsigned char* from, std::uint32_t n) {
   std::memcpy(to, from, n);
 }
 

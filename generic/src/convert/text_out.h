@@ -61,7 +61,8 @@ VDX_INLINE void merge_word(unsigned char* to, std::uint64_t word, std::uint32_t 
 }
 
 // Out of line, because texts so long are rare.
-[[gnu::noinline]] void copy_text(unsigned char* to, const unsigned char* from, std::uint32_t n);
+[[gnu::noinline]] void copy_long_text(unsigned char* to, const unsigned char* from,
+                                      std::uint32_t n);
 
 // Writes a text (a ShortText, or one of its shape) of at most `room` bytes. Lengths are as
 // unpredictable as values, so no branch looks at them: whole words are stored, and the bytes behind
@@ -78,7 +79,7 @@ VDX_INLINE void put_text(void* destination, std::int32_t room, const AnyText& te
     if (room >= 32 && n <= 32) [[likely]]
       Block::merge(to + 16, from + 16, n - 16);
     else
-      copy_text(to + 16, from + 16, n - 16);
+      copy_long_text(to + 16, from + 16, n - 16);
   } else if (room >= 8) {
     // Two words that overlap where the room is short of sixteen; both agree on what they share.
     const auto back = static_cast<std::uint32_t>(room) - 8;

@@ -119,6 +119,18 @@ std::int32_t write_changed_text(const Call& call, const Text& text, const vdx_ch
   return finished == VDX_SUCCESS ? placed.code : finished;
 }
 
+std::int32_t write_made_text_quoted(const Call& call, const Text& text) {
+  const vdx_datafmt& format = *call.format;
+  const auto n = static_cast<std::size_t>(text.length);
+  const Quoted quoted =
+      quote_text(text.attributes, text.bytes, n, static_cast<std::uint8_t*>(call.destination),
+                 static_cast<std::size_t>(format.maxlength));
+  *call.length = static_cast<std::int32_t>(quoted.placed);
+  // A text that was cut is one byte too long for the room at least.
+  const std::int32_t size = quoted.taken == n ? *call.length : format.maxlength + 1;
+  return finish_text(format, call.destination, size, *call.length);
+}
+
 std::int32_t write_changed_varchar(const Call& call, const Text& text, const vdx_charattr& set) {
   *call.length = sizeof(vdx_varchar);
   const Placed placed = place(text, set, static_cast<std::uint8_t*>(call.destination) + 2, 256);

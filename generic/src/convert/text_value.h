@@ -23,6 +23,9 @@ Quoted quote_text(const vdx_charattr& set, const std::uint8_t* from, std::size_t
 [[gnu::noinline]] std::int32_t write_changed_varchar(const Call& call, const Text& text,
                                                      const vdx_charattr& set);
 
+// Text that the library made, quoted: its cut is an overflow.
+std::int32_t write_made_text_quoted(const Call& call, const Text& text);
+
 // Columns are short: up to 32 bytes are two pieces that may overlap, and no call.
 struct Sixteen {
   std::uint64_t words[2];

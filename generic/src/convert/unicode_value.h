@@ -49,15 +49,7 @@ std::int32_t write_made_text_as_utf16(const Call& call, const Text& text);
 
 template <CalendarValue Value>
 VDX_INLINE std::int32_t write_as_utf16(const Call& call, const Value&) {
-  // A name and the digits around it.
-  std::uint8_t buffer[VDX_LOC_NAME_MAX + 193];
-  std::int32_t n;
-  const std::int32_t code = date_text_for<typename Value::Calendar>(call, buffer, sizeof buffer, n);
-  if (code != VDX_SUCCESS) [[unlikely]] {
-    *call.length = 0;
-    return code;
-  }
-  return write_made_text_as_utf16(call, {buffer, n, attributes_of(call.context, call.format)});
+  return write_date_text<typename Value::Calendar, write_made_text_as_utf16>(call);
 }
 
 struct utf16 {

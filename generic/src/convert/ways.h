@@ -55,6 +55,26 @@ inline bool readable(const Call& call) {
     return true;
 }
 
+// Bytes of a datatype whose values are all of one length, 0 for the others.
+template <Family F>
+constexpr std::int32_t fixed_length() {
+  if constexpr (F == family_varchar || F == family_varbin)
+    return sizeof(vdx_varchar);
+  else if constexpr (requires { datatype<F>::kLength; })
+    return datatype<F>::kLength;
+  else
+    return 0;
+}
+
+// A source that is no value of its type: nothing is stored, but the length of a fixed-length
+// destination stands, as on other failures. A bit is looked at before any length is set.
+template <Family Source, Family Destination>
+inline std::int32_t refuse(const Call& call) {
+  constexpr std::int32_t kLength = fixed_length<Destination>();
+  if constexpr (Source != family_bit && kLength != 0) *call.length = kLength;
+  return VDX_INVALID;
+}
+
 // The pair in one inlined piece: what rows of real data meet. A kind that has to read a value to
 // know whether it is one does both at once, and names what it reads Checked.
 struct direct {
@@ -63,13 +83,21 @@ struct direct {
     if constexpr (requires { typename datatype<Source>::Checked; }) {
       typename datatype<Source>::Checked value;
       if (!datatype<Source>::read(call, value)) [[unlikely]]
-        return VDX_INVALID;
+        return refuse<Source, Destination>(call);
       return datatype<Destination>::write(call, value);
     } else {
       if (!readable<datatype<Source>>(call)) [[unlikely]]
-        return VDX_INVALID;
+        return refuse<Source, Destination>(call);
       return datatype<Destination>::write(call, datatype<Source>::read(call));
     }
+  }
+};
+
+// A date whatever it is: its destination says alone what it can hold.
+struct any_date {
+  template <Family Source, Family Destination>
+  static std::int32_t convert(const Call& call) {
+    return datatype<Destination>::write(call, datatype<Source>::read(call));
   }
 };
 
@@ -90,7 +118,7 @@ struct exact {
   static std::int32_t convert(const Call& call) {
     static_assert(Destination == family_num);
     if (!readable<datatype<Source>>(call)) [[unlikely]]
-      return VDX_INVALID;
+      return refuse<Source, Destination>(call);
     return write_exact(call, exact_of(datatype<Source>::read(call)));
   }
 };
@@ -102,7 +130,7 @@ struct same_image {
     static_assert(Source == Destination);
     using Kind = datatype<Source>;
     if (!readable<Kind>(call)) [[unlikely]]
-      return VDX_INVALID;
+      return refuse<Source, Destination>(call);
     Kind::set_length(call);
     std::memmove(call.destination, call.source, Kind::kLength);
     return VDX_SUCCESS;
@@ -115,7 +143,7 @@ struct image_bytes {
   static std::int32_t convert(const Call& call) {
     static_assert(Destination == family_varbin);
     if (!readable<datatype<Source>>(call)) [[unlikely]]
-      return VDX_INVALID;
+      return refuse<Source, Destination>(call);
     return write_varbin(call, call.source, datatype<Source>::kLength);
   }
 };
@@ -146,10 +174,14 @@ struct from_bytes {
   static std::int32_t convert(const Call& call) {
     using Kind = datatype<Source>;
     if (!readable<Kind>(call)) [[unlikely]]
-      return VDX_INVALID;
-    constexpr std::int32_t kLength = length<Destination>();
+      return refuse<Source, Destination>(call);
+    constexpr std::int32_t kLength = fixed_length<Destination>();
     const Bytes bytes = Kind::read(call);
     *call.length = kLength;
+    if constexpr (Destination == family_num) {  // whose own precision and scale the bytes keep
+      const std::int32_t code = check_numeric_format(call.format->precision, call.format->scale);
+      if (code != VDX_SUCCESS) return code;
+    }
     if (bytes.length != kLength) [[unlikely]]
       return fit_image(call, bytes, kLength, is_image<Destination>);
     if (!is_image<Destination>(bytes.bytes)) [[unlikely]]
@@ -159,14 +191,6 @@ struct from_bytes {
   }
 
  private:
-  template <Family Destination>
-  static constexpr std::int32_t length() {
-    if constexpr (Destination == family_num)
-      return kNumericBytes;
-    else
-      return datatype<Destination>::kLength;
-  }
-
   template <Family Destination>
   static bool is_image(const void* image) {
     if constexpr (Destination == family_num) {

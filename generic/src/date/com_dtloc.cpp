@@ -1,4 +1,7 @@
 // Dates and times as a locale shows them.
+#include <algorithm>
+#include <cstring>
+
 #include "date/format_layout.h"
 #include "date/values.h"
 #include "frame/check.h"
@@ -10,6 +13,22 @@ namespace vdx {
 std::uint32_t text_style(const vdx_locale& locale) {
   const auto style = static_cast<std::uint32_t>(locale.date_style);
   return is_style(style) ? style : 0;
+}
+
+std::int32_t place_names(const vdx_locale& locale, const char* text, std::int32_t n, char* buffer,
+                         std::int32_t room) {
+  std::int32_t placed = 0;
+  for (std::int32_t i = 0; i < n; ++i) {
+    const std::uint32_t month = static_cast<unsigned char>(text[i]) - 1U;
+    const bool is_mark = month < 12;
+    const char* const piece = is_mark ? locale.shown_months.table()[month] : text + i;
+    const std::int32_t size = is_mark ? static_cast<std::int32_t>(std::strlen(piece)) : 1;
+    const std::int32_t fits = std::min(size, room - placed);
+    std::memcpy(buffer + placed, piece, static_cast<std::size_t>(fits));
+    placed += fits;
+    if (fits < size) return 0;
+  }
+  return placed;
 }
 
 namespace {
@@ -27,8 +46,9 @@ template <class Type>
 std::int32_t show_as(const Request& request) {
   request.length = 0;
   if (!Type::is_valid(load<typename Type::Image>(request.value))) return VDX_INVALID;
-  return date_text<Type>(request.value, request.style, request.locale.short_months.table(),
-                         request.buffer, request.room, request.length);
+  const vdx_locale& locale = request.locale;
+  return date_text<Type>(request.value, request.style, locale, locale.shows_long, request.buffer,
+                         request.room, request.length);
 }
 
 std::int32_t show(std::int32_t datatype, const Request& request) {

@@ -128,20 +128,18 @@ std::int32_t name_of(const vdx_context* context, std::uint32_t part,
 
 constexpr bool fits(std::int64_t value) { return value == static_cast<std::int32_t>(value); }
 
-enum class Shift { kDone, kYear, kOverflow };
-
-// Moves a day by years, quarters or months. kOverflow leaves it; kYear, a year outside of 1 to
-// 9999, makes it what a failed make leaves.
-Shift shift_months(std::uint32_t part, std::int32_t amount, std::int32_t& day) {
+// Moves a day by years, quarters or months. Where that passes 32 bits it is false and the day stays;
+// where the year is outside of 1 to 9999 the day becomes what a failed make leaves.
+bool shift_months(std::uint32_t part, std::int32_t amount, std::int32_t& day) {
   Civil civil = civil_of_day(day);
   std::int64_t year = civil.year;
   if (part == VDX_PART_YEAR || part == VDX_PART_ISO_YEAR) {
     year += amount;
-    if (!fits(year)) return Shift::kOverflow;
+    if (!fits(year)) return false;
   } else {
     const std::int64_t months = std::int64_t{amount} * (part == VDX_PART_QUARTER ? 3 : 1);
     const std::int64_t sum = months + civil.month;
-    if (!fits(months) || !fits(sum)) return Shift::kOverflow;
+    if (!fits(months) || !fits(sum)) return false;
     civil.month = static_cast<std::int32_t>(sum) % 12;
     year += static_cast<std::int32_t>(sum) / 12;
     if (civil.month < 0) {
@@ -152,11 +150,11 @@ Shift shift_months(std::uint32_t part, std::int32_t amount, std::int32_t& day) {
   civil.year = static_cast<std::int32_t>(year);
   if (civil.year < 1 || civil.year > 9999) {
     day = 0;
-    return Shift::kYear;
+    return false;
   }
   const std::int32_t last = days_in_month(civil.year, civil.month);
   day = day_number(civil.year, civil.month, civil.day < last ? civil.day : last);
-  return Shift::kDone;
+  return true;
 }
 
 constexpr bool is_month_part(std::uint32_t part) {
@@ -191,10 +189,7 @@ std::int64_t split(std::int32_t amount, std::int64_t& days) {
 
 // part: 0 to VDX_PART_MILLISECOND and the parts of weeks
 std::int32_t add(std::uint32_t part, std::int32_t amount, vdx_datetime& value) {
-  if (is_month_part(part)) {
-    const Shift shift = shift_months(part, amount, value.day);
-    return shift != Shift::kDone;
-  }
+  if (is_month_part(part)) return shift_months(part, amount, value.day) ? 0 : 1;
   std::int64_t days = std::int64_t{amount} * days_of_part(part);
   std::int64_t time = value.time & kTicksMask;
   const bool is_time = days_of_part(part) == 0;
@@ -239,7 +234,7 @@ std::int32_t add(std::uint32_t part, std::int32_t amount, vdx_bigdatetime& value
     std::int64_t to = from + std::int64_t{amount} * days_of_part(part);
     if (is_month_part(part)) {
       std::int32_t day = from;
-      if (shift_months(part, amount, day) != Shift::kDone) return 1;
+      if (!shift_months(part, amount, day)) return 1;
       to = day;
     }
     if (!datea_in_range(to)) return 1;

@@ -3,11 +3,13 @@
 #ifndef VDX_DATE_FORMAT_LAYOUT_H
 #define VDX_DATE_FORMAT_LAYOUT_H
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <string_view>
 #include <utility>
 
+#include "intl/locale.h"
 #include "number/digits.h"
 
 namespace vdx {
@@ -18,7 +20,7 @@ struct ShownFields {
   std::uint32_t hour /* below 32 */, minute, second, millisecond, microsecond;
 };
 
-// Of a month's name, its first nine bytes.
+// Of a month's name, its first nine bytes: without a character set each is a character.
 struct MonthName {
   std::uint64_t bytes;  // 0 to 7
   std::uint8_t ninth;
@@ -26,7 +28,6 @@ struct MonthName {
 };
 
 inline constexpr std::uint32_t kMonthNameMost = 9;
-inline constexpr std::int32_t kLongestDateText = 35;
 
 // The language: a letter of this table is a field, anything else stands for itself.
 //   M month name        Y year, four digits     y year, two digits    m month    d day
@@ -198,6 +199,16 @@ constexpr bool shows(std::size_t row, std::string_view any_of) {
 constexpr bool shows_name(std::size_t row) { return shows(row, "M"); }
 constexpr bool shows_date(std::size_t row) { return shows(row, "MYymdD"); }
 constexpr bool shows_time(std::size_t row) { return shows(row, "Hhislf"); }
+
+// Bytes of the longest text there is, names of a locale included.
+inline constexpr std::uint32_t kLongestDateText = [] {
+  std::uint32_t longest = 0;
+  for (std::size_t row = 0; row < kLayouts; ++row) {
+    const std::uint32_t name = shows_name(row) ? kShownBytes : 0;
+    longest = std::max(longest, layout_width(kStyleRows[row].layout) + name);
+  }
+  return longest;
+}();
 
 // The layout of each style, as the number of its row.
 inline constexpr std::uint32_t kLastStyle = 140;

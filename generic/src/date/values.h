@@ -3,6 +3,8 @@
 #define VDX_DATE_VALUES_H
 
 #include "date/calendar.h"
+#include "date/format_layout.h"
+#include "intl/locale.h"
 #include "number/digits.h"
 #include "vdxcomn/dateformat.h"
 
@@ -47,13 +49,38 @@ using BigtimeType     = CalendarType<VDX_BIGTIME, vdx_bigtime, kMicrosPerSecond,
 // The style that texts take in a locale.
 std::uint32_t text_style(const vdx_locale& locale);
 
-// The text of a value, a valid image of the type, in room (0 or more) bytes, and its code; length is
-// what was placed.
+// One name for each month, of one byte that no style shows: what stands in for names that are longer
+// than the formatters take.
+inline constexpr const char* kMonthMarks[12] = {"\1", "\2",  "\3",  "\4",  "\5",  "\6",
+                                                "\7", "\10", "\11", "\12", "\13", "\14"};
+
+// The text of n bytes with the locale's names in place of the marks, in room (0 or more) bytes: the
+// bytes placed, 0 where it was cut.
+std::int32_t place_names(const vdx_locale& locale, const char* text, std::int32_t n, char* buffer,
+                         std::int32_t room);
+
 template <class Type>
-VDX_INLINE std::int32_t date_text(const void* value, std::uint32_t style, const char* const* months,
-                                  void* buffer, std::int32_t room, std::int32_t& length) {
+[[gnu::cold, gnu::noinline]] std::int32_t format_with_long_names(const typename Type::Image& image,
+                                                                 std::uint32_t style,
+                                                                 const vdx_locale& locale,
+                                                                 char* buffer, std::int32_t room) {
+  char marked[kLongestDateText];
+  const std::int32_t n = Type::format(&image, marked, sizeof marked, style, kMonthMarks);
+  return n <= 0 ? n : place_names(locale, marked, n, buffer, room);
+}
+
+// The text of a value, a valid image of the type, with the locale's names in room (0 or more) bytes,
+// and its code; length is what was placed. shows_long is the locale's, or false where the caller
+// knows that it is.
+template <class Type>
+VDX_INLINE std::int32_t date_text(const void* value, std::uint32_t style, const vdx_locale& locale,
+                                  bool shows_long, void* buffer, std::int32_t room,
+                                  std::int32_t& length) {
   const auto image = load<typename Type::Image>(value);
-  const std::int32_t placed = Type::format(&image, static_cast<char*>(buffer), room, style, months);
+  auto* const text = static_cast<char*>(buffer);
+  const std::int32_t placed =
+      shows_long ? format_with_long_names<Type>(image, style, locale, text, room)
+                 : Type::format(&image, text, room, style, locale.shown_months.table());
   if (placed > 0) [[likely]] {
     length = placed;
     return VDX_SUCCESS;

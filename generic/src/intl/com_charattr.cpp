@@ -77,9 +77,10 @@ constexpr vdx_charattr make_utf16() {
   return set;
 }
 
-// The code point of n bytes of UTF-8; 0 for what is none. Forms that are longer than they need
-// be give a code point below every run.
+// The code point of n bytes of UTF-8, 3 or 4; 0 for what is none, such as a longer character that is
+// cut. Forms that are longer than they need be give a code point below every run.
 std::uint32_t code_point(const std::uint8_t* p, std::int32_t n) {
+  if ((*p >> (7 - n) & 1) != 0) return 0;  // the first byte is one of more
   std::uint32_t code = *p & (0x7Fu >> n);
   for (std::int32_t i = 1; i < n; ++i) {
     if ((p[i] & 0xC0) != 0x80) return 0;

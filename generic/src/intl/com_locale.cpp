@@ -6,6 +6,21 @@
 
 #include "frame/allocate.h"
 
+void vdx_locale::settle() {
+  shows_long = false;
+  for (std::int32_t month = 0; month < shown_months.count(); ++month) {
+    const char* const name = short_months.table()[month];
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(name);
+    const auto length = static_cast<std::int32_t>(std::strlen(name));
+    std::int32_t shown = 0;
+    for (std::int32_t n = 0; n < vdx::kShownCharacters && shown < length; ++n)
+      shown += vdx::char_bytes(*charset->attributes, bytes + shown, length - shown);
+    shown_months.set(month, name, shown);
+    shows_long |= shown > vdx::kShownCharacters;
+  }
+  shows_plain = date_style == 0 && !shows_long;
+}
+
 namespace vdx {
 
 constinit const vdx_locale kDefaultLocale{kCharsets[0]};
@@ -94,7 +109,9 @@ std::int32_t comn_loc_set(vdx_locale* locale, std::int32_t what, const void* val
   VDX_CHECK_POINTER(locale, XS_FAIL);
   VDX_CHECK_POINTER(value, XS_FAIL);
   VDX_ASSERT(locale->is_loaded(), XS_FAIL);
-  return VDX_TRACE(vdx::set(*locale, what, value, length) ? XS_SUCCEED : XS_FAIL);
+  const bool is_set = vdx::set(*locale, what, value, length);
+  if (is_set) locale->settle();
+  return VDX_TRACE(is_set ? XS_SUCCEED : XS_FAIL);
 }
 
 const vdx_charattr* com_get_charattrib(void) { return &vdx::kLatin1; }

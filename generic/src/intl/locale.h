@@ -44,6 +44,10 @@ class NameTable {
   const char* pointers_[Count] = {};
 };
 
+// Dates show so many characters of a month's name, of four bytes at most.
+inline constexpr std::int32_t kShownCharacters = 9;
+inline constexpr std::int32_t kShownBytes = 4 * kShownCharacters;
+
 inline constexpr const char* kEnglishMonths[] = {"January",   "February", "March",    "April",
                                                  "May",       "June",     "July",     "August",
                                                  "September", "October",  "November", "December"};
@@ -61,10 +65,14 @@ struct vdx_locale {
       : charset(&set),
         months(vdx::kEnglishMonths),
         short_months(vdx::kEnglishShortMonths),
+        shown_months(vdx::kEnglishShortMonths),
         weekdays(vdx::kEnglishWeekdays) {}
   vdx_locale& operator=(const vdx_locale&) = default;
 
   bool is_loaded() const { return loaded == kLoaded; }
+
+  // Keeps what depends on other settings up to date.
+  void settle();
 
   std::uint32_t loaded = kLoaded;
   const vdx::NamedCharset* charset;
@@ -74,7 +82,10 @@ struct vdx_locale {
   std::int32_t first_day = 7;    // 1 Monday to 7 Sunday
   vdx::NameTable<12> months;     // from January
   vdx::NameTable<12> short_months;
-  vdx::NameTable<7> weekdays;  // from Sunday
+  vdx::NameTable<12> shown_months;  // of the short names what dates show
+  vdx::NameTable<7> weekdays;       // from Sunday
+  bool shows_long = false;          // a shown name has more bytes than the formatters take
+  bool shows_plain = true;          // dates become text in style 0, without such names
 };
 
 namespace vdx {

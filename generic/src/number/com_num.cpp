@@ -230,8 +230,9 @@ VDX_INLINE std::int32_t operate(const vdx_num* a, const vdx_num* b, vdx_num* res
     return VDX_INVALID;
   // The result may be an operand: what it asks for is read before anything is written.
   const Request request{result->precision, result->scale, result};
-  if (request.precision < 1 || request.precision > kMaxPrecision) return VDX_BAD_PRECISION;
-  if (request.scale > kMaxPrecision) return VDX_BAD_SCALE;
+  if (const std::int32_t code = check_numeric_format(request.precision, request.scale);
+      code != VDX_SUCCESS) [[unlikely]]
+    return code;
   return Operator(left, right, request);
 }
 
@@ -274,8 +275,9 @@ bool rescale(Exact& value, std::int32_t scale) {
 
 std::int32_t write_numeric(const Exact& value, std::int32_t precision, std::int32_t scale,
                            void* image) {
-  if (precision < 1 || precision > kMaxPrecision) return VDX_BAD_PRECISION;
-  if (scale < 0 || scale > kMaxPrecision) return VDX_BAD_SCALE;
+  if (const std::int32_t code = check_numeric_format(precision, scale); code != VDX_SUCCESS)
+      [[unlikely]]
+    return code;
   if (value.scale == scale) [[likely]]
     return put_image(true, value.magnitude, value.negative, precision, scale, image);
   Exact exact = value;

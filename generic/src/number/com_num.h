@@ -34,10 +34,16 @@ constexpr Exact exact_integer(T count, std::int32_t scale = 0) {
 // value undefined, where its magnitude passes 256 bits.
 bool rescale(Exact& value, std::int32_t scale);
 
+// VDX_SUCCESS, or VDX_BAD_PRECISION (outside 1 to 77) or VDX_BAD_SCALE (outside 0 to 77).
+constexpr std::int32_t check_numeric_format(std::int32_t precision, std::int32_t scale) {
+  if (precision < 1 || precision > kMaxPrecision) return VDX_BAD_PRECISION;
+  if (scale < 0 || scale > kMaxPrecision) return VDX_BAD_SCALE;
+  return VDX_SUCCESS;
+}
+
 // The image of the value at the given precision and scale, which may be unaligned. Gives
 // VDX_SUCCESS; VDX_OVERFLOW with the largest magnitude of the precision and the value's sign
-// written; VDX_BAD_PRECISION (outside 1 to 77) or VDX_BAD_SCALE (outside 0 to 77) with nothing
-// written.
+// written; a code of check_numeric_format with nothing written.
 std::int32_t write_numeric(const Exact& value, std::int32_t precision, std::int32_t scale,
                            void* image);
 

@@ -250,8 +250,9 @@ std::int32_t parse_numeric_grammar(const std::uint8_t* text, std::int32_t length
 std::int32_t parse_numeric(const std::uint8_t* text, std::int32_t length,
                            const vdx_charattr& attributes, std::int32_t precision,
                            std::int32_t scale, void* image) {
-  if (precision < 1 || precision > kMaxPrecision) return VDX_BAD_PRECISION;
-  if (scale < 0 || scale > kMaxPrecision) return VDX_BAD_SCALE;
+  if (const std::int32_t code = check_numeric_format(precision, scale); code != VDX_SUCCESS)
+      [[unlikely]]
+    return code;
   PlainDecimal plain;
   if (length > 0 && split_plain(text, text + length, plain)) [[likely]] {
     const std::uint32_t kept = std::min(plain.places, static_cast<std::uint32_t>(scale));
