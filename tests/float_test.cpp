@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "number/com_flt.h"
+#include "number/floats.h"
 #include "oracle.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // Pieces of the integer conversions: copiers, the parsers, the caller's side of the contract.
-#include "convert/scan.h"
+#include "number/integer_text.h"
 #include "support.h"
 
 namespace {

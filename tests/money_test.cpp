@@ -6,7 +6,7 @@
 
 #include "arithmetic.h"
 #include "intl/charattr.h"
-#include "number/com_mony.h"
+#include "number/money_value.h"
 
 namespace {
 

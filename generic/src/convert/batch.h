@@ -9,7 +9,7 @@
 namespace vdx {
 
 // One array of a call. The stride is in bytes and of either sign.
-template <class Byte>
+template <typename Byte>
 struct Strided {
   Byte* first;
   std::ptrdiff_t stride;
@@ -20,7 +20,7 @@ using Sources = Strided<const unsigned char>;
 using Destinations = Strided<unsigned char>;
 
 // Value by value: what a single conversion does, in a loop. The format is that of the sources.
-template <Family Source, Family Destination, class Way>
+template <Family Source, Family Destination, typename Way>
 VDX_FLATTEN std::int64_t convert_each(vdx_context* context, const vdx_datafmt* format,
                                       Sources sources, Destinations destinations,
                                       std::int32_t* codes, std::size_t n) {

@@ -4,7 +4,7 @@
 #include <iterator>
 
 #include "intl/unicode.h"
-#include "number/com_num.h"
+#include "number/numeric.h"
 #include "number/hex.h"
 
 namespace vdx {

@@ -69,7 +69,7 @@ struct integer_of {
 };
 
 // One value, from memory to memory.
-template <Family Source, Family Destination, class Way>
+template <Family Source, Family Destination, typename Way>
 VDX_INLINE std::int32_t convert_one(const unsigned char* source, unsigned char* result) {
   using From = typename integer_of<Source>::Type;
   using To = typename integer_of<Destination>::Type;
@@ -93,7 +93,7 @@ VDX_INLINE std::int32_t convert_one(const unsigned char* source, unsigned char* 
 // A result goes to memory of the loop's own and is stored whatever became of it, so that no branch
 // is left in the loop; a destination that the conversion leaves alone has its old value there.
 // Counting in the same loop would make the compiler follow each code by a path of its own.
-template <Family Source, Family Destination, class Way>
+template <Family Source, Family Destination, typename Way>
 VDX_INLINE std::uint32_t convert_dense(const unsigned char* __restrict source,
                                        unsigned char* __restrict destination,
                                        std::int32_t* __restrict codes, std::size_t n) {
@@ -109,7 +109,7 @@ VDX_INLINE std::uint32_t convert_dense(const unsigned char* __restrict source,
   return failed;
 }
 
-template <Family Source, Family Destination, class Way>
+template <Family Source, Family Destination, typename Way>
 VDX_FLATTEN std::uint32_t plain_kernel(const unsigned char* __restrict source,
                                        unsigned char* __restrict destination,
                                        std::int32_t* __restrict codes, std::size_t n) {
@@ -117,7 +117,7 @@ VDX_FLATTEN std::uint32_t plain_kernel(const unsigned char* __restrict source,
 }
 
 #if defined(VDX_BATCH_AVX2)
-template <Family Source, Family Destination, class Way>
+template <Family Source, Family Destination, typename Way>
 [[gnu::target("avx2")]] VDX_FLATTEN std::uint32_t avx2_kernel(
     const unsigned char* __restrict source, unsigned char* __restrict destination,
     std::int32_t* __restrict codes, std::size_t n) {
@@ -136,7 +136,7 @@ struct Pair {
   Kernel* kernel;
 };
 
-template <class Word>
+template <typename Word>
 void copy_words(Sources from, Destinations to, std::size_t n) {
   for (std::size_t i = 0; i < n; ++i) store(to.at(i), load<Word>(from.at(i)));
 }
@@ -208,7 +208,7 @@ std::int64_t convert_chunks(const Pair& pair, Sources sources, Destinations dest
   return failed;
 }
 
-template <Family Source, Family Destination, class Way>
+template <Family Source, Family Destination, typename Way>
 VDX_INLINE std::int64_t convert_numbers(Sources sources, Destinations destinations,
                                         std::int32_t* codes, std::size_t n) {
   Pair pair{datatype<Source>::kLength, datatype<Destination>::kLength, kRefuses<Source>,

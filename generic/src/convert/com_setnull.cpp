@@ -5,7 +5,7 @@
 
 #include "convert/text_out.h"
 #include "frame/check.h"
-#include "number/com_num.h"
+#include "number/numeric.h"
 #include "vdxcomn/nulls.h"
 
 namespace vdx {

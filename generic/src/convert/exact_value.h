@@ -30,7 +30,7 @@ inline std::int32_t narrow(const Exact& value, Bit& result) {
 }
 
 // Halves away from zero at four places.
-template <class T>
+template <typename T>
 inline std::int32_t narrow(const Exact& value, Money<T>& result) {
   Exact count = value;
   bool fits = rescale(count, 4);
@@ -94,7 +94,7 @@ struct exact_numeric {
   static std::int32_t write(const Call& call, const Text& text) { return write_exact(call, text); }
 
   // Whatever says how it becomes a numeric.
-  template <class V>
+  template <typename V>
   requires requires(const Call& call, const V& value) { write_as_numeric(call, value); }
   static std::int32_t write(const Call& call, const V& value) {
     return write_as_numeric(call, value);

@@ -11,7 +11,7 @@
 namespace vdx {
 
 // Where the entry with the wanted code hangs, or would: the head or the last entry's link.
-template <class Entry>
+template <typename Entry>
 Entry** find_link(Entry** link, Entry* Entry::*next, std::int32_t Entry::*code,
                   std::int32_t wanted) {
   while (*link != nullptr && (*link)->*code != wanted) link = &((*link)->*next);
@@ -19,7 +19,7 @@ Entry** find_link(Entry** link, Entry* Entry::*next, std::int32_t Entry::*code,
 }
 
 // The entry that hangs at the link, made like `fresh` where there is none; null without memory.
-template <class Entry>
+template <typename Entry>
 Entry* entry_at(vdx_context* context, Entry** link, const Entry& fresh) {
   if (*link == nullptr) {
     auto* const added = static_cast<Entry*>(allocate(context, sizeof(Entry)));
@@ -31,7 +31,7 @@ Entry* entry_at(vdx_context* context, Entry** link, const Entry& fresh) {
 }
 
 // Releases a chain, what an entry holds first.
-template <class Entry, class Release>
+template <typename Entry, typename Release>
 void free_chain(Entry* entry, Entry* Entry::*next, Release release) {
   while (entry != nullptr) {
     Entry* const following = entry->*next;

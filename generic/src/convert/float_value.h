@@ -9,7 +9,7 @@
 namespace vdx {
 
 // Truncated toward zero, then the nearest integer of the type. Not-a-number is zero.
-template <Integral To, class F>
+template <Integral To, typename F>
 inline std::int32_t narrow(const Float<F>& from, To& to) {
   using Limits = std::numeric_limits<To>;
   // The smallest integer above the range; always a power of two, so the same in every float type.
@@ -35,7 +35,7 @@ inline std::int32_t narrow(const Float<F>& from, To& to) {
   return VDX_SUCCESS;
 }
 
-template <class F>
+template <typename F>
 inline std::int32_t narrow(const Float<F>& from, Bit& to) {
   const bool invalid = from.number != from.number;
   to = from.number != 0 && !invalid ? Bit::one : Bit::zero;
@@ -61,11 +61,11 @@ inline std::int32_t narrow(const Float<double>& from, float& to) {
   return to == 0 && number != 0 ? VDX_UNDERFLOW : VDX_SUCCESS;
 }
 
-template <class F>
+template <typename F>
 requires std::floating_point<F>
 inline std::int32_t narrow(const Exact& from, F& to) { return nearest_float(from, to); }
 
-template <class F>
+template <typename F>
 VDX_INLINE ShortText text_of(const Call&, const Float<F>& value) {
   return float_text(value.number);
 }

@@ -14,15 +14,15 @@
 #include <utility>
 
 #include "convert/bytes_out.h"
-#include "convert/scan.h"
+#include "number/integer_text.h"
 #include "convert/text_out.h"
 #include "intl/locale.h"
-#include "number/com_flt.h"
-#include "number/com_mony.h"
+#include "number/floats.h"
+#include "number/money_value.h"
 
 namespace vdx {
 
-template <class T>
+template <typename T>
 concept Integral = std::integral<T> && !std::same_as<T, bool>;
 
 struct Text {
@@ -40,12 +40,12 @@ struct Bytes {
 enum class Bit : std::uint8_t { zero, one };
 
 // A count of ten-thousandths that remembers how wide its type is.
-template <class T>
+template <typename T>
 struct Money {
   T count;
 };
 
-template <class T>
+template <typename T>
 struct Float {
   T number;
 };
@@ -63,7 +63,7 @@ inline std::int32_t narrow(From from, To& to) {
 }
 
 // What every type of fixed length does alike: its image is its value.
-template <class T>
+template <typename T>
 struct fixed {
   static constexpr std::int32_t kLength = sizeof(T);
   static std::int32_t put(const Call& call, T value, std::int32_t code) {
@@ -73,7 +73,7 @@ struct fixed {
   static void set_length(const Call& call) { *call.length = kLength; }
 
   // The nearest value of the type, and the code, of anything that narrows to it.
-  template <class V>
+  template <typename V>
   static std::int32_t put_nearest(const Call& call, const V& value) {
     set_length(call);
     T result;
@@ -83,7 +83,7 @@ struct fixed {
 };
 
 // Ten-thousandths to whole units, half away from zero. Never further from zero than the count.
-template <class T>
+template <typename T>
 inline T whole_units(Money<T> money) {
   const T units = static_cast<T>(money.count / 10000);
   const T rest = static_cast<T>(money.count - units * 10000);
@@ -103,7 +103,7 @@ struct integer : fixed<T> {
   static T read(const Call& call) { return load<T>(call.source); }
 
   // Whatever narrows to the type: integers, floats, exact numerics.
-  template <class V>
+  template <typename V>
   requires requires(const V& value, T& result) { narrow(value, result); }
   static std::int32_t write(const Call& call, const V& value) {
     return fixed<T>::put_nearest(call, value);
@@ -111,7 +111,7 @@ struct integer : fixed<T> {
 
   static std::int32_t write(const Call& call, Bit bit) { return write(call, static_cast<T>(bit)); }
 
-  template <class M>
+  template <typename M>
   static std::int32_t write(const Call& call, Money<M> money) {
     return write(call, whole_units(money));
   }
@@ -148,12 +148,12 @@ struct bits : fixed<Bit> {
     return write(call, value != 0 ? Bit::one : Bit::zero);
   }
 
-  template <class V>
+  template <typename V>
   requires requires(const V& value, Bit& result) { narrow(value, result); }
   static std::int32_t write(const Call& call, const V& value) { return put_nearest(call, value); }
 
   // Any amount counts, however far below one unit.
-  template <class M>
+  template <typename M>
   static std::int32_t write(const Call& call, Money<M> money) {
     return write(call, money.count);
   }
@@ -167,7 +167,7 @@ struct bits : fixed<Bit> {
   }
 };
 
-template <class T>
+template <typename T>
 struct floating : fixed<T> {
   static Float<T> read(const Call& call) { return {load<T>(call.source)}; }
 
@@ -181,13 +181,13 @@ struct floating : fixed<T> {
     return write(call, static_cast<int>(bit));
   }
 
-  template <class V>
+  template <typename V>
   requires requires(const V& value, T& result) { narrow(value, result); }
   static std::int32_t write(const Call& call, const V& value) {
     return fixed<T>::put_nearest(call, value);
   }
 
-  template <class M>
+  template <typename M>
   static std::int32_t write(const Call& call, Money<M> money) {
     fixed<T>::set_length(call);
     // Wide money has an arithmetic of its own; short money is exact in a double, so that one
@@ -210,7 +210,7 @@ struct floating : fixed<T> {
   }
 };
 
-template <class T>
+template <typename T>
 struct money_count : fixed<T> {
   static Money<T> read(const Call& call) {
     if constexpr (sizeof(T) == 8)
@@ -227,7 +227,7 @@ struct money_count : fixed<T> {
     return code;
   }
 
-  template <class M>
+  template <typename M>
   static std::int32_t write(const Call& call, Money<M> money) {
     fixed<T>::set_length(call);
     T count;
@@ -247,7 +247,7 @@ struct money_count : fixed<T> {
     return put(call, static_cast<T>(static_cast<T>(units) * 10000), VDX_SUCCESS);
   }
 
-  template <class V>
+  template <typename V>
   requires requires(const V& value, Money<T>& result) { narrow(value, result); }
   static std::int32_t write(const Call& call, const V& value) {
     fixed<T>::set_length(call);
@@ -256,7 +256,7 @@ struct money_count : fixed<T> {
     return put(call, result.count, code);
   }
 
-  template <class F>
+  template <typename F>
   static std::int32_t write(const Call& call, Float<F> number) {
     fixed<T>::set_length(call);
     if (number.number != number.number) return put(call, 0, VDX_INVALID);
@@ -298,13 +298,13 @@ VDX_INLINE ShortText text_of(const Call&, Bit bit) {
   return integer_text<1>({static_cast<std::uint64_t>(bit), 0});
 }
 
-template <class M>
+template <typename M>
 VDX_INLINE ShortText text_of(const Call& call, Money<M> money) {
   return money_text(money.count, call.format->precision);
 }
 
 // Integers that do not fit show an asterisk, everything else shows what there is room for.
-template <class V>
+template <typename V>
 inline constexpr Misfit kMisfit =
     Integral<V> || std::same_as<V, Bit> ? Misfit::asterisk : Misfit::cut;
 
@@ -314,7 +314,7 @@ struct characters {
             attributes_of(call.context, call.source_format)};
   }
 
-  template <class V>
+  template <typename V>
   static std::int32_t write(const Call& call, const V& value) {
     if constexpr (requires { write_as_text(call, value); })  // its text is of its own making
       return write_as_text(call, value);
@@ -330,7 +330,7 @@ struct counted_characters {
   }
   static bool readable(const Call& call) { return load<std::int16_t>(call.source) <= 256; }
 
-  template <class V>
+  template <typename V>
   static std::int32_t write(const Call& call, const V& value) {
     if constexpr (requires { write_as_varchar(call, value); })
       return write_as_varchar(call, value);
@@ -345,7 +345,7 @@ struct bytes {
     return {static_cast<const std::uint8_t*>(call.source), call.source_format->maxlength};
   }
 
-  template <class V>
+  template <typename V>
   static std::int32_t write(const Call& call, [[maybe_unused]] const V& value) {
     if constexpr (requires { write_as_bytes(call, value); })
       return write_as_bytes(call, value);
@@ -360,7 +360,7 @@ struct counted_bytes {
   }
   static bool readable(const Call& call) { return load<std::int16_t>(call.source) <= 256; }
 
-  template <class V>
+  template <typename V>
   static std::int32_t write(const Call& call, [[maybe_unused]] const V& value) {
     if constexpr (requires { write_as_varbin(call, value); })
       return write_as_varbin(call, value);

@@ -67,7 +67,7 @@ VDX_INLINE void merge_word(unsigned char* to, std::uint64_t word, std::uint32_t 
 // Writes a text (a ShortText, or one of its shape) of at most `room` bytes. Lengths are as
 // unpredictable as values, so no branch looks at them: whole words are stored, and the bytes behind
 // the text get back what they held.
-template <class AnyText>
+template <typename AnyText>
 VDX_INLINE void put_text(void* destination, std::int32_t room, const AnyText& text) {
   auto* const to = static_cast<unsigned char*>(destination);
   const unsigned char* const from = text.data();
@@ -94,7 +94,7 @@ VDX_INLINE void put_text(void* destination, std::int32_t room, const AnyText& te
 }
 
 // Text of a value into a destination of a text type.
-template <class AnyText>
+template <typename AnyText>
 VDX_INLINE std::int32_t write_text(const Call& call, const AnyText& text, Misfit style) {
   const vdx_datafmt& format = *call.format;
   const auto n = static_cast<std::int32_t>(text.length());
@@ -107,7 +107,7 @@ VDX_INLINE std::int32_t write_text(const Call& call, const AnyText& text, Misfit
 }
 
 // Text of a value into a varchar: format flags and capacity do not matter there.
-template <class AnyText>
+template <typename AnyText>
 VDX_INLINE std::int32_t write_varchar(const Call& call, const AnyText& text) {
   store(call.destination, static_cast<std::int16_t>(text.length()));
   put_text(static_cast<unsigned char*>(call.destination) + 2, 256, text);

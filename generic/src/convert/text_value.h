@@ -31,7 +31,7 @@ struct Sixteen {
   std::uint64_t words[2];
 };
 
-template <class Piece>
+template <typename Piece>
 VDX_INLINE void copy_ends(unsigned char* to, const unsigned char* from, std::size_t n) {
   const auto first = load<Piece>(from), last = load<Piece>(from + n - sizeof(Piece));
   store(to, first);
@@ -52,10 +52,9 @@ VDX_INLINE void copy_text(unsigned char* to, const unsigned char* from, std::siz
 }
 
 VDX_INLINE void fill_blanks(unsigned char* to, std::size_t n) {
-  constexpr std::uint64_t kBlanks = 0x2020202020202020;
   if (n >= 8 && n <= 32) {
-    for (std::size_t i = 0; i + 8 < n; i += 8) store(to + i, kBlanks);
-    store(to + n - 8, kBlanks);
+    for (std::size_t i = 0; i + 8 < n; i += 8) store(to + i, kEightBlanks);
+    store(to + n - 8, kEightBlanks);
   } else {
     std::memset(to, ' ', n);
   }

@@ -7,7 +7,7 @@
 #define VDX_CONVERT_UNICODE_VALUE_H
 
 #include "convert/bytes_value.h"
-#include "convert/calendar.h"
+#include "convert/date_value.h"
 #include "convert/kinds.h"
 #include "convert/text_value.h"
 #include "intl/unicode.h"
@@ -28,7 +28,7 @@ bool is_utf16(const Call& call);
 std::int32_t misfit_as_utf16(const Call& call, const unsigned char* text, std::int32_t n,
                              Misfit style);
 
-template <class AnyText>
+template <typename AnyText>
 VDX_INLINE std::int32_t write_text_as_utf16(const Call& call, const AnyText& text, Misfit style) {
   const vdx_datafmt& format = *call.format;
   const auto n = static_cast<std::int32_t>(text.length());
@@ -53,7 +53,7 @@ VDX_INLINE std::int32_t write_as_utf16(const Call& call, const Value&) {
 }
 
 struct utf16 {
-  template <class V>
+  template <typename V>
   static std::int32_t write(const Call& call, const V& value) {
     if constexpr (requires { write_as_utf16(call, value); })  // its text is of its own making
       return write_as_utf16(call, value);
@@ -70,10 +70,9 @@ VDX_INLINE bool narrow_units(const Call& call, std::uint8_t* bytes) {
   const std::size_t n = units_of(call);
   if (n > kNarrowUnits || call.source_format->maxlength % 2 != 0) [[unlikely]]
     return false;
-#if defined(VDX_SSE2) && !defined(VDX_EXACT_LOADS)
+#if defined(VDX_SSE2)
   // Most are short, and a call would cost as much as the narrowing.
-  const auto page = reinterpret_cast<std::uintptr_t>(call.source) & 4095;
-  if (n <= 16 && page <= 4096 - 32) [[likely]] {
+  if (n <= 16 && can_read_ahead(call.source, 32)) [[likely]] {
     const auto* const from = static_cast<const __m128i*>(call.source);
     const __m128i low = _mm_loadu_si128(from), high = _mm_loadu_si128(from + 1);
     const __m128i others = _mm_set1_epi16(static_cast<short>(0xFF80));
@@ -111,12 +110,12 @@ struct from_units {
   }
 
  private:
-  template <class Kind>
+  template <typename Kind>
   static constexpr bool kHasNames = requires {
     Kind::kTellsDigits;
   };
 
-  template <class Kind>
+  template <typename Kind>
   static const vdx_charattr& narrow_attributes([[maybe_unused]] const Call& call) {
     if constexpr (kHasNames<Kind>)
       return attributes_of(call.context, call.source_format);
@@ -124,7 +123,7 @@ struct from_units {
       return kLatin1;
   }
 
-  template <class Kind>
+  template <typename Kind>
   [[gnu::noinline]] static std::int32_t convert_wide(const Call& call) {
     if (!is_utf16(call)) {
       *call.length = Kind::kLength;

@@ -3,13 +3,13 @@
 #define VDX_CONVERT_WAYS_H
 
 #include "convert/bytes_value.h"
-#include "convert/calendar.h"
+#include "convert/date_value.h"
 #include "convert/exact_value.h"
 #include "convert/float_value.h"
 #include "convert/kinds.h"
 #include "convert/text_value.h"
 #include "convert/unicode_value.h"
-#include "number/com_num.h"
+#include "number/numeric.h"
 
 namespace vdx {
 
@@ -47,7 +47,7 @@ template <> struct datatype<family_bigtime>     : time_of_day<BigtimeType> {};
 // clang-format on
 
 // Most sources are values whatever their bytes; the others say so.
-template <class Kind>
+template <typename Kind>
 inline bool readable(const Call& call) {
   if constexpr (requires { Kind::readable(call); })
     return Kind::readable(call);
@@ -106,7 +106,7 @@ template <Integral V>
 inline Exact exact_of(V value) {
   return exact_integer(value);
 }
-template <class M>
+template <typename M>
 inline Exact exact_of(Money<M> money) {
   return exact_integer(money.count, 4);
 }
@@ -150,7 +150,7 @@ struct image_bytes {
 
 // Between text and the small calendar types: the big ones take the same functions, and their codes
 // tell which it is.
-template <class Way>
+template <typename Way>
 struct by_code_with {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
@@ -236,7 +236,7 @@ struct bit_as_character {
   }
 };
 
-template <Family Source, Family Destination, class Way>
+template <Family Source, Family Destination, typename Way>
 [[gnu::always_inline]] inline std::int32_t run(const Call& call, const char* file,
                                                std::int32_t line) {
   if (!pointers_given(call)) [[unlikely]]

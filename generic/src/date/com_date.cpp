@@ -10,7 +10,7 @@ static_assert(offsetof(daterec, reserved) + sizeof(std::int32_t) == VDX_DATEREC_
 namespace vdx {
 namespace {
 
-template <class Value>
+template <typename Value>
 std::int32_t compare(Value a, Value b) {
   return a < b ? -1 : a > b;
 }

@@ -42,7 +42,7 @@ struct Request {
   std::int32_t& length;
 };
 
-template <class Type>
+template <typename Type>
 std::int32_t show_as(const Request& request) {
   request.length = 0;
   if (!Type::is_valid(load<typename Type::Image>(request.value))) return VDX_INVALID;

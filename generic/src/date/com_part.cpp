@@ -45,7 +45,7 @@ std::int32_t week_of_day(std::int32_t day, std::int32_t day_of_year) {
 // civil_of_day, out of the way, for all others. So the former save no registers for the latter.
 using CivilOf = Civil (*)(std::int32_t);
 
-template <class Grain, CivilOf Split>
+template <typename Grain, CivilOf Split>
 std::int32_t part_with(std::uint32_t part, std::int32_t day, std::int64_t time,
                        std::int32_t first_day) {
   const auto second_of_day = static_cast<std::int32_t>(time / Grain::kPerSecond);
@@ -85,14 +85,14 @@ std::int32_t part_with(std::uint32_t part, std::int32_t day, std::int64_t time,
   }
 }
 
-template <class Grain>
+template <typename Grain>
 [[gnu::cold, gnu::noinline]] std::int32_t far_part(std::uint32_t part, std::int32_t day,
                                                    std::int64_t time, std::int32_t first_day) {
   return part_with<Grain, civil_of_day>(part, day, time, first_day);
 }
 
 // part: 0 to VDX_PART_MICROSECOND
-template <class Grain>
+template <typename Grain>
 std::int32_t part_of(std::uint32_t part, const typename Grain::Value& value,
                      std::int32_t first_day) {
   const std::int32_t day = Grain::day(value);
@@ -102,7 +102,7 @@ std::int32_t part_of(std::uint32_t part, const typename Grain::Value& value,
   return part_with<Grain, near_civil>(part, day, time, first_day);
 }
 
-template <class Grain>
+template <typename Grain>
 std::int32_t name_of(const vdx_context* context, std::uint32_t part,
                      const typename Grain::Value& value, char* buffer, std::int32_t buffer_length,
                      std::int32_t* length) {

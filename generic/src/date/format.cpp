@@ -11,15 +11,12 @@ constexpr std::int32_t kUnknownStyle = -1;
 constexpr std::int32_t kNoMonthNames = -2;
 
 VDX_INLINE MonthName month_name(const char* name) {
-#if !defined(VDX_EXACT_LOADS)
-  // Sixteen bytes that stay inside one page can be read whenever the first of them can.
-  if ((reinterpret_cast<std::uintptr_t>(name) & 4095) <= 4096 - 16) [[likely]] {
+  if (can_read_ahead(name, 16)) [[likely]] {
     const Block block = Block::whole(name);
     const Words words = block.words();
     return {words.low, static_cast<std::uint8_t>(words.high),
             static_cast<std::uint32_t>(std::countr_zero(block.equal('\0') | 1U << kMonthNameMost))};
   }
-#endif
   std::uint32_t length = 0;
   while (length < kMonthNameMost && name[length] != '\0') ++length;
   char copy[16] = {};
@@ -54,12 +51,12 @@ struct Microseconds {
   }
 };
 
-template <class Time>
+template <typename Time>
 using Show = std::int32_t(std::int32_t day, Time time, char* buffer, std::int32_t length,
                           const char* const* months);
 
 // The first `length` bytes of a text that is longer.
-template <class Time>
+template <typename Time>
 [[gnu::cold, gnu::noinline]] std::int32_t cut(Show<Time>* show, std::int32_t day, Time time,
                                               char* buffer, std::int32_t length,
                                               const char* const* months) {
@@ -70,7 +67,7 @@ template <class Time>
 }
 
 // A whole style in one piece of code: only what it shows is told from the value.
-template <class Time, std::size_t Row>
+template <typename Time, std::size_t Row>
 std::int32_t show(std::int32_t day, Time time, char* buffer, std::int32_t length,
                   const char* const* months) {
   ShownFields fields;
@@ -94,13 +91,13 @@ std::int32_t show(std::int32_t day, Time time, char* buffer, std::int32_t length
   return size;
 }
 
-template <class Time>
+template <typename Time>
 inline constexpr auto kShow = []<std::size_t... Row>(std::index_sequence<Row...>) {
   return std::array{&show<Time, Row>...};
 }
 (std::make_index_sequence<kLayouts>{});
 
-template <class Time>
+template <typename Time>
 VDX_INLINE std::int32_t format(std::int32_t day, Time time, char* buffer, std::int32_t length,
                                const StyleTable& styles, std::uint32_t style,
                                const char* const* months) {

@@ -107,10 +107,8 @@ VDX_INLINE std::int32_t english_month(std::uint32_t letters) {
 // Up to four bytes of a name, its terminator among them if it is that short; what follows that is
 // not said.
 inline std::uint32_t start_of(const char* name) {
-#if !defined(VDX_EXACT_LOADS)
-  if ((reinterpret_cast<std::uintptr_t>(name) & 4095) <= 4092) [[likely]]
-    return load<std::uint32_t>(name);  // inside one page
-#endif
+  if (can_read_ahead(name, 4)) [[likely]]
+    return load<std::uint32_t>(name);
   std::uint32_t bytes = 0;
   for (unsigned i = 0; i < 4 && name[i] != '\0'; ++i)
     bytes |= static_cast<std::uint32_t>(static_cast<unsigned char>(name[i])) << (8 * i);
@@ -269,7 +267,7 @@ std::int32_t bigtime_from_text(vdx_bigtime* destination, const DateText& text) {
 }
 
 // One word of what a text gives; untouched where the text fails.
-template <class Word>
+template <typename Word>
 inline std::int32_t read_part(const DateText& text, DateMode mode, Word vdx_datetime::*word,
                               Word* destination) {
   vdx_datetime value{0, 0};

@@ -22,11 +22,11 @@ constexpr bool is_valid_bigdatetime(const vdx_bigdatetime& value) {
 }
 constexpr bool is_valid_bigtime(const vdx_bigtime& value) { return bigtime_in_range(value); }
 
-template <class T>
+template <typename T>
 using DateFormatter = std::int32_t (*)(const T* value, char* buffer, std::int32_t length,
                                        std::uint32_t style, const char* const* months);
 
-template <std::int32_t Code, class T, std::int64_t UnitsPerSecond, bool (*Valid)(const T&),
+template <std::int32_t Code, typename T, std::int64_t UnitsPerSecond, bool (*Valid)(const T&),
           DateFormatter<T> Format>
 struct CalendarType {
   using Image = T;
@@ -59,7 +59,7 @@ inline constexpr const char* kMonthMarks[12] = {"\1", "\2",  "\3",  "\4",  "\5",
 std::int32_t place_names(const vdx_locale& locale, const char* text, std::int32_t n, char* buffer,
                          std::int32_t room);
 
-template <class Type>
+template <typename Type>
 [[gnu::cold, gnu::noinline]] std::int32_t format_with_long_names(const typename Type::Image& image,
                                                                  std::uint32_t style,
                                                                  const vdx_locale& locale,
@@ -72,7 +72,7 @@ template <class Type>
 // The text of a value, a valid image of the type, with the locale's names in room (0 or more) bytes,
 // and its code; length is what was placed. shows_long is the locale's, or false where the caller
 // knows that it is.
-template <class Type>
+template <typename Type>
 VDX_INLINE std::int32_t date_text(const void* value, std::uint32_t style, const vdx_locale& locale,
                                   bool shows_long, void* buffer, std::int32_t room,
                                   std::int32_t& length) {

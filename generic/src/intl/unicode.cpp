@@ -72,7 +72,7 @@ struct Sjis {
   }
 };
 
-template <class Set, bool Swapped>
+template <typename Set, bool Swapped>
 Transcoded decode_set(const std::uint8_t* from, std::size_t n, std::uint8_t* to, std::size_t room,
                       Missing missing) {
   Transcoded state{0, 0, Transcoding::done, false};
@@ -99,7 +99,7 @@ Transcoded decode_set(const std::uint8_t* from, std::size_t n, std::uint8_t* to,
   }
 }
 
-template <class Set>
+template <typename Set>
 Transcoded encode_set(const std::uint8_t* from, std::size_t n, std::uint8_t* to, std::size_t room,
                       Missing missing) {
   Transcoded state{0, 0, Transcoding::done, false};

@@ -77,7 +77,7 @@ struct Checker {
 };
 
 #if !defined(VDX_SSE2)
-template <class Sink>
+template <typename Sink>
 std::size_t utf8_blocks(const std::uint8_t*, std::size_t i, std::size_t, Sink&) {
   return i;
 }

@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "frame/memory.h"
 #include "intl/unicode.h"
-#include "number/digits.h"
 
 namespace vdx {
 

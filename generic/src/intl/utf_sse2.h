@@ -219,7 +219,7 @@ inline constexpr std::array<Utf8Form, 65> kUtf8Forms = [] {
 // the highest where the last one ends. Gives what they take, 0 where any is malformed; then some
 // codes were none. There are never more codes, those from 0x10000 on counted twice, than bytes.
 // Ahead: four bytes may be read from each start on; else the four that each character ends with.
-template <bool Ahead, class Use>
+template <bool Ahead, typename Use>
 VDX_INLINE std::size_t take_characters(const std::uint8_t* block, std::uint64_t starts, Use use) {
   std::size_t at = 0;
   std::uint32_t bad = (starts & 1) == 0;
@@ -243,7 +243,7 @@ VDX_INLINE std::size_t take_characters(const std::uint8_t* block, std::uint64_t 
 // well-formed; gives where it stopped. The sink has has_room(n), whether what n bytes give has
 // room, ascii(block) for sixteen characters and ascii_few(text, n) for as many or fewer, and
 // character(code), the effect of which lasts where keep() follows.
-template <class Sink>
+template <typename Sink>
 VDX_INLINE std::size_t utf8_blocks(const std::uint8_t* text, std::size_t i, std::size_t n,
                                    Sink& sink) {
   const auto use = [&sink](std::uint32_t code) { sink.character(code); };

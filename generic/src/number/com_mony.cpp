@@ -1,4 +1,4 @@
-#include "number/com_mony.h"
+#include "number/money_value.h"
 
 #include "intl/charattr.h"
 #include "number/digits.h"

@@ -1,4 +1,4 @@
-#include "number/com_num.h"
+#include "number/numeric.h"
 
 #include <algorithm>
 

@@ -10,55 +10,11 @@
 #include <concepts>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
-#if defined(__SSE2__) && !defined(VDX_PORTABLE)
-#define VDX_SSE2 1
-#include <emmintrin.h>
-#endif
-
-// Sanitizers watch bytes that the hardware lets us read; there, and in the portable build, blocks
-// are copied by their exact length.
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || \
-    __has_feature(memory_sanitizer)
-#define VDX_EXACT_LOADS 1
-#endif
-#endif
-#if defined(VDX_PORTABLE) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define VDX_EXACT_LOADS 1
-#endif
-
-// Pieces of a conversion's straight path: a call between them would pass texts through memory.
-#if defined(__GNUC__)
-#define VDX_INLINE [[gnu::always_inline]] inline
-#else
-#define VDX_INLINE inline
-#endif
-
-// A conversion, or a loop of them, is one piece of code: what it calls is inlined, but for what is
-// cold.
-#if defined(__GNUC__)
-#define VDX_FLATTEN [[gnu::flatten]]
-#else
-#define VDX_FLATTEN
-#endif
+#include "frame/memory.h"
 
 namespace vdx {
-
-static_assert(std::endian::native == std::endian::little,
-              "blocks hold text in little-endian words");
-
-template <class T>
-inline T load(const void* from) {
-  T value;
-  std::memcpy(&value, from, sizeof value);
-  return value;
-}
-
-template <class T>
-inline void store(void* to, T value) {
-  std::memcpy(to, &value, sizeof value);
-}
 
 // 128 bits as two words, with the byte shifts that aligning text needs.
 struct Words {
@@ -96,13 +52,10 @@ class Block {
   // The n (0 to 16) bytes at p; what the bytes after them hold is not said.
   static Block of(const void* p, std::uint32_t n) {
     Block block;
-#if !defined(VDX_EXACT_LOADS)
-    // Sixteen bytes that stay inside one page can be read whenever the first of them can.
-    if ((reinterpret_cast<std::uintptr_t>(p) & 4095) <= 4096 - 16) [[likely]] {
+    if (can_read_ahead(p, 16)) [[likely]] {
       block.read(p);
       return block;
     }
-#endif
     unsigned char copy[16] = {};
     std::memcpy(copy, p, n);
     block.read(copy);
@@ -204,13 +157,9 @@ VDX_INLINE std::uint64_t Block::number(unsigned n) const {
 
 // The number written by the n (0 to 16) digits that end before byte `end` (n to 16) of a text, of
 // which `block` holds the first bytes.
-VDX_INLINE std::uint64_t number_in([[maybe_unused]] const void* text, Block block, unsigned end,
-                                   unsigned n) {
-#if !defined(VDX_EXACT_LOADS)
-  // The bytes before the text share its page but for the first few of it.
-  if ((reinterpret_cast<std::uintptr_t>(text) & 4095) >= 16) [[likely]]
+VDX_INLINE std::uint64_t number_in(const void* text, Block block, unsigned end, unsigned n) {
+  if (can_read_back(text, 16)) [[likely]]
     return Block::whole(static_cast<const char*>(text) + end - 16).number(n);
-#endif
   const Words aligned = shift_left_bytes(block.words(), 16 - end);
   unsigned char copy[16];
   store(copy, aligned.low);

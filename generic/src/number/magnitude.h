@@ -7,15 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "frame/compiler.h"
 #include "number/wide.h"
-
-// Limbs stay in registers only where loops over them are unrolled, which compilers do not do at the
-// level that distributions build with.
-#if defined(__GNUC__)
-#define VDX_UNROLL _Pragma("GCC unroll 8")
-#else
-#define VDX_UNROLL
-#endif
 
 namespace vdx {
 

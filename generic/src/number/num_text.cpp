@@ -146,9 +146,8 @@ struct PlainDecimal {
 };
 
 VDX_INLINE bool split_plain(const std::uint8_t* p, const std::uint8_t* end, PlainDecimal& plain) {
-  constexpr std::uint64_t kBlanks = 0x2020202020202020;
   while (p != end && *p == ' ') ++p;
-  while (end - p >= 8 && load<std::uint64_t>(end - 8) == kBlanks) end -= 8;
+  while (end - p >= 8 && load<std::uint64_t>(end - 8) == kEightBlanks) end -= 8;
   while (p != end && end[-1] == ' ') --end;
   if (p == end) return false;
   plain.negative = *p == '-';

@@ -3,7 +3,7 @@
 #define VDX_NUMBER_NUM_TEXT_H
 
 #include "intl/charattr.h"
-#include "number/com_num.h"
+#include "number/numeric.h"
 
 namespace vdx {
 

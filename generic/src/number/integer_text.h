@@ -3,8 +3,8 @@
 // Nearly every text is blanks, a sign, digits and blanks. Its shape is recognised from byte masks
 // and its digits are converted sixteen at a time. Every other text, and every number that does not
 // fit, goes through the state machine, which alone decides what such texts mean.
-#ifndef VDX_CONVERT_SCAN_H
-#define VDX_CONVERT_SCAN_H
+#ifndef VDX_NUMBER_INTEGER_TEXT_H
+#define VDX_NUMBER_INTEGER_TEXT_H
 
 #include <concepts>
 #include <limits>
@@ -64,14 +64,14 @@ VDX_INLINE PlainInteger plain_integer(const std::uint8_t* text, std::uint32_t n)
 }
 
 // The state machine, for any text and any character set; a null record means single bytes.
-template <class T>
+template <typename T>
 std::int32_t scan_any_integer(const std::uint8_t* text, std::int32_t length, T& out,
                               const vdx_charattr* attributes);
 
 // Reads `length` bytes of text into out. Blank text is 0. On overflow signed types receive the
 // value as far as it was read, unsigned types their maximum; on a syntax error the value before
 // the offending character, 0 for a wrong sign.
-template <class T>
+template <typename T>
 requires std::same_as<T, std::int32_t> || std::same_as<T, std::int64_t> ||
     std::same_as<T, std::uint32_t> || std::same_as<T, std::uint64_t>
         VDX_INLINE std::int32_t scan_integer(const std::uint8_t* text, std::int32_t length, T& out,
@@ -100,7 +100,7 @@ requires std::same_as<T, std::int32_t> || std::same_as<T, std::int64_t> ||
 
 // The 16-bit types parse as 32 bits; what does not fit leaves the low 16 bits, what does not parse
 // 0.
-template <class T, class Wide>
+template <typename T, typename Wide>
 VDX_INLINE std::int32_t scan_narrow_integer(const std::uint8_t* text, std::int32_t length, T& out,
                                             const vdx_charattr* attributes) {
   Wide wide;

@@ -1,7 +1,7 @@
 // Money as a native 64-bit count of ten-thousandths: words, arithmetic, text, doubles. The two
 // words exist in memory only; everything here computes on the assembled value.
-#ifndef VDX_NUMBER_COM_MONY_H
-#define VDX_NUMBER_COM_MONY_H
+#ifndef VDX_NUMBER_MONEY_VALUE_H
+#define VDX_NUMBER_MONEY_VALUE_H
 
 #include <bit>
 #include <cstdint>

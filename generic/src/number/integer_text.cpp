@@ -1,7 +1,4 @@
-#include "convert/scan.h"
-
-#include "frame/check.h"
-#include "vdxcomn/convert.h"
+#include "number/integer_text.h"
 
 namespace vdx {
 
@@ -32,7 +29,7 @@ class Characters {
 };
 
 // One digit more, away from zero; false, with the value as it stands, when it would leave the range.
-template <class T>
+template <typename T>
 bool append_digit(T& value, T digit, bool minus) {
   using Limits = std::numeric_limits<T>;
   if (minus) {
@@ -49,7 +46,7 @@ bool append_digit(T& value, T digit, bool minus) {
   return true;
 }
 
-template <class T, bool kMultibyte>
+template <typename T, bool kMultibyte>
 std::int32_t run_machine(Characters<kMultibyte> characters, T& out) {
   enum { leading, digits, trailing } state = leading;
   bool sign = false;
@@ -89,8 +86,7 @@ std::int32_t run_machine(Characters<kMultibyte> characters, T& out) {
 }  // namespace
 
 void plain_integer_long(const std::uint8_t* text, std::uint32_t n, PlainInteger& number) {
-  constexpr std::uint64_t kBlanks = 0x2020202020202020;
-  while (n > 32 && load<std::uint64_t>(text + n - 8) == kBlanks) n -= 8;
+  while (n > 32 && load<std::uint64_t>(text + n - 8) == kEightBlanks) n -= 8;
   while (n > 32 && *text == ' ') ++text, --n;
   if (n > 32) return;
   if (n <= 16) {
@@ -116,7 +112,7 @@ void plain_integer_long(const std::uint8_t* text, std::uint32_t n, PlainInteger&
   number.magnitude += Block::whole(text + shape.end - 16).number(count < 16 ? count : 16);
 }
 
-template <class T>
+template <typename T>
 [[gnu::noinline]] std::int32_t scan_any_integer(const std::uint8_t* text, std::int32_t length,
                                                 T& out, const vdx_charattr* attributes) {
   if (attributes == nullptr || attributes->max_bytes <= 1)
@@ -134,31 +130,3 @@ template std::int32_t scan_any_integer(const std::uint8_t*, std::int32_t, std::u
                                        const vdx_charattr*);
 
 }  // namespace vdx
-
-// The parsers of each width.
-#define VDX_PARSER(name, type)                                                  \
-  std::int32_t name(const std::uint8_t* text, std::int32_t length, type* value, \
-                    const vdx_charattr* attributes) {                           \
-    VDX_CHECK_POINTER(text, 0);                                                 \
-    VDX_CHECK_POINTER(value, 0);                                                \
-    return vdx::scan_integer(text, length, *value, attributes);                 \
-  }
-VDX_PARSER(com__chtoi2_mb, std::int16_t)
-VDX_PARSER(com__chtoi4_mb, std::int32_t)
-VDX_PARSER(com__chtoi8_mb, std::int64_t)
-VDX_PARSER(com__chtoui2_mb, std::uint16_t)
-VDX_PARSER(com__chtoui4_mb, std::uint32_t)
-VDX_PARSER(com__chtoui8_mb, std::uint64_t)
-#undef VDX_PARSER
-
-std::int32_t com__itochar(std::int32_t value, char* text, std::int32_t size) {
-  VDX_CHECK_POINTER(text, 0);
-  const vdx::ShortText digits = vdx::integer_text(vdx::signed_magnitude(value));
-  const auto length = static_cast<std::int32_t>(digits.length());
-  if (size > 0 && length > size) {
-    *text = '*';
-    return 1;
-  }
-  std::memcpy(text, digits.data(), digits.length());
-  return length;
-}

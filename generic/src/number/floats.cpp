@@ -1,4 +1,4 @@
-#include "number/com_flt.h"
+#include "number/floats.h"
 
 #include <charconv>
 
@@ -117,7 +117,7 @@ void shift_down(Magnitude& m, std::int32_t bits) {
   multiply_add(m, 1, half);
 }
 
-template <class F>
+template <typename F>
 std::int32_t beyond(std::int32_t code, F& value) {
   value = code == VDX_OVERFLOW ? std::numeric_limits<F>::max() : F{0};
   return code;
@@ -125,7 +125,7 @@ std::int32_t beyond(std::int32_t code, F& value) {
 
 // The float nearest to top * 2^exponent, top having its top bit set; more: the value is a little
 // above that, by less than 1 in top.
-template <class F>
+template <typename F>
 std::int32_t round_binary(std::uint64_t top, bool more, std::int32_t exponent, F& value) {
   using Format = FloatFormat<F>;
   const std::int32_t biased = exponent + 63 + Format::kBias;
@@ -152,7 +152,7 @@ constexpr std::int32_t kUnsure = 0;
 
 // The float nearest to size * 10^tens, by one product of 192 bits; kUnsure where what the power
 // lacks behind its 128 bits could change the rounding.
-template <class F>
+template <typename F>
 std::int32_t round_decimal(std::uint64_t size, std::int32_t tens, F& value) {
   if (size <= kExactIntegers && tens >= -kMostExactTens && tens <= kMostExactTens) {
     const double whole = static_cast<double>(size);
@@ -206,7 +206,7 @@ struct Digits {
     }
   }
 
-  template <class F>
+  template <typename F>
   std::int32_t round(F& value) {
     if (count == 0) {
       value = 0;
@@ -230,7 +230,7 @@ struct Digits {
   }
 };
 
-template <class F>
+template <typename F>
 std::int32_t read_word(FoldedText& text, bool negative, F& value) {
   using Limits = std::numeric_limits<F>;
   const bool infinite = (text.peek() | 32) == 'i';
@@ -242,7 +242,7 @@ std::int32_t read_word(FoldedText& text, bool negative, F& value) {
 }
 
 // The full grammar, for any text and any character set.
-template <class F>
+template <typename F>
 [[gnu::cold, gnu::noinline]] std::int32_t read_folded_float(FoldedText text, F& value) {
   text.skip_blanks();
   if (!text.more()) {
@@ -323,8 +323,7 @@ VDX_INLINE bool read_plain_long(const std::uint8_t* text, std::uint32_t n, Decim
 
 // A number of single bytes and at most nineteen digits that count; false for any other text.
 VDX_INLINE bool read_plain(const std::uint8_t* at, const std::uint8_t* end, Decimal& decimal) {
-  constexpr std::uint64_t kBlanks = 0x2020202020202020;
-  while (end - at >= 8 && load<std::uint64_t>(end - 8) == kBlanks) end -= 8;
+  while (end - at >= 8 && load<std::uint64_t>(end - 8) == kEightBlanks) end -= 8;
   while (end != at && end[-1] == ' ') --end;
   while (at != end && *at == ' ') ++at;
   if (at == end) return false;
@@ -381,7 +380,7 @@ inline std::uint64_t round_to_odd(const Power& power, std::uint64_t factor) {
 // Every decimal between the middles to the neighbours reads back as the float. The ends and the
 // float are scaled by a power of ten so that tens and units of the result are candidates: at most
 // one multiple of ten lies inside, else the nearer of two units (R. Giulietti's method).
-template <class F>
+template <typename F>
 VDX_INLINE Shortest shortest_decimal(typename FloatFormat<F>::Bits bits) {
   using Format = FloatFormat<F>;
   const auto fraction = std::uint64_t{bits & (Format::kHidden - 1)};
@@ -431,7 +430,7 @@ ShortText short_word(const char* word, std::uint32_t length) {
 
 }  // namespace
 
-template <class F>
+template <typename F>
 [[gnu::noinline]] std::int32_t read_any_float(const std::uint8_t* text, std::int32_t length,
                                               const vdx_charattr& attributes, F& value) {
   Decimal decimal;
@@ -448,7 +447,7 @@ template <class F>
   return read_folded_float(FoldedText(text, length, attributes), value);
 }
 
-template <class F>
+template <typename F>
 ShortText float_text(F value) {
   using Format = FloatFormat<F>;
   const auto image = std::bit_cast<typename Format::Bits>(value);
@@ -524,7 +523,7 @@ ShortText float_text(F value) {
   return text;
 }
 
-template <class F>
+template <typename F>
 std::int32_t nearest_float(const Exact& exact, F& value) {
   const Magnitude& m = exact.magnitude;
   std::int32_t code = kUnsure;

@@ -1,7 +1,7 @@
 // Floats: the shortest text that reads back the same, text to the nearest float, and the way from
 // and to exact numerics. F is float or double throughout.
-#ifndef VDX_NUMBER_COM_FLT_H
-#define VDX_NUMBER_COM_FLT_H
+#ifndef VDX_NUMBER_FLOATS_H
+#define VDX_NUMBER_FLOATS_H
 
 #include <bit>
 #include <cstdint>
@@ -9,13 +9,13 @@
 #include <type_traits>
 
 #include "intl/charattr.h"
-#include "number/com_num.h"
+#include "number/numeric.h"
 #include "number/digits.h"
 #include "vdxcomn/types.h"
 
 namespace vdx {
 
-template <class F>
+template <typename F>
 struct FloatFormat {
   static_assert(std::numeric_limits<F>::is_iec559);
   using Bits = std::conditional_t<sizeof(F) == 4, std::uint32_t, std::uint64_t>;
@@ -26,7 +26,7 @@ struct FloatFormat {
   static constexpr Bits kInfinity = static_cast<Bits>(2 * kBias + 1) << kFraction;
 };
 
-template <class F>
+template <typename F>
 inline F with_sign(F size, bool negative) {
   using Format = FloatFormat<F>;
   const auto bits = std::bit_cast<typename Format::Bits>(size);
@@ -44,7 +44,7 @@ inline constexpr std::uint64_t kExactIntegers = std::uint64_t{1} << 53;
 // A double of an ordinary size, itself rounded from the value, as F; false where the second
 // rounding could differ from rounding the value at once, which takes the exact middle of two
 // singles.
-template <class F>
+template <typename F>
 VDX_INLINE bool settle(double rounded, F& value) {
   value = static_cast<F>(rounded);
   if constexpr (sizeof(F) == 8) return true;
@@ -53,7 +53,7 @@ VDX_INLINE bool settle(double rounded, F& value) {
 }
 
 // Blanks, a sign, digits with or without a point, blanks, in at most sixteen bytes.
-template <class F>
+template <typename F>
 VDX_INLINE bool read_plain_decimal(const std::uint8_t* text, std::uint32_t n, F& value) {
   const Block block = Block::of(text, n);
   const std::uint32_t inside = (std::uint32_t{1} << n) - 1;
@@ -85,7 +85,7 @@ VDX_INLINE bool read_plain_decimal(const std::uint8_t* text, std::uint32_t n, F&
   return true;
 }
 
-template <class F>
+template <typename F>
 std::int32_t read_any_float(const std::uint8_t* text, std::int32_t length,
                             const vdx_charattr& attributes, F& value);
 
@@ -93,7 +93,7 @@ std::int32_t read_any_float(const std::uint8_t* text, std::int32_t length,
 // with at most one point, an exponent; or a sign and nan or inf in any case. Blank text is 0. Gives
 // VDX_SUCCESS, VDX_OVERFLOW with the largest float of the sign, VDX_UNDERFLOW with a zero of the
 // sign, or VDX_SYNTAX with the value unchanged.
-template <class F>
+template <typename F>
 VDX_INLINE std::int32_t read_float(const std::uint8_t* text, std::int32_t length,
                                    const vdx_charattr& attributes, F& value) {
   if (length > 0 && length <= 16 &&
@@ -104,12 +104,12 @@ VDX_INLINE std::int32_t read_float(const std::uint8_t* text, std::int32_t length
 
 // The shortest text that reads back the same, in the layout of std::to_chars; "nan" whatever its
 // sign and payload.
-template <class F>
+template <typename F>
 ShortText float_text(F value);
 
 // The float nearest to a numeric of scale 0 to 77, ties to even. Codes and values on failure as
 // read_float has them.
-template <class F>
+template <typename F>
 std::int32_t nearest_float(const Exact& exact, F& value);
 
 // A finite double, to the last bit, rounded half away from zero at a scale of 0 to 77. What passes

@@ -3,8 +3,8 @@
 //
 // A time that becomes coarser is rounded to the nearest unit and stays inside its day. A date
 // outside the destination's calendar leaves 1900-01-01 00:00 there.
-#ifndef VDX_CONVERT_CALENDAR_H
-#define VDX_CONVERT_CALENDAR_H
+#ifndef VDX_CONVERT_DATE_VALUE_H
+#define VDX_CONVERT_DATE_VALUE_H
 
 #include "convert/kinds.h"
 #include "convert/text_value.h"
@@ -51,7 +51,7 @@ inline std::int32_t parse_code(const Call& call, std::int32_t result) {
 //   make(moment, image)   the code; image is zero where there is none
 //   parse(text, image)    0, or a result of the parsers
 //   kTellsDigits          whether a time that lost digits is reported
-template <class Kind, class Type>
+template <typename Kind, typename Type>
 struct calendar : fixed<typename Type::Image> {
   using Image = typename Type::Image;
   using Value = Moment<Type::kPerSecond>;
@@ -113,7 +113,7 @@ inline std::int32_t parse_time(const DateText& text, vdx_bigtime& time) {
   return bigtime_from_text(&time, text);
 }
 
-template <class Type>
+template <typename Type>
 struct time_of_day : calendar<time_of_day<Type>, Type> {
   using Image = typename Type::Image;
   using Value = Moment<Type::kPerSecond>;
@@ -126,7 +126,7 @@ struct time_of_day : calendar<time_of_day<Type>, Type> {
   static std::int32_t parse(const DateText& text, Image& time) { return parse_time(text, time); }
 };
 
-template <class Type>
+template <typename Type>
 struct instant;
 
 template <>
@@ -183,13 +183,13 @@ struct instant<BigdatetimeType> : calendar<instant<BigdatetimeType>, Bigdatetime
 };
 
 // Values of the calendar kinds have texts of their own making.
-template <class V>
+template <typename V>
 concept CalendarValue = requires {
   typename V::Calendar;
 };
 
 // Text of a calendar value, in the style and with the names of the destination's locale.
-template <class Type>
+template <typename Type>
 VDX_INLINE std::int32_t date_text_for(const Call& call, void* buffer, std::int32_t room,
                                       std::int32_t& length) {
   const vdx_locale& locale = locale_of(call.context, call.format);
@@ -200,7 +200,7 @@ VDX_INLINE std::int32_t date_text_for(const Call& call, void* buffer, std::int32
 }
 
 // The same to a destination that another form of the text goes to: Write stores it.
-template <class Type, std::int32_t (*Write)(const Call&, const Text&)>
+template <typename Type, std::int32_t (*Write)(const Call&, const Text&)>
 VDX_INLINE std::int32_t write_date_text(const Call& call) {
   std::uint8_t text[kLongestDateText];
   std::int32_t n;
@@ -213,7 +213,7 @@ VDX_INLINE std::int32_t write_date_text(const Call& call) {
 }
 
 // A month's name may hold an apostrophe.
-template <class Type>
+template <typename Type>
 [[gnu::cold, gnu::noinline]] std::int32_t write_date_quoted(const Call& call) {
   return write_date_text<Type, write_made_text_quoted>(call);
 }

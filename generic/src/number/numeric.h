@@ -2,8 +2,8 @@
 //
 // An image is the precision, the scale, a sign byte (0 or 1) and the big-endian magnitude in the
 // bytes that its precision takes; zero bytes fill it up.
-#ifndef VDX_NUMBER_COM_NUM_H
-#define VDX_NUMBER_COM_NUM_H
+#ifndef VDX_NUMBER_NUMERIC_H
+#define VDX_NUMBER_NUMERIC_H
 
 #include <cstdint>
 #include <cstring>
@@ -46,13 +46,6 @@ constexpr std::int32_t check_numeric_format(std::int32_t precision, std::int32_t
 // written; a code of check_numeric_format with nothing written.
 std::int32_t write_numeric(const Exact& value, std::int32_t precision, std::int32_t scale,
                            void* image);
-
-// Compilers know this shape as one instruction.
-constexpr std::uint64_t reverse_bytes(std::uint64_t v) {
-  v = (v >> 8 & 0x00FF00FF00FF00FF) | (v & 0x00FF00FF00FF00FF) << 8;
-  v = (v >> 16 & 0x0000FFFF0000FFFF) | (v & 0x0000FFFF0000FFFF) << 16;
-  return v >> 32 | v << 32;
-}
 
 // The value of an image whose precision is 0 to 77, whatever else it holds. A precision says where
 // its limbs lie, so that each is one load; a column has one precision.
