@@ -10,7 +10,8 @@
  * length_out           receives the bytes placed
  *
  * Null pointers, other than those said to be allowed, are failed checks, other lengths and sizes
- * failed assertions (frame.h): VDX_OVERFLOW with nothing stored where they are resumed. */
+ * and locales that are not loaded failed assertions (frame.h): VDX_OVERFLOW with nothing stored
+ * where they are resumed. */
 #ifndef VDXCOMN_CHARSET_H
 #define VDXCOMN_CHARSET_H
 

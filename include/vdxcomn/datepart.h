@@ -45,7 +45,8 @@ VDX_API int32_t com__bigdatepart(uint32_t part, const vdx_bigdatetime *value, in
  * weekday name of the context's locale, in its character set; for every other part the decimal
  * digits of the number, without leading zeros.
  *
- * context        gives the locale; null, or without a locale: the default one, English
+ * context        gives the locale; null, or without a locale: the default one, English. A locale that
+ *                is not loaded is a failed assertion, resumed VDX_OVERFLOW
  * part           VDX_PART_ value; any other is a failed assertion, resumed VDX_OVERFLOW
  * buffer         receives the text, without a terminator
  * buffer_length  bytes of buffer; no text is longer than VDX_LOC_NAME_MAX

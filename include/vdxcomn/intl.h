@@ -62,8 +62,7 @@ VDX_API int32_t comn_loc_drop(vdx_context *context, vdx_locale *locale);
 VDX_API int32_t comn_loc_set(vdx_locale *locale, int32_t what, const void *value, int32_t length);
 
 /* What a locale says of dates. Each reader takes a locale or, where it is null, the context's; both
- * may be null: the process-wide default. A locale that is not loaded is a failed assertion, resumed
- * as that default. */
+ * may be null: the process-wide default. */
 
 /* The date style as it was set, known or not; 0 where none was. */
 VDX_API int32_t comn_intl_get_dtfmt(const vdx_context *context, const vdx_locale *locale);
@@ -87,8 +86,9 @@ VDX_API int32_t com_intl_firstday(const vdx_context *context, const vdx_locale *
  * length    receives the bytes placed
  *
  * Returns VDX_SUCCESS; VDX_INVALID with length 0 for a number out of range; VDX_OVERFLOW where
- * buffer is too short, with the first bytes placed. Null buffers and lengths and a negative size
- * are failed checks, VDX_OVERFLOW with nothing stored where they are resumed. */
+ * buffer is too short, with the first bytes placed. Null buffers and lengths, a negative size and a
+ * locale that is not loaded are failed checks, VDX_OVERFLOW with nothing stored where they are
+ * resumed. */
 VDX_API int32_t comn_intl_month(const vdx_context *context, const vdx_locale *locale, int32_t month,
                                 int32_t is_short, char *buffer, int32_t size, int32_t *length);
 VDX_API int32_t comn_intl_day(const vdx_context *context, const vdx_locale *locale, int32_t day,
@@ -105,8 +105,8 @@ VDX_API int32_t comn_intl_day(const vdx_context *context, const vdx_locale *loca
  *
  * Returns VDX_SUCCESS; VDX_OVERFLOW where buffer is too short, with the first bytes placed;
  * VDX_BAD_STYLE for a style without a layout; VDX_INVALID for a value outside its type's range.
- * Null pointers (other than context and locale), a negative size and other datatypes are failed
- * checks, VDX_OVERFLOW where they are resumed. */
+ * Null pointers (other than context and locale), a negative size, a locale that is not loaded and
+ * other datatypes are failed checks, VDX_OVERFLOW with nothing stored where they are resumed. */
 VDX_API int32_t comn_dtloc_format(const vdx_context *context, const vdx_locale *locale,
                                   int32_t datatype, const void *value, char *buffer, int32_t size,
                                   int32_t *length);

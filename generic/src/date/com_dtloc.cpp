@@ -51,51 +51,60 @@ std::int32_t show_as(const Request& request) {
                          request.room, request.length);
 }
 
-std::int32_t show(std::int32_t datatype, const Request& request) {
+using Show = std::int32_t(const Request& request);
+
+// What shows a value of a datatype; null for one that holds no date or time.
+constexpr Show* show_of(std::int32_t datatype) {
   switch (datatype) {
     case VDX_DATETIME:
-      return show_as<DatetimeType>(request);
+      return show_as<DatetimeType>;
     case VDX_DATE4:
-      return show_as<Date4Type>(request);
+      return show_as<Date4Type>;
     case VDX_DATEA:
-      return show_as<DateaType>(request);
+      return show_as<DateaType>;
     case VDX_TIMEA:
-      return show_as<TimeaType>(request);
+      return show_as<TimeaType>;
     case VDX_BIGDATETIME:
-      return show_as<BigdatetimeType>(request);
+      return show_as<BigdatetimeType>;
     case VDX_BIGTIME:
-      return show_as<BigtimeType>(request);
+      return show_as<BigtimeType>;
     default:
-      VDX_ASSERT(false, VDX_OVERFLOW);
-      return VDX_OVERFLOW;
+      return nullptr;
   }
 }
 
 }  // namespace
 }  // namespace vdx
 
+// Leaves the function that shows a value in `show`.
+#define VDX_CHECK_SHOWN()                                                        \
+  VDX_CHECK_POINTER(value, VDX_OVERFLOW);                                        \
+  VDX_CHECK_POINTER(buffer, VDX_OVERFLOW);                                       \
+  VDX_CHECK_POINTER(length, VDX_OVERFLOW);                                       \
+  VDX_ASSERT(size >= 0 && vdx::has_sound_locale(context, locale), VDX_OVERFLOW); \
+  vdx::Show* const show = vdx::show_of(datatype);                                \
+  VDX_ASSERT(show != nullptr, VDX_OVERFLOW)
+
 extern "C" {
 
 std::uint32_t comn_get_datetochar_fmt(const vdx_context* context, const vdx_locale* locale) {
-  return vdx::text_style(vdx::chosen_locale(context, locale));
+  VDX_ASSERT(vdx::has_sound_locale(context, locale), 0);
+  return vdx::text_style(vdx::locale_of(context, locale));
 }
 
 std::int32_t comn_dtloc_format(const vdx_context* context, const vdx_locale* locale,
                                std::int32_t datatype, const void* value, char* buffer,
                                std::int32_t size, std::int32_t* length) {
-  return comn_dtloc_format_fmt(context, locale, comn_get_datetochar_fmt(context, locale), datatype,
-                               value, buffer, size, length);
+  VDX_CHECK_SHOWN();
+  const vdx_locale& chosen = vdx::locale_of(context, locale);
+  return show({chosen, vdx::text_style(chosen), value, buffer, size, *length});
 }
 
 std::int32_t comn_dtloc_format_fmt(const vdx_context* context, const vdx_locale* locale,
                                    std::uint32_t style, std::int32_t datatype, const void* value,
                                    char* buffer, std::int32_t size, std::int32_t* length) {
-  VDX_CHECK_POINTER(value, VDX_OVERFLOW);
-  VDX_CHECK_POINTER(buffer, VDX_OVERFLOW);
-  VDX_CHECK_POINTER(length, VDX_OVERFLOW);
-  VDX_ASSERT(size >= 0, VDX_OVERFLOW);
-  return vdx::show(datatype,
-                   {vdx::chosen_locale(context, locale), style, value, buffer, size, *length});
+  VDX_CHECK_SHOWN();
+  return show({vdx::locale_of(context, locale), style, value, buffer, size, *length});
 }
 
 }  // extern "C"

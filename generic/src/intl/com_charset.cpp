@@ -37,8 +37,11 @@ std::int32_t comn_charset_convert(const vdx_context* context, const vdx_locale* 
                                   const vdx_locale* destination_locale, void* destination,
                                   std::int32_t size, std::int32_t* length_out) {
   VDX_CHECK_TEXTS(source, length, destination, size, length_out);
-  const vdx_charattr& from = *vdx::chosen_locale(context, source_locale).charset->attributes;
-  const vdx_charattr& to = *vdx::chosen_locale(context, destination_locale).charset->attributes;
+  VDX_ASSERT(vdx::has_sound_locale(context, source_locale) &&
+                 vdx::has_sound_locale(context, destination_locale),
+             VDX_OVERFLOW);
+  const vdx_charattr& from = vdx::attributes_of(context, source_locale);
+  const vdx_charattr& to = vdx::attributes_of(context, destination_locale);
   const auto* const bytes = static_cast<const std::uint8_t*>(source);
   const std::size_t n = vdx::measured(source, length);
   const vdx::Transcoded text = vdx::transcode(

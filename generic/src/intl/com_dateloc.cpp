@@ -1,4 +1,5 @@
 // What a locale says of dates.
+#include "frame/check.h"
 #include "intl/locale.h"
 
 namespace vdx {
@@ -22,15 +23,18 @@ std::int32_t copy_name(const NameTable<Count>& names, std::int32_t index, char* 
 extern "C" {
 
 std::int32_t comn_intl_get_dtfmt(const vdx_context* context, const vdx_locale* locale) {
-  return vdx::chosen_locale(context, locale).date_style;
+  VDX_ASSERT(vdx::has_sound_locale(context, locale), 0);
+  return vdx::locale_of(context, locale).date_style;
 }
 
 std::int32_t com_intl_dateorder(const vdx_context* context, const vdx_locale* locale) {
-  return vdx::chosen_locale(context, locale).date_order;
+  VDX_ASSERT(vdx::has_sound_locale(context, locale), 0);
+  return vdx::locale_of(context, locale).date_order;
 }
 
 std::int32_t com_intl_firstday(const vdx_context* context, const vdx_locale* locale) {
-  return vdx::chosen_locale(context, locale).first_day;
+  VDX_ASSERT(vdx::has_sound_locale(context, locale), 0);
+  return vdx::locale_of(context, locale).first_day;
 }
 
 std::int32_t comn_intl_month(const vdx_context* context, const vdx_locale* locale,
@@ -38,8 +42,8 @@ std::int32_t comn_intl_month(const vdx_context* context, const vdx_locale* local
                              std::int32_t size, std::int32_t* length) {
   VDX_CHECK_POINTER(buffer, VDX_OVERFLOW);
   VDX_CHECK_POINTER(length, VDX_OVERFLOW);
-  VDX_ASSERT(size >= 0, VDX_OVERFLOW);
-  const vdx_locale& chosen = vdx::chosen_locale(context, locale);
+  VDX_ASSERT(size >= 0 && vdx::has_sound_locale(context, locale), VDX_OVERFLOW);
+  const vdx_locale& chosen = vdx::locale_of(context, locale);
   return vdx::copy_name(is_short != 0 ? chosen.short_months : chosen.months, month, buffer, size,
                         *length);
 }
@@ -48,8 +52,8 @@ std::int32_t comn_intl_day(const vdx_context* context, const vdx_locale* locale,
                            char* buffer, std::int32_t size, std::int32_t* length) {
   VDX_CHECK_POINTER(buffer, VDX_OVERFLOW);
   VDX_CHECK_POINTER(length, VDX_OVERFLOW);
-  VDX_ASSERT(size >= 0, VDX_OVERFLOW);
-  return vdx::copy_name(vdx::chosen_locale(context, locale).weekdays, day, buffer, size, *length);
+  VDX_ASSERT(size >= 0 && vdx::has_sound_locale(context, locale), VDX_OVERFLOW);
+  return vdx::copy_name(vdx::locale_of(context, locale).weekdays, day, buffer, size, *length);
 }
 
 }  // extern "C"

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "frame/allocate.h"
+#include "frame/check.h"
 
 void vdx_locale::settle() {
   shows_long = false;
@@ -117,6 +118,7 @@ std::int32_t comn_loc_set(vdx_locale* locale, std::int32_t what, const void* val
 const vdx_charattr* com_get_charattrib(void) { return &vdx::kLatin1; }
 
 const vdx_charattr* com_intl_charattr(const vdx_context* context, const vdx_datafmt* format) {
+  VDX_ASSERT(vdx::has_sound_locale(context, format), &vdx::kLatin1);
   return &vdx::attributes_of(context, format);
 }
 

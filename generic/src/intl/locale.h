@@ -6,7 +6,6 @@
 #include <cstring>
 #include <iterator>
 
-#include "frame/check.h"
 #include "intl/charattr.h"
 #include "vdxcomn/intl.h"
 #include "vdxcomn/types.h"
@@ -59,7 +58,7 @@ inline constexpr const char* kEnglishWeekdays[] = {"Sunday",   "Monday", "Tuesda
 }  // namespace vdx
 
 struct vdx_locale {
-  static constexpr std::uint32_t kLoaded = 0x4C6F6361;  // a mark; a dropped locale has it no more
+  static constexpr std::uint32_t kLoaded = 0x4C6F6361;  // magic number, cleared by comn_loc_drop
 
   constexpr explicit vdx_locale(const vdx::NamedCharset& set)
       : charset(&set),
@@ -92,34 +91,36 @@ namespace vdx {
 
 extern const vdx_locale kDefaultLocale;
 
-// A locale or, where it is null, the context's; null where there is none, and the context may be
-// null. One that is not loaded is a failed assertion; resumed, it counts as none.
+// Which locale governs a value or a call: the one that is named, else the context's, else none; both
+// arguments may be null. An exported function checks it with has_sound_locale before anything is
+// read of it; the getters below check nothing.
 inline const vdx_locale* given_locale(const vdx_context* context, const vdx_locale* locale) {
-  if (locale == nullptr && context != nullptr) locale = context->locale;
-  if (locale == nullptr) [[likely]]
-    return nullptr;
-  VDX_ASSERT(locale->is_loaded(), nullptr);
-  return locale;
+  return locale == nullptr && context != nullptr ? context->locale : locale;
 }
 
-// The locale of a value: the format's, which may be null, else the context's.
+// The same for a value with a data-format record, which may be null.
 inline const vdx_locale* given_locale(const vdx_context* context, const vdx_datafmt* format) {
   return given_locale(context, format != nullptr ? format->locale : nullptr);
 }
 
-inline const vdx_locale& chosen_locale(const vdx_context* context, const vdx_locale* locale) {
-  const vdx_locale* given = given_locale(context, locale);
-  return given != nullptr ? *given : kDefaultLocale;
+// Whether the governing locale may be read: there is none, or it is loaded.
+template <typename Giver>
+inline bool has_sound_locale(const vdx_context* context, const Giver* giver) {
+  const vdx_locale* locale = given_locale(context, giver);
+  return locale == nullptr || locale->is_loaded();
 }
 
-inline const vdx_locale& locale_of(const vdx_context* context, const vdx_datafmt* format) {
-  const vdx_locale* locale = given_locale(context, format);
+// The governing locale, or the process-wide default.
+template <typename Giver>
+inline const vdx_locale& locale_of(const vdx_context* context, const Giver* giver) {
+  const vdx_locale* locale = given_locale(context, giver);
   return locale != nullptr ? *locale : kDefaultLocale;
 }
 
-// Without a locale no record is read on the way.
-inline const vdx_charattr& attributes_of(const vdx_context* context, const vdx_datafmt* format) {
-  const vdx_locale* locale = given_locale(context, format);
+// Its character attributes; without a locale no record is read to find them.
+template <typename Giver>
+inline const vdx_charattr& attributes_of(const vdx_context* context, const Giver* giver) {
+  const vdx_locale* locale = given_locale(context, giver);
   return locale != nullptr ? *locale->charset->attributes : kLatin1;
 }
 
