@@ -8,10 +8,9 @@
 #include <cstring>
 
 #include "date/parse.h"
+#include "date/values.h"
 #include "intl/charattr.h"
 #include "intl/locale.h"
-#include "vdxcomn/dateformat.h"
-#include "vdxcomn/dateparse.h"
 
 namespace {
 
@@ -19,7 +18,7 @@ using namespace vdx;
 
 constexpr const char* kOddMonths[12] = {"x",    "Jan", "\x82\x60", "",    "Feb", "t\xC3\xA9",
                                         "\x82", "Ja",  "JanX",     "mar", "am",  "mar"};
-constexpr std::int32_t kStyles[] = {0,   9,   1,   2,   3,   10,  11,  21, 22, 23,
+constexpr std::int32_t kParsedStyles[] = {0,   9,   1,   2,   3,   10,  11,  21, 22, 23,
                                     101, 102, 103, 104, 105, 110, 111, 8,  -1};
 constexpr const char* const* kMonths[3] = {kEnglishMonths, kOddMonths, kEnglishShortMonths};
 
@@ -38,7 +37,7 @@ void read_back(const Value& value, std::initializer_list<std::uint32_t> styles, 
                Read read) {
   for (const std::uint32_t style : styles) {
     char text[64];
-    const std::int32_t length = show(&value, text, sizeof text, style, kEnglishShortMonths);
+    const std::int32_t length = show(value, text, sizeof text, style, kEnglishShortMonths);
     require(length > 0, "a value that was read cannot be shown");
     Value again{};
     const DateText whole{reinterpret_cast<const std::uint8_t*>(text),
@@ -48,15 +47,9 @@ void read_back(const Value& value, std::initializer_list<std::uint32_t> styles, 
                          kEnglishMonths,
                          kEnglishShortMonths,
                          &kLatin1};
-    require(read(&again, whole) == 0, "a shown value cannot be read");
+    require(read(whole, again) == 0, "a shown value cannot be read");
     require(std::memcmp(&again, &value, sizeof value) == 0, "a shown value reads as another");
   }
-}
-
-std::int32_t read_datetime(vdx_datetime* value, const DateText& t) {
-  std::int32_t rounded = 0;
-  return com__datefromchar_mb(value, t.bytes, t.length, t.style, t.order, t.months, t.short_months,
-                              t.attributes, &rounded);
 }
 
 void check_shape(const DateText& text) {
@@ -88,31 +81,25 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   const DateText text{data + 2,
                       static_cast<std::int32_t>(size - 2),
-                      kStyles[choice(data[0] & 0x7F) % std::size(kStyles)],
+                      kParsedStyles[choice(data[0] & 0x7F) % std::size(kParsedStyles)],
                       static_cast<std::int32_t>(choices % 7),
                       months,
                       short_months,
                       sets[choices / 21 % 5]};
   check_shape(text);
 
-  vdx_datetime value;
-  const std::int32_t code = read_datetime(&value, text);
+  vdx_datetime value, clock;
+  bool rounded = false;
+  const std::int32_t code = read_datetime(text, value, rounded);
+  const std::int32_t clock_code = read_clock(text, clock, rounded);
   vdx_datea date = 77;
-  const std::int32_t date_code =
-      com__dateafromchar_mb(&date, text.bytes, text.length, text.style, text.order, months,
-                            short_months, text.attributes);
+  const std::int32_t date_code = read_datea(text, date);
   vdx_timea time = 77;
-  const std::int32_t time_code =
-      com__timeafromchar_mb(&time, text.bytes, text.length, text.style, text.order, months,
-                            short_months, text.attributes);
-  vdx_datetime clock;
-  std::int32_t rounded = 0;
-  const std::int32_t clock_code =
-      com__timefromchar_mb(&clock, text.bytes, text.length, text.style, text.attributes, &rounded);
+  const std::int32_t time_code = read_timea(text, time);
   vdx_bigdatetime big;
-  const std::int32_t big_code = bigdatetime_from_text(&big, text);
+  const std::int32_t big_code = read_bigdatetime(text, big);
   vdx_bigtime big_time = 0;
-  const std::int32_t big_time_code = bigtime_from_text(&big_time, text);
+  const std::int32_t big_time_code = read_bigtime(text, big_time);
 
   for (const std::int32_t c : {code, date_code, time_code, clock_code, big_code, big_time_code})
     require(c >= -2 && c <= 9, "a code that there is not");
@@ -122,24 +109,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(date_code == 0 && date == value.day && time == value.time,
             "parts differ from the whole");
     require(big_code == 0, "a datetime, but no bigdatetime");
-    read_back(value, {9, 109, 140, 139}, com__datetochar, read_datetime);
+    read_back(value, {9, 109, 140, 139}, format_datetime,
+              [](const DateText& t, vdx_datetime& again) { return read_datetime(t, again); });
   }
-  if (date_code == 0)
-    read_back(date, {0}, com__dateatochar, [](vdx_datea* again, const DateText& t) {
-      return com__dateafromchar_mb(again, t.bytes, t.length, t.style, t.order, t.months,
-                                   t.short_months, t.attributes);
-    });
+  if (date_code == 0) read_back(date, {0}, format_datea, read_datea);
   if (clock_code == 0) {
     require(clock.day == 0 && time_code == 0 && clock.time == time, "a clock differs from a time");
-    read_back(time, {9, 20}, com__timeatochar, [](vdx_timea* again, const DateText& t) {
-      return com__timeafromchar_mb(again, t.bytes, t.length, t.style, t.order, t.months,
-                                   t.short_months, t.attributes);
-    });
+    read_back(time, {9, 20}, format_timea, read_timea);
   }
   if (big_code == 0) {
     require(big_time_code == 0, "a bigdatetime, but no bigtime");
-    read_back(big, {138, 139, 140}, com__bigdatetimetochar, bigdatetime_from_text);
+    read_back(big, {138, 139, 140}, format_bigdatetime, read_bigdatetime);
   }
-  if (big_time_code == 0) read_back(big_time, {36, 37}, com__bigtimetochar, bigtime_from_text);
+  if (big_time_code == 0) read_back(big_time, {36, 37}, format_bigtime, read_bigtime);
   return 0;
 }

@@ -167,7 +167,7 @@ TEST(DateFormat, ReadsBack) {
       const vdx_bigdatetime big = 31622400000000 + random.below(315537897600000000);
       const std::string big_shown = text(com__bigdatetimetochar, big, row.style, months);
       vdx_bigdatetime big_read;
-      ASSERT_EQ(vdx::bigdatetime_from_text(&big_read, of(big_shown)), 0) << big_shown;
+      ASSERT_EQ(vdx::read_bigdatetime(of(big_shown), big_read), 0) << big_shown;
       ASSERT_EQ(text(com__bigdatetimetochar, big_read, row.style, months), big_shown);
     }
   }

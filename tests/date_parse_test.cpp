@@ -67,7 +67,7 @@ std::string parse(int entry, std::string_view text, const Options& o,
   else if (entry == kClock)
     code = com__timefromchar_mb(&value, t.bytes, t.length, t.style, t.attributes, &rounded);
   else if (entry >= kBig)
-    code = (entry == kBig ? bigdatetime_from_text : bigtime_from_text)(&big, t);
+    code = (entry == kBig ? read_bigdatetime : read_bigtime)(t, big);
   else
     code = (entry == kDatea ? com__dateafromchar_mb : com__timeafromchar_mb)(
         &word, t.bytes, t.length, t.style, t.order, t.months, t.short_months, t.attributes);

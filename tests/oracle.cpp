@@ -661,8 +661,8 @@ Answer date_from_text(const Request& r, Bytes text) {
   if (r.destination == VDX_TIMEA) read(com__timeafromchar_mb, vdx_timea{});
   if (r.destination == VDX_DATETIME || r.destination == VDX_DATE4)
     read(com__datefromchar_mb, vdx_datetime{}, &rounded);
-  if (r.destination == VDX_BIGDATETIME) result = vdx::bigdatetime_from_text(&big, t);
-  if (r.destination == VDX_BIGTIME) result = vdx::bigtime_from_text(&big, t);
+  if (r.destination == VDX_BIGDATETIME) result = vdx::read_bigdatetime(t, big);
+  if (r.destination == VDX_BIGTIME) result = vdx::read_bigtime(t, big);
   if (value.empty()) value = image(big);
   Answer a = fixed(r, VDX_SUCCESS, Bytes(static_cast<std::size_t>(comn_typelen(r.destination, 0))));
   if (result == 0 && r.destination == VDX_DATE4)

@@ -1,5 +1,5 @@
-// The calendar kinds: days, times of day, and both together. What passes between them is a day and
-// a time of day counted as finely as the source counts.
+// The calendar kinds: days, times of day, and both together. The value that passes between them is a
+// day and a time of day in the units of the source.
 //
 // A time that becomes coarser is rounded to the nearest unit and stays inside its day. A date
 // outside the destination's calendar leaves 1900-01-01 00:00 there.
@@ -8,9 +8,7 @@
 
 #include "convert/kinds.h"
 #include "convert/text_value.h"
-#include "date/parse.h"
 #include "date/values.h"
-#include "vdxcomn/dateparse.h"
 
 namespace vdx {
 
@@ -46,10 +44,10 @@ inline std::int32_t parse_code(const Call& call, std::int32_t result) {
   return VDX_SYNTAX;
 }
 
-// A kind says how images of its type are read, made of a moment, and parsed:
+// A kind says how images of its type are read and made of a moment; the type says how they are read
+// from a text:
 //   moment_of(image)      of a valid image
 //   make(moment, image)   the code; image is zero where there is none
-//   parse(text, image)    0, or a result of the parsers
 //   kTellsDigits          whether a time that lost digits is reported
 template <typename Kind, typename Type>
 struct calendar : fixed<typename Type::Image> {
@@ -75,8 +73,8 @@ struct calendar : fixed<typename Type::Image> {
                              code == VDX_SUCCESS && Kind::kTellsDigits ? exactness : code);
   }
 
-  // Texts are read as the plain style and the locale have it. A text that is none leaves the
-  // destination alone.
+  // Texts are read in style 0, with the order and names of the source's locale. One that is no date
+  // or time leaves the destination unchanged.
   static std::int32_t write(const Call& call, const Text& text) {
     fixed<Image>::set_length(call);
     const vdx_locale& locale = locale_of(call.context, call.source_format);
@@ -84,9 +82,9 @@ struct calendar : fixed<typename Type::Image> {
     std::int32_t length = text.length;
     while (length > 0 && text.bytes[length - 1] == ' ') --length;  // columns are padded
     const std::int32_t result =
-        Kind::parse({text.bytes, length, 0, locale.date_order, locale.months.table(),
-                     locale.short_months.table(), &text.attributes},
-                    image);
+        Type::read_text({text.bytes, length, 0, locale.date_order, locale.months.table(),
+                         locale.short_months.table(), &text.attributes},
+                        image);
     if (result == 0) store(call.destination, image);
     return parse_code(call, result);
   }
@@ -99,19 +97,7 @@ struct day_count : calendar<day_count, DateaType> {
     day = moment.day;
     return VDX_SUCCESS;
   }
-  static std::int32_t parse(const DateText& text, vdx_datea& day) {
-    return com__dateafromchar_mb(&day, text.bytes, text.length, text.style, text.order, text.months,
-                                 text.short_months, text.attributes);
-  }
 };
-
-inline std::int32_t parse_time(const DateText& text, vdx_timea& time) {
-  return com__timeafromchar_mb(&time, text.bytes, text.length, text.style, text.order, text.months,
-                               text.short_months, text.attributes);
-}
-inline std::int32_t parse_time(const DateText& text, vdx_bigtime& time) {
-  return bigtime_from_text(&time, text);
-}
 
 template <typename Type>
 struct time_of_day : calendar<time_of_day<Type>, Type> {
@@ -123,7 +109,6 @@ struct time_of_day : calendar<time_of_day<Type>, Type> {
     time = static_cast<Image>(moment.time);
     return VDX_SUCCESS;
   }
-  static std::int32_t parse(const DateText& text, Image& time) { return parse_time(text, time); }
 };
 
 template <typename Type>
@@ -140,11 +125,6 @@ struct instant<DatetimeType> : calendar<instant<DatetimeType>, DatetimeType> {
     value = {moment.day, static_cast<std::int32_t>(moment.time)};
     return VDX_SUCCESS;
   }
-  static std::int32_t parse(const DateText& text, vdx_datetime& value) {
-    std::int32_t rounded;
-    return com__datefromchar_mb(&value, text.bytes, text.length, text.style, text.order,
-                                text.months, text.short_months, text.attributes, &rounded);
-  }
 };
 
 // Everything becomes a date4 as a datetime does: to the nearest minute, perhaps past midnight, with
@@ -159,11 +139,6 @@ struct instant<Date4Type> : calendar<instant<Date4Type>, Date4Type> {
     const vdx_datetime wide{moment.day, static_cast<std::int32_t>(moment.time)};
     return date4_of_datetime(wide, value) ? VDX_SUCCESS : VDX_OVERFLOW;
   }
-  static std::int32_t parse(const DateText& text, vdx_date4& value) {
-    vdx_datetime wide;
-    const std::int32_t result = instant<DatetimeType>::parse(text, wide);
-    return result != 0 ? result : date4_of_datetime(wide, value) ? 0 : 1;
-  }
 };
 
 template <>
@@ -176,9 +151,6 @@ struct instant<BigdatetimeType> : calendar<instant<BigdatetimeType>, Bigdatetime
     const std::int64_t days = std::int64_t{moment.day} - kFirstDay;
     value = static_cast<std::uint64_t>(days * kMicrosPerDay + moment.time) + kFirstBigdatetime;
     return VDX_SUCCESS;
-  }
-  static std::int32_t parse(const DateText& text, vdx_bigdatetime& value) {
-    return bigdatetime_from_text(&value, text);
   }
 };
 

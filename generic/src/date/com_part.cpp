@@ -3,52 +3,40 @@
 
 #include <charconv>
 #include <cstring>
+#include <type_traits>
 
 #include "date/calendar.h"
+#include "date/grain.h"
 #include "frame/check.h"
 #include "intl/locale.h"
 
 namespace vdx {
 namespace {
 
-// The two representations: their day number, and their time of day in units of their own grain.
-struct Ticks {
-  using Value = vdx_datetime;
-  static constexpr std::int64_t kPerSecond = kTicksPerSecond;
-
-  static std::int32_t day(const Value& value) { return value.day; }
-  static std::int64_t time(const Value& value) { return value.time & kTicksMask; }
-  static std::int32_t millisecond(std::int64_t time) {
-    return static_cast<std::int32_t>(time % kPerSecond * 10 / 3);
-  }
-  static std::int32_t microsecond(std::int64_t) { return 0; }
-};
-
-struct Micros {
-  using Value = vdx_bigdatetime;
-  static constexpr std::int64_t kPerSecond = kMicrosPerSecond;
-
-  static std::int32_t day(Value value) { return day_of_big(value); }
-  static std::int64_t time(Value value) { return micros_of_big(value); }
-  static std::int32_t millisecond(std::int64_t time) { return microsecond(time) / 1000; }
-  static std::int32_t microsecond(std::int64_t time) {
-    return static_cast<std::int32_t>(time % kPerSecond);
-  }
-};
+// Below a second, in truncated milliseconds and in microseconds.
+template <typename Grain>
+constexpr std::int32_t millisecond(std::uint32_t rest) {
+  return static_cast<std::int32_t>(std::is_same_v<Grain, Ticks> ? rest * 10 / 3 : rest / 1000);
+}
+template <typename Grain>
+constexpr std::int32_t microsecond(std::uint32_t rest) {
+  return std::is_same_v<Grain, Ticks> ? 0 : static_cast<std::int32_t>(rest);
+}
 
 std::int32_t week_of_day(std::int32_t day, std::int32_t day_of_year) {
   const std::int32_t first_weekday = (weekday_of_day(day) + 371 - (day_of_year - 1)) % 7;
   return (day_of_year + first_weekday + 6) / 7;
 }
 
-// What follows comes twice: with near_civil for the days of the years 1 to 9999, and with
-// civil_of_day, out of the way, for all others. So the former save no registers for the latter.
+// What follows is compiled twice: with near_civil for days of the years 1 to 9999, and with
+// civil_of_day for all others. Kept apart so that the common path has no callee-saved spills.
 using CivilOf = Civil (*)(std::int32_t);
 
 template <typename Grain, CivilOf Split>
-std::int32_t part_with(std::uint32_t part, std::int32_t day, std::int64_t time,
+std::int32_t part_with(std::uint32_t part, std::int32_t day, typename Grain::Count time,
                        std::int32_t first_day) {
-  const auto second_of_day = static_cast<std::int32_t>(time / Grain::kPerSecond);
+  const Seconds seconds = seconds_of<Grain>(time);
+  const auto second_of_day = static_cast<std::int32_t>(seconds.whole);
   switch (part) {
     case VDX_PART_YEAR:
       return Split(day).year;
@@ -71,7 +59,7 @@ std::int32_t part_with(std::uint32_t part, std::int32_t day, std::int64_t time,
     case VDX_PART_SECOND:
       return second_of_day % 60;
     case VDX_PART_MILLISECOND:
-      return Grain::millisecond(time);
+      return millisecond<Grain>(seconds.rest);
     case VDX_PART_WEEK:
       return week_of_day(day, Split(day).day_of_year);
     case VDX_PART_ISO_YEAR:
@@ -81,13 +69,14 @@ std::int32_t part_with(std::uint32_t part, std::int32_t day, std::int64_t time,
     case VDX_PART_ISO_WEEKDAY:
       return iso_week_of_day<Split>(day).weekday;
     default:
-      return Grain::microsecond(time);
+      return microsecond<Grain>(seconds.rest);
   }
 }
 
 template <typename Grain>
 [[gnu::cold, gnu::noinline]] std::int32_t far_part(std::uint32_t part, std::int32_t day,
-                                                   std::int64_t time, std::int32_t first_day) {
+                                                   typename Grain::Count time,
+                                                   std::int32_t first_day) {
   return part_with<Grain, civil_of_day>(part, day, time, first_day);
 }
 
@@ -96,7 +85,7 @@ template <typename Grain>
 std::int32_t part_of(std::uint32_t part, const typename Grain::Value& value,
                      std::int32_t first_day) {
   const std::int32_t day = Grain::day(value);
-  const std::int64_t time = Grain::time(value);
+  const typename Grain::Count time = Grain::time(value);
   if (is_far(day)) [[unlikely]]
     return far_part<Grain>(part, day, time, first_day);
   return part_with<Grain, near_civil>(part, day, time, first_day);
@@ -316,7 +305,7 @@ std::int32_t difference_of(std::uint32_t part, const vdx_datetime& first,
   if (!is_time_part(part))
     return store_difference(day_difference(part, first.day, second.day), result);
   const std::int64_t days = std::int64_t{second.day} - first.day;
-  const std::int64_t times = Ticks::time(second) - Ticks::time(first);
+  const std::int64_t times = std::int64_t{Ticks::time(second)} - Ticks::time(first);
   const std::int64_t ticks = days * kTicksPerDay + times;
   const auto more_than = [days](std::int64_t limit) { return days > limit || days < -limit; };
   switch (part) {
