@@ -1,5 +1,15 @@
-// The arithmetic of dates and times: day numbers and civil dates, weekdays and ISO weeks, ticks and
-// microseconds of a day. Everything is inline and usable in constant expressions.
+// The arithmetic of dates and times. Everything is inline and usable in constant expressions.
+//
+//   day number     days since 1900-01-01, negative before it, in the proleptic Gregorian calendar. A
+//                  day of the years 1 to 9999 is near, any other is far.
+//   civil date     year, month from 0, day of the month from 1
+//   tick           1/300 second. A time word holds the ticks since midnight in its low 25 bits; the
+//                  upper bits are ignored.
+//   bigdatetime    microseconds since the start of a year 0 that has 366 days
+//   daterec        civil date and clock time as fields: a value is cracked into a record and made
+//                  of one. Cracking accepts any value; making checks each field.
+//
+// Unless a comment says so, nothing is checked and a value in range gives one in range.
 #ifndef VDX_DATE_CALENDAR_H
 #define VDX_DATE_CALENDAR_H
 
@@ -17,7 +27,7 @@ inline constexpr std::int32_t kTicksPerSecond = 300;
 inline constexpr std::int32_t kTicksPerMinute = 60 * kTicksPerSecond;
 inline constexpr std::int32_t kTicksPerHour = 60 * kTicksPerMinute;
 inline constexpr std::int32_t kTicksPerDay = 24 * kTicksPerHour;
-inline constexpr std::int32_t kTicksMask = 0x1FFFFFF;  // the bits of a time word that count
+inline constexpr std::int32_t kTicksMask = 0x1FFFFFF;  // the ticks in a time word
 
 inline constexpr std::int32_t kTickScale = 300;
 inline constexpr std::int32_t kMicroScale = 1'000'000;
@@ -29,7 +39,7 @@ inline constexpr std::int64_t kMicrosPerDay = 24 * kMicrosPerHour;
 inline constexpr std::uint64_t kFirstBigdatetime = 366 * static_cast<std::uint64_t>(kMicrosPerDay);
 inline constexpr std::uint64_t kLastBigdatetime = 315'569'519'999'999'999;
 
-// A year that 100 divides is one that 400 does where 16 divides it too.
+// A century is a leap year if 400 divides it, which for a multiple of 100 means if 16 does.
 constexpr bool is_leap(std::int32_t year) { return (year & (year % 100 == 0 ? 15 : 3)) == 0; }
 
 // Days of a common and of a leap year before each month; the thirteenth entry is the whole year.
@@ -62,8 +72,8 @@ struct Civil {
   std::int32_t day_of_year;
 };
 
-// Days outside of the years 1 to 9999: whatever the plain rule of leap years gives, with none before
-// year 1. Kept for its sound fields (a month from 0 to 11), not for its speed.
+// The date of a far day. After year 9999 the calendar goes on; before year 1 each year has 365
+// days. The month and the day of the month are always in range.
 [[gnu::cold, gnu::noinline]] constexpr Civil far_civil(std::int32_t day) {
   const std::int64_t a = std::int64_t{day} - kFirstDay;
   const auto start = [](std::int64_t n) {
@@ -74,7 +84,7 @@ struct Civil {
   const auto year = static_cast<std::int32_t>(n + 1);
   const auto rest = static_cast<std::int32_t>(a - start(n));
   const auto& before = kDaysBefore[is_leap(year)];
-  // Before year 1 the leap years are as long as the others in the sum above.
+  // is_leap() holds before year 1 too, where start() counts no leap days: December then ends early.
   std::int32_t month = 11;
   while (rest < before[month]) --month;
   return {year, month, rest - before[month] + 1, rest + 1};
@@ -85,8 +95,8 @@ constexpr bool is_far(std::int32_t day) {
          static_cast<std::uint32_t>(kLastDay - kFirstDay);
 }
 
-// The date of a day of the years 1 to 9999, by Neri and Schneider's Euclidean affine functions: years
-// that start in March, so that the leap day is the last, every division by a constant, no branch.
+// The date of a near day, by Neri and Schneider's Euclidean affine functions. Years start in March,
+// so the leap day is the last one; every division is by a constant, and there is no branch.
 constexpr Civil near_civil(std::int32_t day) {
   const auto since = static_cast<std::uint32_t>(day - kFirstDay + 306);  // from 0000-03-01
   const std::uint32_t n1 = 4 * since + 3;
@@ -129,8 +139,8 @@ struct IsoWeek {
   std::int32_t weekday;  // 1 Monday to 7 Sunday
 };
 
-// A week belongs to the year that its Thursday lies in. CivilOf may be near_civil for a near day:
-// then so is its Thursday.
+// A week belongs to the year of its Thursday. CivilOf may be near_civil for a near day: 0001-01-01
+// is a Monday and 9999-12-31 a Friday, so that its Thursday is near, too.
 template <Civil (*CivilOf)(std::int32_t) = civil_of_day>
 constexpr IsoWeek iso_week_of_day(std::int32_t day) {
   const std::int32_t weekday = weekday_of_day(day);
@@ -149,7 +159,7 @@ constexpr void store_day(const Civil& civil, std::int32_t weekday, daterec& reco
   record.weekday = weekday;
 }
 
-// A function of its own, so that the near days' path saves no registers for it.
+// Not inlined, so that the path of near days saves no registers for it.
 [[gnu::cold, gnu::noinline]] constexpr void crack_far_day(std::int32_t day, daterec& record) {
   store_day(far_civil(day), weekday_of_day(day), record);
 }
@@ -199,7 +209,6 @@ constexpr void crack_micros(std::uint64_t value, daterec& record) {
   record.scale = kMicroScale;
 }
 
-// Whole records, as parsers and formatters hold them.
 constexpr void crack_datetime(const vdx_datetime& value, daterec& record) {
   crack_day(value.day, record);
   crack_ticks(value.time, record);
@@ -212,8 +221,8 @@ constexpr void crack_bigdatetime(std::uint64_t value, daterec& record) {
   crack_micros(value, record);
 }
 
-// Days from 0001-01-01 to the date of a record. Returns 0, or 1 to 3 for the faulty field, with the
-// days of the years and months that were sound (0 without a sound year).
+// Days from 0001-01-01 to the date of a record. Returns 0, or the first faulty field: 1 year, 2
+// month, 3 day. Then days holds those of the years and months before it, 0 for a faulty year.
 constexpr std::int32_t make_days(const daterec& record, std::int32_t& days) {
   days = 0;
   if (static_cast<std::uint32_t>(record.year) - 1 > 9998) [[unlikely]]
@@ -233,7 +242,8 @@ constexpr std::int32_t make_days(const daterec& record, std::int32_t& days) {
   return 0;
 }
 
-// The day word of a record; what is left after a failure as in com_datemake.
+// The day number of a record, with the codes of make_days. After a failure it is that function's
+// days, as com_datemake promises.
 constexpr std::int32_t make_day(const daterec& record, std::int32_t& day) {
   std::int32_t days = 0;
   const std::int32_t code = make_days(record, days);
@@ -246,8 +256,9 @@ constexpr std::int64_t ticks_of_milliseconds(std::int64_t milliseconds) {
   return (3 * milliseconds + (milliseconds < 0 ? -5 : 5)) / 10;
 }
 
-// The time word of a record; what is left after a failure as in com_timemake. Negative fields that
-// pass 32 bits wrap.
+// The time word of a record. Returns 0, or the first faulty field: 4 hour, 5 minute, 6 second, 7
+// millisecond. A faulty hour leaves the word as it was, another faulty field the ticks of the
+// fields before it. Negative fields count as negative amounts; sums that pass 32 bits wrap.
 constexpr std::int32_t make_ticks(const daterec& record, std::int32_t& time) {
   if (record.hour > 23) [[unlikely]]
     return 4;
@@ -277,7 +288,8 @@ constexpr std::int32_t make_ticks(const daterec& record, std::int32_t& time) {
   return code;
 }
 
-// The microseconds since midnight of a record, 0 after a failure.
+// The microseconds since midnight of a record, with the codes of make_ticks (7: fraction). 0 after
+// a failure.
 constexpr std::int32_t make_micros(const daterec& record, std::uint64_t& value) {
   value = 0;
   if (record.hour > 23) [[unlikely]]
@@ -296,7 +308,7 @@ constexpr std::int32_t make_micros(const daterec& record, std::uint64_t& value) 
   return 0;
 }
 
-// Midnight of the date of a record, 0 after a failure.
+// Midnight of the date of a record, with the codes of make_days. 0 after a failure.
 constexpr std::int32_t make_bigdate(const daterec& record, std::uint64_t& value) {
   std::int32_t days = 0;
   const std::int32_t code = make_days(record, days);
@@ -304,7 +316,8 @@ constexpr std::int32_t make_bigdate(const daterec& record, std::uint64_t& value)
   return code;
 }
 
-// Date and time of a record; after a failure 0, or midnight of a sound date.
+// Date and time of a record, with the codes of both. After a failure 0, or midnight of the date
+// where only the time is faulty.
 constexpr std::int32_t make_bigdatetime(const daterec& record, std::uint64_t& value) {
   std::int32_t code = make_bigdate(record, value);
   std::uint64_t time = 0;
@@ -340,8 +353,8 @@ constexpr vdx_datetime datetime_of_date4(const vdx_date4& value) {
   return {value.day, value.minute * kTicksPerMinute};
 }
 
-// To the nearest minute, half a minute upwards, perhaps past midnight. Returns false, with nothing
-// stored, outside of date4.
+// To the nearest minute, 30 seconds up, perhaps past midnight. Returns false, with nothing stored,
+// for what a date4 cannot hold.
 constexpr bool date4_of_datetime(const vdx_datetime& value, vdx_date4& result) {
   const std::int32_t ticks = value.time & kTicksMask;
   std::int32_t minute = (ticks + kTicksPerMinute / 2) / kTicksPerMinute;

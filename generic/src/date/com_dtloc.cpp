@@ -28,7 +28,7 @@ std::int32_t show_as(const Request& request) {
 
 using Show = std::int32_t(const Request& request);
 
-// What shows a value of a datatype; null for one that holds no date or time.
+// The function that shows values of a datatype; null for a datatype without date and time.
 constexpr Show* show_of(std::int32_t datatype) {
   switch (datatype) {
     case VDX_DATETIME:
@@ -51,7 +51,7 @@ constexpr Show* show_of(std::int32_t datatype) {
 }  // namespace
 }  // namespace vdx
 
-// Leaves the function that shows a value in `show`.
+// The checks of both formatters. Declares `show`, the function of the datatype.
 #define VDX_CHECK_SHOWN()                                                        \
   VDX_CHECK_POINTER(value, VDX_OVERFLOW);                                        \
   VDX_CHECK_POINTER(buffer, VDX_OVERFLOW);                                       \

@@ -1,4 +1,7 @@
 // Parts of dates and their names, addition and differences.
+//
+// A part is a VDX_PART_ code. Parts fall into three groups: of months (year, quarter, month, ISO
+// year), of days (day, day of year and the weekday and week codes) and of time (hour and below).
 #include "vdxcomn/datepart.h"
 
 #include <charconv>
@@ -13,7 +16,7 @@
 namespace vdx {
 namespace {
 
-// Below a second, in truncated milliseconds and in microseconds.
+// What is below a second, in truncated milliseconds and in microseconds.
 template <typename Grain>
 constexpr std::int32_t millisecond(std::uint32_t rest) {
   return static_cast<std::int32_t>(std::is_same_v<Grain, Ticks> ? rest * 10 / 3 : rest / 1000);
@@ -28,8 +31,8 @@ std::int32_t week_of_day(std::int32_t day, std::int32_t day_of_year) {
   return (day_of_year + first_weekday + 6) / 7;
 }
 
-// What follows is compiled twice: with near_civil for days of the years 1 to 9999, and with
-// civil_of_day for all others. Kept apart so that the common path has no callee-saved spills.
+// What takes a CivilOf is compiled twice: with near_civil for near days, and with civil_of_day for
+// all. Kept apart so that the common path has no callee-saved spills.
 using CivilOf = Civil (*)(std::int32_t);
 
 template <typename Grain, CivilOf Split>
@@ -117,8 +120,8 @@ std::int32_t name_of(const vdx_context* context, std::uint32_t part,
 
 constexpr bool fits(std::int64_t value) { return value == static_cast<std::int32_t>(value); }
 
-// Moves a day by years, quarters or months. Where that passes 32 bits it is false and the day stays;
-// where the year is outside of 1 to 9999 the day becomes what a failed make leaves.
+// Moves a day by years, quarters or months. False where a sum passes 32 bits, with the day
+// unchanged, and where the year leaves 1 to 9999, with the day 0 that a failed make leaves.
 bool shift_months(std::uint32_t part, std::int32_t amount, std::int32_t& day) {
   Civil civil = civil_of_day(day);
   std::int64_t year = civil.year;
@@ -150,7 +153,7 @@ constexpr bool is_month_part(std::uint32_t part) {
   return part <= VDX_PART_MONTH || part == VDX_PART_ISO_YEAR;
 }
 
-// Days that a unit of a part counts; 0 for the parts that count none.
+// Days in a unit of a part of days, 0 for other parts.
 constexpr std::int32_t days_of_part(std::uint32_t part) {
   switch (part) {
     case VDX_PART_WEEKDAY:
@@ -166,7 +169,7 @@ constexpr std::int32_t days_of_part(std::uint32_t part) {
   }
 }
 
-// Splits an amount into days and ticks.
+// Splits an amount, PerDay of which are a day, into days and ticks. Both have the amount's sign.
 template <std::int32_t PerDay>
 std::int64_t split(std::int32_t amount, std::int64_t& days) {
   days = amount / PerDay;
@@ -198,7 +201,7 @@ std::int32_t add(std::uint32_t part, std::int32_t amount, vdx_datetime& value) {
         time += split<86'400'000>(amount, days);
         break;
     }
-    // The remainder is at most a day, so one step is enough.
+    // The ticks added are at most a day, so one step is enough.
     if (time < 0) {
       time += kTicksPerDay;
       --days;
@@ -237,8 +240,8 @@ std::int32_t add(std::uint32_t part, std::int32_t amount, vdx_bigdatetime& value
   } else if (part == VDX_PART_MILLISECOND) {
     delta *= 1000;
   }
-  // Neither 2^31 hours nor a value reach a third of 63 bits: the sum is exact, below 0 it wraps to
-  // a number far outside.
+  // 2^31 hours are below 7.8e18 microseconds and a value is below 3.2e17, so the sum fits 63 bits
+  // and a sign. A negative one wraps to a number far above the range.
   const std::uint64_t sum = value + static_cast<std::uint64_t>(delta);
   if (!bigdatetime_in_range(sum)) return 1;
   value = sum;
@@ -289,7 +292,7 @@ std::int64_t day_difference_with(std::uint32_t part, std::int32_t first, std::in
   return day_difference_with<civil_of_day>(part, first, second);
 }
 
-// Parts of whole days, VDX_PART_HOUR to VDX_PART_MILLISECOND excepted.
+// part: one of months or of days
 std::int64_t day_difference(std::uint32_t part, std::int32_t first, std::int32_t second) {
   if (is_far(first) || is_far(second)) [[unlikely]]
     return far_day_difference(part, first, second);
@@ -345,22 +348,22 @@ std::int32_t difference_of(std::uint32_t part, vdx_bigdatetime first, vdx_bigdat
 
 extern "C" {
 
-// The part and its name, of each kind of value: one body under the names that callers know.
-#define VDX_PART(name, Grain, Value)                                   \
-  int32_t name(uint32_t part, const Value* value, int32_t first_day) { \
-    VDX_CHECK_POINTER(value, 0);                                       \
-    VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);            \
-    return vdx::part_of<vdx::Grain>(part, *value, first_day);          \
+// One body under the names that callers know.
+#define VDX_PART(name, Grain, Value)                                                  \
+  std::int32_t name(std::uint32_t part, const Value* value, std::int32_t first_day) { \
+    VDX_CHECK_POINTER(value, 0);                                                      \
+    VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);                           \
+    return vdx::part_of<vdx::Grain>(part, *value, first_day);                         \
   }
-#define VDX_PART_NAME(name, Grain, Value)                                                   \
-  int32_t name(const vdx_context* context, uint32_t part, const Value* value, char* buffer, \
-               int32_t buffer_length, int32_t* length) {                                    \
-    VDX_CHECK_POINTER(value, 0);                                                            \
-    VDX_CHECK_POINTER(buffer, 0);                                                           \
-    VDX_CHECK_POINTER(length, 0);                                                           \
-    VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);                                 \
-    VDX_ASSERT(vdx::has_sound_locale<vdx_locale>(context, nullptr), VDX_OVERFLOW);          \
-    return vdx::name_of<vdx::Grain>(context, part, *value, buffer, buffer_length, length);  \
+#define VDX_PART_NAME(name, Grain, Value)                                                  \
+  std::int32_t name(const vdx_context* context, std::uint32_t part, const Value* value,    \
+                    char* buffer, std::int32_t buffer_length, std::int32_t* length) {      \
+    VDX_CHECK_POINTER(value, 0);                                                           \
+    VDX_CHECK_POINTER(buffer, 0);                                                          \
+    VDX_CHECK_POINTER(length, 0);                                                          \
+    VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);                                \
+    VDX_ASSERT(vdx::has_sound_locale<vdx_locale>(context, nullptr), VDX_OVERFLOW);         \
+    return vdx::name_of<vdx::Grain>(context, part, *value, buffer, buffer_length, length); \
   }
 VDX_PART(com__datepart, Ticks, vdx_datetime)
 VDX_PART(com_datepart, Ticks, vdx_datetime)
@@ -371,26 +374,26 @@ VDX_PART_NAME(com__bigdatename, Micros, vdx_bigdatetime)
 #undef VDX_PART
 #undef VDX_PART_NAME
 
-int32_t com__date_add(uint32_t part, int32_t amount, vdx_datetime* value) {
+std::int32_t com__date_add(std::uint32_t part, std::int32_t amount, vdx_datetime* value) {
   VDX_CHECK_POINTER(value, 0);
   VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);
   return part == VDX_PART_MICROSECOND ? VDX_OVERFLOW : vdx::add(part, amount, *value);
 }
 
-int32_t com__dateadd_both(uint32_t part, int32_t amount, vdx_datetime* value) {
+std::int32_t com__dateadd_both(std::uint32_t part, std::int32_t amount, vdx_datetime* value) {
   VDX_CHECK_POINTER(value, 0);
   VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);
   return part == VDX_PART_MICROSECOND ? VDX_OVERFLOW : vdx::add(part, amount, *value);
 }
 
-int32_t com__bigdateadd_both(uint32_t part, int32_t amount, vdx_bigdatetime* value) {
+std::int32_t com__bigdateadd_both(std::uint32_t part, std::int32_t amount, vdx_bigdatetime* value) {
   VDX_CHECK_POINTER(value, 0);
   VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);
   return vdx::add(part, amount, *value);
 }
 
-int32_t com__datediff(uint32_t part, const vdx_datetime* first, const vdx_datetime* second,
-                      int32_t* difference) {
+std::int32_t com__datediff(std::uint32_t part, const vdx_datetime* first,
+                           const vdx_datetime* second, std::int32_t* difference) {
   VDX_CHECK_POINTER(first, 0);
   VDX_CHECK_POINTER(second, 0);
   VDX_CHECK_POINTER(difference, 0);
@@ -398,8 +401,8 @@ int32_t com__datediff(uint32_t part, const vdx_datetime* first, const vdx_dateti
   return vdx::difference_of(part, *first, *second, difference);
 }
 
-int32_t com__bigdatediff(uint32_t part, const vdx_bigdatetime* first, const vdx_bigdatetime* second,
-                         int32_t* difference) {
+std::int32_t com__bigdatediff(std::uint32_t part, const vdx_bigdatetime* first,
+                              const vdx_bigdatetime* second, std::int32_t* difference) {
   VDX_CHECK_POINTER(first, 0);
   VDX_CHECK_POINTER(second, 0);
   VDX_CHECK_POINTER(difference, 0);

@@ -17,11 +17,11 @@ char* write_two(std::int32_t number, char separator, char* at) {
   return at + 3;
 }
 
-// The places of year, month and day in the text, by date order.
+// Which of year, month and day comes first, second and third, by date order.
 constexpr std::uint8_t kOrders[7][3] = {{1, 2, 0}, {1, 2, 0}, {2, 1, 0}, {0, 1, 2},
                                         {0, 2, 1}, {1, 0, 2}, {2, 0, 1}};
 
-// A leap second counts as the second before it.
+// A leap second becomes the second before it.
 daterec record_of(const std::tm& clock) {
   daterec now{};
   now.year = clock.tm_year + 1900;
@@ -59,7 +59,7 @@ std::int32_t give_local_time(const daterec& now, std::int32_t order, std::int32_
     if (length < size) return XS_FAIL;
     std::memcpy(buffer, text, static_cast<std::size_t>(size));
   }
-  // Year to second lead the record; its other fields are the caller's.
+  // The first fields, year to second; the others are the caller's.
   if (record != nullptr) std::memcpy(record, &now, offsetof(daterec, millisecond));
   return XS_SUCCEED;
 }
@@ -68,8 +68,8 @@ std::int32_t give_local_time(const daterec& now, std::int32_t order, std::int32_
 
 extern "C" {
 
-int32_t comn_time(int32_t order, int32_t twelve_hour, char* buffer, int32_t length, int32_t* needed,
-                  daterec* record) {
+std::int32_t comn_time(std::int32_t order, std::int32_t twelve_hour, char* buffer,
+                       std::int32_t length, std::int32_t* needed, daterec* record) {
   std::tm clock{};
   if (!vdx::local_time(clock)) return VDX_TRACE(XS_FAIL);
   return VDX_TRACE(vdx::give_local_time(vdx::record_of(clock), order, twelve_hour, buffer, length,

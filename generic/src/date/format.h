@@ -1,7 +1,7 @@
 // Dates and times as text in the numbered styles.
 //
-// Each layout is compiled into a writer of its own, at each of the two grains. A table leads from the
-// number of a style to its layout: it differs for whole values, dates alone and times alone.
+// Each layout is compiled into a writer of its own, at each of the two grains. A table leads from
+// the number of a style to its layout: it differs for whole values, dates alone and times alone.
 #ifndef VDX_DATE_FORMAT_H
 #define VDX_DATE_FORMAT_H
 

@@ -1,5 +1,12 @@
-// The styles of dates and times as text. Each style is a line of a small language that the
-// compiler unrolls into straight code: nothing is interpreted when a value is written.
+// The styles of dates and times as text.
+//
+//   style    a number that callers know: 0 to 140, with gaps
+//   layout   a row of kStyleRows: a string of letters for fields, unrolled by the compiler into
+//            straight code. Two styles may share one.
+//   twin     the second style of a layout
+//
+// A style leads to a layout by one of three tables: for a whole value, for a date alone and for a
+// time alone.
 #ifndef VDX_DATE_FORMAT_LAYOUT_H
 #define VDX_DATE_FORMAT_LAYOUT_H
 
@@ -14,13 +21,14 @@
 
 namespace vdx {
 
-// What a text shows. Fields wider than their place show their last digits.
+// The fields of a text. A number with more digits than its place has shows the last ones.
 struct ShownFields {
   std::uint32_t year, month /* 0 to 11 */, day;
   std::uint32_t hour /* below 32 */, minute, second, millisecond, microsecond;
 };
 
-// Of a month's name, its first nine bytes: without a character set each is a character.
+// The start of a month's name. No character set is known here, so that each byte counts as one of
+// the nine characters that are shown.
 struct MonthName {
   std::uint64_t bytes;  // 0 to 7
   std::uint8_t ninth;
@@ -29,13 +37,13 @@ struct MonthName {
 
 inline constexpr std::uint32_t kMonthNameMost = 9;
 
-// The language: a letter of this table is a field, anything else stands for itself.
+// The letters of a layout. Any other character is copied.
 //   M month name        Y year, four digits     y year, two digits    m month    d day
 //   D day, blank first  H hour of 24            h hour of 12, blank first        i minute
 //   s second            l millisecond           f microsecond         A AM or PM
 //   z a zero byte
 struct StyleRow {
-  std::int16_t style, twin;  // the numbers that have this layout; -1: none
+  std::int16_t style, twin;  // -1: none
   std::string_view layout;
 };
 
@@ -69,8 +77,8 @@ inline constexpr StyleRow kStyleRows[] = {
     {38, -1, "M D y h:i:s.fA"},  {138, -1, "M D Y h:i:s.fA"},
     {39, -1, "M D y H:i:s.f"},   {139, -1, "M D Y H:i:s.f"},
     {40, -1, "y-m-d H:i:s.f"},   {140, -1, "Y-m-d H:i:s.f"},
-    {-1, -1, "M D Y"},  // a date alone, where a style would show a time
-    {-1, -1, "z"},      // a time in a style that has none
+    {-1, -1, "M D Y"},  // kDateAlone
+    {-1, -1, "z"},      // kNoTime
 };
 // clang-format on
 
@@ -78,7 +86,7 @@ inline constexpr std::size_t kLayouts = std::size(kStyleRows);
 inline constexpr std::size_t kDateAlone = kLayouts - 2;
 inline constexpr std::size_t kNoTime = kLayouts - 1;
 
-// Bytes of a field; a month's name counts by itself.
+// Bytes of a field. 0 for a month's name, whose length varies.
 constexpr std::uint32_t field_width(char field) {
   switch (field) {
     case 'M':
@@ -110,7 +118,7 @@ constexpr std::uint32_t layout_width(std::string_view layout) {
   return width;
 }
 
-// Two digits of 0 to 99 each, as the word that is stored; blank_first shows 5 as " 5".
+// The numbers 0 to 99 as two digits, in the order of a store; blank_first shows 5 as " 5".
 constexpr std::array<std::uint16_t, 100> digit_pairs(bool blank_first) {
   std::array<std::uint16_t, 100> pairs{};
   for (std::uint32_t i = 0; i < 100; ++i) {
@@ -134,7 +142,7 @@ VDX_INLINE void put_pair(char* to, std::uint32_t value) { store(to, kPairs[value
 template <char Field, std::uint32_t Behind>
 VDX_INLINE void put_field(char* to, const ShownFields& fields, const MonthName& name) {
   if constexpr (Field == 'M') {
-    if constexpr (Behind >= 8) {  // what is written too much, later fields overwrite
+    if constexpr (Behind >= 8) {  // the fields after the name overwrite what is stored beyond it
       to[name.length > 8 ? 8 : 0] = static_cast<char>(name.ninth);
       store(to, name.bytes);
     } else {
@@ -200,7 +208,7 @@ constexpr bool shows_name(std::size_t row) { return shows(row, "M"); }
 constexpr bool shows_date(std::size_t row) { return shows(row, "MYymdD"); }
 constexpr bool shows_time(std::size_t row) { return shows(row, "Hhislf"); }
 
-// Bytes of the longest text there is, names of a locale included.
+// Bytes of the longest text, with the longest month name of a locale.
 inline constexpr std::uint32_t kLongestDateText = [] {
   std::uint32_t longest = 0;
   for (std::size_t row = 0; row < kLayouts; ++row) {
@@ -210,7 +218,7 @@ inline constexpr std::uint32_t kLongestDateText = [] {
   return longest;
 }();
 
-// The layout of each style, as the number of its row.
+// The row of each style.
 inline constexpr std::uint32_t kLastStyle = 140;
 inline constexpr std::uint8_t kNoLayout = 255;
 using StyleTable = std::array<std::uint8_t, kLastStyle + 1>;
@@ -224,8 +232,8 @@ inline constexpr StyleTable kStyles = [] {
   return table;
 }();
 
-// A time without a date shows none in the two plain styles; the other styles give it the date of
-// day 0, and those without a time show nothing of it.
+// For a time alone: styles 0 and 9 leave the date out, other styles with a time show the date of
+// day 0, and styles without a time show one zero byte.
 inline constexpr StyleTable kTimeStyles = [] {
   StyleTable table = kStyles;
   for (std::uint8_t& row : table)
@@ -235,7 +243,7 @@ inline constexpr StyleTable kTimeStyles = [] {
   return table;
 }();
 
-// A date without a time shows none in the two plain styles.
+// For a date alone: styles 0 and 9 leave the time out, others show that of midnight.
 inline constexpr StyleTable kDateStyles = [] {
   StyleTable table = kStyles;
   table[0] = table[9] = kDateAlone;

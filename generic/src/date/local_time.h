@@ -1,4 +1,4 @@
-// What comn_time makes of a local time, whatever clock it came from.
+// comn_time without the clock, so that a test can give the time.
 #ifndef VDX_DATE_LOCAL_TIME_H
 #define VDX_DATE_LOCAL_TIME_H
 
@@ -8,7 +8,7 @@
 
 namespace vdx {
 
-// The contract of comn_time for a given time, of which year to second are read.
+// As comn_time for the given time, of which year to second are read.
 std::int32_t give_local_time(const daterec& now, std::int32_t order, std::int32_t twelve_hour,
                              char* buffer, std::int32_t length, std::int32_t* needed,
                              daterec* record);

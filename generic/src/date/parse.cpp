@@ -1,5 +1,5 @@
-// Readers of the six datatypes: the straight path where it takes the text, else the grammar, then the
-// value that the fields make.
+// Readers of the six datatypes: the straight path where it takes the text, else the grammar, then
+// the value that the fields make.
 #include "date/parse.h"
 
 #include "date/calendar.h"

@@ -35,8 +35,8 @@ enum class DateMode : std::int32_t {
 // What the destination counts in. For ticks, fractions of a second are rounded to milliseconds.
 enum class DateGrain : std::int32_t { kTicks, kMicroseconds };
 
-// Results besides 0. A wrong field has the positive code that making a value gives it: 1 year, 2 month,
-// 3 day.
+// Results besides 0. A wrong field has the positive code that making a value gives it: 1 year, 2
+// month, 3 day.
 inline constexpr std::int32_t kDateBad = -1;
 inline constexpr std::int32_t kDateLeftOver = -2;
 inline constexpr std::int32_t kDateBadYear = 1;
@@ -50,8 +50,8 @@ struct DateFields {
   bool rounded = false;   // rounding the fraction to milliseconds lost digits
 };
 
-// Rounds microseconds to whole milliseconds, at most 999 of them for what is below a second, so that
-// a time never rounds into the next one. Returns whether digits were lost.
+// Rounds microseconds to whole milliseconds, at most 999 of them for what is below a second, so
+// that a time never rounds into the next one. Returns whether digits were lost.
 constexpr bool round_to_milliseconds(std::int32_t& microseconds) {
   std::int32_t milliseconds = (microseconds + 500) / 1000;
   if (milliseconds == 1000) milliseconds = 999;
@@ -65,8 +65,8 @@ constexpr bool round_to_milliseconds(std::int32_t& microseconds) {
 std::int32_t parse_by_grammar(const DateText& text, DateMode mode, DateGrain grain,
                               DateFields& fields);
 
-// The straight path of parse_shape.h, in every mode but kClock: false where the grammar has to look.
-// What it reads the grammar reads the same way.
+// The straight path of parse_shape.h, in every mode but kClock: false where the grammar has to
+// look. What it reads the grammar reads the same way.
 bool parse_by_shape(const DateText& text, DateGrain grain, DateFields& fields);
 
 // The readers of the datatypes. Each returns 0 or a code from above. Of ticks, a time of day out of

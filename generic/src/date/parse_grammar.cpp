@@ -8,9 +8,9 @@
 //   compact   yyyymmdd or yymmdd
 //   year      yyyy
 //
-// The time is taken out of the tokens first, found by its first colon or its AM or PM. What is left is
-// the date, in the first form above that has its mark. The parts of a date need not be neighbours:
-// what is between them is what the time has used, or is left over.
+// The time is taken out of the tokens first, found by its first colon or its AM or PM. What is left
+// is the date, in the first form above that has its mark. The parts of a date need not be
+// neighbours: what is between them is what the time has used, or is left over.
 #include <algorithm>
 #include <iterator>
 
@@ -104,8 +104,8 @@ class Parser {
   bool use_fraction(std::int32_t i) {
     const Token& token = tokens_[i];
     if (token.digits == 0) return false;
-    // Microseconds of a unit, by the number of digits. Eight digits count microseconds all the same:
-    // more than a second of them is out of range.
+    // Microseconds of a unit, by the number of digits. Eight digits count microseconds all the
+    // same: more than a second of them is out of range.
     static constexpr std::int32_t kUnits[9] = {0, 100000, 10000, 1000, 100, 10, 1, 0, 1};
     record_.fraction = tokens_.use(i) * kUnits[token.digits];
     if (grain_ == DateGrain::kMicroseconds) return true;
@@ -155,8 +155,9 @@ class Parser {
     return 0;
   }
 
-  // A separator before the name may have one after it; commas may follow the name and the day. A year
-  // of four digits may be anywhere and makes the day optional, else the day comes before the year.
+  // A separator before the name may have one after it; commas may follow the name and the day. A
+  // year of four digits may be anywhere and makes the day optional, else the day comes before the
+  // year.
   std::int32_t read_named_month(std::int32_t month) {
     record_.month = tokens_.use(month);
     if (month > 0 && tokens_.is_free_separator(month - 1)) {

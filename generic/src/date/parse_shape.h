@@ -1,5 +1,5 @@
-// The straight path of the parser: the layouts that rows of real data have, told by the kinds of their
-// first sixteen bytes and read without a loop.
+// The straight path of the parser: the layouts that rows of real data have, recognised by which of
+// their first sixteen bytes are digits and read without a loop.
 //
 //   2008-01-02  2008-01-02 13:05  2008-01-02 13:05:09  2008-01-02 13:05:09.123456
 //   Jan  2 2008  Jan  2 2008  1:05PM
@@ -21,7 +21,7 @@ namespace vdx {
 
 inline constexpr std::uint64_t kDigitValues = 0x0F0F0F0F0F0F0F0F;
 
-// Byte i is the number that bytes i and i + 1 write; a blank counts as 0.
+// Byte i of the result is the number in the digits i and i + 1 of the text; a blank counts as 0.
 VDX_INLINE std::uint64_t pairs(std::uint64_t text) {
   const std::uint64_t values = text & kDigitValues;
   return values * 10 + (values >> 8);
@@ -31,8 +31,8 @@ VDX_INLINE std::int32_t byte_of(std::uint64_t word, unsigned i) {
   return static_cast<std::int32_t>(word >> (8 * i) & 0xFF);
 }
 
-// 2008-01-02 alone, or with a blank or T and then 13:05, 13:05:09 or 13:05:09 with a point and 1 to 6
-// digits. Each separator of the date is a minus sign, a slash or a point.
+// 2008-01-02 alone, or with a blank or T and then 13:05, 13:05:09 or 13:05:09 with a point and 1 to
+// 6 digits. Each separator of the date is a minus sign, a slash or a point.
 VDX_INLINE bool read_year_first(const DateText& text, DateGrain grain, DateFields& fields) {
   const std::int32_t length = text.length;
   if ((text.style != 0 && text.style != 9) || text.order == 4) [[unlikely]]
@@ -97,7 +97,7 @@ VDX_INLINE std::int32_t english_month(std::uint32_t letters) {
       for (Entry& entry : entries) entry = {0, -1};
       for (std::int32_t i = 0; i < 12; ++i) {
         const std::uint32_t key = three(kEnglishShortMonths[i]);
-        entries[kSlot(key)] = {key, i};  // the factor gives each a slot of its own
+        entries[kSlot(key)] = {key, i};  // the factor was searched: twelve different slots
       }
     }
   };
@@ -106,8 +106,8 @@ VDX_INLINE std::int32_t english_month(std::uint32_t letters) {
   return entry.letters == letters ? entry.month : -1;
 }
 
-// The first four bytes of a name, its terminator among them if it is that short; the bytes after the
-// terminator are unspecified.
+// The first four bytes of a name, its terminator among them if it is that short; the bytes after
+// the terminator are unspecified.
 inline std::uint32_t start_of(const char* name) {
   if (can_read_ahead(name, 4)) [[likely]]
     return load<std::uint32_t>(name);
@@ -158,7 +158,7 @@ VDX_INLINE bool read_month_first(const DateText& text, DateFields& fields) {
   record.month = month;
   record.day = byte_of(pairs(words.low), 4);
   record.year = byte_of(numbers, 0) * 100 + byte_of(numbers, 2);
-  // Bits of single bytes: 4 and 12 may be blank.
+  // Of the digits, those of bytes 4 and 12 may be blanks.
   constexpr std::uint32_t kEither = 0x1010;
   if (text.length == 11)
     return (digits & 0x7EF) == 0x7A0 && (blanks & 0x48) == 0x48 &&
@@ -179,8 +179,7 @@ VDX_INLINE bool read_month_first(const DateText& text, DateFields& fields) {
   return is_time;
 }
 
-// The text has passed no check yet. Sets the fields of the record that the text has; has_date is the
-// caller's to set.
+// Tries the layouts. Sets the fields of the record that the text has; the caller sets has_date.
 VDX_INLINE bool read_shape(const DateText& text, DateGrain grain, DateFields& fields) {
   const std::int32_t length = text.length;
   if (length < 10 || length > 26) [[unlikely]]

@@ -1,4 +1,5 @@
-// The scanner of dates and times.
+// The scanner of dates and times. Texts are read character by character: a character counts as the
+// single byte that it folds to, so that wide digits, signs and letters are read as the narrow ones.
 #include "date/tokens.h"
 
 #include <cstring>
@@ -61,7 +62,7 @@ std::int32_t find_name(const vdx_charattr& set, const Word& word, const char* co
   if (names == nullptr) return -1;
   const std::uint8_t first = set.to_upper[character_at(set, word.bytes, word.length).fold];
   for (std::int32_t i = 0; i < 12; ++i) {
-    // Most names are told by their first character.
+    // The first character rules most names out.
     const auto* q = reinterpret_cast<const std::uint8_t*>(names[i]);
     if ((set.lead_class[*q] & 15) == 1 && set.to_upper[char_fold(set, q, 1)] != first) continue;
     if (is_name(set, word, names[i])) return i;
@@ -85,8 +86,8 @@ TokenKind sign(std::uint8_t fold) {
   }
 }
 
-// The scanners read one token from p on and return its bytes. They leave its kind kEnd where there is
-// none.
+// Both scanners read one token from p on and return its bytes. For what is no token the kind stays
+// kEnd.
 std::int64_t scan_number(const vdx_charattr& set, const std::uint8_t* p, std::int64_t left,
                          Token& token) {
   std::int64_t at = 0;

@@ -1,5 +1,5 @@
-// The six calendar datatypes: their images, which images are values, how they are read from text and
-// shown as text.
+// The six calendar datatypes: their images, which images are values, how they are read from text
+// and shown as text.
 #ifndef VDX_DATE_VALUES_H
 #define VDX_DATE_VALUES_H
 
@@ -88,9 +88,9 @@ template <typename Type>
   return n <= 0 ? n : place_names(locale, marked, n, buffer, room);
 }
 
-// Writes the text of a value (a valid image of the type, at any address) with the locale's names into
-// room (0 or more) bytes. Returns the code of the conversion; length receives the bytes placed.
-// shows_long: the locale's, or false where the caller knows that to be its value.
+// Writes the text of a value (a valid image of the type, at any address) with the locale's names
+// into room (0 or more) bytes. Returns the code of the conversion; length receives the bytes
+// placed. shows_long: the locale's, or false where the caller knows that to be its value.
 template <typename Type>
 VDX_INLINE std::int32_t date_text(const void* value, std::uint32_t style, const vdx_locale& locale,
                                   bool shows_long, void* buffer, std::int32_t room,

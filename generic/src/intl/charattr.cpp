@@ -13,7 +13,8 @@ namespace {
 
 using ByteTable = std::array<std::uint8_t, 256>;
 
-// Both cases of ASCII and of ISO 8859-1 lie 32 apart; a letter without a partner there stays.
+// In ASCII and ISO 8859-1 the cases of a letter are 32 apart; a letter without a partner keeps its
+// case.
 constexpr ByteTable upper_table(const CharPage& page) {
   ByteTable table{};
   for (std::size_t c = 0; c < 256; ++c) {
@@ -66,8 +67,7 @@ constexpr vdx_charattr make_utf8() {
   return set;
 }
 
-// Two bytes whatever they are. The tables are those of UTF-8: what is known of a character does not
-// depend on how it is written.
+// Every character has two bytes. Classes and folds are those of UTF-8, found by code point.
 constexpr vdx_charattr make_utf16() {
   vdx_charattr set = make_utf8();
   set.max_bytes = 2;
@@ -77,10 +77,10 @@ constexpr vdx_charattr make_utf16() {
   return set;
 }
 
-// The code point of n bytes of UTF-8, 3 or 4; 0 for what is none, such as a longer character that is
-// cut. Forms that are longer than they need be give a code point below every run.
+// The code point of n bytes of UTF-8, 3 or 4; 0 for bytes that are no character, such as a longer
+// one that is cut. An overlong form gives a code point below every run, so it has no class either.
 std::uint32_t code_point(const std::uint8_t* p, std::int32_t n) {
-  if ((*p >> (7 - n) & 1) != 0) return 0;  // the first byte is one of more
+  if ((*p >> (7 - n) & 1) != 0) return 0;  // lead of a longer character
   std::uint32_t code = *p & (0x7Fu >> n);
   for (std::int32_t i = 1; i < n; ++i) {
     if ((p[i] & 0xC0) != 0x80) return 0;

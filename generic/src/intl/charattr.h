@@ -1,4 +1,9 @@
-// Attributes of a character set: how long a character is, the single byte it folds to, its class.
+// Attributes of a character set.
+//
+//   lead byte   the first byte of a character; it tells how many bytes the character has
+//   fold        the single byte that a character counts as when numbers, dates and signs are read:
+//               of a wide digit or letter the ASCII one; 0 where there is none
+//   class       letter, digit, blank and so on, as bits of CharClass
 #ifndef VDX_INTL_CHARATTR_H
 #define VDX_INTL_CHARATTR_H
 
@@ -18,28 +23,28 @@ enum CharClass : std::uint8_t {
   kClassPunctuation = 64,
 };
 
-// What is known of the 256 characters that share a lead byte (or have none).
+// The 256 characters that share a lead byte, by their second byte; or those of one byte.
 struct CharPage {
-  std::uint8_t fold[256];  // the single byte that the character folds to; 0 where there is none
+  std::uint8_t fold[256];
   std::uint8_t bits[256];  // CharClass bits
 };
 
-// Neighbouring characters of three or more bytes that are of one class, by code point.
+// Neighbouring code points of one class, of characters of three or more bytes in UTF-8.
 struct CharRun {
   std::uint32_t first;
   std::uint32_t last;
   std::uint8_t bits;
-  std::uint8_t fold;  // of the first, the next one folds to fold + 1 and so on; 0: none of them
+  std::uint8_t fold;  // of the first; the next one folds to fold + 1 and so on. 0: none has a fold
 };
 
-// How the bytes of a set give code points, see unicode.h.
+// Which conversion to code points a set has, see unicode.h.
 enum class Encoding : std::uint8_t { latin1, ascii, utf8, sjis, utf16 };
 
 }  // namespace vdx
 
 struct vdx_charattr {
   std::int32_t max_bytes;        // of one character; 1 means that each byte is a character
-  std::uint8_t lead_class[256];  // low nibble: bytes of a character that starts so
+  std::uint8_t lead_class[256];  // low nibble: bytes of a character with this lead byte
   const vdx::CharPage* single;   // characters of one byte
   // by lead byte, null where a lead byte has none; null array for single-byte sets
   const vdx::CharPage* const* pages;
@@ -106,8 +111,8 @@ extern const vdx_charattr kAscii;
 extern const vdx_charattr kUtf8;
 extern const vdx_charattr kSjis;
 
-// UTF-16 in native byte order as a set of two bytes a character, for what reads text character by
-// character. A text may not end inside a unit; surrogates fold to nothing and are of no class.
+// UTF-16 in native byte order as a set of two bytes a character, for code that reads text character
+// by character. A text must not end inside a unit; surrogates have no fold and no class.
 extern const vdx_charattr kUtf16;
 
 struct NamedCharset {
@@ -115,10 +120,11 @@ struct NamedCharset {
   const vdx_charattr* attributes;
 };
 
-// "iso_1", the default, "ascii", "utf8" and "sjis".
+// "iso_1", the default, "ascii", "utf8" and "sjis", which is code page 932: Shift_JIS with the
+// extensions of that page, its bytes 0x80, 0xA0 and 0xFD to 0xFF being no characters.
 extern const NamedCharset kCharsets[4];
 
-// The set of a zero-terminated name; null where there is none of that name.
+// The set of a zero-terminated name, null for an unknown name.
 const NamedCharset* find_charset(const char* name);
 
 }  // namespace vdx

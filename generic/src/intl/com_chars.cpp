@@ -5,7 +5,7 @@
 
 namespace {
 
-// Bytes of the character, 0 where a cut leaves less than the whole.
+// Bytes of the character, 0 if it is cut.
 std::int32_t complete_char(const vdx_charattr& attributes, const std::uint8_t* character,
                            std::int32_t length) {
   const std::int32_t n = vdx::whole_char_bytes(attributes, character, length);

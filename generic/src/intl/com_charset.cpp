@@ -9,8 +9,8 @@
 namespace vdx {
 namespace {
 
-// The result of a conversion that gives a text as a whole or up to its room. A cut one is complete
-// only in what was looked at: whether the rest is well-formed is still open.
+// The code of a conversion with substitutes. One that stopped for want of room has not looked at
+// the rest of the source: malformed input is reported even beyond the point of truncation.
 inline std::int32_t code_of(const Transcoded& text, const vdx_charattr& from,
                             const std::uint8_t* source, std::size_t n) {
   if (text.outcome == Transcoding::done) [[likely]]

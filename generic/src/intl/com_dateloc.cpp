@@ -1,4 +1,4 @@
-// What a locale says of dates.
+// The settings and names of a locale that concern dates.
 #include "frame/check.h"
 #include "intl/locale.h"
 

@@ -44,7 +44,7 @@ bool set_name(NameTable<Count>& names, std::int32_t index, const void* value, st
   const bool is_terminated = length == VDX_NULLTERM;
   if (!is_terminated && (length < 1 || length > VDX_LOC_NAME_MAX)) return false;
   const std::size_t limit = is_terminated ? VDX_LOC_NAME_MAX + 1 : static_cast<std::size_t>(length);
-  // A name stops at its zero byte: one that has it early, or none where it needs one, is refused.
+  // A terminated name must end within the limit; a name of a given length must hold no zero byte.
   std::size_t bytes = 0;
   while (bytes < limit && static_cast<const char*>(value)[bytes] != '\0') ++bytes;
   if (bytes == 0 || is_terminated == (bytes == limit)) return false;
@@ -99,7 +99,7 @@ std::int32_t comn_loc_copy(vdx_context*, const vdx_locale* source, vdx_locale* d
 std::int32_t comn_loc_drop(vdx_context*, vdx_locale* locale) {
   VDX_CHECK_POINTER(locale, XS_FAIL);
   VDX_ASSERT(locale->is_loaded(), XS_FAIL);
-  // Volatile, or the compiler would drop a store into memory that is released.
+  // Volatile: else the compiler may drop a store into memory that is about to be freed.
   *const_cast<volatile std::uint32_t*>(&locale->loaded) = 0;
   std::free(locale);
   return VDX_TRACE(XS_SUCCEED);

@@ -1,4 +1,7 @@
-// The locale record and the way to the one that governs a value.
+// The locale record, and which locale governs a value.
+//
+// A locale belongs to whoever allocated it; formats and contexts point to it. It carries a magic
+// number so that one that was dropped is noticed.
 #ifndef VDX_INTL_LOCALE_H
 #define VDX_INTL_LOCALE_H
 
@@ -13,7 +16,7 @@
 namespace vdx {
 
 // A set of names: their bytes, and the table of pointers to them that readers and writers of dates
-// take. The pointers lead into the record itself, so it is assigned by copying the bytes alone.
+// take. The pointers lead into the record itself, so assignment copies the bytes alone.
 template <std::int32_t Count>
 class NameTable {
  public:
@@ -43,7 +46,7 @@ class NameTable {
   const char* pointers_[Count] = {};
 };
 
-// Dates show so many characters of a month's name, of four bytes at most.
+// The characters of a month's name that dates show, and their most bytes.
 inline constexpr std::int32_t kShownCharacters = 9;
 inline constexpr std::int32_t kShownBytes = 4 * kShownCharacters;
 
@@ -70,7 +73,7 @@ struct vdx_locale {
 
   bool is_loaded() const { return loaded == kLoaded; }
 
-  // Keeps what depends on other settings up to date.
+  // Computes the members that depend on other settings: shown_months, shows_long and shows_plain.
   void settle();
 
   std::uint32_t loaded = kLoaded;
@@ -81,19 +84,19 @@ struct vdx_locale {
   std::int32_t first_day = 7;    // 1 Monday to 7 Sunday
   vdx::NameTable<12> months;     // from January
   vdx::NameTable<12> short_months;
-  vdx::NameTable<12> shown_months;  // of the short names what dates show
+  vdx::NameTable<12> shown_months;  // the short names, cut to kShownCharacters
   vdx::NameTable<7> weekdays;       // from Sunday
   bool shows_long = false;          // a shown name has more bytes than the formatters take
-  bool shows_plain = true;          // dates become text in style 0, without such names
+  bool shows_plain = true;          // date_style is 0, and no shown name is long
 };
 
 namespace vdx {
 
 extern const vdx_locale kDefaultLocale;
 
-// Which locale governs a value or a call: the one that is named, else the context's, else none; both
-// arguments may be null. An exported function checks it with has_sound_locale before anything is
-// read of it; the getters below check nothing.
+// Which locale governs a value or a call: the one that is named, else the context's, else none;
+// both arguments may be null. An exported function checks it with has_sound_locale before anything
+// is read of it; the getters below check nothing.
 inline const vdx_locale* given_locale(const vdx_context* context, const vdx_locale* locale) {
   return locale == nullptr && context != nullptr ? context->locale : locale;
 }

@@ -1,4 +1,4 @@
-// Character sets by tables, and between any two of them.
+// Conversions of the single- and double-byte sets, by tables, and between any two sets.
 #include "intl/unicode.h"
 
 #include <algorithm>
@@ -11,14 +11,14 @@ namespace {
 
 struct SjisBlock {
   std::uint64_t has;    // bit i: the block's code point i
-  std::uint16_t first;  // where the bytes of the lowest one are
+  std::uint16_t first;  // index in kSjisBytes of its lowest code point
 };
 
 #include "intl/charset_codes_generated.inc"
 
-// A single- or double-byte set: bytes and units below kDirect are the same, every character takes
-// one unit. decode() reads another one of `bytes` bytes, 0 where it is none; encode() gives the
-// bytes of another unit, lead * 256 + trail, 0 where the set lacks it.
+// A single- or double-byte set. Bytes and units below kDirect are the same; every character takes
+// one unit. decode() returns the unit of any other character, of `bytes` bytes, 0 if the bytes are
+// none; encode() returns the bytes of any other unit, lead * 256 + trail, 0 if the set lacks it.
 struct Ascii {
   static constexpr std::uint32_t kDirect = 0x80;
   static std::size_t bytes_at(const std::uint8_t*) { return 1; }
@@ -30,7 +30,7 @@ struct Latin1 : Ascii {
   static constexpr std::uint32_t kDirect = 0x100;
 };
 
-// Bits of a word that are set. std::popcount is a call where processors of old are served too.
+// Set bits of a word. std::popcount is a call in builds for processors without the instruction.
 std::uint32_t bits_set(std::uint64_t word) {
   word -= word >> 1 & 0x5555555555555555;
   word = (word & 0x3333333333333333) + (word >> 2 & 0x3333333333333333);
@@ -41,7 +41,7 @@ std::uint32_t bits_set(std::uint64_t word) {
 struct Sjis {
   static constexpr std::uint32_t kDirect = 0x80;
   static constexpr std::uint32_t kTrails = 188;
-  // Leads F0 to F9 are the private use area from its start.
+  // Lead bytes 0xF0 to 0xF9 map to the start of the private use area.
   static constexpr std::uint32_t kUserLead = 0xF0;
   static constexpr std::uint32_t kUserFirst = 0xE000;
   static constexpr std::uint32_t kUserCount = 10 * kTrails;
@@ -159,8 +159,7 @@ Transcoded decode_any(Encoding encoding, const std::uint8_t* from, std::size_t n
   return decode_set<Latin1, Swapped>(from, n, to, room, missing);
 }
 
-// How many of the first n bytes, all of them well-formed, are whole characters; `left` bytes are
-// there at all.
+// How many of the first n bytes are whole characters, in a well-formed text of `left` bytes.
 std::size_t whole_characters(const vdx_charattr& set, const std::uint8_t* from, std::size_t n,
                              std::size_t left) {
   if (set.max_bytes == 1) return n;
@@ -240,7 +239,7 @@ Transcoded transcode(const vdx_charattr& from_set, const std::uint8_t* from, std
         from_utf16(to_set, units, read.placed, to + state.placed, room - state.placed, missing);
     state.outcome = read.outcome;
     if (written.outcome != Transcoding::done) {
-      // Where the last character that found a place ends in the source.
+      // Read again up to the last character that was placed, to find its end in the source.
       read = to_utf16(from_set, start, left, units, written.taken, false, missing);
       state.outcome = written.outcome;
     }

@@ -1,4 +1,7 @@
-// UTF-8 and UTF-16.
+// UTF-8 and UTF-16, character by character; utf_sse2.h does blocks of sixteen bytes where it can.
+//
+// On performance: whether a character has one, two or three bytes is as unpredictable as the texts,
+// so the lengths are computed without branches.
 #include "intl/utf.h"
 
 #include <algorithm>
@@ -8,7 +11,7 @@
 namespace vdx {
 namespace {
 
-// A character of UTF-8: its code point and bytes; 0 bytes for what is none.
+// A character of UTF-8: its code point and bytes; 0 bytes where it is malformed.
 struct Character {
   std::uint32_t code;
   std::uint32_t bytes;
@@ -32,18 +35,18 @@ VDX_INLINE Character character_at(const std::uint8_t* p, std::size_t left) {
   return code < 0x10000 || code > 0x10FFFF ? kNone : Character{code, 4};
 }
 
-// Code points as UTF-16. Where there is room for the bytes that they come from there is room for
-// them.
+// Takes code points as UTF-16. A character never has more units than it has bytes in UTF-8, so a
+// room of as many units as bytes is enough.
 template <bool Swapped>
 struct Utf16Sink {
   std::uint8_t* to;
   std::size_t room;
-  std::size_t placed;  // for good
+  std::size_t placed;  // kept
   std::size_t next = placed;
 
   bool has_room(std::size_t units) const { return room - placed >= units; }
 
-  // Both stores hit the same unit where there is but one.
+  // For a single unit both stores write it.
   void character(std::uint32_t code) {
     const bool is_pair = code > 0xFFFF;
     put_unit<Swapped>(to, next, is_pair ? 0xD7C0 + (code >> 10) : code);
@@ -85,8 +88,7 @@ std::size_t utf8_blocks(const std::uint8_t*, std::size_t i, std::size_t, Sink&) 
 
 VDX_INLINE std::uint32_t trail(std::uint32_t code) { return 0x80 | (code & 0x3F); }
 
-// The bytes of a code point below 0x10000, the first one lowest. Kinds of character are as
-// unpredictable as texts, so no branch looks at them.
+// The bytes of a code point below 0x10000, the first one lowest.
 struct ShortForm {
   std::uint32_t word;
   std::uint32_t bytes;
@@ -101,7 +103,7 @@ VDX_INLINE ShortForm short_form(std::uint32_t code) {
   return {many ^ ((many ^ code) & (0 - is_short)), 2 + is_longer - is_short};
 }
 
-// No more than its bytes, from the last one on: short forms store the first byte more than once.
+// Stores exactly its bytes, the last one first: a short form stores its first byte more than once.
 VDX_INLINE void put_short(std::uint8_t* to, ShortForm form) {
   const std::uint32_t last = form.bytes - 1;
   const std::uint32_t middle = last / 2;
@@ -119,7 +121,7 @@ VDX_INLINE std::uint32_t pair_code(const std::uint8_t* units, std::size_t i) {
   return 0x10000 + ((unit_at(units, i) & 0x3FFu) << 10 | (unit_at(units, i + 1) & 0x3FFu));
 }
 
-// Whether eight units are ASCII, which are placed then.
+// Places eight units if they are all ASCII.
 VDX_INLINE bool narrow_8(const std::uint8_t* units, std::uint8_t* to) {
 #if defined(VDX_SSE2)
   const __m128i block = block_at(units);
@@ -194,8 +196,9 @@ Transcoded utf16_to_utf8(const std::uint8_t* from, std::size_t n, std::uint8_t* 
   std::size_t i = narrow_run<0x80>(from, std::min(n, room), to);
   std::size_t o = i;
   while (i < n) {
-    // Units that have room whatever they are. A word is stored for each, and what is too much of it
-    // is covered by the characters that follow: all but the last units, which may be half a pair.
+    // Units that have room even if each takes three bytes. Each store writes a whole word; later
+    // characters overwrite what is too much. So the last few units, which may be half a pair, are
+    // left to the exact stores below.
     constexpr std::size_t kCover = 4;
     const std::size_t end = i + std::min(n - i, (room - o) / 3);
     while (end - i > kCover) {

@@ -17,7 +17,7 @@ constexpr bool is_surrogate(std::uint32_t code) { return (code & ~0x7FFu) == 0xD
 constexpr bool is_high_surrogate(std::uint32_t unit) { return (unit & 0xFC00) == 0xD800; }
 constexpr bool is_low_surrogate(std::uint32_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
-// Units lie at any address.
+// At any address.
 VDX_INLINE std::uint16_t unit_at(const std::uint8_t* units, std::size_t i) {
   return load<std::uint16_t>(units + 2 * i);
 }
@@ -34,12 +34,12 @@ VDX_INLINE void put_unit(std::uint8_t* units, std::size_t i, std::uint32_t unit)
   store(units + 2 * i, static_cast<std::uint16_t>(unit));
 }
 
-// Places the bytes below Limit (0x80 or 0x100) that the text starts with as units; how many. Both
-// texts are at least n long.
+// Places the leading bytes below Limit (0x80 or 0x100) as units and returns their number. There are
+// n bytes, and room for n units.
 template <std::uint32_t Limit, bool Swapped>
 std::size_t widen_run(const std::uint8_t* from, std::size_t n, std::uint8_t* to);
 
-// Places the units below Limit (0x80 or 0x100) that the text starts with as bytes; how many.
+// Places the leading units below Limit (0x80 or 0x100) as bytes and returns their number; likewise.
 template <std::uint32_t Limit>
 std::size_t narrow_run(const std::uint8_t* units, std::size_t n, std::uint8_t* to);
 

@@ -1,8 +1,8 @@
-// UTF-8 and UTF-16 sixteen bytes at a time. utf.cpp goes character by character where a function
-// here stops, and always in builds without these instructions.
+// UTF-8 and UTF-16 sixteen bytes at a time. Where a function here stops, utf.cpp goes on character
+// by character, and always in builds without these instructions.
 //
-// Nothing outside the texts is read, and nothing behind what is placed is written: what is left of
-// a text after whole blocks is taken with the bytes before it once more.
+// Nothing outside the texts is read, and nothing after the bytes placed is written: the end of a
+// text is read as a whole block that repeats some bytes before it.
 #ifndef VDX_INTL_UTF_SSE2_H
 #define VDX_INTL_UTF_SSE2_H
 
@@ -98,7 +98,7 @@ VDX_INLINE std::size_t widen_blocks(const std::uint8_t* from, std::size_t n, std
     return run;
   }
   if (n <= 64) {
-    // Blocks from both ends, which may overlap or be the same: a branch less on the length.
+    // Blocks from both ends may overlap or be the same: one branch on the length less.
     const __m128i a = block_at(from), z = block_at(from + n - 16);
     const std::size_t second = n > 32 ? 16 : 0;
     const __m128i b = block_at(from + second), y = block_at(from + n - 16 - second);
@@ -193,21 +193,22 @@ VDX_INLINE std::size_t narrow_blocks(const std::uint8_t* units, std::size_t n, s
     if (narrow_bits<Limit>(block, block) != 0xFFFF) break;
     put_half(to + i, _mm_packus_epi16(block, block));
   }
-  // The rest is short, or its first eight units hold one that is no byte.
+  // Fewer than eight units are left, or one of the first eight is not below the limit.
   std::size_t run = 0;
   while (run < n - i && unit_at(units, i + run) < Limit) ++run;
   narrow_few(units + 2 * i, run, to + i);
   return i + run;
 }
 
-// By the bytes of a character: what the bits that mark its bytes add up to, and which code points
-// take that many. Four bytes at most.
+// By the number of bytes of a character, 4 at most: the sum of the mark bits of its bytes, as the
+// multiplications of take_characters weigh them, the mask of those bytes, and the first and the
+// span of the code points that take that many.
 struct Utf8Form {
   std::uint32_t marks, keep, first, span;
 };
 inline constexpr std::array<Utf8Form, 65> kUtf8Forms = [] {
   std::array<Utf8Form, 65> forms{};
-  for (Utf8Form& form : forms) form = {0, 0, 1, 0};  // the code is 0: none
+  for (Utf8Form& form : forms) form = {0, 0, 1, 0};  // computes the code 0, out of range
   forms[1] = {0, 0xFF, 0, 0x7F};
   forms[2] = {0x3080, 0xFFFF, 0x80, 0x7FF - 0x80};
   forms[3] = {0xE2080, 0xFFFFFF, 0x800, 0xFFFF - 0x800};
@@ -215,10 +216,11 @@ inline constexpr std::array<Utf8Form, 65> kUtf8Forms = [] {
   return forms;
 }();
 
-// Calls use(code) for each character of a block: `starts` has a bit for each byte that starts one,
-// the highest where the last one ends. Gives what they take, 0 where any is malformed; then some
-// codes were none. There are never more codes, those from 0x10000 on counted twice, than bytes.
-// Ahead: four bytes may be read from each start on; else the four that each character ends with.
+// Calls use(code) for each character of a block. `starts` has a bit for each byte that starts a
+// character; its highest bit is where the last one ends. Returns the bytes consumed, or 0 if a
+// character is malformed; codes already passed to use() must then be discarded. There are never
+// more codes than bytes, those from 0x10000 on counted twice. Ahead: four bytes may be read from
+// each start on; else the four bytes that each character ends with.
 template <bool Ahead, typename Use>
 VDX_INLINE std::size_t take_characters(const std::uint8_t* block, std::uint64_t starts, Use use) {
   std::size_t at = 0;
@@ -239,10 +241,12 @@ VDX_INLINE std::size_t take_characters(const std::uint8_t* block, std::uint64_t 
   return bad != 0 ? 0 : at;
 }
 
-// Takes text from byte i on, where a character starts, as far as blocks go and the text is
-// well-formed; gives where it stopped. The sink has has_room(n), whether what n bytes give has
-// room, ascii(block) for sixteen characters and ascii_few(text, n) for as many or fewer, and
-// character(code), the effect of which lasts where keep() follows.
+// Passes text to a sink from byte i on, where a character starts, as far as blocks go and the text
+// is well-formed. Returns where it stopped. The sink has
+//   has_room(n)         whether the characters of n bytes fit
+//   ascii(block)        sixteen ASCII characters
+//   ascii_few(text, n)  up to sixteen of them
+//   character(code)     any character, kept when keep() follows, else to be discarded
 template <typename Sink>
 VDX_INLINE std::size_t utf8_blocks(const std::uint8_t* text, std::size_t i, std::size_t n,
                                    Sink& sink) {
