@@ -1,15 +1,19 @@
 /* Text of one character set as text of another, and UTF-8 as UTF-16.
  *
- * The sets are "iso_1" (ISO 8859-1), "ascii", "utf8" and "sjis". No function here allocates, and
- * none cuts a character. Source and destination must not overlap; both may lie at any address.
+ * The sets are "iso_1" (ISO 8859-1), "ascii", "utf8" and "sjis". The last is code page 932: its bytes
+ * below 0x80 are ASCII, and its five open single bytes, 0x80, 0xA0 and 0xFD to 0xFF, are no
+ * characters.
+ *
+ * No function here allocates, and none cuts a character. Source and destination must not overlap;
+ * both may be at any address.
  * What the parameters of all three mean:
  *
  * source, length       the text and its bytes, 0 or more, or VDX_NULLTERM for a zero-terminated one
- * destination, size    receives the text, with nothing behind it; size, 0 or more, is its room in
+ * destination, size    receives the text, without a terminator; size, 0 or more, is its room in
  *                      bytes. A malformed source may leave anything in that room
  * length_out           receives the bytes placed
  *
- * Null pointers, other than those said to be allowed, are failed checks, other lengths and sizes
+ * Null pointers, except where they are allowed, are failed checks, other lengths and sizes
  * and locales that are not loaded failed assertions (frame.h): VDX_OVERFLOW with nothing stored
  * where they are resumed. */
 #ifndef VDXCOMN_CHARSET_H
@@ -39,8 +43,8 @@ VDX_API int32_t comn_charset_convert(const vdx_context *context, const vdx_local
                                      const vdx_locale *destination_locale, void *destination,
                                      int32_t size, int32_t *length_out);
 
-/* Text of a named character set as text of another, without substitutes: it ends where something
- * is in its way, with what comes before kept and counted in length_out.
+/* Text of a named character set as text of another, without substitutes: it ends before the
+ * first character that cannot be placed, and length_out counts what was placed before it.
  *
  * context         not looked at; may be null
  * from, to        zero-terminated names of character sets
@@ -49,8 +53,9 @@ VDX_API int32_t comn_charset_convert(const vdx_context *context, const vdx_local
  *   VDX_SUCCESS            the text is complete
  *   VDX_TRUNCATED          the next character does not fit
  *   VDX_MALFORMED_UNICODE  the next bytes are no well-formed UTF-8, or a cut double-byte character
- *   VDX_TRANSLATION        the set `to` lacks the next character, or the next bytes are none in the
- *                          set `from`; also for an unknown name, with length_out 0 */
+ *   VDX_TRANSLATION        the set `to` lacks the next character, or the next bytes are no
+ *                          character of the set `from`; also for an unknown name, with
+ *                          length_out 0 */
 VDX_API int32_t com_intl_xlate(const vdx_context *context, const char *from, const char *to,
                                const void *source, int32_t length, void *destination, int32_t size,
                                int32_t *length_out);

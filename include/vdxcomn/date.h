@@ -59,7 +59,7 @@ typedef struct daterec {
  * Nothing is checked: a day number outside 0001 to 9999 gives a year outside that range, a time of
  * more than a day an hour above 23; month and weekday are always in range.
  *
- * com_datecrack and com_timecrack never touch a record behind its tenth field, so a short record
+ * com_datecrack and com_timecrack never touch a record beyond its tenth field, so a short record
  * may be passed, cast to daterec *. The others take a full record.
  *
  * com_datecrack, com__datecrack   year to weekday, from the day word; com__datecrack takes the
@@ -85,7 +85,7 @@ VDX_API void com__bigtimecrack(const uint64_t *value, daterec *record);
  * as negative amounts. Where the scale is 1,000,000 the part below the second is the fraction,
  * else the millisecond.
  *
- * com_datemake         the day word, for years 1 to 9999: what lies before 1753 is left to
+ * com_datemake         the day word, for years 1 to 9999: dates before 1753 are left to
  *                      com__datetime_check_range. A faulty year leaves day word 0, a faulty month
  *                      the days of the years before, a faulty day those and the days of the
  *                      months before. The time word is never touched.

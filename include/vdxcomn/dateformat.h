@@ -3,8 +3,8 @@
  * Every function here takes a value (of its type, aligned), a buffer, the buffer's length in bytes
  * (negative: unbounded), a style and twelve zero-terminated month names from January (null where no
  * style needs them). Nine characters of a name are shown, and each byte is one: no character set is
- * known here, comn_dtloc_format (intl.h) shows longer ones whole. Nothing is checked of a value: one
- * out of range gives some text of the style's shape. No zero byte is added.
+ * known here, comn_dtloc_format (intl.h) shows longer ones whole. Values are not checked: one out of
+ * range is shown as some text of the style's shape. No zero byte is added.
  *
  * They return the bytes placed; 0 when the text was cut to the length, its first bytes placed; -1
  * for a style without a layout and -2 for a style that shows a month's name without names, with
@@ -50,7 +50,7 @@ VDX_API int32_t com__dateatochar(const vdx_datea *value, char *buffer, int32_t l
                                  uint32_t style, const char *const *months);
 
 /* A time of day: styles 0 and 9 show it alone ( 1:05PM,  1:05:09:123PM), the others as that of
- * 1900-01-01. A style without a time shows one zero byte, whatever the names. */
+ * 1900-01-01. A style without a time shows one zero byte, with or without names. */
 VDX_API int32_t com__timeatochar(const vdx_timea *value, char *buffer, int32_t length,
                                  uint32_t style, const char *const *months);
 VDX_API int32_t com__bigtimetochar(const vdx_bigtime *value, char *buffer, int32_t length,

@@ -3,7 +3,7 @@
  * Arguments of every function:
  *
  * destination   receives the value
- * text, length  bytes of the text, at least 0 (else a failed assertion); none behind them is read,
+ * text, length  bytes of the text, at least 0 (else a failed assertion); none after them is read,
  *               and a zero byte ends nothing
  * style         how a date of three numbers is read: 0 and 9 by the order, the year of two or four
  *               digits; 1, 2, 3, 4, 5, 10, 11, 21, 22 and 23 with a year of two digits; 101 to 105,
@@ -36,8 +36,8 @@
 
 VDX_BEGIN_DECLS
 
-/* A date with or without time of day (without one: midnight), or a time of day alone, which stands
- * on 1900-01-01; a blank text is its midnight. Fractions of a second are rounded to milliseconds
+/* A date with or without time of day (without one: midnight), or a time of day alone, which is on
+ * 1900-01-01; a blank text is its midnight. Fractions of a second are rounded to milliseconds
  * inside their second; rounded receives 1 where that lost digits, else 0. A date before 1753 is 1,
  * with the value stored as it was read; after every other failure the value is not to be used. */
 VDX_API int32_t com__datefromchar_mb(vdx_datetime *destination, const uint8_t *text, int32_t length,
@@ -45,7 +45,7 @@ VDX_API int32_t com__datefromchar_mb(vdx_datetime *destination, const uint8_t *t
                                      const char *const *short_months,
                                      const vdx_charattr *attributes, int32_t *rounded);
 
-/* The date of such a text, of the years 1 to 9999. What is left over beside a date is let be, but
+/* The date of such a text, of the years 1 to 9999. What is left over beside a date is ignored, but
  * a time of day has to be a valid one. Stored on success alone. */
 VDX_API int32_t com__dateafromchar_mb(vdx_datea *destination, const uint8_t *text, int32_t length,
                                       int32_t style, int32_t order, const char *const *months,
@@ -53,7 +53,7 @@ VDX_API int32_t com__dateafromchar_mb(vdx_datea *destination, const uint8_t *tex
                                       const vdx_charattr *attributes);
 
 /* The time of day of such a text, in ticks. A date has to be a valid one of the years 1 to 9999,
- * what is left over beside it is let be. Stored on success alone. */
+ * what is left over beside it is ignored. Stored on success alone. */
 VDX_API int32_t com__timeafromchar_mb(vdx_timea *destination, const uint8_t *text, int32_t length,
                                       int32_t style, int32_t order, const char *const *months,
                                       const char *const *short_months,

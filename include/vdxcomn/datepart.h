@@ -1,9 +1,9 @@
 /* Parts of dates, their names, addition and differences.
  *
  * Values belong to the caller. Nothing here allocates or takes a lock. Null pointers are failed
- * checks (frame.h), unless something else is said; resumed, a function returns 0 and changes
+ * checks (frame.h), except where noted; resumed, a function returns 0 and changes
  * nothing. Values outside of their type's range are never refused by the functions that read a
- * part: they give whatever the calendar's rules give. */
+ * part: the calendar's rules are applied to them all the same. */
 #ifndef VDXCOMN_DATEPART_H
 #define VDXCOMN_DATEPART_H
 
@@ -45,8 +45,8 @@ VDX_API int32_t com__bigdatepart(uint32_t part, const vdx_bigdatetime *value, in
  * weekday name of the context's locale, in its character set; for every other part the decimal
  * digits of the number, without leading zeros.
  *
- * context        gives the locale; null, or without a locale: the default one, English. A locale that
- *                is not loaded is a failed assertion, resumed VDX_OVERFLOW
+ * context        gives the locale; null, or without a locale: the default one, English. A locale
+ *                that is not loaded is a failed assertion, resumed VDX_OVERFLOW
  * part           VDX_PART_ value; any other is a failed assertion, resumed VDX_OVERFLOW
  * buffer         receives the text, without a terminator
  * buffer_length  bytes of buffer; no text is longer than VDX_LOC_NAME_MAX
@@ -70,9 +70,9 @@ VDX_API int32_t com__bigdatename(const vdx_context *context, uint32_t part,
  * milliseconds become the nearest ticks.
  *
  * com__date_add, and com__dateadd_both which is the same, return
- *   0           done. The date may lie before 1753: com__datetime_check_range tells
+ *   0           done. The date may be before 1753: com__datetime_check_range tells
  *   1           the date would leave 0001-01-01 to 9999-12-31, the sum passes 32 bits, or a time
- *               was to be added to a time word that is none. The value is unchanged, except that
+ *               was to be added to a time word out of range. The value is unchanged, except that
  *               years, quarters and months that give a year outside of 1 to 9999 leave day word 0
  *   VDX_OVERFLOW  VDX_PART_MICROSECOND, which a datetime cannot hold; the value is unchanged. Codes
  *               above it are a failed assertion, resumed the same.
@@ -92,7 +92,7 @@ VDX_API int32_t com__bigdateadd_both(uint32_t part, int32_t amount, vdx_bigdatet
  * and below count whole units that have elapsed, toward zero.
  *
  * com__datediff returns 0, or 1 with nothing stored where the difference passes 32 bits: above
- * 1,491,308 days in minutes, 24,855 days in seconds, 24 days in milliseconds whatever the times,
+ * 1,491,308 days in minutes, 24,855 days in seconds, 24 days in milliseconds, with any times,
  * and else as the result demands. A millisecond difference is the days' plus that of the times,
  * truncated by itself. For VDX_PART_MICROSECOND and codes above it 0 is returned and nothing
  * stored.

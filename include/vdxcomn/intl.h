@@ -7,7 +7,7 @@
  * 8859-1, month-day-year, date style 0, a 24-hour clock, weeks from Sunday, English names.
  *
  * Null pointers and locales that are not loaded (dropped, or never allocated) are failed checks
- * (frame.h) unless something else is said; where such a check is resumed, a function here returns
+ * (frame.h) except where noted; where such a check is resumed, a function here returns
  * 0 or null and changes nothing. */
 #ifndef VDXCOMN_INTL_H
 #define VDXCOMN_INTL_H
@@ -35,8 +35,8 @@ enum {
 
 /* Makes a locale of a character set with the settings of the default locale.
  *
- * context  its allocation callback gives the memory; may be null: malloc
- * charset  zero-terminated: "iso_1", "ascii", "utf8" or "sjis"
+ * context  its allocation callback provides the memory; may be null: malloc
+ * charset  zero-terminated: "iso_1", "ascii", "utf8" or "sjis", which is code page 932 (charset.h)
  * locale   receives the locale, the caller's to drop; null on failure
  *
  * Returns XS_SUCCEED, XS_FAIL for an unknown character set, XS_MEM_ERROR without memory. */
