@@ -469,7 +469,7 @@ const struct {
     {VDX_UI4, {VDX_I8, VDX_UI8, VDX_FLT8, VDX_NUM, VDX_MONEY}},
     {VDX_I8, {VDX_NUM}}, {VDX_UI8, {VDX_NUM}}, {VDX_MONEY, {VDX_NUM}},
     {VDX_MNY4, {VDX_MONEY, VDX_FLT8, VDX_NUM}},
-    {VDX_FLT4, {VDX_FLT8}, 1 << 22}, {VDX_FLT8, {}}, {VDX_NUM, {}, 1 << 16},
+    {VDX_FLT4, {VDX_FLT8}, 1 << 22}, {VDX_FLT8, {}}, {VDX_NUM, {}, 1 << 17},
     {VDX_DATETIME, {VDX_BIGDATETIME}}, {VDX_DATE4, {VDX_DATETIME, VDX_BIGDATETIME}, 9 << 16},
     {VDX_DATEA, {VDX_BIGDATETIME}}, {VDX_TIMEA, {VDX_DATETIME, VDX_BIGDATETIME, VDX_BIGTIME}},
     {VDX_BIGDATETIME, {}}, {VDX_BIGTIME, {VDX_BIGDATETIME}}};
@@ -480,33 +480,22 @@ Bytes value_of(std::int32_t code, std::uint32_t i, Random& random) {
     const std::uint32_t minute = (i >> 16) % 2 == 0 ? i * 7919 % 1440 : (i >> 17) * 359;
     return image(vdx_date4{static_cast<std::uint16_t>(i), static_cast<std::uint16_t>(minute)});
   }
-  if (kind_of(code) == Kind::date) {
-    const bool ticks = code == VDX_DATETIME || code == VDX_TIMEA;
-    const int first = code == VDX_DATETIME ? -53690 : -693595;
-    const auto day = static_cast<std::int64_t>(random.below(2958464U + unsigned(-first))) + first;
-    const auto time = static_cast<std::int64_t>(random.below(ticks ? 25920000 : 86400000000));
-    return date_image(code, code == VDX_TIMEA || code == VDX_BIGTIME ? 0 : day,
-                      code == VDX_DATEA ? 0 : time);
-  }
   if (code == VDX_FLT4)  // every sign and exponent
     return image(static_cast<std::uint32_t>(i << 23 | (random.next() >> 41)));
   if (code == VDX_FLT8) return image(random.next());
-  if (code == VDX_NUM) {
-    const auto precision = 1 + random.below(77);
-    const std::string digits = without_leading_zeros(random_digits(random, precision));
-    return numeric_image(static_cast<int>(precision), static_cast<int>(random.below(precision + 1)),
-                         !digits.empty() && random.below(2) != 0, digits);
-  }
-  const bool all = code == VDX_BIT || code == VDX_I1 || code == VDX_I2 || code == VDX_UI2;
-  Bytes bytes = image(all ? i : random.next() % 2 == 0 ? random.sized() : 0 - random.sized());
+  Bytes bytes(kRandomRoom);
+  random_value(random, code, bytes.data());
   bytes.resize(static_cast<std::size_t>(comn_typelen(code, 0)));
-  return bytes;
+  if (code == VDX_NUM && std::count(bytes.begin() + 3, bytes.end(), 0) == 32) bytes[2] = 0;
+  const bool all = code == VDX_BIT || code == VDX_I1 || code == VDX_I2 || code == VDX_UI2;
+  return all ? slice(image(i), 0, bytes.size()) : bytes;
 }
 
 // A conversion and its way back, called without what the checks of every single call cost.
 struct Trip {
   vdx_convfn there, back;
   vdx_datafmt from{}, through{}, home{};
+  std::uint32_t invalid = 0;  // images of no value, which say nothing
 
   Trip(vdx_context& context, std::int32_t source, std::int32_t via)
       : there(com_conv_func(&context, source, via)), back(com_conv_func(&context, via, source)) {
@@ -526,9 +515,11 @@ struct Trip {
     home.precision = value[0];
     home.scale = value.size() > 1 ? value[1] : 0;
     vdx_datafmt middle = through;
-    if (there(&context, &from, value.data(), &through, between, &length) != VDX_SUCCESS) return {};
+    std::int32_t code = there(&context, &from, value.data(), &through, between, &length);
+    if (code == VDX_INVALID) return ++invalid, value;
+    if (code != VDX_SUCCESS) return {};
     middle.maxlength = length;
-    const std::int32_t code = back(&context, &middle, between, &home, result.data(), &length);
+    code = back(&context, &middle, between, &home, result.data(), &length);
     if (code != VDX_SUCCESS && code != VDX_TRUNCATED)
       return {};  // microseconds of ticks are rounded
     return result;
@@ -559,6 +550,7 @@ TEST(Matrix, ValuesComeBackFromWhatHoldsThem) {
             << trips.source << " through " << via << ": " << Result{0, 0, value} << " became "
             << Result{0, 0, result};
       }
+      EXPECT_LE(trip.invalid, trips.count / kThinned / 2);
     }
   }
 }

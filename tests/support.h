@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "checks.h"
-#include "vdxcomn.h"
+#include "random_values.h"
 
 namespace vdx_test {
 
@@ -123,24 +123,6 @@ inline Result convert(vdx_context& context, std::int32_t source, const Bytes& va
                       destination_bytes.begin() + 17 + static_cast<long>(room));
   return result;
 }
-
-// A seeded source of unpredictable numbers.
-class Random {
- public:
-  explicit Random(std::uint64_t seed) : state_(seed) {}
-  std::uint64_t next() {
-    state_ ^= state_ << 13;
-    state_ ^= state_ >> 7;
-    state_ ^= state_ << 17;
-    return state_;
-  }
-  std::uint64_t below(std::uint64_t n) { return (next() >> 11) % n; }
-  // A number of any size: as many bits as come up.
-  std::uint64_t sized() { return next() >> below(64); }
-
- private:
-  std::uint64_t state_;
-};
 
 // A context whose allocations fail at a given one (from 1), or from there on.
 struct Failing {
