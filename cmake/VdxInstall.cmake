@@ -1,4 +1,5 @@
-# cmake --install: headers, both libraries, the CMake package, the pkg-config file.
+# cmake --install: headers, both libraries, the CMake package, the pkg-config file, and what headers
+# and manual point to: pages and examples.
 # Every install directory may be relative to the prefix or absolute.
 
 set(vdx_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vdxcomn)
@@ -11,6 +12,11 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INC
         FILES_MATCHING PATTERN "*.h")
 install(FILES ${vdx_conversions_header} ${vdx_batch_header}
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vdxcomn)
+
+file(GLOB vdx_pages CONFIGURE_DEPENDS docs/*.md)
+file(GLOB vdx_examples CONFIGURE_DEPENDS examples/*.c examples/data/*.cfg)
+install(FILES ${vdx_pages} LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES ${vdx_examples} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 
 install(EXPORT vdxcomnTargets NAMESPACE vdxcomn:: DESTINATION ${vdx_package_dir})
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/vdxcomnConfig.cmake.in

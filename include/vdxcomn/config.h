@@ -1,5 +1,5 @@
 /* Configuration files, the area that shares them within an application, and the paths of the
- * product's files. docs/configuration.md describes the format of the files.
+ * product's files. share/doc/vdxcomn/configuration.md describes the format.
  *
  * A file is read and parsed once for an area, by the first comn_init_cfg that names it, and shared
  * by every later handle on the same name (compared byte for byte, paths are not normalised) until

@@ -1,4 +1,5 @@
-/* Dates and times from text. One parser for all: docs/dates.md has its grammar in a table.
+/* Dates and times from text. One parser for all: share/doc/vdxcomn/dates.md has its
+ * grammar in a table.
  *
  * Arguments of every function:
  *

@@ -3,8 +3,7 @@
 # Usage: package_test.sh SOURCE BUILD CC
 set -euo pipefail
 source=$1 build=$2 cc=$3
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+source "$source/tests/install/common.sh"
 
 # Refused: no such kind, one tree for two systems, a tree of the other system, a word too many.
 for words in "nonsense out" "all out $build" "zip out $build" "deb out $build more"; do
@@ -33,13 +32,14 @@ for package in "${packages[@]}"; do
   [[ $depends == $expected ]] || { echo "$name depends on $depends"; exit 1; }
   [[ $(dpkg-deb -c "$package" | grep -c '/libvdxcomn\.so\.1') == "$libraries" ]] ||
     { echo "$name: not $libraries names of the shared library"; exit 1; }
+  grep -q '^License: Apache-2.0' "$work/tree/usr/share/doc/$name/copyright"
 done
 
-libraries=$(dirname "$(find "$work/tree" -name libvdxcomn.so)")
-awk '$0 == "```c" { on = 1; next } $0 == "```" { on = 0 } on' "$source/README.md" >"$work/readme.c"
-export PKG_CONFIG_LIBDIR=$libraries/pkgconfig PKG_CONFIG_SYSROOT_DIR=
+libdir=$(dirname "$(find "$work/tree" -name libvdxcomn.so)")
+gunzip "$work/tree/usr/share/man/man1/vdxconv.1.gz"
+check_pages "$work/tree/usr"
+export PKG_CONFIG_LIBDIR=$libdir/pkgconfig PKG_CONFIG_SYSROOT_DIR=
 # Unquoted on purpose: a list of words.
-"$cc" -std=c11 "$work/readme.c" $(pkg-config --cflags --libs vdxcomn) -o "$work/readme"
-diff <(LD_LIBRARY_PATH=$libraries "$work/readme") \
-  <(awk '$0 == "```text" { on = 1; next } $0 == "```" { on = 0 } on' "$source/README.md")
+"$cc" -std=c11 "$source/examples/readme.c" $(pkg-config --cflags --libs vdxcomn) -o "$work/readme"
+prints "$work/readme"
 [[ $("$work/tree/usr/bin/vdxconv" char i4 ' -42') == -42 ]]
