@@ -112,15 +112,19 @@ Characters decode_utf16(const Bytes& text) {
   return characters;
 }
 
+std::u32string narrowed(const Characters& characters) {
+  std::u32string text;
+  for (const Character& c : characters)
+    text += c.code >= 0xFF01 && c.code <= 0xFF5E ? c.code - 0xFEE0
+            : c.code == 0x3000                   ? U' '
+            : c.code == 0x2212                   ? U'-'
+                                                 : c.code;
+  return text;
+}
+
 std::string folded(const Characters& characters) {
   std::string text;
-  for (const Character& c : characters) {
-    char32_t code = c.code;
-    if (code >= 0xFF01 && code <= 0xFF5E) code -= 0xFEE0;
-    if (code == 0x3000) code = ' ';
-    if (code == 0x2212) code = '-';
-    text += code < 0x80 ? static_cast<char>(code) : '\x7F';
-  }
+  for (const char32_t c : narrowed(characters)) text += c < 0x80 ? static_cast<char>(c) : '\x7F';
   return text;
 }
 
@@ -140,21 +144,26 @@ Bytes encode_utf16(std::u32string_view text) {
   return bytes;
 }
 
+const LocaleDates& dates_of(Set set) {
+  static constexpr LocaleDates kDates[] = {
+      // the utf8 name has seven letters
+      {"iso_1", "Jan", 1, 0, "N D Y H:ip"},
+      {"ascii", "J'n", 2, 106, "d N Y"},
+      {"utf8", "\xD5\xB0\xD5\xB8\xD6\x82\xD5\xB6\xD5\xBE\xD5\xA1\xD6\x80", 3, 138,
+       "N D Y H:i:s.up"},
+      {"sjis", "\x82\x50\x8C\x8E", 3, 9, "N D Y H:i:s:fp"}};
+  return kDates[static_cast<int>(set)];
+}
+
 vdx_locale* locale_of(Set set) {
-  static constexpr struct {
-    const char *name, *january;  // of utf8 seven letters
-    std::int32_t order, style;
-  } kLocales[] = {{"ascii", "J'n", 2, 106},
-                  {"utf8", "\xD5\xB0\xD5\xB8\xD6\x82\xD5\xB6\xD5\xBE\xD5\xA1\xD6\x80", 3, 138},
-                  {"sjis", "\x82\x50\x8C\x8E", 3, 9}};
   static vdx_locale* const* const kMade = [] {
     static vdx_locale* made[4] = {};
-    for (int i = 0; i < 3; ++i) {
-      const auto& row = kLocales[i];
-      EXPECT_EQ(comn_loc_alloc(nullptr, row.name, &made[i + 1]), 1);
-      EXPECT_EQ(comn_loc_set(made[i + 1], VDX_LOC_DATE_ORDER, &row.order, 4), 1);
-      EXPECT_EQ(comn_loc_set(made[i + 1], VDX_LOC_DATE_STYLE, &row.style, 4), 1);
-      EXPECT_EQ(comn_loc_set(made[i + 1], VDX_LOC_SHORT_MONTH, row.january, VDX_NULLTERM), 1);
+    for (int i = 1; i < 4; ++i) {
+      const LocaleDates& dates = dates_of(kSets[i]);
+      EXPECT_EQ(comn_loc_alloc(nullptr, dates.set, &made[i]), 1);
+      EXPECT_EQ(comn_loc_set(made[i], VDX_LOC_DATE_ORDER, &dates.order, 4), 1);
+      EXPECT_EQ(comn_loc_set(made[i], VDX_LOC_DATE_STYLE, &dates.style, 4), 1);
+      EXPECT_EQ(comn_loc_set(made[i], VDX_LOC_SHORT_MONTH, dates.january, VDX_NULLTERM), 1);
     }
     return made;
   }();

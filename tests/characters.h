@@ -29,9 +29,15 @@ inline void append(Bytes& to, const Bytes& more) { to.insert(to.end(), more.begi
 enum class Set { latin1, ascii, utf8, sjis };
 inline constexpr Set kSets[] = {Set::latin1, Set::ascii, Set::utf8, Set::sjis};
 
-// The locale that stands for a set in these tests; each has a date order, a date style and names of
-// months of its own. That of latin1 is the process-wide default: null.
+// The locale that stands for a set in these tests, with dates of its own. That of latin1 is the
+// process-wide default: null.
 vdx_locale* locale_of(Set set);
+struct LocaleDates {
+  const char *set, *january;  // the short name; the others are English
+  std::int32_t order, style;
+  const char* layout;  // of the style, for show_date
+};
+const LocaleDates& dates_of(Set set);
 
 // Text of a set and as native UTF-16; nothing where the set lacks a character.
 std::optional<Bytes> encode(Set set, std::u32string_view text);
@@ -52,7 +58,9 @@ std::optional<Bytes> encode_one(Set set, char32_t c);
 Bytes encode_utf16_one(char32_t c);
 Bytes encode_unit(std::uint32_t unit);  // in native byte order
 
-// What numbers are read from: wide forms as the single ones, whatever is not ASCII as byte 127.
+// What literals are read from: wide forms as the single ones. The same with byte 127 for whatever is
+// not ASCII.
+std::u32string narrowed(const Characters& characters);
 std::string folded(const Characters& characters);
 
 }  // namespace vdx_test

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <limits>
 
-#include "date/parse.h"
+#include "literals.h"
 
 namespace vdx_test {
 
@@ -442,14 +442,19 @@ std::string shown(const Request& r, const Number& n) {
 }
 
 Bytes date_text(const Request& r) {
-  char text[256];
-  std::int32_t length = 0;
-  EXPECT_EQ(comn_dtloc_format(nullptr, locale_of(r.to), r.source, r.value.data(), text, sizeof text,
-                              &length),
-            1);
+  const DateType& type = date_type(r.source);
+  const Moment moment = read_date(type, r.value);
+  const LocaleDates& dates = dates_of(r.to);
+  std::string_view layout = dates.layout;
+  if (type.day_bytes == 0 && dates.style == 106) return {0};  // nothing of a time is shown
+  if (type.day_bytes == 0 && dates.style < 10) layout.remove_prefix(6);
+  if (type.time_bytes == 0 && dates.style < 10) layout = layout.substr(0, 5);
+  std::int64_t micros = type.time_bytes == 0 ? 0 : moment.units * type.unit / kMicro;
+  if (type.unit != kMicro) micros = micros / 1000 * 1000;
   const bool quoted = kind_of(r.destination) == Kind::text && (r.format.flags & VDX_FMT_QUOTE) != 0;
+  const std::int64_t day = type.day_bytes == 0 ? 0 : moment.day;
   Bytes bytes;
-  for (const char c : std::string_view(text, static_cast<std::size_t>(length)))
+  for (const char c : show_date(layout, dates.january, day, micros))
     bytes.insert(bytes.end(), quoted && c == '\'' ? 2 : 1, static_cast<std::uint8_t>(c));
   return bytes;
 }
@@ -597,81 +602,36 @@ Answer numeric_from_text(const Request& r, const std::string& text) {
   return n ? write_numeric(r, *n) : no_literal(r);
 }
 
-// The attributes of a set, as a value of its locale has them.
-const vdx_charattr* attributes_of(Set set) {
-  vdx_datafmt format{};
-  format.locale = locale_of(set);
-  return com_intl_charattr(nullptr, &format);
-}
-
 // Outside of money short money becomes the limit of the text's sign, money what was read.
-Answer money_from_text(const Request& r, Set set, const Bytes& text, const std::string& plain) {
+Answer money_from_text(const Request& r, const Characters& characters) {
   const WholeType& type = whole_type(r.destination);
-  vdx_money words{};
-  const std::int32_t status = com__mnyfromchar_mb(
-      &words, text.data(), static_cast<std::int32_t>(text.size()), 0, attributes_of(set));
-  if (status == 2) return no_literal(r);
-  if (status == 1 && type.code == VDX_MNY4)
-    return write_whole(r, type, plain.find('-') < plain.find_first_of("0123456789"), kMost8);
-  const std::string count = std::to_string(money_count(image(words)));
-  const bool negative = count[0] == '-';
-  Answer a = write_whole(r, type, negative, without_leading_zeros(count.substr(negative ? 1 : 0)));
-  if (status == 1) a.code = VDX_OVERFLOW;
-  return a;
+  const MoneyText money = read_money_text(narrowed(characters));
+  if (money.code == VDX_SYNTAX) return no_literal(r);
+  if (money.code == VDX_SUCCESS) return write_whole(r, type, money.negative, money.count);
+  if (type.code == VDX_MNY4) return write_whole(r, type, money.negative, kMost8);
+  return fixed(r, VDX_OVERFLOW, whole_image(type, false, money.count));
 }
 
-struct MonthNames {
-  std::string names[2][12];
-  const char* tables[2][12];
-  explicit MonthNames(Set set) {
-    for (int brief = 0; brief < 2; ++brief)
-      for (int month = 0; month < 12; ++month) {
-        char name[VDX_LOC_NAME_MAX];
-        std::int32_t length = 0;
-        EXPECT_EQ(
-            comn_intl_month(nullptr, locale_of(set), month, brief, name, sizeof name, &length), 1);
-        names[brief][month].assign(name, static_cast<std::size_t>(length));
-        tables[brief][month] = names[brief][month].c_str();
-      }
-  }
-};
-
-Answer date_from_text(const Request& r, Bytes text) {
-  static const MonthNames kNames[4] = {MonthNames(kSets[0]), MonthNames(kSets[1]),
-                                       MonthNames(kSets[2]), MonthNames(kSets[3])};
-  const MonthNames& names = kNames[static_cast<int>(r.from)];
-  while (!text.empty() && text.back() == ' ') text.pop_back();
-  text.push_back(0);  // an empty text has an address too
-  const vdx::DateText t{text.data(),
-                        static_cast<std::int32_t>(text.size() - 1),
-                        0,
-                        com_intl_dateorder(nullptr, locale_of(r.from)),
-                        names.tables[0],
-                        names.tables[1],
-                        attributes_of(r.from)};
-  std::int32_t result = 0, rounded = 0;
-  Bytes value;
-  const auto read = [&](auto parse, auto made, auto... more) {
-    result = parse(&made, t.bytes, t.length, t.style, t.order, t.months, t.short_months,
-                   t.attributes, more...);
-    value = image(made);
-  };
-  std::uint64_t big = 0;
-  if (r.destination == VDX_DATEA) read(com__dateafromchar_mb, vdx_datea{});
-  if (r.destination == VDX_TIMEA) read(com__timeafromchar_mb, vdx_timea{});
-  if (r.destination == VDX_DATETIME || r.destination == VDX_DATE4)
-    read(com__datefromchar_mb, vdx_datetime{}, &rounded);
-  if (r.destination == VDX_BIGDATETIME) result = vdx::read_bigdatetime(t, big);
-  if (r.destination == VDX_BIGTIME) result = vdx::read_bigtime(t, big);
-  if (value.empty()) value = image(big);
-  Answer a = fixed(r, VDX_SUCCESS, Bytes(static_cast<std::size_t>(comn_typelen(r.destination, 0))));
-  if (result == 0 && r.destination == VDX_DATE4)
-    a = write_date(r, kDateTypes[0], read_date(kDateTypes[0], value));
-  else if (result == 0)
-    a = fixed(r, VDX_SUCCESS, value);
-  if (result < 0) return refused(r, VDX_SYNTAX, 0);
-  if (result > 0 || a.code != VDX_SUCCESS) return refused(r, VDX_OVERFLOW, a.length);
-  return a;
+Answer date_from_text(const Request& r, const Characters& characters) {
+  const DateType& type = date_type(r.destination);
+  const bool fine = type.unit == kMicro, whole = type.day_bytes != 0 && type.time_bytes != 0;
+  const LocaleDates& dates = dates_of(r.from);
+  std::u32string january = narrowed(decode(r.from, bytes_of(dates.january)));
+  for (char32_t& c : january)
+    if (c >= 'a' && c <= 'z') c -= 32;
+  const DateText text = read_date_text(narrowed(characters), dates.order, january, whole, !fine);
+  if (text.code < 0) return refused(r, VDX_SYNTAX, 0);
+  const Answer overflow = refused(r, VDX_OVERFLOW, comn_typelen(r.destination, 0));
+  std::int64_t day = text.day;
+  if (!text.has_date) day = type.code == VDX_BIGDATETIME ? type.first_day : 0;
+  if (text.code > 0 || (type.day_bytes != 0 && day < type.first_day)) return overflow;
+  // The last millisecond of a second has the last tick of it.
+  const std::int64_t second = text.micros / 1000000 * 300;
+  const std::int64_t tick = std::min(nearest(text.micros * kMicro, kTick), second + 299);
+  if (type.code != VDX_DATE4)
+    return fixed(r, VDX_SUCCESS, date_image(type.code, day, fine ? text.micros : tick));
+  const Answer a = write_date(r, kDateTypes[0], {day, tick});
+  return a.code == VDX_SUCCESS ? a : overflow;
 }
 
 // Hexadecimal pairs; nothing where the text is something else.
@@ -721,13 +681,9 @@ Answer from_characters(const Request& r, const Characters& characters) {
     case Kind::numeric:
       return numeric_from_text(r, plain);
     case Kind::date:
-      return utf16 && encoded.size() > 1024 ? no_literal(r) : date_from_text(r, encoded);
-    case Kind::money: {
-      if (!utf16) return money_from_text(r, r.from, encoded, plain);
-      Bytes utf8;
-      for (const Character& c : characters) append(utf8, *encode_one(Set::utf8, c.code));
-      return money_from_text(r, Set::utf8, utf8, plain);
-    }
+      return utf16 && encoded.size() > 1024 ? no_literal(r) : date_from_text(r, characters);
+    case Kind::money:
+      return money_from_text(r, characters);
     case Kind::bytes:
     case Kind::varbin: {
       const std::optional<Bytes> bytes = bytes_of_hexadecimal(plain);

@@ -1,7 +1,6 @@
 // What every conversion should give, worked out slowly and plainly: numbers are strings of decimal
-// digits, texts are lists of characters, times are thirds of a microsecond. Of the library it uses
-// the readers and the formatters of dates and the reader of money texts, which have references of
-// their own; everything else is its own.
+// digits, texts are lists of characters, times are thirds of a microsecond. Of the library it asks
+// nothing but the lengths of the datatypes.
 #ifndef VDX_TESTS_ORACLE_H
 #define VDX_TESTS_ORACLE_H
 
