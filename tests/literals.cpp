@@ -199,51 +199,29 @@ std::string show_date(std::string_view layout, std::string_view january, std::in
   while (days_before(year + 1) <= day) ++year;
   for (day -= days_before(year); day >= days_in(year, month); ++month) day -= days_in(year, month);
   const std::int64_t second = micros / 1000000, hour = second / 3600;
-  std::string text;
-  for (const char field : layout) {
-    const auto number = [&](const char* format, std::int64_t value) {
-      char digits[24];
-      std::snprintf(digits, sizeof digits, format, static_cast<int>(value));
-      text += digits;
-    };
-    const std::u32string_view name = kMonths[month - 1];
-    switch (field) {
-      case 'N':
-        if (month == 1)
-          text += january;
-        else
-          for (int i = 0; i < 3; ++i) text += char(i == 0 ? name[0] : name[size_t(i)] + 32);
-        break;
-      case 'd':
-        number("%02d", day + 1);
-        break;
-      case 'D':
-        number("%2d", day + 1);
-        break;
-      case 'Y':
-        number("%04d", year);
-        break;
-      case 'H':
-        number("%2d", (hour + 11) % 12 + 1);
-        break;
-      case 'i':
-        number("%02d", second / 60 % 60);
-        break;
-      case 's':
-        number("%02d", second % 60);
-        break;
-      case 'f':
-        number("%03d", (micros + 500) / 1000 % 1000);
-        break;
-      case 'u':
-        number("%06d", micros % 1000000);
-        break;
-      case 'p':
-        text += hour < 12 ? "AM" : "PM";
-        break;
-      default:
-        text += field;
-    }
+  const struct {
+    char letter;
+    const char* format;
+    std::int64_t value;
+  } fields[] = {{'d', "%02d", day + 1},
+                {'D', "%2d", day + 1},
+                {'Y', "%04d", year},
+                {'H', "%2d", (hour + 11) % 12 + 1},
+                {'i', "%02d", second / 60 % 60},
+                {'s', "%02d", second % 60},
+                {'f', "%03d", (micros + 500) / 1000 % 1000},
+                {'u', "%06d", micros % 1000000}};
+  std::string name(kMonths[month - 1].begin(), kMonths[month - 1].begin() + 3), text;
+  for (char& c : name) c = static_cast<char>(&c == &name[0] ? c : c + 32);
+  for (const char letter : layout) {
+    const auto* const field = std::find_if(std::begin(fields), std::end(fields),
+                                           [&](const auto& f) { return f.letter == letter; });
+    char digits[24] = {letter};
+    if (field != std::end(fields))
+      std::snprintf(digits, sizeof digits, field->format, static_cast<int>(field->value));
+    text += letter == 'N'   ? month == 1 ? std::string(january) : name
+            : letter == 'p' ? hour < 12 ? "AM" : "PM"
+                            : digits;
   }
   return text;
 }

@@ -32,14 +32,6 @@ Bytes image(const T& value) {
   return bytes;
 }
 
-inline Bytes varchar_image(std::string_view text) {
-  Bytes bytes(258);
-  const auto length = static_cast<std::int16_t>(text.size());
-  std::memcpy(bytes.data(), &length, sizeof length);
-  std::copy_n(text.begin(), std::min<std::size_t>(text.size(), 256), bytes.begin() + 2);
-  return bytes;
-}
-
 // A context with a table, for the length of a test.
 struct Table {
   vdx_context context{};
@@ -60,11 +52,6 @@ struct Result {
   std::int32_t length;  // kUnset where the conversion left it alone
   Bytes bytes;          // the whole destination; kGuard where nothing was written
 
-  Bytes written() const { return Bytes(bytes.begin(), bytes.begin() + (length < 0 ? 0 : length)); }
-  std::string text() const {
-    const Bytes w = written();
-    return std::string(w.begin(), w.end());
-  }
   template <class T>
   T as() const {
     T value{};

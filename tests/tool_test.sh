@@ -1,10 +1,10 @@
 #!/bin/bash
 # Runs vdxconv as a user does: command lines, input and files in; output, messages, status out.
-#   tool_test.sh VDXCONV MAKE_VALUES EXAMPLE_CONVERT PROJECT_DIRECTORY [wine]
+#   tool_test.sh VDXCONV MAKE_VALUES PROJECT_DIRECTORY [wine]
 set -u
 export LC_ALL=C
-vdxconv=$(realpath "$1") make_values=$(realpath "$2") example=$(realpath "$3") project=$(realpath "$4")
-wine=${5:-}
+vdxconv=$(realpath "$1") make_values=$(realpath "$2") project=$(realpath "$3")
+wine=${4:-}
 values=$project/examples/data/values.txt
 dates=$project/examples/data/dates.txt
 work=$(mktemp -d) || exit 1
@@ -236,9 +236,6 @@ done
 if command -v groff > /dev/null; then
   groff -t -man -Tutf8 -ww "$project/docs/vdxconv.1" 2>&1 > /dev/null | grep . && fail 'manual warns'
 fi
-
-printf '"  -42" is -42\n"2147483648" is out of range (-101)\n"4 2" is no integer (-105)\nprice 12.3456\n' |
-  cmp -s - <("$example" || echo failed) || fail 'output of the example'
 
 [ $failures = 0 ] && echo "all passed"
 exit $((failures != 0))
