@@ -144,17 +144,30 @@ Answer fixed(const Request& r, std::int32_t code, const Bytes& value) {
   return a;
 }
 
+// A refused text leaves a counted destination empty.
+void empty_counted(const Request& r, Answer& a) {
+  if (kind_of(r.destination) != Kind::varchar && kind_of(r.destination) != Kind::varbin) return;
+  std::fill_n(a.bytes.begin(), 2, std::uint8_t{0});
+  a.open_from = std::max<std::size_t>(a.open_from, 2);
+}
+
 // No value of the source's type: the length of a fixed-length destination stands all the same, but
 // for bits.
 Answer no_value(const Request& r) {
   const Kind to = kind_of(r.destination);
   const bool fixed = to != Kind::text && to != Kind::utf16 && to != Kind::bytes;
   const bool is_set = fixed && r.source != VDX_BIT;
-  return refused(r, VDX_INVALID, is_set ? comn_typelen(r.destination, 0) : kUnset);
+  Answer a = refused(r, VDX_INVALID, is_set ? comn_typelen(r.destination, 0) : kUnset);
+  if (kind_of(r.source) == Kind::varchar) empty_counted(r, a);
+  return a;
 }
 
 // No literal of the destination's type: the destination is of no use.
-Answer no_literal(const Request& r) { return {VDX_SYNTAX, 0, untouched(r), 0}; }
+Answer no_literal(const Request& r) {
+  Answer a{VDX_SYNTAX, 0, untouched(r), 0};
+  empty_counted(r, a);
+  return a;
+}
 
 struct Destination {
   const Request& request;
@@ -198,9 +211,22 @@ struct Destination {
   }
 
   bool fits(std::size_t n) const { return n + (has(VDX_FMT_TERMINATE) ? unit : 0) <= room; }
-  void zero_last() {
-    if (has(VDX_FMT_TERMINATE) && room > 0)
-      std::fill_n(answer.bytes.begin() + static_cast<long>(room - unit), unit, std::uint8_t{0});
+  // The terminator behind a text that was cut; the last byte or unit is zero, too.
+  Answer end(std::int32_t code, std::size_t kept) {
+    if (has(VDX_FMT_TERMINATE) && room > 0) {
+      for (const std::size_t at : {kept, room - unit})
+        std::fill_n(answer.bytes.begin() + static_cast<long>(at), unit, std::uint8_t{0});
+      used = std::max(used, kept + unit);
+    }
+    answer.code = code;
+    answer.length = static_cast<std::int32_t>(used);
+    return answer;
+  }
+  // Where the next character does not fit, one padding takes what it would have taken.
+  Answer cut(std::int32_t code) {
+    const std::size_t kept = used;
+    if (has(VDX_FMT_PADNULL) != has(VDX_FMT_PADBLANK) && fits(kept)) finish(code);
+    return end(code, kept);
   }
 };
 
@@ -211,46 +237,45 @@ Answer text_of_value(const Request& r, const Bytes& text, bool asterisk) {
     d.put(text);
     return d.finish(VDX_SUCCESS);
   }
-  std::size_t placed = std::min(text.size(), d.room);
-  if (d.unit == 1 && d.has(VDX_FMT_QUOTE)) {  // whole characters, two apostrophes being one
-    std::size_t at = placed = 0;
-    bool is_open = false;
-    for (const Character& c : decode(r.to, text)) {
-      is_open ^= c.code == '\'';
-      at += c.bytes.size();
-      if (at <= d.room && !is_open) placed = at;
-    }
-  }
   if (!asterisk) {
+    std::size_t placed = d.room - (d.has(VDX_FMT_TERMINATE) ? std::min(d.unit, d.room) : 0);
+    if (d.unit == 2 || d.has(VDX_FMT_QUOTE)) {  // whole characters, two apostrophes being one
+      std::size_t at = 0, kept = 0;
+      bool is_open = false;
+      for (const Character& c : d.unit == 2 ? decode_utf16(text) : decode(r.to, text)) {
+        is_open ^= d.unit == 1 && c.code == '\'';
+        at += c.bytes.size();
+        if (at <= placed && !is_open) kept = at;
+      }
+      placed = kept;
+    }
     d.put(slice(text, 0, placed));
-  } else if (d.room >= 2 * d.unit) {  // and a zero unit
+    return d.end(VDX_OVERFLOW, placed);
+  }
+  if (d.room >= 2 * d.unit) {  // and a zero unit
     d.put(d.unit == 2 ? encode_unit('*') : Bytes{'*'});
     std::fill_n(d.answer.bytes.begin() + static_cast<long>(d.unit), d.unit, std::uint8_t{0});
     d.finish(VDX_OVERFLOW);
     d.used = static_cast<std::size_t>(d.answer.length);
   } else {
-    d.used = placed;  // so much was there room for, but nothing is told by it
+    d.used =
+        std::min(text.size(), d.room);  // so much was there room for, but nothing is told by it
   }
-  d.zero_last();
-  d.answer.code = VDX_OVERFLOW;
-  d.answer.length = static_cast<std::int32_t>(d.used);
-  return d.answer;
+  const auto length = static_cast<std::int32_t>(d.used);
+  Answer a = d.end(VDX_OVERFLOW, d.room - std::min(d.unit, d.room));
+  a.length = length;
+  return a;
 }
 
-// A text: whole characters, the terminator behind the last one that fits.
+// A text: whole characters. Too long by its terminator alone is an overflow as from any value.
 Answer text_of_characters(const Request& r, const std::vector<Bytes>& characters,
                           bool substituted) {
   Destination d(r);
-  std::size_t i = 0;
+  std::size_t i = 0, size = 0;
   for (; i < characters.size() && d.fits(d.used + characters[i].size()); ++i) d.put(characters[i]);
-  const std::int32_t code = i < characters.size() ? VDX_TRUNCATED
-                            : substituted         ? VDX_TRANSLATION
-                                                  : VDX_SUCCESS;
-  if (!d.fits(d.used)) {  // no room for a terminator alone
-    d.answer.code = code;
-    return d.answer;
-  }
-  return d.finish(code);
+  if (i == characters.size()) return d.finish(substituted ? VDX_TRANSLATION : VDX_SUCCESS);
+  for (const Bytes& character : characters) size += character.size();
+  return d.cut(size <= d.room ? VDX_OVERFLOW : VDX_TRUNCATED);
 }
 
 Answer counted(const Request& r, const Bytes& bytes, std::int32_t too_long) {
@@ -661,6 +686,7 @@ Answer from_characters(const Request& r, const Characters& characters) {
     const std::int32_t length = comn_typelen(to == Kind::utf16 ? VDX_TEXT : r.destination, 0);
     Answer a = refused(r, VDX_MALFORMED_UNICODE, length);
     if (to_text && !same) a.open_from = 0;  // placed as far as it was read
+    empty_counted(r, a);
     return a;
   }
   const std::string plain = folded(characters);
@@ -728,6 +754,8 @@ Answer from_bytes(const Request& r, const Bytes& bytes) {
   Bytes value = bytes;
   value.resize(static_cast<std::size_t>(comn_typelen(r.destination, 0)));
   if (!is_value(r.destination, value)) return no_value(r);
+  if (to == Kind::numeric)  // what follows its magnitude is no part of the value
+    std::fill(value.begin() + 3 + static_cast<long>(magnitude_bytes(value[0])), value.end(), 0);
   return fixed(r, value.size() < bytes.size() ? VDX_TRUNCATED : VDX_SUCCESS, value);
 }
 

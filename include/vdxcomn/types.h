@@ -84,13 +84,15 @@ enum {
 };
 
 /* Flags of vdx_datafmt.format, read on the destination side. VDX_FMT_PADNULL and
- * VDX_FMT_PADBLANK together are an error (VDX_BAD_PADDING). */
+ * VDX_FMT_PADBLANK together are an error (VDX_BAD_PADDING) where the text fits. */
 enum {
-  VDX_FMT_TERMINATE = 1, /* end the text with a zero byte (a zero unit for UTF-16) */
-  VDX_FMT_PADNULL = 2,   /* fill the rest of the destination with zero bytes */
-  VDX_FMT_PADBLANK = 4,  /* fill the rest with blanks; the last byte is the terminator with bit 1 */
-  VDX_FMT_QUOTE = 32,    /* double each apostrophe of a text or of a date's name of a month */
-  VDX_FMT_SWAP = 64      /* UTF-16 destinations: swap the bytes of each unit */
+  VDX_FMT_TERMINATE =
+      1,                /* end the text with a zero byte (a zero unit for UTF-16); where it does not
+                            fit, the destination's last byte or unit is zero, too */
+  VDX_FMT_PADNULL = 2,  /* fill the rest of the destination with zero bytes */
+  VDX_FMT_PADBLANK = 4, /* fill the rest with blanks; the last byte is the terminator with bit 1 */
+  VDX_FMT_QUOTE = 32,   /* double each apostrophe of a text or of a date's name of a month */
+  VDX_FMT_SWAP = 64     /* UTF-16 destinations: swap the bytes of each unit */
 };
 
 /* Results of conversions and of the arithmetic of the current layer. */
@@ -101,7 +103,7 @@ enum {
   VDX_BAD_PRECISION = -103,     /* destination precision outside 1 to 77 */
   VDX_BAD_SCALE = -104,         /* destination scale outside 0 to 77 */
   VDX_SYNTAX = -105,            /* the text is no literal of the destination type; length 0 */
-  VDX_BAD_PADDING = -106,       /* both padding flags */
+  VDX_BAD_PADDING = -106,       /* both padding flags, and the text fits */
   VDX_INVALID = -107,           /* the source value itself is invalid */
   VDX_ARITHMETIC = -108,        /* division by zero, or exact-numeric arithmetic failed */
   VDX_TRUNCATED = -113,         /* a result was delivered but shortened */
@@ -194,7 +196,9 @@ typedef struct vdx_varbin {
  *
  * A failed call leaves in *length 0 on VDX_SYNTAX; else, for a destination of fixed length, that
  * length (258 for varchar and varbin), and for the others what was placed, or on VDX_INVALID what it
- * was before. Where a bit source is refused (VDX_INVALID) it stays as it was for all of them.
+ * was before. Where a bit source is refused (VDX_INVALID) it stays as it was for all of them. A text
+ * that is refused (VDX_SYNTAX, VDX_MALFORMED_UNICODE, VDX_INVALID) leaves a varchar or varbin with a
+ * count of 0.
  *
  * Returns VDX_SUCCESS or one of the negative codes above. */
 typedef int32_t vdx_conversion(vdx_context *context, const vdx_datafmt *source_format,

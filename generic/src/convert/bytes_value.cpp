@@ -211,8 +211,8 @@ std::int32_t write_as_bytes(const Call& call, const Text& text) {
 
 std::int32_t write_as_varbin(const Call& call, const Text& text) {
   const Decoded decoded = decode(text, static_cast<unsigned char*>(call.destination) + 2, 256);
+  store(call.destination, static_cast<std::int16_t>(decoded.is_hex ? decoded.placed : 0));
   if (!decoded.is_hex) return refuse(call);
-  store(call.destination, static_cast<std::int16_t>(decoded.placed));
   *call.length = sizeof(vdx_varbin);
   return decoded.is_cut ? VDX_TRUNCATED : VDX_SUCCESS;
 }

@@ -25,12 +25,18 @@ void fill_utf16_blanks(void* destination, std::int32_t n, std::int32_t room, boo
 
 namespace {
 
-// Blanks and terminator are units of so many bytes.
+// Where the last whole unit of the destination begins; negative where there is none.
+template <std::int32_t kUnit>
+std::int32_t last_unit(std::int32_t room) {
+  return room / kUnit * kUnit - kUnit;
+}
+
+// Blanks and terminator are units of kUnit bytes.
 template <std::int32_t kUnit>
 std::int32_t finish(const vdx_datafmt& format, void* destination, std::int32_t n,
                     std::int32_t& length) {
   const std::int32_t room = format.maxlength;
-  const std::int32_t last = room / kUnit * kUnit - kUnit;  // the last whole unit of the destination
+  const std::int32_t last = last_unit<kUnit>(room);
   const bool terminate = (format.format & VDX_FMT_TERMINATE) != 0;
   if (n > room || (terminate && n > last)) {
     if (terminate && last >= 0) fill(destination, last, last + kUnit, 0);
@@ -54,6 +60,26 @@ std::int32_t finish(const vdx_datafmt& format, void* destination, std::int32_t n
   return VDX_SUCCESS;
 }
 
+template <std::int32_t kUnit>
+void end_cut(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length) {
+  length = n;
+  const std::int32_t last = last_unit<kUnit>(format.maxlength);
+  if ((format.format & VDX_FMT_TERMINATE) == 0 || last < 0) return;
+  fill(destination, n, n + kUnit, 0);
+  fill(destination, last, last + kUnit, 0);
+  length = n + kUnit;
+}
+
+template <std::int32_t kUnit>
+void pad_cut(const vdx_datafmt& format, void* destination, std::int32_t n, std::int32_t& length) {
+  const std::uint32_t paddings = format.format & (VDX_FMT_PADNULL | VDX_FMT_PADBLANK);
+  const bool pads = paddings == VDX_FMT_PADNULL || paddings == VDX_FMT_PADBLANK;
+  std::int32_t padded = n;
+  if (pads) static_cast<void>(finish<kUnit>(format, destination, n, padded));
+  end_cut<kUnit>(format, destination, n, length);
+  if (padded > length) length = padded;
+}
+
 }  // namespace
 
 std::int32_t finish_text(const vdx_datafmt& format, void* destination, std::int32_t n,
@@ -64,6 +90,26 @@ std::int32_t finish_text(const vdx_datafmt& format, void* destination, std::int3
 std::int32_t finish_utf16(const vdx_datafmt& format, void* destination, std::int32_t n,
                           std::int32_t& length) {
   return finish<2>(format, destination, n, length);
+}
+
+void end_cut_text(const vdx_datafmt& format, void* destination, std::int32_t n,
+                  std::int32_t& length) {
+  end_cut<1>(format, destination, n, length);
+}
+
+void end_cut_utf16(const vdx_datafmt& format, void* destination, std::int32_t n,
+                   std::int32_t& length) {
+  end_cut<2>(format, destination, n, length);
+}
+
+void pad_cut_text(const vdx_datafmt& format, void* destination, std::int32_t n,
+                  std::int32_t& length) {
+  pad_cut<1>(format, destination, n, length);
+}
+
+void pad_cut_utf16(const vdx_datafmt& format, void* destination, std::int32_t n,
+                   std::int32_t& length) {
+  pad_cut<2>(format, destination, n, length);
 }
 
 std::int32_t finish_bytes(const vdx_datafmt& format, void* destination, std::int32_t n,

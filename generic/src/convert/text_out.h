@@ -24,6 +24,19 @@ std::int32_t finish_text(const vdx_datafmt& format, void* destination, std::int3
 std::int32_t finish_utf16(const vdx_datafmt& format, void* destination, std::int32_t n,
                           std::int32_t& length);
 
+// Ends a text of which n bytes, whole characters, were kept because it does not fit: if a terminator
+// is asked for, and has room, it follows them and the last byte of the destination is zero as well.
+void end_cut_text(const vdx_datafmt& format, void* destination, std::int32_t n,
+                  std::int32_t& length);
+void end_cut_utf16(const vdx_datafmt& format, void* destination, std::int32_t n,
+                   std::int32_t& length);
+
+// The same, but a single padding flag fills what the next character would have needed.
+void pad_cut_text(const vdx_datafmt& format, void* destination, std::int32_t n,
+                  std::int32_t& length);
+void pad_cut_utf16(const vdx_datafmt& format, void* destination, std::int32_t n,
+                   std::int32_t& length);
+
 // Fills what n bytes leave of a byte destination if that is asked for.
 std::int32_t finish_bytes(const vdx_datafmt& format, void* destination, std::int32_t n,
                           std::int32_t& length);

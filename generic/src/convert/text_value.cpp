@@ -15,6 +15,12 @@ struct Placed {
   std::size_t n;
 };
 
+// Bytes of the destination that characters may take: a terminator keeps its own.
+std::size_t text_room(const vdx_datafmt& format) {
+  const std::int32_t terminator = (format.format & VDX_FMT_TERMINATE) != 0 ? 1 : 0;
+  return static_cast<std::size_t>(std::max(format.maxlength - terminator, 0));
+}
+
 std::size_t char_size(const vdx_charattr& set, const std::uint8_t* p, std::size_t left) {
   return static_cast<std::size_t>(char_bytes(set, p, static_cast<std::int64_t>(left)));
 }
@@ -86,6 +92,32 @@ Placed place_quoted(const Text& text, const vdx_charattr& set, std::uint8_t* to,
   }
 }
 
+std::size_t apostrophes(const vdx_charattr& set, const std::uint8_t* text, std::size_t n) {
+  std::size_t found = 0;
+  for (std::size_t at = 0; at < n;) {
+    const std::size_t size = char_size(set, text + at, n - at);
+    found += size == 1 && text[at] == kApostrophe ? 1 : 0;
+    at += size;
+  }
+  return found;
+}
+
+// Bytes of the whole text, however little of it fits; well-formed where the sets differ.
+std::size_t full_size(const Text& text, const vdx_charattr& set, bool quoted) {
+  auto left = static_cast<std::size_t>(text.length);
+  if (&set == &text.attributes) return left + (quoted ? apostrophes(set, text.bytes, left) : 0);
+  std::uint8_t some[256];
+  const std::uint8_t* from = text.bytes;
+  std::size_t size = 0;
+  for (;;) {
+    const Transcoded part = transcode(text.attributes, from, left, set, some, sizeof some);
+    size += part.placed + (quoted ? apostrophes(set, some, part.placed) : 0);
+    if (part.outcome != Transcoding::full) return size;
+    from += part.taken;
+    left -= part.taken;
+  }
+}
+
 }  // namespace
 
 Quoted quote_text(const vdx_charattr& set, const std::uint8_t* from, std::size_t n,
@@ -107,35 +139,37 @@ Quoted quote_text(const vdx_charattr& set, const std::uint8_t* from, std::size_t
 std::int32_t write_changed_text(const Call& call, const Text& text, const vdx_charattr& set) {
   const vdx_datafmt& format = *call.format;
   auto* const to = static_cast<std::uint8_t*>(call.destination);
-  // A text that is cut keeps its terminator.
-  const std::int32_t terminator = (format.format & VDX_FMT_TERMINATE) != 0 ? 1 : 0;
-  const auto room = static_cast<std::size_t>(std::max(format.maxlength - terminator, 0));
-  const Placed placed = (format.format & VDX_FMT_QUOTE) != 0 ? place_quoted(text, set, to, room)
-                                                             : place(text, set, to, room);
-  *call.length = static_cast<std::int32_t>(placed.n);
-  if (placed.code == VDX_MALFORMED_UNICODE || format.maxlength < terminator) return placed.code;
-  const std::int32_t finished =
-      finish_text(format, to, static_cast<std::int32_t>(placed.n), *call.length);
+  const bool quoted = (format.format & VDX_FMT_QUOTE) != 0;
+  const std::size_t room = text_room(format);
+  const Placed placed = quoted ? place_quoted(text, set, to, room) : place(text, set, to, room);
+  const auto n = static_cast<std::int32_t>(placed.n);
+  *call.length = n;
+  if (placed.code == VDX_MALFORMED_UNICODE) return placed.code;
+  if (placed.code == VDX_TRUNCATED) {
+    pad_cut_text(format, to, n, *call.length);
+    // A text that is too long by its terminator alone is an overflow, as from any other source.
+    const auto most = static_cast<std::size_t>(format.maxlength);
+    return room < most && full_size(text, set, quoted) == most ? VDX_OVERFLOW : VDX_TRUNCATED;
+  }
+  const std::int32_t finished = finish_text(format, to, n, *call.length);
   return finished == VDX_SUCCESS ? placed.code : finished;
 }
 
 std::int32_t write_made_text_quoted(const Call& call, const Text& text) {
   const vdx_datafmt& format = *call.format;
   const auto n = static_cast<std::size_t>(text.length);
-  const Quoted quoted =
-      quote_text(text.attributes, text.bytes, n, static_cast<std::uint8_t*>(call.destination),
-                 static_cast<std::size_t>(format.maxlength));
+  const Quoted quoted = quote_text(text.attributes, text.bytes, n,
+                                   static_cast<std::uint8_t*>(call.destination), text_room(format));
   *call.length = static_cast<std::int32_t>(quoted.placed);
-  // A text that was cut is one byte too long for the room at least.
-  const std::int32_t size = quoted.taken == n ? *call.length : format.maxlength + 1;
-  return finish_text(format, call.destination, size, *call.length);
+  if (quoted.taken == n) return finish_text(format, call.destination, *call.length, *call.length);
+  end_cut_text(format, call.destination, *call.length, *call.length);
+  return VDX_OVERFLOW;
 }
 
 std::int32_t write_changed_varchar(const Call& call, const Text& text, const vdx_charattr& set) {
   *call.length = sizeof(vdx_varchar);
   const Placed placed = place(text, set, static_cast<std::uint8_t*>(call.destination) + 2, 256);
-  if (placed.code == VDX_MALFORMED_UNICODE) return placed.code;
-  store(call.destination, static_cast<std::int16_t>(placed.n));
+  store(call.destination, static_cast<std::int16_t>(placed.n));  // 0 where the text is refused
   return placed.code;
 }
 

@@ -23,13 +23,19 @@ struct UnitRoom {
 
 bool is_swapped(const Call& call) { return (call.format->format & VDX_FMT_SWAP) != 0; }
 
-// The code of n bytes of text, padded and terminated as asked. There is room for the terminator but
-// in a destination without any.
+// The code of n bytes of text that fit, padded and terminated as asked.
 std::int32_t finish_units(const Call& call, std::size_t n, std::int32_t code) {
   const auto bytes = static_cast<std::int32_t>(n);
   *call.length = bytes;
   const std::int32_t finished = finish_utf16(*call.format, call.destination, bytes, *call.length);
-  return finished == VDX_BAD_PADDING ? finished : code;
+  return finished == VDX_SUCCESS ? code : finished;
+}
+
+// The code of a text of which n units were kept. One that is too long by its terminator alone is an
+// overflow, as from any other source.
+std::int32_t finish_cut_units(const Call& call, std::size_t n, bool only_terminator) {
+  pad_cut_utf16(*call.format, call.destination, static_cast<std::int32_t>(2 * n), *call.length);
+  return only_terminator ? VDX_OVERFLOW : VDX_TRUNCATED;
 }
 
 std::int32_t refuse(const Call& call) {
@@ -78,14 +84,21 @@ std::int32_t write_as_utf16(const Call& call, const Text& text) {
   const auto n = static_cast<std::size_t>(text.length);
   const Transcoded result = to_utf16(text.attributes, text.bytes, n, call.destination,
                                      static_cast<std::size_t>(room.text), is_swapped(call));
-  std::int32_t code = result.substituted ? VDX_TRANSLATION : VDX_SUCCESS;
   if (result.outcome != Transcoding::done) [[unlikely]] {
+    const std::uint8_t* const rest = text.bytes + result.taken;
+    const std::size_t left = n - result.taken;
     if (result.outcome == Transcoding::malformed ||
-        well_formed(text.attributes, text.bytes + result.taken, n - result.taken) !=
-            n - result.taken)
+        well_formed(text.attributes, rest, left) != left)
       return refuse(call);
-    code = VDX_TRUNCATED;
+    // Without the terminator's unit there are at most two for the character that was cut.
+    std::uint16_t units[2];
+    const auto spare = static_cast<std::size_t>(room.whole) - result.placed;
+    const bool only_terminator =
+        room.text < room.whole &&
+        to_utf16(text.attributes, rest, left, units, spare, false).outcome == Transcoding::done;
+    return finish_cut_units(call, result.placed, only_terminator);
   }
+  const std::int32_t code = result.substituted ? VDX_TRANSLATION : VDX_SUCCESS;
   *call.length = static_cast<std::int32_t>(2 * result.placed);
   if ((format.format & kFinishFlags) == 0) return code;
   return finish_units(call, 2 * result.placed, code);
@@ -96,13 +109,11 @@ std::int32_t write_made_text_as_utf16(const Call& call, const Text& text) {
   const UnitRoom room(format);
   const Transcoded result =
       to_utf16(text.attributes, text.bytes, static_cast<std::size_t>(text.length), call.destination,
-               static_cast<std::size_t>(room.whole), is_swapped(call));
+               static_cast<std::size_t>(room.text), is_swapped(call));
   if (result.outcome == Transcoding::malformed) return refuse(call);
-  const auto placed = static_cast<std::int32_t>(result.placed);
-  *call.length = 2 * placed;
-  if (result.outcome == Transcoding::full || placed > room.text) {
-    // One unit more than there is room for, at least.
-    static_cast<void>(finish_utf16(format, call.destination, format.maxlength + 2, *call.length));
+  if (result.outcome == Transcoding::full) {
+    end_cut_utf16(format, call.destination, static_cast<std::int32_t>(2 * result.placed),
+                  *call.length);
     return VDX_OVERFLOW;
   }
   const std::int32_t code = result.substituted ? VDX_TRANSLATION : VDX_SUCCESS;
@@ -153,12 +164,12 @@ std::int32_t units_to_units(const Call& call) {
   const UnitRoom room(*call.format);
   const std::uint8_t* const from = source_bytes(call);
   std::size_t n = units_of(call);
-  std::int32_t code = VDX_SUCCESS;
-  if (n > static_cast<std::size_t>(room.text)) {
+  const std::size_t all = n;
+  const bool is_cut = all > static_cast<std::size_t>(room.text);
+  if (is_cut) {
     n = static_cast<std::size_t>(room.text);
-    // Not behind the first half of a pair.
+    // A pair of surrogates is one character.
     if (n > 0 && (load<std::uint16_t>(from + 2 * n - 2) & 0xFC00) == 0xD800) --n;
-    code = VDX_TRUNCATED;
   }
   auto* const to = static_cast<unsigned char*>(call.destination);
   if (is_swapped(call)) {
@@ -167,7 +178,8 @@ std::int32_t units_to_units(const Call& call) {
   } else {
     std::memmove(to, from, 2 * n);
   }
-  return finish_units(call, 2 * n, code);
+  if (is_cut) return finish_cut_units(call, n, all == static_cast<std::size_t>(room.whole));
+  return finish_units(call, 2 * n, VDX_SUCCESS);
 }
 
 }  // namespace vdx

@@ -178,6 +178,7 @@ struct units_as_text {
   static std::int32_t convert(const Call& call) {
     if (!is_sound<Destination>(call)) {
       constexpr bool kCounted = Destination == family_varchar || Destination == family_varbin;
+      if constexpr (kCounted) store(call.destination, std::int16_t{0});
       *call.length = kCounted ? std::int32_t{sizeof(vdx_varchar)} : 0;
       return VDX_MALFORMED_UNICODE;
     }

@@ -66,12 +66,15 @@ constexpr std::int32_t fixed_length() {
     return 0;
 }
 
-// A source that is no value of its type: nothing is stored, but the length of a fixed-length
-// destination stands, as on other failures. A bit is looked at before any length is set.
+// A source that is no value of its type: nothing is stored, but that a counted destination of a text
+// is empty. The length of a fixed-length destination is set, as on other failures. A bit is looked
+// at before any length is set.
 template <Family Source, Family Destination>
 inline std::int32_t refuse(const Call& call) {
   constexpr std::int32_t kLength = fixed_length<Destination>();
   if constexpr (Source != family_bit && kLength != 0) *call.length = kLength;
+  if constexpr (is_text(Source) && (Destination == family_varchar || Destination == family_varbin))
+    store(call.destination, std::int16_t{0});
   return VDX_INVALID;
 }
 
@@ -182,12 +185,16 @@ struct from_bytes {
       const std::int32_t code = check_numeric_format(call.format->precision, call.format->scale);
       if (code != VDX_SUCCESS) return code;
     }
+    std::int32_t code = VDX_SUCCESS;
     if (bytes.length != kLength) [[unlikely]]
-      return fit_image(call, bytes, kLength, is_image<Destination>);
-    if (!is_image<Destination>(bytes.bytes)) [[unlikely]]
+      code = fit_image(call, bytes, kLength, is_image<Destination>);
+    else if (!is_image<Destination>(bytes.bytes)) [[unlikely]]
       return VDX_INVALID;
-    std::memcpy(call.destination, bytes.bytes, kLength);
-    return VDX_SUCCESS;
+    else
+      std::memcpy(call.destination, bytes.bytes, kLength);
+    if constexpr (Destination == family_num)
+      if (code != VDX_INVALID) clear_spare(static_cast<std::uint8_t*>(call.destination));
+    return code;
   }
 
  private:

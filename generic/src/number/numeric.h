@@ -77,6 +77,12 @@ VDX_INLINE Exact image_value(const std::uint8_t* image) {
   return value;
 }
 
+// Zeroes what follows the magnitude in an image of a numeric.
+inline void clear_spare(std::uint8_t* image) {
+  const std::size_t used = kBytesOfPrecision[image[0]] + 2U;
+  std::memset(image + used, 0, kNumericBytes - used);
+}
+
 // Gives VDX_SUCCESS, or VDX_INVALID for an image that is no numeric. A negative zero is read as
 // zero.
 VDX_INLINE std::int32_t read_numeric(const void* image, Exact& value) {
