@@ -1,72 +1,78 @@
-# Run with cmake -P. Reads the rows of generic/src/convert/*.list and the VDX_API declarations of
+# Run with cmake -P. Reads the rows of generic/src/lists and the VDX_API declarations of
 # include/vdxcomn/*.h; writes include/vdxcomn/conversions.h, exports.txt, vdxcomn.map and
-# vdxcomn.def below OUTPUT. Rows read CONVERSION(source, destination, way) or SPECIAL(source, destination, name) for
-# exported conversions; every other macro of a list is not exported.
+# vdxcomn.def below OUTPUT. Rows read CONVERSION(source, destination, way) or SPECIAL(source,
+# destination, way) for exported conversions; every other macro of a list is not exported.
 #
-# Every row between datatypes of fixed size, and from text to them, is an array conversion too, but
-# for those to numerics: include/vdxcomn/batch.h and src/convert/batch.list below OUTPUT, with rows
-#   BATCH_NUMBER(source, destination, way)   between numbers, but for numerics
-#   BATCH_EACH(source, destination, way)     between dates, and from numerics
+# A row between numbers or between calendar values, from a numeric to a number, and from text to a
+# number or calendar value, is an array conversion too: include/vdxcomn/batch.h and
+# src/lists/batch.list below OUTPUT, with rows
+#   BATCH_NUMBER(source, destination, way)   between numbers
+#   BATCH_EACH(source, destination, way)     between calendar values, and from numerics
 #   BATCH_TEXT(destination)
+# datatypes.list tells which family is what.
 
-file(GLOB lists ${SOURCE}/generic/src/convert/*.list)
+file(STRINGS ${SOURCE}/generic/src/lists/datatypes.list rows REGEX "^(FAMILY|ALIAS)\\(")
+foreach(row IN LISTS rows)
+  if(row MATCHES "^FAMILY\\( *([a-z0-9]+) *, *([a-z0-9]+) *, *([a-z]+) *, *([a-z0-9]+) *,")
+    set(group_${CMAKE_MATCH_1} ${CMAKE_MATCH_2})
+    set(extent_${CMAKE_MATCH_1} ${CMAKE_MATCH_3})
+    set(big_${CMAKE_MATCH_1} ${CMAKE_MATCH_4})
+  elseif(row MATCHES "^ALIAS\\( *([a-z0-9]+) *, *([a-z0-9]+) *\\)")
+    set(group_${CMAKE_MATCH_1} ${group_${CMAKE_MATCH_2}})
+  else()
+    message(FATAL_ERROR "datatypes.list: cannot read the row: ${row}")
+  endif()
+endforeach()
+
+file(GLOB lists ${SOURCE}/generic/src/lists/com_*.list)
 list(SORT lists)
 set(exports)
 set(prototypes)
-set(numbers "i1|i2|i4|i8|ui2|ui4|ui8|bit|flt4|flt8|money|mny4")
-set(dates "date|datetime|date4|datea|timea|bigdatetime|bigtime")
 set(batch_rows "")
 set(batch_prototypes "")
 macro(add_batch type source destination row)
   list(APPEND exports comnb_${source}to${destination})
-  string(APPEND batch_prototypes "VDX_API ${type} comnb_${source}to${destination};\n")
+  string(APPEND batch_added "VDX_API ${type} comnb_${source}to${destination};\n")
   string(APPEND batch_rows "${row}\n")
 endmacro()
 foreach(file IN LISTS lists)
-  file(STRINGS ${file} rows REGEX "^(CONVERSION|SPECIAL)\\(")
   get_filename_component(stem ${file} NAME_WE)
-  if(rows)
-    string(REGEX REPLACE "^com_" "" stem ${stem})
-    string(APPEND prototypes "\n/* from ${stem} */\n")
-  endif()
+  string(REGEX REPLACE "^com_" "" stem ${stem})
+  set(added "")
+  set(batch_added "")
+  file(STRINGS ${file} rows REGEX "^[A-Z]+\\(")
   foreach(row IN LISTS rows)
-    if(row MATCHES "^[A-Z]+\\( *([a-z0-9]+) *, *([a-z0-9]+) *,")
-      list(APPEND exports comn_${CMAKE_MATCH_1}to${CMAKE_MATCH_2})
-      string(APPEND prototypes "VDX_API vdx_conversion comn_${CMAKE_MATCH_1}to${CMAKE_MATCH_2};\n")
-    else()
+    if(NOT row MATCHES "^(CONVERSION|SPECIAL|INTERNAL)\\( *([a-z0-9]+) *, *([a-z0-9]+) *, *([a-z_]+) *\\)")
       message(FATAL_ERROR "${file}: cannot read the row: ${row}")
     endif()
-  endforeach()
-
-  set(before "${batch_prototypes}")
-  file(STRINGS ${file} rows REGEX "^(CONVERSION|SPECIAL|INTERNAL)\\(")
-  foreach(row IN LISTS rows)
-    string(REGEX REPLACE "^[A-Z]+\\( *([a-z0-9]+) *, *([a-z0-9]+) *, *([a-z_]+) *\\).*$" "\\1,\\2,\\3"
-           pair "${row}")
-    if(pair MATCHES "^(${numbers}),(${numbers}),([a-z_]+)$")
-      add_batch(vdx_batch ${CMAKE_MATCH_1} ${CMAKE_MATCH_2}
-                "BATCH_NUMBER(${CMAKE_MATCH_1}, ${CMAKE_MATCH_2}, ${CMAKE_MATCH_3})")
-    elseif(pair MATCHES "^(${dates}),(${dates}),([a-z_]+)$")
-      add_batch(vdx_batch ${CMAKE_MATCH_1} ${CMAKE_MATCH_2}
-                "BATCH_EACH(${CMAKE_MATCH_1}, ${CMAKE_MATCH_2}, ${CMAKE_MATCH_3})")
-    elseif(pair MATCHES "^num,(${numbers}),([a-z_]+)$")
-      add_batch(vdx_batch num ${CMAKE_MATCH_1} "BATCH_EACH(num, ${CMAKE_MATCH_1}, ${CMAKE_MATCH_2})")
-    elseif(pair MATCHES "^char,(${numbers}|${dates}),([a-z_]+)$")
-      set(destinations ${CMAKE_MATCH_1})
-      if(CMAKE_MATCH_2 STREQUAL "by_code")  # one function for a type and its big kin
-        list(APPEND destinations ${CMAKE_MATCH_1})
-        list(TRANSFORM destinations REPLACE "^(date|)timea?$" "big\\1time" AT 1)
+    set(macro ${CMAKE_MATCH_1})
+    set(from ${CMAKE_MATCH_2})
+    set(to ${CMAKE_MATCH_3})
+    set(way ${CMAKE_MATCH_4})
+    if(NOT DEFINED group_${from} OR NOT DEFINED group_${to})
+      message(FATAL_ERROR "${file}: no such family in datatypes.list: ${row}")
+    endif()
+    if(NOT macro STREQUAL "INTERNAL")
+      list(APPEND exports comn_${from}to${to})
+      string(APPEND added "VDX_API vdx_conversion comn_${from}to${to};\n")
+    endif()
+    set(pair "${group_${from}} ${group_${to}}")
+    if(pair STREQUAL "number number")
+      add_batch(vdx_batch ${from} ${to} "BATCH_NUMBER(${from}, ${to}, ${way})")
+    elseif(pair STREQUAL "calendar calendar" OR pair STREQUAL "numeric number")
+      add_batch(vdx_batch ${from} ${to} "BATCH_EACH(${from}, ${to}, ${way})")
+    elseif(pair MATCHES "^text (number|calendar)$" AND extent_${from} STREQUAL "sized")
+      add_batch(vdx_text_batch ${from} ${to} "BATCH_TEXT(${to})")
+      if(way STREQUAL "by_code")  # one function for a type and its big kin
+        add_batch(vdx_text_batch ${from} ${big_${to}} "BATCH_TEXT(${big_${to}})")
       endif()
-      foreach(destination IN LISTS destinations)
-        add_batch(vdx_text_batch char ${destination} "BATCH_TEXT(${destination})")
-      endforeach()
     endif()
   endforeach()
-  if(NOT "${before}" STREQUAL "${batch_prototypes}")
-    string(LENGTH "${before}" at)
-    string(SUBSTRING "${batch_prototypes}" ${at} -1 added)
-    string(REGEX REPLACE "^com_" "" stem ${stem})
-    set(batch_prototypes "${before}\n/* from ${stem} */\n${added}")
+  if(added)
+    string(APPEND prototypes "\n/* from ${stem} */\n${added}")
+  endif()
+  if(batch_added)
+    string(APPEND batch_prototypes "\n/* from ${stem} */\n${batch_added}")
   endif()
 endforeach()
 
@@ -160,7 +166,7 @@ VDX_END_DECLS
 
 #endif
 ")
-put(${OUTPUT}/src/convert/batch.list "// Array conversions; generated from the lists of conversions.\n${batch_rows}")
+put(${OUTPUT}/src/lists/batch.list "// Array conversions; generated from the lists of conversions.\n${batch_rows}")
 list(JOIN exports "\n" names)
 put(${OUTPUT}/exports.txt "${names}\n")
 list(JOIN exports ";\n    " names)

@@ -33,7 +33,7 @@ KINDS = [
 def read_lists():
     """What exists: (source, destination) with the macro of its row."""
     rows = {}
-    for path in sorted((ROOT / "generic/src/convert").glob("*.list")):
+    for path in sorted((ROOT / "generic/src/lists").glob("com_*.list")):
         for macro, source, destination in re.findall(r"^([A-Z]+)\((\w+), *(\w+)", path.read_text(), re.M):
             rows[source, destination] = macro
     return rows

@@ -4,6 +4,7 @@
 
 #include "arithmetic.h"
 #include "characters.h"
+#include "convert/call.h"
 
 namespace {
 
@@ -16,22 +17,18 @@ struct Pair {
   vdx_text_batch* texts;
 };
 
-// clang-format off
-enum : std::int32_t {
-  code_i1 = VDX_I1, code_i2 = VDX_I2, code_i4 = VDX_I4, code_i8 = VDX_I8,
-  code_ui2 = VDX_UI2, code_ui4 = VDX_UI4, code_ui8 = VDX_UI8, code_bit = VDX_BIT,
-  code_flt4 = VDX_FLT4, code_flt8 = VDX_FLT8, code_money = VDX_MONEY, code_mny4 = VDX_MNY4,
-  code_date = VDX_DATETIME, code_datetime = VDX_DATETIME, code_date4 = VDX_DATE4,
-  code_datea = VDX_DATEA, code_timea = VDX_TIMEA,
-  code_bigdatetime = VDX_BIGDATETIME, code_bigtime = VDX_BIGTIME, code_num = VDX_NUM,
-};
-// clang-format on
+constexpr std::int32_t code_of(vdx::Family family) {
+  std::int32_t code = 0;
+  while (vdx::kDestinationFamily[static_cast<std::size_t>(code)] != family) ++code;
+  return code;
+}
 
-#define BATCH_NUMBER(S, D, way) {#S " to " #D, code_##S, code_##D, comnb_##S##to##D, nullptr},
+#define BATCH_NUMBER(S, D, way) \
+  {#S " to " #D, code_of(vdx::family_##S), code_of(vdx::family_##D), comnb_##S##to##D, nullptr},
 #define BATCH_EACH(S, D, way) BATCH_NUMBER(S, D, way)
-#define BATCH_TEXT(D) {"text to " #D, VDX_CHAR, code_##D, nullptr, comnb_charto##D},
+#define BATCH_TEXT(D) {"text to " #D, VDX_CHAR, code_of(vdx::family_##D), nullptr, comnb_charto##D},
 constexpr Pair kPairs[] = {
-#include "convert/batch.list"
+#include "lists/batch.list"
 };
 // 12 numbers to each other, but for bit to the two of money; numerics to them; dates; texts.
 static_assert(std::size(kPairs) == 142 + 12 + 32 + 18);

@@ -15,7 +15,7 @@ inline std::int32_t write_bytes(const Call& call, const void* value, std::int32_
 }
 
 inline std::int32_t write_varbin(const Call& call, const void* value, std::int32_t size) {
-  const std::int32_t n = size < 256 ? size : 256;
+  const std::int32_t n = size < kCountedRoom ? size : kCountedRoom;
   store(call.destination, static_cast<std::int16_t>(n));
   std::memcpy(static_cast<unsigned char*>(call.destination) + 2, value,
               static_cast<std::size_t>(n));

@@ -168,7 +168,7 @@ std::int32_t write_as_text(const Call& call, Bytes bytes) {
 
 std::int32_t write_as_varchar(const Call& call, Bytes bytes) {
   const std::int64_t digits = digits_in(bytes);
-  const auto n = static_cast<std::int32_t>(std::min<std::int64_t>(digits, 256));
+  const auto n = static_cast<std::int32_t>(std::min<std::int64_t>(digits, kCountedRoom));
   store(call.destination, static_cast<std::int16_t>(n));
   put_digits(bytes, n, static_cast<unsigned char*>(call.destination) + 2);
   *call.length = sizeof(vdx_varchar);
@@ -210,7 +210,8 @@ std::int32_t write_as_bytes(const Call& call, const Text& text) {
 }
 
 std::int32_t write_as_varbin(const Call& call, const Text& text) {
-  const Decoded decoded = decode(text, static_cast<unsigned char*>(call.destination) + 2, 256);
+  const Decoded decoded =
+      decode(text, static_cast<unsigned char*>(call.destination) + 2, kCountedRoom);
   store(call.destination, static_cast<std::int16_t>(decoded.is_hex ? decoded.placed : 0));
   if (!decoded.is_hex) return refuse(call);
   *call.length = sizeof(vdx_varbin);

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 
+#include "intl/locale.h"
 #include "number/digits.h"
 #include "vdxcomn/types.h"
 
@@ -25,62 +26,58 @@ struct Call {
 // names of conversions use.
 enum Family : std::uint8_t {
   family_none,
-  family_char,
-  family_bin,
-  family_i1,
-  family_i2,
-  family_i4,
-  family_i8,
-  family_ui2,
-  family_ui4,
-  family_ui8,
-  family_bit,
-  family_flt4,
-  family_flt8,
-  family_money,
-  family_mny4,
-  family_num,
-  family_varchar,
-  family_varbin,
-  family_unichar,
-  family_datetime,
-  family_date4,
-  family_datea,
-  family_timea,
-  family_bigdatetime,
-  family_bigtime,
-  family_sensitivity,
-  family_boundary,
-  family_xml,
-  family_locator,
-  family_void,
-  // Destinations of functions that serve a part of a family, or many families.
-  family_text,   // the code text alone
-  family_image,  // the code image alone, as a source too
-  family_any,    // whatever void becomes in one way
+#define FAMILY(name, ...) family_##name,
+#include "lists/datatypes.list"
   kFamilies,
-  // Sources of type datetime are called date.
-  family_date = family_datetime,
+#define ALIAS(name, family) family_##name = family_##family,
+#include "lists/datatypes.list"
 };
+
+enum class Group : std::uint8_t { nothing, number, numeric, calendar, text, utf16, bytes, handle };
+enum class Extent : std::uint8_t { none, fixed, sized, counted };
+
+// What the list of datatypes says of each family.
+struct FamilyTraits {
+  Group group = Group::nothing;
+  Extent extent = Extent::none;
+  Family big = family_none;
+};
+
+inline constexpr std::array<FamilyTraits, kFamilies> kFamilyTraits = {{
+    {},
+#define FAMILY(name, group, extent, big, ...) {Group::group, Extent::extent, family_##big},
+#include "lists/datatypes.list"
+}};
+
+constexpr Group group_of(Family family) { return kFamilyTraits[family].group; }
+constexpr Extent extent_of(Family family) { return kFamilyTraits[family].extent; }
+
+// The big calendar types share the conversions of their smaller kin from and to text.
+constexpr Family big_kin(Family family) { return kFamilyTraits[family].big; }
+constexpr Family small_kin(Family family) {
+  for (std::size_t i = 0; i < kFamilies; ++i)
+    if (family != family_none && kFamilyTraits[i].big == family) return static_cast<Family>(i);
+  return family;
+}
 
 inline constexpr std::int32_t kCodes = VDX_DATATYPES;
 
-// The family that a code belongs to as a destination.
-inline constexpr std::array<Family, kCodes> kDestinationFamily = {
-    family_char,        family_bin,         family_char,     family_bin,     family_char,
-    family_bin,         family_i1,          family_i2,       family_i4,      family_flt4,
-    family_flt8,        family_bit,         family_datetime, family_date4,   family_money,
-    family_mny4,        family_num,         family_num,      family_varchar, family_varbin,
-    family_none,        family_sensitivity, family_boundary, family_void,    family_none,
-    family_unichar,     family_none,        family_datea,    family_timea,   family_unichar,
-    family_i8,          family_ui2,         family_ui4,      family_ui8,     family_xml,
-    family_bigdatetime, family_bigtime,     family_locator,  family_locator, family_locator};
+#define DATATYPE(code, name, ...)   \
+  static_assert(VDX_##name == code, \
+                "types.h and the list of datatypes have one code for a datatype");
+#include "lists/datatypes.list"
 
-// The family that a code belongs to as a source: labels and documents read as text.
+// The family that a code belongs to as a destination, and as a source.
+inline constexpr std::array<Family, kCodes> kDestinationFamily = [] {
+  std::array<Family, kCodes> families{};
+#define DATATYPE(code, name, source, destination, ...) families[code] = family_##destination;
+#include "lists/datatypes.list"
+  return families;
+}();
 inline constexpr std::array<Family, kCodes> kSourceFamily = [] {
-  std::array<Family, kCodes> families = kDestinationFamily;
-  for (const int code : {VDX_SENSITIVITY, VDX_BOUNDARY, VDX_XML})
-    families[static_cast<std::size_t>(code)] = family_char;
+  std::array<Family, kCodes> families{};
+#define DATATYPE(code, name, source, ...) families[code] = family_##source;
+#include "lists/datatypes.list"
   return families;
 }();
 
@@ -100,15 +97,8 @@ inline constexpr Codes kTextCodes = codes_of(kSourceFamily, family_char);
 inline constexpr Codes kAllCodes = (Codes{1} << kCodes) - 1;
 inline constexpr Codes kLocatorCodes = codes_of(kDestinationFamily, family_locator);
 
-// The big calendar types share the conversions of their smaller kin from and to text.
-constexpr Family big_kin(Family family) {
-  if (family == family_datetime) return family_bigdatetime;
-  if (family == family_timea) return family_bigtime;
-  return family_none;
-}
-
 constexpr bool is_text(Family family) {
-  return family == family_char || family == family_varchar || family == family_unichar;
+  return group_of(family) == Group::text || group_of(family) == Group::utf16;
 }
 
 // A conversion from text takes every text code, one to text likewise produces every text code.
@@ -138,30 +128,39 @@ inline bool accepts(std::int32_t datatype) {
     return static_cast<std::uint32_t>(datatype) < 64 && (Accepted >> datatype & 1) != 0;
 }
 
+// Text is read in the character set of the source's locale, which UTF-16 needs for names of months
+// alone; it is written, and calendar values are shown, as the destination's locale has it. UTF-16
+// from text has no set of its own.
+constexpr bool reads_source_locale(Family source, Family destination) {
+  return group_of(source) == Group::text ||
+         (group_of(source) == Group::utf16 && group_of(destination) == Group::calendar);
+}
+constexpr bool reads_destination_locale(Family source, Family destination) {
+  if (group_of(source) == Group::calendar) return is_text(destination);
+  return is_text(source) && group_of(destination) == Group::text;
+}
+
 inline bool pointers_given(const Call& call) {
   return call.context != nullptr && call.source != nullptr && call.source_format != nullptr &&
          call.destination != nullptr && call.format != nullptr && call.length != nullptr;
 }
 
-// Families whose values are as long as their format says.
-constexpr bool is_sized(Family family) {
-  return family == family_char || family == family_text || family == family_bin ||
-         family == family_image || family == family_unichar || family == family_sensitivity ||
-         family == family_boundary || family == family_xml || family == family_locator;
-}
-
 // True when the caller kept its side: codes that this conversion serves, a source that is there, a
-// destination whose room is not negative.
+// destination whose room is not negative, locales that are loaded where they are read.
 template <Family Source, Family Destination>
 inline bool contract_holds(const Call& call) {
   if (!accepts<accepted_sources(Source, Destination)>(call.source_format->datatype)) return false;
   if (!accepts<accepted_destinations(Destination, Source)>(call.format->datatype)) return false;
-  if constexpr (is_sized(Source))
+  if constexpr (extent_of(Source) == Extent::sized)
     if (call.source_format->maxlength < 1) return false;
-  if constexpr (Source == family_varchar || Source == family_varbin)
+  if constexpr (extent_of(Source) == Extent::counted)
     if (load<std::int16_t>(call.source) < 1) return false;
-  if constexpr (is_sized(Destination))
+  if constexpr (extent_of(Destination) == Extent::sized)
     if (call.format->maxlength < 0) return false;
+  if constexpr (reads_source_locale(Source, Destination))
+    if (!has_sound_locale(call.context, call.source_format)) return false;
+  if constexpr (reads_destination_locale(Source, Destination))
+    if (!has_sound_locale(call.context, call.format)) return false;
   return true;
 }
 

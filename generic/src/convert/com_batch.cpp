@@ -232,4 +232,4 @@ VDX_INLINE std::int64_t convert_numbers(Sources sources, Destinations destinatio
         {static_cast<const unsigned char*>(source), source_stride},                   \
         {static_cast<unsigned char*>(destination), destination_stride}, codes, n);    \
   }
-#include "convert/batch.list"
+#include "lists/batch.list"

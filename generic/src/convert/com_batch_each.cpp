@@ -20,4 +20,4 @@
         context, format, {static_cast<const unsigned char*>(source), source_stride}, \
         {static_cast<unsigned char*>(destination), destination_stride}, codes, n);   \
   }
-#include "convert/batch.list"
+#include "lists/batch.list"

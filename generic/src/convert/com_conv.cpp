@@ -21,7 +21,7 @@ namespace vdx {
 #define CONVERSION(S, D, way)
 #define SPECIAL CONVERSION
 #define INTERNAL(S, D, way) extern vdx_conversion inner_##S##to##D;
-#include "convert/all.list"
+#include "lists/all.list"
 #undef CONVERSION
 #undef SPECIAL
 #undef INTERNAL
@@ -41,7 +41,7 @@ constexpr FamilyTable kFamilyTable = [] {
 #define CONVERSION(S, D, way) table[family_##S][family_##D] = {true, comn_##S##to##D};
 #define SPECIAL CONVERSION
 #define INTERNAL(S, D, way) table[family_##S][family_##D] = {true, inner_##S##to##D};
-#include "convert/all.list"
+#include "lists/all.list"
 #undef CONVERSION
 #undef SPECIAL
 #undef INTERNAL
@@ -91,13 +91,6 @@ constexpr SpecialCell kSpecialCells[] = {
     {VDX_TEXTLOCATOR, VDX_TEXT, {true, inner_locatortotext}},
 };
 
-// The big date types share the texts of their smaller kin.
-constexpr Family shared(Family family) {
-  if (family == family_bigdatetime) return family_datetime;
-  if (family == family_bigtime) return family_timea;
-  return family;
-}
-
 constexpr Cell family_cell(std::int32_t source, std::int32_t destination) {
   const Family from = kSourceFamily[static_cast<std::size_t>(source)];
   const Family to = kDestinationFamily[static_cast<std::size_t>(destination)];
@@ -106,7 +99,7 @@ constexpr Cell family_cell(std::int32_t source, std::int32_t destination) {
     return (code(destination) & kLocatorCodes) == 0 ? kFamilyTable[from][family_any] : Cell{};
   if ((reach(source) & code(destination)) == 0) return {};
   const Cell own = kFamilyTable[from][to];
-  return own.named ? own : kFamilyTable[shared(from)][shared(to)];
+  return own.named ? own : kFamilyTable[small_kin(from)][small_kin(to)];
 }
 
 constexpr std::array<Cell, kCells> kCellTable = [] {

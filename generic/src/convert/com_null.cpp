@@ -5,14 +5,13 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <initializer_list>
 
 #include "convert/extension.h"
 #include "convert/text_out.h"
 #include "frame/allocate.h"
 #include "frame/check.h"
+#include "number/numeric.h"
 #include "vdxcomn/nulls.h"
-#include "vdxcomn/number.h"
 
 namespace vdx {
 
@@ -59,24 +58,14 @@ struct DefaultNull {
 
 constexpr std::array<DefaultNull, VDX_DATATYPES> kDefaultNulls = [] {
   std::array<DefaultNull, VDX_DATATYPES> nulls{};
-  const auto set = [&nulls](std::initializer_list<int> codes, std::int32_t length, NullKind kind,
-                            const std::uint8_t* image = kZeros) {
-    for (const int code : codes) nulls[static_cast<std::size_t>(code)] = {image, length, kind};
-  };
-  set({VDX_CHAR, VDX_BIN, VDX_TEXT, VDX_SENSITIVITY, VDX_BOUNDARY, VDX_XML}, 0, null_text);
-  set({VDX_LONGCHAR, VDX_LONGBIN, VDX_IMAGE}, 0, null_bytes);
-  set({VDX_UNICHAR, VDX_UNITEXT}, 1, null_utf16);
-  set({VDX_I1, VDX_BIT}, 1, null_fixed);
-  set({VDX_I2, 24, VDX_UI2}, 2, null_fixed);
-  set({VDX_I4, VDX_FLT4, 20, VDX_VOID, VDX_BLOB, VDX_DATEA, VDX_TIMEA, VDX_UI4}, 4, null_fixed);
-  // The short date and money types too: their images are those of their longer kin.
-  set({VDX_FLT8, VDX_DATETIME, VDX_DATE4, VDX_MONEY, VDX_MNY4, VDX_I8, VDX_UI8, VDX_BIGDATETIME,
-       VDX_BIGTIME},
-      8, null_fixed);
-  set({VDX_NUM, VDX_DECIMAL}, sizeof kNumeric, null_fixed, kNumeric);
-  set({VDX_VARCHAR, VDX_VARBIN}, sizeof kZeros, null_fixed);
-  set({VDX_TEXTLOCATOR, VDX_IMAGELOCATOR, VDX_UNITEXTLOCATOR}, sizeof kLocator, null_fixed,
-      kLocator.data());
+#define DATATYPE(code, name, source, destination, length, kind, bytes) \
+  nulls[code] = {kZeros, bytes, null_##kind};
+#define UNASSIGNED(code, bytes) nulls[code] = {kZeros, bytes, null_fixed};
+#include "lists/datatypes.list"
+  for (const int code : {VDX_NUM, VDX_DECIMAL})
+    nulls[static_cast<std::size_t>(code)].image = kNumeric;
+  for (const int code : {VDX_TEXTLOCATOR, VDX_IMAGELOCATOR, VDX_UNITEXTLOCATOR})
+    nulls[static_cast<std::size_t>(code)].image = kLocator.data();
   return nulls;
 }();
 
@@ -128,7 +117,7 @@ bool is_numeric(std::int32_t datatype) { return datatype == VDX_NUM || datatype 
 std::int32_t image_length(const vdx_datafmt& format, const vdx_null_value& value,
                           std::int32_t room) {
   const bool sized = is_numeric(format.datatype) && format.precision >= 1 && format.precision <= 77;
-  return std::min(sized ? comb_get_Prec_To_Len(format.precision) + 2 : value.length, room);
+  return std::min(sized ? numeric_length(format.precision) : value.length, room);
 }
 
 }  // namespace

@@ -82,9 +82,9 @@ using OpenText = Open<Padding::blanks>;
 using OpenUtf16 = Open<Padding::utf16_blanks>;
 
 // Records of a length and up to 256 bytes.
-template <bool Text>
+template <bool IsText>
 struct Counted {
-  static constexpr bool kText = Text;
+  static constexpr bool kText = IsText;
   static constexpr std::int32_t kLength = 0;
   static constexpr std::int32_t kHead = 2;
   static constexpr std::int32_t kLeastRoom = kHead;

@@ -209,7 +209,7 @@ template <CalendarValue Value>
 VDX_INLINE std::int32_t write_as_varchar(const Call& call, const Value&) {
   std::int32_t placed;
   const std::int32_t code = date_text_for<typename Value::Calendar>(
-      call, static_cast<unsigned char*>(call.destination) + 2, 256, placed);
+      call, static_cast<unsigned char*>(call.destination) + 2, kCountedRoom, placed);
   store(call.destination, static_cast<std::int16_t>(placed));
   *call.length = sizeof(vdx_varchar);
   return code;

@@ -324,11 +324,13 @@ struct characters {
 };
 
 struct counted_characters {
+  static constexpr std::int32_t kLength = sizeof(vdx_varchar);
+
   static Text read(const Call& call) {
     return {static_cast<const std::uint8_t*>(call.source) + 2, load<std::int16_t>(call.source),
             attributes_of(call.context, call.source_format)};
   }
-  static bool readable(const Call& call) { return load<std::int16_t>(call.source) <= 256; }
+  static bool readable(const Call& call) { return load<std::int16_t>(call.source) <= kCountedRoom; }
 
   template <typename V>
   static std::int32_t write(const Call& call, const V& value) {
@@ -340,7 +342,7 @@ struct counted_characters {
 };
 
 // Fixed-length values keep their image.
-struct bytes {
+struct byte_string {
   static Bytes read(const Call& call) {
     return {static_cast<const std::uint8_t*>(call.source), call.source_format->maxlength};
   }
@@ -355,10 +357,12 @@ struct bytes {
 };
 
 struct counted_bytes {
+  static constexpr std::int32_t kLength = sizeof(vdx_varbin);
+
   static Bytes read(const Call& call) {
     return {static_cast<const std::uint8_t*>(call.source) + 2, load<std::int16_t>(call.source)};
   }
-  static bool readable(const Call& call) { return load<std::int16_t>(call.source) <= 256; }
+  static bool readable(const Call& call) { return load<std::int16_t>(call.source) <= kCountedRoom; }
 
   template <typename V>
   static std::int32_t write(const Call& call, [[maybe_unused]] const V& value) {
@@ -368,6 +372,9 @@ struct counted_bytes {
       return write_varbin(call, call.source, sizeof(V));
   }
 };
+
+// Values without content, which no way reads.
+struct no_bytes {};
 
 }  // namespace vdx
 

@@ -6,6 +6,10 @@
 
 namespace vdx {
 
+// Bytes of text or bytes that a varchar or varbin takes behind its count.
+inline constexpr std::int32_t kCountedRoom = sizeof(vdx_varchar::bytes);
+static_assert(kCountedRoom == sizeof(vdx_varbin::bytes));
+
 inline constexpr std::uint32_t kFinishFlags =
     VDX_FMT_TERMINATE | VDX_FMT_PADNULL | VDX_FMT_PADBLANK;
 
@@ -123,7 +127,7 @@ VDX_INLINE std::int32_t write_text(const Call& call, const AnyText& text, Misfit
 template <typename AnyText>
 VDX_INLINE std::int32_t write_varchar(const Call& call, const AnyText& text) {
   store(call.destination, static_cast<std::int16_t>(text.length()));
-  put_text(static_cast<unsigned char*>(call.destination) + 2, 256, text);
+  put_text(static_cast<unsigned char*>(call.destination) + 2, kCountedRoom, text);
   *call.length = sizeof(vdx_varchar);
   return VDX_SUCCESS;
 }

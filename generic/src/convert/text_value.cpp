@@ -168,7 +168,8 @@ std::int32_t write_made_text_quoted(const Call& call, const Text& text) {
 
 std::int32_t write_changed_varchar(const Call& call, const Text& text, const vdx_charattr& set) {
   *call.length = sizeof(vdx_varchar);
-  const Placed placed = place(text, set, static_cast<std::uint8_t*>(call.destination) + 2, 256);
+  const Placed placed =
+      place(text, set, static_cast<std::uint8_t*>(call.destination) + 2, kCountedRoom);
   store(call.destination, static_cast<std::int16_t>(placed.n));  // 0 where the text is refused
   return placed.code;
 }

@@ -81,7 +81,7 @@ VDX_INLINE std::int32_t write_as_text(const Call& call, const Text& text) {
 
 VDX_INLINE std::int32_t write_as_varchar(const Call& call, const Text& text) {
   const vdx_charattr& set = attributes_of(call.context, call.format);
-  if (&set != &text.attributes || text.length > 256) [[unlikely]]
+  if (&set != &text.attributes || text.length > kCountedRoom) [[unlikely]]
     return write_changed_varchar(call, text, set);
   store(call.destination, static_cast<std::int16_t>(text.length));
   copy_text(static_cast<unsigned char*>(call.destination) + 2, text.bytes,

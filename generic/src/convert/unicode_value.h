@@ -177,7 +177,7 @@ struct units_as_text {
   template <Family, Family Destination>
   static std::int32_t convert(const Call& call) {
     if (!is_sound<Destination>(call)) {
-      constexpr bool kCounted = Destination == family_varchar || Destination == family_varbin;
+      constexpr bool kCounted = extent_of(Destination) == Extent::counted;
       if constexpr (kCounted) store(call.destination, std::int16_t{0});
       *call.length = kCounted ? std::int32_t{sizeof(vdx_varchar)} : 0;
       return VDX_MALFORMED_UNICODE;

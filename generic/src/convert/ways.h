@@ -13,38 +13,10 @@
 
 namespace vdx {
 
-// clang-format off
-template <> struct datatype<family_i1>      : integer<std::uint8_t> {};
-template <> struct datatype<family_i2>      : integer<std::int16_t> {};
-template <> struct datatype<family_i4>      : integer<std::int32_t> {};
-template <> struct datatype<family_i8>      : integer<std::int64_t> {};
-template <> struct datatype<family_ui2>     : integer<std::uint16_t> {};
-template <> struct datatype<family_ui4>     : integer<std::uint32_t> {};
-template <> struct datatype<family_ui8>     : integer<std::uint64_t> {};
-template <> struct datatype<family_bit>     : bits {};
-template <> struct datatype<family_flt4>    : floating<float> {};
-template <> struct datatype<family_flt8>    : floating<double> {};
-template <> struct datatype<family_money>   : money_count<std::int64_t> {};
-template <> struct datatype<family_mny4>    : money_count<std::int32_t> {};
-template <> struct datatype<family_num>     : exact_numeric {};
-template <> struct datatype<family_char>    : characters {};
-template <> struct datatype<family_varchar> : counted_characters {};
-template <> struct datatype<family_unichar> : utf16 {};
-template <> struct datatype<family_bin>     : bytes {};
-template <> struct datatype<family_varbin>  : counted_bytes {};
-template <> struct datatype<family_sensitivity> : characters {};
-template <> struct datatype<family_boundary>    : characters {};
-template <> struct datatype<family_xml>         : characters {};
-template <> struct datatype<family_text>        : characters {};
-template <> struct datatype<family_image>       : bytes {};
-template <> struct datatype<family_locator>     : bytes {};
-template <> struct datatype<family_datetime>    : instant<DatetimeType> {};
-template <> struct datatype<family_date4>       : instant<Date4Type> {};
-template <> struct datatype<family_datea>       : day_count {};
-template <> struct datatype<family_timea>       : time_of_day<TimeaType> {};
-template <> struct datatype<family_bigdatetime> : instant<BigdatetimeType> {};
-template <> struct datatype<family_bigtime>     : time_of_day<BigtimeType> {};
-// clang-format on
+#define FAMILY(name, group, extent, big, ...) \
+  template <>                                 \
+  struct datatype<family_##name> : __VA_ARGS__ {};
+#include "lists/datatypes.list"
 
 // Most sources are values whatever their bytes; the others say so.
 template <typename Kind>
@@ -58,9 +30,7 @@ inline bool readable(const Call& call) {
 // Bytes of a datatype whose values are all of one length, 0 for the others.
 template <Family F>
 constexpr std::int32_t fixed_length() {
-  if constexpr (F == family_varchar || F == family_varbin)
-    return sizeof(vdx_varchar);
-  else if constexpr (requires { datatype<F>::kLength; })
+  if constexpr (requires { datatype<F>::kLength; })
     return datatype<F>::kLength;
   else
     return 0;
@@ -73,7 +43,7 @@ template <Family Source, Family Destination>
 inline std::int32_t refuse(const Call& call) {
   constexpr std::int32_t kLength = fixed_length<Destination>();
   if constexpr (Source != family_bit && kLength != 0) *call.length = kLength;
-  if constexpr (is_text(Source) && (Destination == family_varchar || Destination == family_varbin))
+  if constexpr (is_text(Source) && extent_of(Destination) == Extent::counted)
     store(call.destination, std::int16_t{0});
   return VDX_INVALID;
 }
@@ -96,7 +66,7 @@ struct direct {
   }
 };
 
-// A date whatever it is: its destination says alone what it can hold.
+// Reads without checking the source's range: the destination checks it.
 struct any_date {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
@@ -116,7 +86,7 @@ inline Exact exact_of(Money<M> money) {
 
 // Through the exact value: a sign, a magnitude and a scale that lose nothing. One writer serves
 // every source.
-struct exact {
+struct as_numeric {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
     static_assert(Destination == family_num);
@@ -218,7 +188,7 @@ struct no_content {
   }
 };
 
-// A bit as a byte string: a destination without room gets nothing and is told it got a byte.
+// A bit as a byte string. With maxlength 0 nothing is stored, yet the length is 1.
 struct bit_as_byte {
   template <Family, Family>
   static std::int32_t convert(const Call& call) {
@@ -227,7 +197,7 @@ struct bit_as_byte {
       *call.length = 1;
       return VDX_SUCCESS;
     }
-    return bytes::write(call, bits::read(call));
+    return byte_string::write(call, bits::read(call));
   }
 };
 

@@ -41,6 +41,11 @@ constexpr std::int32_t check_numeric_format(std::int32_t precision, std::int32_t
   return VDX_SUCCESS;
 }
 
+// Bytes of an image of the precision (1 to 77) that its value takes.
+constexpr std::int32_t numeric_length(std::int32_t precision) {
+  return kBytesOfPrecision[static_cast<std::size_t>(precision)] + 2;
+}
+
 // The image of the value at the given precision and scale, which may be unaligned. Gives
 // VDX_SUCCESS; VDX_OVERFLOW with the largest magnitude of the precision and the value's sign
 // written; a code of check_numeric_format with nothing written.
@@ -79,8 +84,8 @@ VDX_INLINE Exact image_value(const std::uint8_t* image) {
 
 // Zeroes what follows the magnitude in an image of a numeric.
 inline void clear_spare(std::uint8_t* image) {
-  const std::size_t used = kBytesOfPrecision[image[0]] + 2U;
-  std::memset(image + used, 0, kNumericBytes - used);
+  const std::int32_t used = numeric_length(image[0]);
+  std::memset(image + used, 0, static_cast<std::size_t>(kNumericBytes - used));
 }
 
 // Gives VDX_SUCCESS, or VDX_INVALID for an image that is no numeric. A negative zero is read as

@@ -1,2 +1,0 @@
-#include "convert/define.h"
-#include "convert/com_unichar.list"
