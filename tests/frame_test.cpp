@@ -2,10 +2,22 @@
 #include <cstdarg>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <set>
 
 #include "frame/check.h"
 #include "support.h"
+
+// Conversions that the table alone reaches.
+namespace vdx {
+#define CONVERSION(S, D, way)
+#define SPECIAL CONVERSION
+#define INTERNAL(S, D, way) extern vdx_conversion inner_##S##to##D;
+#include "lists/all.list"
+#undef CONVERSION
+#undef SPECIAL
+#undef INTERNAL
+}  // namespace vdx
 
 namespace {
 
@@ -110,6 +122,104 @@ TEST_F(FrameDeath, ResumedCallsReturnTheirFailure) {
               has_match("^(\nInvalid NULL[^\n]*\n){4}\n\rassertion[^\n]*\n\r"
                         "(\nInvalid NULL[^\n]*\n){2}$"));
 }
+
+#if !defined(_WIN32)  // where sources may be read
+// A bad call of a function in each file with checks, and how the line that opens the function's
+// definition names it.
+const struct {
+  const char* name;
+  void (*call)();
+} kBadCalls[] = {
+    {"com_appglobal_alloc(", [] { com_appglobal_alloc(nullptr, 0, 0); }},
+    {"com__chtoi4_mb", [] { com__chtoi4_mb(nullptr, 1, nullptr, nullptr); }},
+    {"com__datefromchar_mb",
+     [] { com__datefromchar_mb(nullptr, nullptr, 0, 0, 0, nullptr, nullptr, nullptr, nullptr); }},
+    {"com__datetochar(", [] { com__datetochar(nullptr, nullptr, 0, 0, nullptr); }},
+    {"VDX_PART(com__datepart,", [] { com__datepart(VDX_PART_DAY, nullptr, 0); }},
+    {"com_conv_free(", [] { com_conv_free(nullptr); }},
+    {"com_datezero(", [] { com_datezero(nullptr); }},
+    {"com_ep_s(", [] { com_ep_s(nullptr, nullptr, 0); }},
+    {"com_errdrop(", [] { com_errdrop(nullptr); }},
+    {"com_errset(", [] { com_errset(9); }},
+    {"com_get_tclcfg(", [] { com_get_tclcfg(nullptr, 1); }},
+    {"com_null_free(", [] { com_null_free(nullptr); }},
+    {"com_panic(", [] { com_panic(nullptr); }},
+    {"VDX_FILLER(i4,", [] { com_seti4null(nullptr, 0, nullptr, 0); }},
+    {"com_tds_get_cstype(", [] { com_tds_get_cstype(38, 4, nullptr); }},
+    {"comn_charset_convert(",
+     [] { comn_charset_convert(nullptr, nullptr, nullptr, 0, nullptr, nullptr, 0, nullptr); }},
+    {"comn_create_event(", [] { comn_create_event(nullptr); }},
+    {"comn_create_thread_ex(", [] { comn_create_thread_ex(nullptr, nullptr, nullptr, 0); }},
+    {"comn_dtloc_format(",
+     [] { comn_dtloc_format(nullptr, nullptr, VDX_DATEA, nullptr, nullptr, 0, nullptr); }},
+    {"comn_fixedtobin(", [] { comn_fixedtobin(nullptr, 1, nullptr, nullptr, nullptr); }},
+    {"comn_init_cfg(", [] { comn_init_cfg(nullptr, nullptr, 0, nullptr); }},
+    {"comn_intl_day(", [] { comn_intl_day(nullptr, nullptr, 0, nullptr, 0, nullptr); }},
+    {"comn_loc_drop(", [] { comn_loc_drop(nullptr, nullptr); }},
+    {"comn_numadd(", [] { comn_numadd(nullptr, nullptr, nullptr); }},
+    {"comn_whole_char(", [] { comn_whole_char(nullptr, nullptr, 0); }},
+    {"cfg__clearbuf(", [] { cfg__clearbuf(nullptr); }},
+    {"cfg__getc(", [] { cfg__getc(nullptr); }},
+    {"lm_exit(", [] { lm_exit(nullptr); }},
+#define CONVERSION(S, D, way) \
+  {"(" #S ", " #D ", ",       \
+   [] { comn_##S##to##D(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr); }},
+#define SPECIAL CONVERSION
+#define INTERNAL(S, D, way) \
+  {"(" #S ", " #D ", ",     \
+   [] { vdx::inner_##S##to##D(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr); }},
+#include "lists/all.list"
+};
+
+// Files with checks, and lists of conversions.
+std::map<std::string, std::filesystem::path> checked_files() {
+  std::map<std::string, std::filesystem::path> files;
+  for (const char* const folder : {"/generic", "/posix"})
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(std::string(VDX_SOURCE_DIR) + folder)) {
+      const std::string name = entry.path().filename(), end = entry.path().extension();
+      const std::string text = end == ".cpp" ? contents(entry.path()) : "";
+      const bool is_list = end == ".list" && name.starts_with("com_");
+      if (is_list || text.find(" VDX_CHECK_") != std::string::npos ||
+          text.find(" VDX_ASSERT(") != std::string::npos)
+        files[name] = entry.path();
+    }
+  return files;
+}
+
+[[noreturn]] void check_reports() {
+  vdx_test::handle_checks(Handler::kResume);
+  com_toggle_abort(2);
+  const auto files = checked_files();
+  std::set<std::string> met;
+  std::string faults;
+  for (const auto& [name, call] : kBadCalls) {
+    testing::internal::CaptureStderr();
+    call();
+    const std::string report = testing::internal::GetCapturedStderr();
+    const std::size_t quote = report.find('\'') + 1, at = report.find("' line ");
+    const std::string file = at == std::string::npos ? "" : report.substr(quote, at - quote);
+    met.insert(file);
+    std::string opening, line;  // the last line up to the reported one that is not indented
+    if (files.contains(file)) {
+      std::ifstream lines(files.at(file));
+      for (int left = std::atoi(report.c_str() + at + 7); left > 0; --left)
+        if (std::getline(lines, line) && std::isalpha(static_cast<unsigned char>(line[0])) != 0)
+          opening = line;
+    }
+    if (opening.find(name) == std::string::npos) faults += name + (" has" + report) + opening;
+  }
+  for (const auto& [file, path] : files) {
+    if (!met.contains(file)) faults += "no bad call for " + file + '\n';
+  }
+  std::fputs(faults.c_str(), stderr);
+  std::exit(faults.empty() ? 0 : 1);
+}
+
+TEST_F(FrameDeath, ReportsNameTheFunctionThatWasCalled) {
+  EXPECT_EXIT(check_reports(), ExitedWithCode(0), has_match("^$"));
+}
+#endif
 
 TEST_F(Frame, PersistentReportsGoToBothPlaces) {
   const auto home = std::filesystem::current_path();
