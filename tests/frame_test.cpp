@@ -134,7 +134,7 @@ const struct {
     {"com__chtoi4_mb", [] { com__chtoi4_mb(nullptr, 1, nullptr, nullptr); }},
     {"com__datefromchar_mb",
      [] { com__datefromchar_mb(nullptr, nullptr, 0, 0, 0, nullptr, nullptr, nullptr, nullptr); }},
-    {"com__datetochar(", [] { com__datetochar(nullptr, nullptr, 0, 0, nullptr); }},
+    {"com__datetochar,", [] { com__datetochar(nullptr, nullptr, 0, 0, nullptr); }},
     {"VDX_PART(com__datepart,", [] { com__datepart(VDX_PART_DAY, nullptr, 0); }},
     {"com_conv_free(", [] { com_conv_free(nullptr); }},
     {"com_datezero(", [] { com_datezero(nullptr); }},
