@@ -567,12 +567,12 @@ Answer integer_from_text(const Request& r, const std::string& text) {
   return a;
 }
 
-// Blanks, sign, digits with at most one point, exponent, blanks.
+// Blanks, sign, blanks, digits with at most one point, exponent, blanks.
 std::optional<Number> read_decimal(const std::string& text) {
   std::string rest = trimmed(text), digits;
   if (rest.empty()) return Number{};
   const bool negative = rest[0] == '-';
-  if (negative || rest[0] == '+') rest.erase(0, 1);
+  if (negative || rest[0] == '+') rest = trimmed(rest.substr(1));
   std::int64_t scale = 0, exponent = 0;
   bool point = false;
   std::size_t i = 0;
@@ -606,7 +606,7 @@ Answer real_from_text(const Request& r, const std::string& text) {
   for (char& c : word)
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
   const bool negative = !word.empty() && word[0] == '-';
-  if (negative || (!word.empty() && word[0] == '+')) word.erase(0, 1);
+  if (negative || (!word.empty() && word[0] == '+')) word = trimmed(word.substr(1));
   using Limits = std::numeric_limits<T>;
   if (word == "inf")
     return fixed(r, VDX_SUCCESS, image(negative ? -Limits::infinity() : Limits::infinity()));

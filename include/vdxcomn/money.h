@@ -158,10 +158,11 @@ VDX_API char *com_precmnytochar(const vdx_money *value, char *buffer, int32_t le
  * set and are required.
  *
  * Blanks, one sign and one currency symbol may come first, in any order; then digits with at most
- * one point, with commas that are skipped (the first group has 0 to 3 digits or 7, further ones 3
- * before another comma, decimals count too: "1,234.5,6" is no money value); then blanks only. The
- * fifth decimal rounds the fourth, later ones count for nothing; behind the smallest money a fifth
- * decimal other than 0 is outside of money. Text without digits is zero.
+ * one point, with commas that are skipped; then blanks only. The first group has 0 to 3 digits or
+ * 7, further ones 3 before another comma. Every digit that enters the value counts for its group,
+ * so that "1,234.5,6" is no money value, but decimals after the fourth do not. The fifth decimal
+ * rounds the fourth, later ones count for nothing; after the smallest money a fifth decimal other
+ * than 0 is outside of money. Text without digits is zero.
  *
  * Returns 0; 1 when the value is outside of money; 2 when the text is no money value. After a
  * failure the result holds what was read so far, without its sign. */

@@ -250,6 +250,7 @@ template <typename F>
     return VDX_SUCCESS;
   }
   const bool negative = text.take_sign();
+  text.skip_blanks();
   if (!text.at_digit() && text.peek() != '.') return read_word(text, negative, value);
   Digits digits;
   bool any = false;

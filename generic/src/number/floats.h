@@ -89,8 +89,9 @@ template <typename F>
 std::int32_t read_any_float(const std::uint8_t* text, std::int32_t length,
                             const vdx_charattr& attributes, F& value);
 
-// Reads a text of any length into the nearest float, ties to even: blanks around, a sign, digits
-// with at most one point, an exponent; or a sign and nan or inf in any case. Blank text is 0. Gives
+// Reads a text of any length into the nearest float, ties to even: blanks around, a sign and
+// blanks, digits with at most one point, an exponent; or nan or inf in any case for the digits.
+// Blank text is 0. Gives
 // VDX_SUCCESS, VDX_OVERFLOW with the largest float of the sign, VDX_UNDERFLOW with a zero of the
 // sign, or VDX_SYNTAX with the value unchanged.
 template <typename F>

@@ -238,6 +238,7 @@ std::int32_t parse_numeric_grammar(const std::uint8_t* text, std::int32_t length
   characters.skip_blanks();
   if (characters.more()) {
     decimal.negative = characters.take_sign();
+    characters.skip_blanks();
     if (!read_digits(characters, decimal) || !characters.take_exponent(decimal.exponent))
       return VDX_SYNTAX;
     characters.skip_blanks();

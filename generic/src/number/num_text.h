@@ -22,8 +22,8 @@ struct NumericText {
 void put_numeric(const Exact& value, NumericText& text);
 
 // Text of any length in the given character set as an image, halves rounded away from zero: blanks,
-// a sign, digits with at most one point, an exponent, blanks. Blank text is zero. Gives the codes
-// of write_numeric, or VDX_SYNTAX with nothing written.
+// a sign, blanks, digits with at most one point, an exponent, blanks. Blank text is zero. Gives the
+// codes of write_numeric, or VDX_SYNTAX with nothing written.
 std::int32_t parse_numeric(const std::uint8_t* text, std::int32_t length,
                            const vdx_charattr& attributes, std::int32_t precision,
                            std::int32_t scale, void* image);
