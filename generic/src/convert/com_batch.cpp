@@ -38,11 +38,8 @@ VDX_INLINE std::int32_t narrow_halves(const unsigned char* source, To& to) {
   const bool sign_fits = std::is_signed_v<From> || std::is_unsigned_v<To> || sign == 0;
   const bool fits = low_fits & high_fits & sign_fits;
   const bool below = std::is_signed_v<From> && static_cast<std::int32_t>(high) < 0;
-  const To limit = below ? std::numeric_limits<To>::min() : std::numeric_limits<To>::max();
-  to = fits ? cut : limit;
-  const std::int32_t code =
-      below && std::is_unsigned_v<To> && sizeof(To) > 1 ? VDX_UNDERFLOW : VDX_OVERFLOW;
-  return fits ? std::int32_t{VDX_SUCCESS} : code;
+  to = fits ? cut : nearest_limit<To>(below);
+  return fits ? std::int32_t{VDX_SUCCESS} : range_code<To>(below);
 }
 
 // An integer to one of fewer bytes: limited in its own lanes, then packed once.
@@ -54,10 +51,7 @@ VDX_INLINE std::int32_t narrow_lanes(From from, To& to) {
   const From raised = from < kLeast ? kLeast : from;
   const From near = raised > kMost ? kMost : raised;
   to = static_cast<To>(near);
-  const std::int32_t code = std::cmp_less(from, 0) && std::is_unsigned_v<To> && sizeof(To) > 1
-                                ? VDX_UNDERFLOW
-                                : VDX_OVERFLOW;
-  return near == from ? std::int32_t{VDX_SUCCESS} : code;
+  return near == from ? std::int32_t{VDX_SUCCESS} : range_code<To>(std::cmp_less(from, 0));
 }
 
 template <Family Family_>

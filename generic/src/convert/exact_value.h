@@ -11,15 +11,12 @@ namespace vdx {
 // Toward zero, and only then into the range: what is cut off never makes a value negative.
 template <Integral T>
 inline std::int32_t narrow(const Exact& value, T& result) {
-  using Limits = std::numeric_limits<T>;
   const Magnitude whole = whole_part(value);
   const bool wide = (whole[1] | whole[2] | whole[3]) != 0;
   const bool negative = value.negative && !is_zero(whole);
-  const std::uint64_t most = signed_magnitude(negative ? Limits::min() : Limits::max()).magnitude;
-  if (wide || whole[0] > most) [[unlikely]] {
-    result = negative ? Limits::min() : Limits::max();
-    return negative && std::is_unsigned_v<T> && sizeof(T) > 1 ? VDX_UNDERFLOW : VDX_OVERFLOW;
-  }
+  const std::uint64_t most = signed_magnitude(nearest_limit<T>(negative)).magnitude;
+  if (wide || whole[0] > most) [[unlikely]]
+    return saturate(negative, result);
   result = static_cast<T>(negative ? 0 - whole[0] : whole[0]);
   return VDX_SUCCESS;
 }
@@ -37,9 +34,7 @@ inline std::int32_t narrow(const Exact& value, Money<T>& result) {
   count.scale = 0;
   std::int64_t wide = 0;
   fits = fits && narrow(count, wide) == VDX_SUCCESS;
-  if (!fits)
-    wide = value.negative ? std::numeric_limits<std::int64_t>::min()
-                          : std::numeric_limits<std::int64_t>::max();
+  if (!fits) wide = nearest_limit<std::int64_t>(value.negative);
   fits = narrow(wide, result.count) == VDX_SUCCESS && fits;
   return fits ? VDX_SUCCESS : VDX_OVERFLOW;
 }

@@ -15,18 +15,14 @@ inline std::int32_t narrow(const Float<F>& from, To& to) {
   // The smallest integer above the range; always a power of two, so the same in every float type.
   constexpr F kAbove = static_cast<F>(Limits::max() / 2 + 1) * 2;
   const F number = from.number;
-  if (number >= kAbove) [[unlikely]] {
-    to = Limits::max();
-    return VDX_OVERFLOW;
-  }
+  if (number >= kAbove) [[unlikely]]
+    return saturate(false, to);
   // The largest that truncates to something below the range, where the type has a float between
   // that and the limit.
   constexpr F kLeast = std::is_signed_v<To> ? -kAbove : F{0};
   const bool below = kLeast - 1 < kLeast ? number <= kLeast - 1 : number < kLeast;
-  if (below) [[unlikely]] {
-    to = Limits::min();
-    return std::is_unsigned_v<To> && sizeof(To) > 1 ? VDX_UNDERFLOW : VDX_OVERFLOW;
-  }
+  if (below) [[unlikely]]
+    return saturate(true, to);
   if (number != number) [[unlikely]] {
     to = 0;
     return VDX_INVALID;

@@ -14,16 +14,14 @@
 #include <utility>
 
 #include "convert/bytes_out.h"
-#include "number/integer_text.h"
+#include "convert/range.h"
 #include "convert/text_out.h"
 #include "intl/locale.h"
 #include "number/floats.h"
+#include "number/integer_text.h"
 #include "number/money_value.h"
 
 namespace vdx {
-
-template <typename T>
-concept Integral = std::integral<T> && !std::same_as<T, bool>;
 
 struct Text {
   const std::uint8_t* bytes;
@@ -50,16 +48,14 @@ struct Float {
   T number;
 };
 
-// The nearest value of To, and the code: a negative value below an unsigned type is an underflow,
-// but for the one-byte type, where it is an overflow.
+// narrow(from, to) stores the value of To's range that is nearest to `from` and returns the code,
+// for every kind of source.
 template <Integral To, Integral From>
 inline std::int32_t narrow(From from, To& to) {
   to = static_cast<To>(from);
   if (std::cmp_equal(to, from)) [[likely]]
     return VDX_SUCCESS;
-  const bool below = std::cmp_less(from, 0);
-  to = below ? std::numeric_limits<To>::min() : std::numeric_limits<To>::max();
-  return below && std::is_unsigned_v<To> && sizeof(To) > 1 ? VDX_UNDERFLOW : VDX_OVERFLOW;
+  return saturate(std::cmp_less(from, 0), to);
 }
 
 // What every type of fixed length does alike: its image is its value.
@@ -227,6 +223,12 @@ struct money_count : fixed<T> {
     return code;
   }
 
+  static std::int32_t put_limit(const Call& call, bool below) {
+    T count;
+    const std::int32_t code = saturate(below, count);
+    return put(call, count, code);
+  }
+
   template <typename M>
   static std::int32_t write(const Call& call, Money<M> money) {
     fixed<T>::set_length(call);
@@ -238,12 +240,10 @@ struct money_count : fixed<T> {
   template <Integral V>
   static std::int32_t write(const Call& call, V units) {
     fixed<T>::set_length(call);
-    constexpr T kMost = std::numeric_limits<T>::max();
-    constexpr T kLeast = std::numeric_limits<T>::min();
-    if (std::cmp_greater(units, kMost / 10000)) [[unlikely]]
-      return put(call, kMost, VDX_OVERFLOW);
-    if (std::cmp_less(units, kLeast / 10000)) [[unlikely]]
-      return put(call, kLeast, VDX_OVERFLOW);
+    if (std::cmp_greater(units, nearest_limit<T>(false) / 10000)) [[unlikely]]
+      return put_limit(call, false);
+    if (std::cmp_less(units, nearest_limit<T>(true) / 10000)) [[unlikely]]
+      return put_limit(call, true);
     return put(call, static_cast<T>(static_cast<T>(units) * 10000), VDX_SUCCESS);
   }
 
@@ -261,11 +261,8 @@ struct money_count : fixed<T> {
     fixed<T>::set_length(call);
     if (number.number != number.number) return put(call, 0, VDX_INVALID);
     std::int64_t count;
-    if (!double_to_money(static_cast<double>(number.number), count)) {
-      constexpr T kMost = std::numeric_limits<T>::max();
-      constexpr T kLeast = std::numeric_limits<T>::min();
-      return put(call, number.number < 0 ? kLeast : kMost, VDX_OVERFLOW);
-    }
+    if (!double_to_money(static_cast<double>(number.number), count))
+      return put_limit(call, number.number < 0);
     return write(call, Money<std::int64_t>{count});
   }
 
@@ -280,9 +277,8 @@ struct money_count : fixed<T> {
       return VDX_SYNTAX;
     }
     // Money keeps what was read of the text; short money has no room for so much.
-    using Limits = std::numeric_limits<T>;
     if constexpr (sizeof(T) == 8) return put(call, count, VDX_OVERFLOW);
-    return put(call, status == kMoneyBelow ? Limits::min() : Limits::max(), VDX_OVERFLOW);
+    return put_limit(call, status == kMoneyBelow);
   }
 };
 
