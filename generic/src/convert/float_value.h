@@ -5,6 +5,8 @@
 #include <cmath>
 
 #include "convert/kinds.h"
+#include "number/float_exact.h"
+#include "number/float_text.h"
 
 namespace vdx {
 

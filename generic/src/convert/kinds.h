@@ -17,7 +17,7 @@
 #include "convert/range.h"
 #include "convert/text_out.h"
 #include "intl/locale.h"
-#include "number/floats.h"
+#include "number/float_reader.h"
 #include "number/integer_text.h"
 #include "number/money_value.h"
 

@@ -1,4 +1,9 @@
-// Text of any character set, read as the single bytes that its characters fold to.
+// The one walker over text of any character set: for numbers and hexadecimal digits that are not
+// plain single bytes.
+//
+// A character folds to the single byte that it is a form of: a full-width digit to the digit, a wide
+// blank to the blank; characters that are no form of a byte fold to 0. In a set of single bytes
+// every byte is a character and stands for itself.
 #ifndef VDX_NUMBER_FOLDED_TEXT_H
 #define VDX_NUMBER_FOLDED_TEXT_H
 
@@ -15,10 +20,14 @@ class FoldedText {
     fold();
   }
 
-  // 0 behind the end, and for characters that fold to nothing.
+  // 0 at the end as well.
   std::uint8_t peek() const { return folded_; }
   bool more() const { return at_ != end_; }
   bool at_digit() const { return folded_ >= '0' && folded_ <= '9'; }
+  // Whether the character, as it is, has a CharClass bit.
+  bool at_class(CharClass bit) const {
+    return more() && (char_class(attributes_, at_, bytes_) & bit) != 0;
+  }
 
   void next() {
     at_ += bytes_;
@@ -39,7 +48,7 @@ class FoldedText {
         return false;
     return true;
   }
-  // Whether it is negative.
+  // Takes a sign if there is one; true after a minus sign.
   bool take_sign() {
     const bool minus = take('-');
     if (!minus) take('+');

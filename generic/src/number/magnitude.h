@@ -57,6 +57,28 @@ constexpr std::uint64_t limb_power(std::int32_t exponent) {
   return kPowersOfTen[static_cast<std::size_t>(exponent)][0];
 }
 
+// Decimal digits of a limb; 0 has one. 1233 / 4096 is log10(2) to four digits: for every length in
+// bits it gives the digits of the smallest number of that length, or one less.
+constexpr std::uint32_t decimal_digits(std::uint64_t v) {
+  v |= 1;  // changes no number's digits: powers of ten above 1 are even
+  const auto least = static_cast<std::uint32_t>(std::bit_width(v)) * 1233 >> 12;
+  return least + (v >= limb_power(static_cast<std::int32_t>(least)) ? 1 : 0);
+}
+static_assert([] {
+  for (std::int32_t digits = 1; digits <= kLimbDigits; ++digits) {
+    const auto count = static_cast<std::uint32_t>(digits);
+    if (decimal_digits(limb_power(digits)) != count + 1) return false;
+    if (decimal_digits(limb_power(digits) - 1) != count) return false;
+  }
+  for (int bits = 1; bits < 64; ++bits)  // both ends of every length
+    if (decimal_digits((std::uint64_t{1} << bits) - 1) !=
+            decimal_digits(std::uint64_t{1} << bits) &&
+        limb_power(static_cast<std::int32_t>(decimal_digits((std::uint64_t{1} << bits) - 1))) !=
+            std::uint64_t{1} << bits)
+      return false;
+  return decimal_digits(0) == 1 && decimal_digits(~std::uint64_t{0}) == 20;
+}());
+
 constexpr std::int32_t bytes_of(const Magnitude& m) {
   for (std::size_t i = 4; i-- > 0;)
     if (m[i] != 0)

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "number/folded_text.h"
+#include "number/plain_number.h"
 
 namespace vdx {
 namespace {
@@ -30,20 +31,13 @@ VDX_INLINE void put_digits(unsigned char* end, std::uint64_t number, std::uint32
   }
 }
 
-constexpr std::uint32_t decimal_digits(std::uint64_t v) {  // 0 has one
-  const auto low = static_cast<std::uint32_t>(std::bit_width(v | 1)) * 1233 >> 12;
-  return low + (low < 20 && v >= limb_power(static_cast<std::int32_t>(low)) ? 1 : 0) +
-         (v == 0 ? 1 : 0);
-}
-
-constexpr std::size_t kKept =
-    80;  // more digits than a value has, so that those left out never round
-
-// Digits and a power of ten: what a text says, whatever its length.
-struct Decimal {
+// The digits of a text of any length, and a power of ten. A numeric has at most 77 digits and the
+// next one rounds: digits after the 80 that are kept cannot matter.
+struct LongDecimal {
+  static constexpr std::size_t kKept = 80;
   std::uint8_t digits[kKept];  // characters, without leading zeros
   std::size_t count = 0;
-  std::int64_t exponent = 0;
+  std::int64_t exponent = 0;  // of the last digit kept
   bool negative = false;
 };
 
@@ -53,8 +47,7 @@ class Accumulator {
  public:
   VDX_INLINE void digits(const std::uint8_t* p, std::uint32_t n) {
     for (; n >= 16; n -= 16, p += 16) append(Block::whole(p).number(16), kTen16);
-    if (n != 0)
-      append(number_in(p, Block::of(p, n), n, n), limb_power(static_cast<std::int32_t>(n)));
+    if (n != 0) append(number_at(p, n), limb_power(static_cast<std::int32_t>(n)));
   }
   VDX_INLINE void add(std::uint64_t up) {
     VDX_UNROLL
@@ -83,9 +76,9 @@ class Accumulator {
   std::uint64_t limbs_[kLimbs] = {};
 };
 
-// The decimal at the scale. The first digit that goes decides the rounding.
-std::int32_t settle(const Decimal& decimal, std::int32_t precision, std::int32_t scale,
-                    void* image) {
+// The decimal as an image. The first digit that goes decides the rounding.
+std::int32_t put_decimal(const LongDecimal& decimal, std::int32_t precision, std::int32_t scale,
+                         void* image) {
   const std::int64_t up = decimal.exponent + scale;
   const auto count = static_cast<std::int64_t>(decimal.count);
   Magnitude magnitude{};
@@ -103,7 +96,7 @@ std::int32_t settle(const Decimal& decimal, std::int32_t precision, std::int32_t
   return put_image(fits, magnitude, decimal.negative, precision, scale, image);
 }
 
-bool read_digits(FoldedText& text, Decimal& decimal) {
+bool read_digits(FoldedText& text, LongDecimal& decimal) {
   bool any = false, point = false;
   for (;; text.next()) {
     const std::uint8_t c = text.peek();
@@ -115,68 +108,28 @@ bool read_digits(FoldedText& text, Decimal& decimal) {
     any = true;
     if (point) --decimal.exponent;
     if (c == '0' && decimal.count == 0) continue;
-    if (decimal.count < kKept)
+    if (decimal.count < LongDecimal::kKept)
       decimal.digits[decimal.count++] = c;
     else
       ++decimal.exponent;
   }
 }
 
-// The digits from p on.
-VDX_INLINE std::uint32_t digit_run(const std::uint8_t* p, const std::uint8_t* end) {
-  std::uint32_t run = 0;
-  for (std::ptrdiff_t left; (left = end - p - run) > 0; run += 16) {
-    const auto n = static_cast<std::uint32_t>(std::min<std::ptrdiff_t>(left, 16));
-    const std::uint32_t others = ~Block::of(p + run, n).digits() |
-                                 static_cast<std::uint32_t>(std::uint64_t{0xFFFFFFFF} << n);
-    if (const int ones = std::countr_zero(others); ones < 16)
-      return run + static_cast<std::uint32_t>(ones);
-  }
-  return run;
-}
-
-// The parts of a text of blanks, a sign, digits, a point, digits and blanks: nearly every text.
-// These are single bytes that stand for themselves in every character set.
-struct PlainDecimal {
-  const std::uint8_t* digits;
-  const std::uint8_t* fraction;
-  std::uint32_t whole;
-  std::uint32_t places;
-  bool negative;
-};
-
-VDX_INLINE bool split_plain(const std::uint8_t* p, const std::uint8_t* end, PlainDecimal& plain) {
-  while (p != end && *p == ' ') ++p;
-  while (end - p >= 8 && load<std::uint64_t>(end - 8) == kEightBlanks) end -= 8;
-  while (p != end && end[-1] == ' ') --end;
-  if (p == end) return false;
-  plain.negative = *p == '-';
-  p += (*p == '-') | (*p == '+');  // no branch: signs are as unpredictable as values
-  plain.digits = p;
-  plain.whole = digit_run(p, end);
-  plain.fraction = end;
-  plain.places = 0;
-  p += plain.whole;
-  if (p == end) return plain.whole != 0;
-  if (*p != '.') return false;
-  plain.fraction = p + 1;
-  plain.places = digit_run(p + 1, end);
-  return plain.fraction + plain.places == end && plain.whole + plain.places != 0;
-}
-
+// With `kept` of its places. The first one that goes decides the rounding.
 template <std::size_t kLimbs>
-VDX_INLINE std::int32_t put_plain(const PlainDecimal& plain, std::uint32_t kept,
+VDX_INLINE std::int32_t put_plain(const PlainNumber& number, std::uint32_t kept,
                                   std::int32_t precision, std::int32_t scale, void* image) {
+  const bool negative = number.minus != 0;
   Accumulator<kLimbs> sum;
-  sum.digits(plain.digits, plain.whole);
-  sum.digits(plain.fraction, kept);
-  if (kept < plain.places) sum.add(plain.fraction[kept] >= '5' ? 1 : 0);
+  sum.digits(number.whole(), number.whole_digits());
+  sum.digits(number.fraction(), kept);
+  if (kept < number.places) sum.add(number.fraction()[kept] >= '5' ? 1 : 0);
   const auto missing = scale - static_cast<std::int32_t>(kept);
   if (missing == 0) [[likely]]
-    return put_image(true, sum.magnitude(), plain.negative, precision, scale, image);
+    return put_image(true, sum.magnitude(), negative, precision, scale, image);
   Magnitude magnitude = sum.magnitude();
   const bool fits = scale_up(magnitude, missing);
-  return put_image(fits, magnitude, plain.negative, precision, scale, image);
+  return put_image(fits, magnitude, negative, precision, scale, image);
 }
 
 }  // namespace
@@ -234,7 +187,7 @@ std::int32_t parse_numeric_grammar(const std::uint8_t* text, std::int32_t length
                                    const vdx_charattr& attributes, std::int32_t precision,
                                    std::int32_t scale, void* image) {
   FoldedText characters(text, length, attributes);
-  Decimal decimal;
+  LongDecimal decimal;
   characters.skip_blanks();
   if (characters.more()) {
     decimal.negative = characters.take_sign();
@@ -244,7 +197,7 @@ std::int32_t parse_numeric_grammar(const std::uint8_t* text, std::int32_t length
     characters.skip_blanks();
     if (characters.more()) return VDX_SYNTAX;
   }
-  return settle(decimal, precision, scale, image);
+  return put_decimal(decimal, precision, scale, image);
 }
 
 std::int32_t parse_numeric(const std::uint8_t* text, std::int32_t length,
@@ -253,12 +206,15 @@ std::int32_t parse_numeric(const std::uint8_t* text, std::int32_t length,
   if (const std::int32_t code = check_numeric_format(precision, scale); code != VDX_SUCCESS)
       [[unlikely]]
     return code;
-  PlainDecimal plain;
-  if (length > 0 && split_plain(text, text + length, plain)) [[likely]] {
-    const std::uint32_t kept = std::min(plain.places, static_cast<std::uint32_t>(scale));
-    if (plain.whole + kept <= 38) return put_plain<2>(plain, kept, precision, scale, image);
-    if (plain.whole + kept <= static_cast<std::uint32_t>(kMaxPrecision))
-      return put_plain<4>(plain, kept, precision, scale, image);
+  PlainNumber number;
+  if (length > 0 && recognise<kWithPoint>(text, static_cast<std::uint32_t>(length), number))
+      [[likely]] {
+    // 38 digits always fit two limbs, 77 four.
+    const std::uint32_t kept = std::min(number.places, static_cast<std::uint32_t>(scale));
+    const std::uint32_t digits = number.whole_digits() + kept;
+    if (digits <= 38) return put_plain<2>(number, kept, precision, scale, image);
+    if (digits <= static_cast<std::uint32_t>(kMaxPrecision))
+      return put_plain<4>(number, kept, precision, scale, image);
   }
   return parse_numeric_grammar(text, length, attributes, precision, scale, image);
 }

@@ -1,0 +1,158 @@
+// Text to money. A plain number that fits at once is an integer of ten-thousandths; every other text
+// goes by the grammar, which knows currency symbols, commas, blanks of every kind and rounding.
+#include "intl/charattr.h"
+#include "number/folded_text.h"
+#include "number/money_value.h"
+#include "number/plain_number.h"
+
+namespace vdx {
+namespace {
+
+// One walk over a text. The value grows digit by digit and keeps what was read when the walk fails.
+class MoneyGrammar {
+ public:
+  explicit MoneyGrammar(const FoldedText& text) : text_(text) {}
+
+  std::int32_t read() {
+    if (!take_front()) return kMoneySyntax;
+    if (const std::int32_t status = take_digits(); status != kMoneyDone) return status;
+    for (; text_.more(); text_.next())
+      if (!text_.at_class(kClassBlank)) return kMoneySyntax;
+    return finish();
+  }
+  std::int64_t value() const { return value_; }
+
+ private:
+  std::int32_t overflow() const { return minus_ ? kMoneyBelow : kMoneyOverflow; }
+
+  // Blanks, a sign and a currency symbol, in any order; false where there is a second one.
+  bool take_front() {
+    bool sign = false, currency = false;
+    for (;; text_.next()) {
+      const std::uint8_t c = text_.peek();
+      if (c == ' ') continue;
+      const bool is_sign = c == '+' || c == '-';
+      if (!is_sign && !text_.at_class(kClassCurrency)) return true;
+      bool& seen = is_sign ? sign : currency;
+      if (seen) return false;
+      seen = true;
+      minus_ = minus_ || c == '-';
+    }
+  }
+
+  std::int32_t take_digits() {
+    for (; text_.more(); text_.next()) {
+      const std::uint8_t c = text_.peek();
+      if (text_.at_digit()) {
+        const std::int32_t status = places_ < 4 ? take_digit(c - '0') : take_more(c - '0');
+        if (status != kMoneyDone) return status;
+      } else if (c == '.' && places_ < 0) {
+        places_ = 0;
+      } else if (c == ',' && (group_ < 0 || group_ == 3)) {
+        group_ = 0;
+      } else {
+        break;
+      }
+    }
+    return kMoneyDone;
+  }
+
+  std::int32_t take_digit(std::int32_t digit) {
+    ++group_;
+    if (places_ >= 0) ++places_;
+    // The magnitude of the smallest money is 2^63, which scaling cannot reach.
+    if (minus_ && value_ == -(kMoneyMin / 10) && digit == 8) {
+      value_ = kMoneyMin;
+      at_smallest_ = true;
+      return kMoneyDone;
+    }
+    return scale_money(value_, 10, digit) == kMoneyDone ? std::int32_t{kMoneyDone} : overflow();
+  }
+
+  // A digit after the fourth place. The first one rounds, the others do not count.
+  std::int32_t take_more(std::int32_t digit) {
+    if (fifth_) return kMoneyDone;
+    fifth_ = true;
+    if (at_smallest_ && digit != 0) return overflow();
+    // May wrap to the smallest money, which finish() judges by the sign.
+    if (digit >= 5) value_ = with_sign(static_cast<std::uint64_t>(value_) + 1, false);
+    return kMoneyDone;
+  }
+
+  std::int32_t finish() {
+    static constexpr std::uint32_t kFactors[] = {10000, 1000, 100, 10};
+    if (places_ < 4 && scale_money(value_, kFactors[places_ < 0 ? 0 : places_], 0) != kMoneyDone)
+      return overflow();
+    if (value_ < 0) return minus_ && value_ == kMoneyMin ? std::int32_t{kMoneyDone} : overflow();
+    if (minus_) value_ = -value_;
+    return kMoneyDone;
+  }
+
+  FoldedText text_;
+  std::int64_t value_ = 0;
+  bool minus_ = false;
+  bool at_smallest_ = false;
+  bool fifth_ = false;       // a fifth decimal has been seen
+  int places_ = -1;          // decimals, up to four; -1 before the point
+  std::int32_t group_ = -4;  // digits since the last comma; the first group may have 3 or 7
+};
+
+// Ten-thousandths of a plain number whose digits are converted by `digits_before(end, n)`; false
+// where they do not fit at once.
+template <typename Digits>
+VDX_INLINE bool count_of(const PlainNumber& number, std::int64_t& value, Digits digits_before) {
+  constexpr std::uint32_t kWhole = 14, kPlaces = 4;  // 10^14 units are below 2^63 ten-thousandths
+  static constexpr std::uint64_t kUnits[kPlaces + 1] = {10000, 1000, 100, 10, 1};
+  const std::uint32_t places = number.places;
+  if ((number.whole_digits() > kWhole) | (places > kPlaces)) [[unlikely]]
+    return false;
+  const std::uint64_t whole = digits_before(number.point, number.whole_digits());
+  const std::uint64_t fraction = digits_before(number.end, places);
+  value = with_sign(whole * kMoneyUnit + fraction * kUnits[places], number.minus != 0);
+  return true;
+}
+
+// Texts of more than sixteen bytes, and what is not plain. Out of line: its registers would have to
+// be saved where they are not needed.
+[[gnu::noinline]] std::int32_t parse_any_money(std::int64_t& value, const std::uint8_t* text,
+                                               std::int32_t length,
+                                               const vdx_charattr& attributes) {
+  PlainNumber number;
+  if (length > 16 && recognise<kWithPoint>(text, static_cast<std::uint32_t>(length), number)) {
+    const auto digits_before = [&number](std::uint32_t end, std::uint32_t n) {
+      return number_at(number.text + end - n, n);
+    };
+    if (count_of(number, value, digits_before)) [[likely]]
+      return kMoneyDone;
+  }
+  return parse_money_grammar(value, text, length, attributes);
+}
+
+}  // namespace
+
+std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
+                                 const vdx_charattr& attributes) {
+  MoneyGrammar grammar{FoldedText(text, length, attributes)};
+  const std::int32_t status = grammar.read();
+  value = grammar.value();
+  return status;
+}
+
+std::int32_t parse_money(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
+                         const vdx_charattr& attributes) {
+  if (length > 0 && length <= 16) {
+    const auto n = static_cast<std::uint32_t>(length);
+    const Block block = Block::of(text, n);
+    PlainNumber number;
+    if (recognise_masks<kWithPoint>(text, ShortBytes(block, n), number)) [[likely]] {
+      const auto digits_before = [text, block](std::uint32_t end, std::uint32_t count) {
+        return number_in(text, block, end, count);
+      };
+      if (count_of(number, value, digits_before)) [[likely]]
+        return kMoneyDone;
+    }
+  }
+  return parse_any_money(value, text, length, attributes);
+}
+
+}  // namespace vdx
