@@ -4,6 +4,7 @@
 #include "intl/charattr.h"
 #include "number/limbs.h"
 #include "number/num_text.h"
+#include "number/plain_number.h"
 #include "oracle.h"
 
 namespace {
@@ -148,6 +149,47 @@ TEST(NumericArithmetic, LimbDivisionGivesBackTheFactors) {
                                 (by.shift == 0 || k == 0 ? 0 : rest[k - 1] >> (64 - by.shift)));
       ASSERT_EQ(again[k], product[k]);
     }
+  }
+}
+
+// A reader whose fast way is dead still reads everything right: only the recogniser can tell. Texts
+// have no spare byte around them.
+TEST(NumericText, PlainNumbersAreRecognised) {
+  const std::string zeros(40, '0'), blanks(40, ' ');
+  const struct {
+    std::string text;
+    bool known;
+    std::uint32_t whole = 0, places = 0;
+    bool minus = false;
+    std::int32_t exponent = 0;
+  } rows[] = {{"7", true, 1},
+              {"-12.50", true, 2, 2, true},
+              {" +.5 ", true, 0, 1},
+              {"- 12.5", true, 2, 1, true},
+              {blanks + "-" + zeros + "." + blanks, true, 40, 0, true},
+              {blanks + "12.5" + blanks, true, 2, 1},
+              {"1.5e-3", true, 1, 1, false, -3},
+              {"-1.234567890123456E+12  ", true, 1, 15, true, 12},
+              {blanks + zeros + ".5e7", true, 40, 1, false, 7},
+              {" ", false},
+              {blanks, false},
+              {blanks + "-", false},
+              {zeros + ".5.", false},
+              {"1 2", false},
+              {"--1", false},
+              {".", false},
+              {"1.5e", false},
+              {zeros + "e+", false}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE('"' + row.text + '"');
+    const vdx_test::Exact text(row.text);
+    vdx::PlainNumber number{};
+    ASSERT_EQ((vdx::recognise<vdx::kWithPoint | vdx::kWithExponent>(
+                  text.data, static_cast<std::uint32_t>(text.size), number)),
+              row.known);
+    if (!row.known) continue;
+    EXPECT_TRUE(number.whole_digits == row.whole && number.places == row.places);
+    EXPECT_TRUE((number.minus != 0) == row.minus && number.exponent == row.exponent);
   }
 }
 

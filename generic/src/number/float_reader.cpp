@@ -102,9 +102,9 @@ template <typename F>
 // The digits of a plain number as one integer; false where more than nineteen of them count. Nothing
 // here branches on how many there are, as long as no side of the point has more than sixteen.
 VDX_INLINE bool integer_of(const PlainNumber& number, std::uint64_t& size) {
-  std::uint32_t whole = number.whole_digits(), places = number.places;
-  const std::uint8_t* digits = number.whole();
-  const std::uint8_t* fraction = number.fraction();
+  std::uint32_t whole = number.whole_digits, places = number.places;
+  const std::uint8_t* digits = number.whole;
+  const std::uint8_t* fraction = number.fraction;
   if (whole + places > 19) [[unlikely]] {
     for (; whole != 0 && *digits == '0'; --whole) ++digits;
     for (; whole == 0 && places != 0 && *fraction == '0'; --places) ++fraction;
@@ -115,26 +115,48 @@ VDX_INLINE bool integer_of(const PlainNumber& number, std::uint64_t& size) {
   return true;
 }
 
+// False where the number is not plain enough for one product.
+template <typename F>
+VDX_INLINE bool round_plain(const PlainNumber& number, F& value, std::int32_t& code) {
+  constexpr std::uint32_t kFar = 1000000000;  // places that leave room to subtract them
+  std::uint64_t integer;
+  if (number.places > kFar || !integer_of(number, integer)) [[unlikely]]
+    return false;
+  F size;
+  code = round_decimal(integer, number.exponent - static_cast<std::int32_t>(number.places), size);
+  if (code == kUndecided) [[unlikely]]
+    return false;
+  value = with_sign(size, number.minus != 0);
+  return true;
+}
+
+// What is not plain within 32 bytes, or shorter than shortest texts of many digits are.
+template <typename F>
+[[gnu::noinline]] std::int32_t read_rare_float(const std::uint8_t* text, std::int32_t length,
+                                               const vdx_charattr& attributes, F& value) {
+  PlainNumber number;
+  std::int32_t code;
+  if (length > 0 &&
+      recognise<kWithPoint | kWithExponent>(text, static_cast<std::uint32_t>(length), number) &&
+      round_plain(number, value, code))
+    return code;
+  return read_by_grammar(FoldedText(text, length, attributes), value);
+}
+
 }  // namespace
 
 template <typename F>
 [[gnu::noinline]] std::int32_t read_any_float(const std::uint8_t* text, std::int32_t length,
                                               const vdx_charattr& attributes, F& value) {
-  PlainNumber number;
-  std::uint64_t integer;
-  constexpr std::uint32_t kFar = 1000000000;  // places that leave room to subtract them
-  if (length > 0 &&
-      recognise<kWithPoint | kWithExponent>(text, static_cast<std::uint32_t>(length), number) &&
-      number.places <= kFar && integer_of(number, integer)) [[likely]] {
-    F size;
-    const std::int32_t tens = number.exponent - static_cast<std::int32_t>(number.places);
-    const std::int32_t code = round_decimal(integer, tens, size);
-    if (code != kUndecided) [[likely]] {
-      value = with_sign(size, number.minus != 0);
+  if (length > 16 && length <= 32) {
+    const LongBytes bytes(text, static_cast<std::uint32_t>(length));
+    PlainNumber number;
+    std::int32_t code;
+    if (recognise_masks<kWithPoint | kWithExponent>(text, bytes, number) &&
+        round_plain(number, value, code)) [[likely]]
       return code;
-    }
   }
-  return read_by_grammar(FoldedText(text, length, attributes), value);
+  return read_rare_float(text, length, attributes, value);
 }
 
 template std::int32_t read_any_float(const std::uint8_t*, std::int32_t, const vdx_charattr&,

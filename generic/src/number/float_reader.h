@@ -17,7 +17,7 @@ VDX_INLINE bool read_short_decimal(const std::uint8_t* text, std::uint32_t n, F&
   if (!recognise_masks<kWithPoint>(text, ShortBytes(block, n), number)) [[unlikely]]
     return false;
   const std::uint32_t places = number.places;
-  const std::uint64_t whole = number_in(text, block, number.point, number.whole_digits());
+  const std::uint64_t whole = number_in(text, block, number.point, number.whole_digits);
   const std::uint64_t fraction = number_in(text, block, number.end, places);
   const std::uint64_t size = whole * limb_power(static_cast<std::int32_t>(places)) + fraction;
   if (size > kMostDoubleInteger) [[unlikely]]

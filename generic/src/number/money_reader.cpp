@@ -97,19 +97,17 @@ class MoneyGrammar {
   std::int32_t group_ = -4;  // digits since the last comma; the first group may have 3 or 7
 };
 
-// Ten-thousandths of a plain number whose digits are converted by `digits_before(end, n)`; false
-// where they do not fit at once.
-template <typename Digits>
-VDX_INLINE bool count_of(const PlainNumber& number, std::int64_t& value, Digits digits_before) {
-  constexpr std::uint32_t kWhole = 14, kPlaces = 4;  // 10^14 units are below 2^63 ten-thousandths
+constexpr std::uint32_t kPlaces = 4;
+
+// A number that fits at once: 10^14 units are below 2^63 ten-thousandths.
+VDX_INLINE bool is_small(const PlainNumber& number) {
+  return (number.whole_digits <= 14) & (number.places <= kPlaces);
+}
+
+VDX_INLINE std::int64_t count_of(const PlainNumber& number, std::uint64_t whole,
+                                 std::uint64_t fraction) {
   static constexpr std::uint64_t kUnits[kPlaces + 1] = {10000, 1000, 100, 10, 1};
-  const std::uint32_t places = number.places;
-  if ((number.whole_digits() > kWhole) | (places > kPlaces)) [[unlikely]]
-    return false;
-  const std::uint64_t whole = digits_before(number.point, number.whole_digits());
-  const std::uint64_t fraction = digits_before(number.end, places);
-  value = with_sign(whole * kMoneyUnit + fraction * kUnits[places], number.minus != 0);
-  return true;
+  return with_sign(whole * kMoneyUnit + fraction * kUnits[number.places], number.minus != 0);
 }
 
 // Texts of more than sixteen bytes, and what is not plain. Out of line: its registers would have to
@@ -118,12 +116,11 @@ VDX_INLINE bool count_of(const PlainNumber& number, std::int64_t& value, Digits 
                                                std::int32_t length,
                                                const vdx_charattr& attributes) {
   PlainNumber number;
-  if (length > 16 && recognise<kWithPoint>(text, static_cast<std::uint32_t>(length), number)) {
-    const auto digits_before = [&number](std::uint32_t end, std::uint32_t n) {
-      return number_at(number.text + end - n, n);
-    };
-    if (count_of(number, value, digits_before)) [[likely]]
-      return kMoneyDone;
+  if (length > 16 && recognise<kWithPoint>(text, static_cast<std::uint32_t>(length), number) &&
+      is_small(number)) [[likely]] {
+    value = count_of(number, number_at(number.whole, number.whole_digits),
+                     number_at(number.fraction, number.places));
+    return kMoneyDone;
   }
   return parse_money_grammar(value, text, length, attributes);
 }
@@ -144,12 +141,11 @@ std::int32_t parse_money(std::int64_t& value, const std::uint8_t* text, std::int
     const auto n = static_cast<std::uint32_t>(length);
     const Block block = Block::of(text, n);
     PlainNumber number;
-    if (recognise_masks<kWithPoint>(text, ShortBytes(block, n), number)) [[likely]] {
-      const auto digits_before = [text, block](std::uint32_t end, std::uint32_t count) {
-        return number_in(text, block, end, count);
-      };
-      if (count_of(number, value, digits_before)) [[likely]]
-        return kMoneyDone;
+    if (recognise_masks<kWithPoint>(text, ShortBytes(block, n), number) && is_small(number))
+        [[likely]] {
+      value = count_of(number, number_in(text, block, number.point, number.whole_digits),
+                       number_in(text, block, number.end, number.places));
+      return kMoneyDone;
     }
   }
   return parse_any_money(value, text, length, attributes);

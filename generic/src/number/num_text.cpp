@@ -121,15 +121,34 @@ VDX_INLINE std::int32_t put_plain(const PlainNumber& number, std::uint32_t kept,
                                   std::int32_t precision, std::int32_t scale, void* image) {
   const bool negative = number.minus != 0;
   Accumulator<kLimbs> sum;
-  sum.digits(number.whole(), number.whole_digits());
-  sum.digits(number.fraction(), kept);
-  if (kept < number.places) sum.add(number.fraction()[kept] >= '5' ? 1 : 0);
+  sum.digits(number.whole, number.whole_digits);
+  sum.digits(number.fraction, kept);
+  if (kept < number.places) sum.add(number.fraction[kept] >= '5' ? 1 : 0);
   const auto missing = scale - static_cast<std::int32_t>(kept);
   if (missing == 0) [[likely]]
     return put_image(true, sum.magnitude(), negative, precision, scale, image);
   Magnitude magnitude = sum.magnitude();
   const bool fits = scale_up(magnitude, missing);
   return put_image(fits, magnitude, negative, precision, scale, image);
+}
+
+// Texts of more than 32 bytes; 38 digits always fit two limbs, 77 four. Out of line, like what is
+// rare elsewhere: the short way would have to save its registers.
+[[gnu::noinline]] std::int32_t parse_long_numeric(const std::uint8_t* text, std::int32_t length,
+                                                  const vdx_charattr& attributes,
+                                                  std::int32_t precision, std::int32_t scale,
+                                                  void* image) {
+  const std::uint8_t *begin = text, *end = text + length;
+  trim_blanks(begin, end);
+  PlainNumber number;
+  if (recognise_runs<kWithPoint>(begin, end, number)) [[likely]] {
+    const std::uint32_t kept = std::min(number.places, static_cast<std::uint32_t>(scale));
+    const std::uint32_t digits = number.whole_digits + kept;
+    if (digits <= 38) return put_plain<2>(number, kept, precision, scale, image);
+    if (digits <= static_cast<std::uint32_t>(kMaxPrecision))
+      return put_plain<4>(number, kept, precision, scale, image);
+  }
+  return parse_numeric_grammar(text, length, attributes, precision, scale, image);
 }
 
 }  // namespace
@@ -206,15 +225,12 @@ std::int32_t parse_numeric(const std::uint8_t* text, std::int32_t length,
   if (const std::int32_t code = check_numeric_format(precision, scale); code != VDX_SUCCESS)
       [[unlikely]]
     return code;
+  if (length > 32) return parse_long_numeric(text, length, attributes, precision, scale, image);
   PlainNumber number;
   if (length > 0 && recognise<kWithPoint>(text, static_cast<std::uint32_t>(length), number))
       [[likely]] {
-    // 38 digits always fit two limbs, 77 four.
     const std::uint32_t kept = std::min(number.places, static_cast<std::uint32_t>(scale));
-    const std::uint32_t digits = number.whole_digits() + kept;
-    if (digits <= 38) return put_plain<2>(number, kept, precision, scale, image);
-    if (digits <= static_cast<std::uint32_t>(kMaxPrecision))
-      return put_plain<4>(number, kept, precision, scale, image);
+    return put_plain<2>(number, kept, precision, scale, image);
   }
   return parse_numeric_grammar(text, length, attributes, precision, scale, image);
 }

@@ -22,20 +22,17 @@ namespace vdx {
 
 enum PlainParts : unsigned { kDigitsAlone = 0, kWithPoint = 1, kWithExponent = 2 };
 
-// Where the parts of a plain number are, as offsets from `text`. Its whole digits are those from
-// start to point, its places those from point + 1 to end.
+// The parts of a plain number. The digits before the point and after it are in the text; without
+// places, `fraction` is at most two bytes after the last digit and is not to be read.
 struct PlainNumber {
-  const std::uint8_t* text;
-  std::uint32_t start;
-  std::uint32_t point;  // or end, where there is none
-  std::uint32_t end;
-  std::uint32_t places;   // end - point - 1, or 0 without a point
+  const std::uint8_t* whole;
+  const std::uint8_t* fraction;
+  std::uint32_t whole_digits;
+  std::uint32_t places;
+  std::uint32_t point;    // where the whole digits end, as an offset from the text
+  std::uint32_t end;      // where the places, or the whole digits without a point, end
   std::uint32_t minus;    // not 0 after a minus sign
   std::int32_t exponent;  // 0 where there is none; of at most four digits
-
-  std::uint32_t whole_digits() const { return point - start; }
-  const std::uint8_t* whole() const { return text + start; }
-  const std::uint8_t* fraction() const { return text + point + 1; }
 };
 
 // The bytes of a short text as masks, bit i for byte i. Bits outside of `inside` are unspecified.
@@ -108,12 +105,14 @@ VDX_INLINE bool recognise_masks(const std::uint8_t* text, const Masks& bytes, Pl
                               (inside & ~(field | signs | bytes.equal(' ') | others));
   if (digits == 0 || wrong != 0) [[unlikely]]
     return false;
-  number.text = text;
-  number.minus = minus;
-  number.start = static_cast<std::uint32_t>(std::countr_zero(field));
+  const auto start = static_cast<std::uint32_t>(std::countr_zero(field));
   number.end = 32 - static_cast<std::uint32_t>(std::countl_zero(field));
   number.point = points != 0 ? static_cast<std::uint32_t>(std::countr_zero(points)) : number.end;
   number.places = points != 0 ? number.end - number.point - 1 : 0;
+  number.whole_digits = number.point - start;
+  number.whole = text + start;
+  number.fraction = text + number.point + 1;
+  number.minus = minus;
   return true;
 }
 
@@ -143,24 +142,22 @@ VDX_INLINE bool recognise_runs(const std::uint8_t* p, const std::uint8_t* end,
                                PlainNumber& number) {
   if (p == end) return false;
   const std::uint8_t* const text = p;
-  number.text = text;
   number.minus = *p == '-' ? 1 : 0;
   p += (*p == '-') | (*p == '+');  // no branch: signs are as unpredictable as values
   while (p != end && *p == ' ') ++p;
-  const auto offset = [text](const std::uint8_t* at) {
-    return static_cast<std::uint32_t>(at - text);
-  };
-  number.start = offset(p);
-  p += digit_run(p, end);
-  number.point = number.end = offset(p);
-  number.places = 0;
   number.exponent = 0;
+  number.whole = p;
+  number.whole_digits = digit_run(p, end);
+  p += number.whole_digits;
+  number.point = number.end = static_cast<std::uint32_t>(p - text);
+  number.fraction = p + 1;
+  number.places = 0;
   if ((kParts & kWithPoint) != 0 && p != end && *p == '.') {
     number.places = digit_run(p + 1, end);
     p += 1 + number.places;
-    number.end = offset(p);
+    number.end = static_cast<std::uint32_t>(p - text);
   }
-  if (number.whole_digits() + number.places == 0) return false;
+  if (number.whole_digits + number.places == 0) return false;
   if ((kParts & kWithExponent) != 0 && p != end && (*p | 32) == 'e') {
     ++p;
     const bool down = p != end && *p == '-';
