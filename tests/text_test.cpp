@@ -70,18 +70,4 @@ TEST(LongText, IsReadToItsEnd) {
     }
 }
 
-TEST(ConversionsDeath, ServeTheirOwnTypesAlone) {
-  Table table;
-  EXPECT_EQ(com_conv_func(&table.context, VDX_UNITEXT, 20), &comn_unichartoi8);  // a retired code
-  EXPECT_FATAL(convert(table.context, VDX_UNICHAR, encode_unit('1'), 20, {0, 8}),
-               "assertion failed, file 'com_unichar.list' line 7");
-  vdx_datafmt from{}, to{};
-  std::int32_t length;
-  vdx_bigdatetime value = 31622400000000, result;
-  from.datatype = VDX_BIGDATETIME;
-  to.datatype = VDX_DATE4;
-  EXPECT_FATAL(comn_datetodate4(&table.context, &from, &value, &to, &result, &length),
-               "file 'com_date.list' line");
-}
-
 }  // namespace

@@ -24,11 +24,12 @@ template <Family Source, Family Destination, typename Way>
 VDX_FLATTEN std::int64_t convert_each(vdx_context* context, const vdx_datafmt* format,
                                       Sources sources, Destinations destinations,
                                       std::int32_t* codes, std::size_t n) {
+  const vdx_charattr* const set = is_text(Source) ? &attributes_of(context, format) : nullptr;
   std::int64_t failed = 0;
   for (std::size_t i = 0; i < n; ++i) {
     std::int32_t length;
     const std::int32_t code = Way::template convert<Source, Destination>(
-        {context, format, sources.at(i), nullptr, destinations.at(i), &length});
+        {context, format, sources.at(i), nullptr, destinations.at(i), &length, set});
     if (codes != nullptr) codes[i] = code;
     failed += code != VDX_SUCCESS;
   }

@@ -20,6 +20,9 @@ struct Call {
   const vdx_datafmt* format;  // of the destination
   void* destination;
   std::int32_t* length;
+  // Where the pair reads a character set: that of the source's text and of the destination's.
+  const vdx_charattr* source_set = nullptr;
+  const vdx_charattr* set = nullptr;
 };
 
 // A family is a set of datatype codes that one function serves. Its name is the one that the
@@ -145,10 +148,23 @@ inline bool pointers_given(const Call& call) {
          call.destination != nullptr && call.format != nullptr && call.length != nullptr;
 }
 
+// The character set of a value; false where its locale is not loaded.
+inline bool find_set(const vdx_context* context, const vdx_datafmt* format,
+                     const vdx_charattr*& set) {
+  const vdx_locale* const locale = given_locale(context, format);
+  set = &kLatin1;
+  if (locale == nullptr) [[likely]]
+    return true;
+  if (!locale->is_loaded()) return false;
+  set = locale->charset->attributes;
+  return true;
+}
+
 // True when the caller kept its side: codes that this conversion serves, a source that is there, a
-// destination whose room is not negative, locales that are loaded where they are read.
+// destination whose room is not negative, locales that are loaded where they are read. Then the
+// call knows the character sets that it reads.
 template <Family Source, Family Destination>
-inline bool contract_holds(const Call& call) {
+inline bool contract_holds(Call& call) {
   if (!accepts<accepted_sources(Source, Destination)>(call.source_format->datatype)) return false;
   if (!accepts<accepted_destinations(Destination, Source)>(call.format->datatype)) return false;
   if constexpr (extent_of(Source) == Extent::sized)
@@ -158,9 +174,9 @@ inline bool contract_holds(const Call& call) {
   if constexpr (extent_of(Destination) == Extent::sized)
     if (call.format->maxlength < 0) return false;
   if constexpr (reads_source_locale(Source, Destination))
-    if (!has_sound_locale(call.context, call.source_format)) return false;
+    if (!find_set(call.context, call.source_format, call.source_set)) return false;
   if constexpr (reads_destination_locale(Source, Destination))
-    if (!has_sound_locale(call.context, call.format)) return false;
+    if (!find_set(call.context, call.format, call.set)) return false;
   return true;
 }
 

@@ -98,8 +98,9 @@ constexpr Cell family_cell(std::int32_t source, std::int32_t destination) {
   if (from == family_void && to != family_void)
     return (code(destination) & kLocatorCodes) == 0 ? kFamilyTable[from][family_any] : Cell{};
   if ((reach(source) & code(destination)) == 0) return {};
-  const Cell own = kFamilyTable[from][to];
-  return own.named ? own : kFamilyTable[small_kin(from)][small_kin(to)];
+  // From and to text the big calendar types have the functions of their smaller kin.
+  return is_text(from) || is_text(to) ? kFamilyTable[small_kin(from)][small_kin(to)]
+                                      : kFamilyTable[from][to];
 }
 
 constexpr std::array<Cell, kCells> kCellTable = [] {

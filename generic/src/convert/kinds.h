@@ -307,7 +307,7 @@ inline constexpr Misfit kMisfit =
 struct characters {
   static Text read(const Call& call) {
     return {static_cast<const std::uint8_t*>(call.source), call.source_format->maxlength,
-            attributes_of(call.context, call.source_format)};
+            *call.source_set};
   }
 
   template <typename V>
@@ -324,7 +324,7 @@ struct counted_characters {
 
   static Text read(const Call& call) {
     return {static_cast<const std::uint8_t*>(call.source) + 2, load<std::int16_t>(call.source),
-            attributes_of(call.context, call.source_format)};
+            *call.source_set};
   }
   static bool readable(const Call& call) { return load<std::int16_t>(call.source) <= kCountedRoom; }
 

@@ -63,7 +63,7 @@ VDX_INLINE void fill_blanks(unsigned char* to, std::size_t n) {
 // Text that stays what it is has a straight path: one copy, and the blanks behind it.
 VDX_INLINE std::int32_t write_as_text(const Call& call, const Text& text) {
   const vdx_datafmt& format = *call.format;
-  const vdx_charattr& set = attributes_of(call.context, call.format);
+  const vdx_charattr& set = *call.set;
   if (&set != &text.attributes || (format.format & VDX_FMT_QUOTE) != 0 ||
       !text_fits(format, text.length)) [[unlikely]]
     return write_changed_text(call, text, set);
@@ -80,7 +80,7 @@ VDX_INLINE std::int32_t write_as_text(const Call& call, const Text& text) {
 }
 
 VDX_INLINE std::int32_t write_as_varchar(const Call& call, const Text& text) {
-  const vdx_charattr& set = attributes_of(call.context, call.format);
+  const vdx_charattr& set = *call.set;
   if (&set != &text.attributes || text.length > kCountedRoom) [[unlikely]]
     return write_changed_varchar(call, text, set);
   store(call.destination, static_cast<std::int16_t>(text.length));

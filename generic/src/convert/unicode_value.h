@@ -118,7 +118,7 @@ struct from_units {
   template <typename Kind>
   static const vdx_charattr& narrow_attributes([[maybe_unused]] const Call& call) {
     if constexpr (kHasNames<Kind>)
-      return attributes_of(call.context, call.source_format);
+      return *call.source_set;
     else
       return kLatin1;
   }
@@ -130,7 +130,7 @@ struct from_units {
       return VDX_MALFORMED_UNICODE;
     }
     if constexpr (kHasNames<Kind>) {
-      const vdx_charattr& set = attributes_of(call.context, call.source_format);
+      const vdx_charattr& set = *call.source_set;
       std::uint8_t text[1024];
       std::int32_t length;
       if (!local_text(call, set, text, sizeof text, length)) {

@@ -214,8 +214,7 @@ struct bit_as_character {
 };
 
 template <Family Source, Family Destination, typename Way>
-[[gnu::always_inline]] inline std::int32_t run(const Call& call, const char* file,
-                                               std::int32_t line) {
+[[gnu::always_inline]] inline std::int32_t run(Call call, const char* file, std::int32_t line) {
   if (!pointers_given(call)) [[unlikely]]
     return pointer_missing(file, line);
   if (!contract_holds<Source, Destination>(call)) [[unlikely]]
