@@ -63,7 +63,7 @@ foreach(file IN LISTS lists)
       add_batch(vdx_batch ${from} ${to} "BATCH_EACH(${from}, ${to}, ${way})")
     elseif(pair MATCHES "^text (number|calendar)$" AND extent_${from} STREQUAL "sized")
       add_batch(vdx_text_batch ${from} ${to} "BATCH_TEXT(${to})")
-      if(way STREQUAL "by_code")  # one function for a type and its big kin
+      if(way STREQUAL "by_code")  # one function for a type and the big one
         add_batch(vdx_text_batch ${from} ${big_${to}} "BATCH_TEXT(${big_${to}})")
       endif()
     endif()

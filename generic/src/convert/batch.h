@@ -1,4 +1,5 @@
-// What the conversions of arrays share: many values through one pair, no checks.
+// What the conversions of arrays share. They check nothing; the context and the format are read for
+// the character set of texts alone.
 #ifndef VDX_CONVERT_BATCH_H
 #define VDX_CONVERT_BATCH_H
 

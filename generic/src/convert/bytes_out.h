@@ -1,4 +1,5 @@
-// Putting the bytes of a value into a byte destination.
+// Writes the bytes of a value into a byte string: one of maxlength bytes, or a varbin, which has a
+// count of up to kCountedRoom bytes before them.
 #ifndef VDX_CONVERT_BYTES_OUT_H
 #define VDX_CONVERT_BYTES_OUT_H
 

@@ -1,3 +1,5 @@
+// Hexadecimal text in both directions. A byte is two lower-case digits; a text that is read may have
+// either case, blanks around and one 0x or 0X, and an odd number of digits means a leading zero.
 #include "convert/bytes_value.h"
 
 #include <algorithm>
@@ -13,7 +15,7 @@ namespace {
 
 std::int64_t digits_in(Bytes bytes) { return 2 * std::int64_t{bytes.length}; }
 
-// The first n digits; a cut may leave a byte's first digit alone.
+// Writes the first n digits. An odd n ends with the first digit of a byte.
 void put_digits(Bytes bytes, std::int32_t n, unsigned char* to) {
   const auto whole = static_cast<std::size_t>(n / 2);
   hex_encode(bytes.bytes, whole, to);
@@ -35,7 +37,7 @@ class Folds {
   explicit Folds(const Text& text)
       : set_(text.attributes), at_(text.bytes), left_(static_cast<std::size_t>(text.length)) {}
 
-  // The next characters, as many as n or the rest.
+  // Folds the next n characters, or those that are left, and returns their number.
   std::size_t take(std::size_t n, std::uint8_t* to) {
     std::size_t taken = 0;
     if (set_.encoding == Encoding::utf16) {
@@ -61,13 +63,13 @@ class Folds {
   std::size_t left_;
 };
 
-// Looks at every digit, however few bytes there is room for; takes a text of any character set a
-// piece at a time.
+// Decodes a text of any character set, a piece at a time. Every digit is checked, also those whose
+// bytes have no room.
 Decoded decode_folds(const Text& text, unsigned char* to, std::int32_t room) {
   constexpr std::size_t kSome = 128;
   std::uint8_t some[kSome];
   std::uint8_t head[2] = {};
-  std::size_t first = 0, end = 0, at = 0;  // of what stands between blanks, in characters
+  std::size_t first = 0, end = 0, at = 0;  // of the text without blanks around, in characters
   Folds all(text);
   while (const std::size_t count = all.take(kSome, some)) {
     for (std::size_t i = 0; i < count; ++i, ++at) {
@@ -102,7 +104,7 @@ Decoded decode_folds(const Text& text, unsigned char* to, std::int32_t room) {
   return {is_hex, placed < total, static_cast<std::int32_t>(placed)};
 }
 
-// The same for texts whose bytes are their characters.
+// The same for texts in which a byte is a character.
 Decoded decode_bytes(const Text& text, unsigned char* to, std::int32_t room) {
   const std::uint8_t* from = text.bytes;
   auto n = static_cast<std::size_t>(text.length);
@@ -135,7 +137,7 @@ bool is_ascii(const std::uint8_t* bytes, std::size_t n) {
   return (seen & kTops) == 0;
 }
 
-// Digits may be wide where characters may be longer than a byte.
+// Only a set with characters of several bytes has wide forms of the digits.
 Decoded decode(const Text& text, unsigned char* to, std::int32_t room) {
   const vdx_charattr& set = text.attributes;
   if (set.encoding != Encoding::utf16 &&
@@ -144,7 +146,7 @@ Decoded decode(const Text& text, unsigned char* to, std::int32_t room) {
   return decode_folds(text, to, room);
 }
 
-std::int32_t refuse(const Call& call) {
+std::int32_t no_literal(const Call& call) {
   *call.length = 0;
   return VDX_SYNTAX;
 }
@@ -203,7 +205,7 @@ std::int32_t write_as_bytes(const Call& call, const Text& text) {
   const vdx_datafmt& format = *call.format;
   const Decoded decoded =
       decode(text, static_cast<unsigned char*>(call.destination), format.maxlength);
-  if (!decoded.is_hex) return refuse(call);
+  if (!decoded.is_hex) return no_literal(call);
   *call.length = decoded.placed;
   if (decoded.is_cut) return VDX_TRUNCATED;
   return finish_bytes(format, call.destination, decoded.placed, *call.length);
@@ -213,7 +215,7 @@ std::int32_t write_as_varbin(const Call& call, const Text& text) {
   const Decoded decoded =
       decode(text, static_cast<unsigned char*>(call.destination) + 2, kCountedRoom);
   store(call.destination, static_cast<std::int16_t>(decoded.is_hex ? decoded.placed : 0));
-  if (!decoded.is_hex) return refuse(call);
+  if (!decoded.is_hex) return no_literal(call);
   *call.length = sizeof(vdx_varbin);
   return decoded.is_cut ? VDX_TRUNCATED : VDX_SUCCESS;
 }

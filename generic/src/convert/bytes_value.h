@@ -14,17 +14,17 @@ inline std::int32_t write_as_varbin(const Call& call, Bytes bytes) {
   return write_varbin(call, bytes.bytes, bytes.length);
 }
 
-// Two lower-case digits a byte; what does not fit is cut as the text of any value.
+// Two lower-case digits a byte; cut like the text of any value where it does not fit.
 std::int32_t write_as_text(const Call& call, Bytes bytes);
 std::int32_t write_as_varchar(const Call& call, Bytes bytes);
 std::int32_t write_as_utf16(const Call& call, Bytes bytes);
 
-// The bytes that a text of digits writes: an odd count has a leading zero, 0x in front and blanks
-// around are skipped, and without digits there are no bytes.
+// The bytes that a text of hexadecimal digits stands for; none where it has no digits.
 std::int32_t write_as_bytes(const Call& call, const Text& text);
 std::int32_t write_as_varbin(const Call& call, const Text& text);
 
-// Stores bytes of another length than the image's.
+// Stores bytes that are shorter or longer than an image of `length` bytes: with zeros appended, or
+// cut.
 [[gnu::noinline]] std::int32_t fit_image(const Call& call, Bytes bytes, std::int32_t length,
                                          bool (*is_image)(const void*));
 

@@ -1,4 +1,5 @@
-#include "convert/ways.h"
+// The reports of failed checks, out of line: a conversion has one cold jump for each.
+#include "convert/call.h"
 #include "frame/check.h"
 
 namespace vdx {

@@ -55,9 +55,9 @@ inline constexpr std::array<FamilyTraits, kFamilies> kFamilyTraits = {{
 constexpr Group group_of(Family family) { return kFamilyTraits[family].group; }
 constexpr Extent extent_of(Family family) { return kFamilyTraits[family].extent; }
 
-// The big calendar types share the conversions of their smaller kin from and to text.
-constexpr Family big_kin(Family family) { return kFamilyTraits[family].big; }
-constexpr Family small_kin(Family family) {
+// The big calendar types share the conversions of the smaller ones from and to text.
+constexpr Family big_of(Family family) { return kFamilyTraits[family].big; }
+constexpr Family small_of(Family family) {
   for (std::size_t i = 0; i < kFamilies; ++i)
     if (family != family_none && kFamilyTraits[i].big == family) return static_cast<Family>(i);
   return family;
@@ -108,8 +108,8 @@ constexpr bool is_text(Family family) {
 constexpr Codes accepted_sources(Family family, Family destination) {
   if (family == family_image) return code(VDX_IMAGE);
   Codes codes = codes_of(kSourceFamily, family);
-  if (is_text(destination) && big_kin(family) != family_none)
-    codes |= codes_of(kSourceFamily, big_kin(family));
+  if (is_text(destination) && big_of(family) != family_none)
+    codes |= codes_of(kSourceFamily, big_of(family));
   return codes;
 }
 constexpr Codes accepted_destinations(Family family, Family source = family_none) {
@@ -118,8 +118,8 @@ constexpr Codes accepted_destinations(Family family, Family source = family_none
   if (family == family_image) return code(VDX_IMAGE);
   if (family == family_any) return kAllCodes & ~kLocatorCodes & ~code(VDX_VOID);
   Codes codes = codes_of(kDestinationFamily, family);
-  if (is_text(source) && big_kin(family) != family_none)
-    codes |= codes_of(kDestinationFamily, big_kin(family));
+  if (is_text(source) && big_of(family) != family_none)
+    codes |= codes_of(kDestinationFamily, big_of(family));
   return codes;
 }
 
@@ -131,9 +131,9 @@ inline bool accepts(std::int32_t datatype) {
     return static_cast<std::uint32_t>(datatype) < 64 && (Accepted >> datatype & 1) != 0;
 }
 
-// Text is read in the character set of the source's locale, which UTF-16 needs for names of months
-// alone; it is written, and calendar values are shown, as the destination's locale has it. UTF-16
-// from text has no set of its own.
+// Which locales a pair reads. The source's gives the character set of text, and the names of months
+// that calendar values are read with; the destination's gives the set of text, and the style of
+// calendar values. UTF-16 has no set of its own.
 constexpr bool reads_source_locale(Family source, Family destination) {
   return group_of(source) == Group::text ||
          (group_of(source) == Group::utf16 && group_of(destination) == Group::calendar);
@@ -180,8 +180,8 @@ inline bool contract_holds(Call& call) {
   return true;
 }
 
-// Report a failed check at the conversion's own file and line; where a handler resumes, the
-// conversion returns their result.
+// Report a failed check at the conversion's own file and line; where a handler resumes, the conversion
+// returns what they return.
 [[gnu::cold, gnu::noinline]] std::int32_t pointer_missing(const char* file, std::int32_t line);
 [[gnu::cold, gnu::noinline]] std::int32_t contract_broken(const char* file, std::int32_t line);
 

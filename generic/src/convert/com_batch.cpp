@@ -1,5 +1,5 @@
-// Arrays of numbers. Chunks of dense values go through loops that compilers turn into vector code;
-// values that do not lie densely are brought together first and spread out afterwards.
+// Arrays of numbers. Values are dense where the stride is their size. Chunks of dense values go through
+// loops that compilers turn into vector code; others are gathered first and spread afterwards.
 #include "convert/batch.h"
 #include "vdxcomn/batch.h"
 
@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kChunk = 512;
 
-// Converts at most kChunk dense values; gives how many codes are not VDX_SUCCESS.
+// Converts at most kChunk dense values; returns how many codes are not VDX_SUCCESS.
 using Kernel = std::uint32_t(const unsigned char* source, unsigned char* destination,
                              std::int32_t* codes, std::size_t n);
 
@@ -23,8 +23,8 @@ constexpr bool kRefuses = requires(const Call& call) {
   datatype<Source>::readable(call);
 };
 
-// An integer of eight bytes to one of four or fewer: looked at as two halves, all is done in lanes
-// of four bytes, where there are more of them and baseline vectors can compare.
+// An integer of eight bytes to one of four or fewer, as two halves: a vector has twice as many lanes of
+// four bytes, and baseline vectors can compare those.
 template <Integral From, Integral To>
 VDX_INLINE std::int32_t narrow_halves(const unsigned char* source, To& to) {
   constexpr std::size_t kLow = std::endian::native == std::endian::little ? 0 : 4;
@@ -32,7 +32,7 @@ VDX_INLINE std::int32_t narrow_halves(const unsigned char* source, To& to) {
              high = load<std::uint32_t>(source + 4 - kLow);
   const To cut = static_cast<To>(low);
   const auto sign = static_cast<std::uint32_t>(static_cast<std::int32_t>(low) >> 31);
-  // What the halves are where the cut value stands for the whole.
+  // Whether each half is what it is in a value that fits.
   const bool low_fits = static_cast<std::uint32_t>(cut) == low;
   const bool high_fits = high == (std::is_signed_v<From> && std::is_signed_v<To> ? sign : 0);
   const bool sign_fits = std::is_signed_v<From> || std::is_unsigned_v<To> || sign == 0;
@@ -42,7 +42,7 @@ VDX_INLINE std::int32_t narrow_halves(const unsigned char* source, To& to) {
   return fits ? std::int32_t{VDX_SUCCESS} : range_code<To>(below);
 }
 
-// An integer to one of fewer bytes: limited in its own lanes, then packed once.
+// An integer to one of fewer bytes: clamped at its own width, then packed once.
 template <Integral From, Integral To>
 VDX_INLINE std::int32_t narrow_lanes(From from, To& to) {
   constexpr From kMost = static_cast<From>(std::numeric_limits<To>::max());
@@ -84,9 +84,9 @@ VDX_INLINE std::int32_t convert_one(const unsigned char* source, unsigned char* 
       {nullptr, nullptr, source, nullptr, result, &length});
 }
 
-// A result goes to memory of the loop's own and is stored whatever became of it, so that no branch
-// is left in the loop; a destination that the conversion leaves alone has its old value there.
-// Counting in the same loop would make the compiler follow each code by a path of its own.
+// Each result is made in a local buffer and always stored, so that the loop has no branch; where the
+// conversion leaves a destination unchanged, the buffer holds the old value. Failures are counted in a
+// second loop: in the first, the compiler would give each code a path of its own.
 template <Family Source, Family Destination, typename Way>
 VDX_INLINE std::uint32_t convert_dense(const unsigned char* __restrict source,
                                        unsigned char* __restrict destination,

@@ -1,4 +1,5 @@
-// Arrays of texts, dates and numerics: each value takes long enough to be converted alone.
+// Arrays of texts, dates and numerics: a loop of single conversions, each long enough that vectors
+// would gain nothing.
 #include "convert/batch.h"
 #include "vdxcomn/batch.h"
 

@@ -1,3 +1,7 @@
+// The conversion table of a context. The default table is made of the lists at compile time: a cell is
+// a pair of datatype codes, and holds the function of the pair of their families, if that pair has a
+// row and the source code reaches the destination code. Pairs with a user datatype are kept in
+// extension rows, one a source, in the order of their installation.
 #include <algorithm>
 #include <cstdlib>
 
@@ -48,7 +52,7 @@ constexpr FamilyTable kFamilyTable = [] {
   return table;
 }();
 
-// What a code reaches of all that its family converts to.
+// The destinations that a code reaches, of those that its family converts to.
 constexpr Codes reach(std::int32_t source) {
   const Codes plain_text = code(VDX_CHAR) | code(VDX_LONGCHAR) | code(VDX_TEXT) | code(VDX_VARCHAR);
   switch (source) {
@@ -72,7 +76,7 @@ constexpr Codes reach(std::int32_t source) {
   }
 }
 
-// Cells that no family gives.
+// Cells that the families do not tell.
 struct SpecialCell {
   std::int32_t source, destination;
   Cell cell;
@@ -87,19 +91,19 @@ constexpr SpecialCell kSpecialCells[] = {
     {VDX_UNICHAR, VDX_IMAGE, {true, comn_unichartoimage}},
     {VDX_IMAGE, VDX_UNICHAR, {true, comn_imagetounichar}},
     {VDX_IMAGE, VDX_UNITEXT, {true, comn_imagetounichar}},
-    // A locator becomes what it locates; the other two are families of their own already.
+    // A locator becomes what it locates; for the other two the families tell.
     {VDX_TEXTLOCATOR, VDX_TEXT, {true, inner_locatortotext}},
 };
 
 constexpr Cell family_cell(std::int32_t source, std::int32_t destination) {
   const Family from = kSourceFamily[static_cast<std::size_t>(source)];
   const Family to = kDestinationFamily[static_cast<std::size_t>(destination)];
-  // Void becomes anything that has no handle; void itself in its own way.
+  // Void becomes anything but a locator, by one function; void itself by another.
   if (from == family_void && to != family_void)
     return (code(destination) & kLocatorCodes) == 0 ? kFamilyTable[from][family_any] : Cell{};
   if ((reach(source) & code(destination)) == 0) return {};
-  // From and to text the big calendar types have the functions of their smaller kin.
-  return is_text(from) || is_text(to) ? kFamilyTable[small_kin(from)][small_kin(to)]
+  // From and to text the big calendar types have the functions of the smaller ones.
+  return is_text(from) || is_text(to) ? kFamilyTable[small_of(from)][small_of(to)]
                                       : kFamilyTable[from][to];
 }
 
@@ -127,13 +131,13 @@ constexpr bool built_in(std::int32_t source, std::int32_t destination) {
   return source < kCodes && destination < kCodes;
 }
 
-// Where the row of a source hangs, or would.
+// The link to the row of a source, or the link where it is to be put.
 vdx_extension** find_row(vdx_context* context, std::int32_t source) {
   return find_link(&context->conversion_extensions, &vdx_extension::next_row,
                    &vdx_extension::source, source);
 }
 
-// Where the entry of a pair hangs in its row, or would.
+// The same for the entry of a destination in a row.
 vdx_extension** find_entry(vdx_extension** row, std::int32_t destination) {
   return find_link(row, &vdx_extension::next_in_row, &vdx_extension::destination, destination);
 }

@@ -1,3 +1,4 @@
+// The copiers of fixed-length values into byte strings, for callers with values of their own.
 #include "convert/bytes_out.h"
 #include "frame/check.h"
 #include "vdxcomn/convert.h"

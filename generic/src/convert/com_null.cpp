@@ -1,4 +1,7 @@
-// The null images of a context: a table of the built-in datatypes, a list of the user's.
+// Null images. An image is the bytes that stand for the null value of a datatype; its kind tells what
+// follows them in a destination. A context holds a table with an image for each built-in datatype and a
+// list of entries for user datatypes; both own their images. An entry without an image (null pointer,
+// length 0) is one that was set to none, or whose memory ran out.
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -113,7 +116,7 @@ void release(vdx_context* context) {
 
 bool is_numeric(std::int32_t datatype) { return datatype == VDX_NUM || datatype == VDX_DECIMAL; }
 
-// Bytes that the image takes of the destination.
+// Bytes of the destination that the image fills.
 std::int32_t image_length(const vdx_datafmt& format, const vdx_null_value& value,
                           std::int32_t room) {
   const bool sized = is_numeric(format.datatype) && format.precision >= 1 && format.precision <= 77;

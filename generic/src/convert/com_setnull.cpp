@@ -1,5 +1,6 @@
-// The fillers of the older interface: a null value without a table. A row a function; its line is
-// what a failed check reports.
+// The fillers of the older interface, which need no context: each writes the caller's value, or zeros,
+// and fills the rest of the room by the rule of its datatype. Each function is a row of its own, whose
+// line a failed check reports.
 #include <algorithm>
 #include <cstring>
 
@@ -15,14 +16,14 @@ namespace {
 // One call of a filler.
 struct Filling {
   unsigned char* destination;
-  std::int32_t room;  // 0 or less: as much as is needed
+  std::int32_t room;  // 0 or less: no limit
   const void* value;
   std::int32_t length;  // of the value
 
   std::int32_t room_or(std::int32_t all) const { return room > 0 ? room : all; }
 };
 
-// Bytes of the user's value, or a negative number where its length is none.
+// Bytes of the caller's value; negative where the length is not valid.
 std::int32_t value_length(const void* value, std::int32_t length, std::int32_t fixed, bool text) {
   if (value == nullptr) return 0;
   if (length == VDX_UNUSED) return fixed;

@@ -1,5 +1,5 @@
-// Lists of what a context holds for user datatypes: entries made one by one, in the order in which
-// they came, never taken out before all are.
+// Lists of entries for user datatypes, linked in the order of installation. Entries are added one by
+// one and released all together. A link is the list's head or the `next` of an entry.
 #ifndef VDX_CONVERT_EXTENSION_H
 #define VDX_CONVERT_EXTENSION_H
 
@@ -10,7 +10,7 @@
 
 namespace vdx {
 
-// Where the entry with the wanted code hangs, or would: the head or the last entry's link.
+// The link to the entry with the wanted code; without one, the null link at the end.
 template <typename Entry>
 Entry** find_link(Entry** link, Entry* Entry::*next, std::int32_t Entry::*code,
                   std::int32_t wanted) {
@@ -18,7 +18,7 @@ Entry** find_link(Entry** link, Entry* Entry::*next, std::int32_t Entry::*code,
   return link;
 }
 
-// The entry that hangs at the link, made like `fresh` where there is none; null without memory.
+// The entry at the link, made from `fresh` where the link is null; null where memory ran out.
 template <typename Entry>
 Entry* entry_at(vdx_context* context, Entry** link, const Entry& fresh) {
   if (*link == nullptr) {
@@ -30,7 +30,7 @@ Entry* entry_at(vdx_context* context, Entry** link, const Entry& fresh) {
   return *link;
 }
 
-// Releases a chain, what an entry holds first.
+// Releases all entries, each after what it holds.
 template <typename Entry, typename Release>
 void free_chain(Entry* entry, Entry* Entry::*next, Release release) {
   while (entry != nullptr) {

@@ -1,11 +1,11 @@
 // The kinds of value behind the datatype codes. A kind reads itself from bytes and writes itself
 // into a destination; it alone knows its range, its rounding and its codes.
 //
-// read(call)          gives the value; readable(call), where a kind has it, tells first whether the
-//                     source is a value of the type at all
-// write(call, value)  stores what the destination can hold of the value and gives the code; the
-//                     length of a fixed-length destination is set first, so that it stands on
-//                     every failure but VDX_SYNTAX
+// read(call)          returns the value; where the kind has readable(call), only after that returned
+//                     true: the source is a value of the type
+// write(call, value)  stores the nearest value that the destination can hold and returns the code; the
+//                     length of a fixed-length destination is set first, so that it is set on every
+//                     failure but VDX_SYNTAX
 #ifndef VDX_CONVERT_KINDS_H
 #define VDX_CONVERT_KINDS_H
 
@@ -312,7 +312,7 @@ struct characters {
 
   template <typename V>
   static std::int32_t write(const Call& call, const V& value) {
-    if constexpr (requires { write_as_text(call, value); })  // its text is of its own making
+    if constexpr (requires { write_as_text(call, value); })  // has a writer of its own
       return write_as_text(call, value);
     else
       return write_text(call, text_of(call, value), kMisfit<V>);

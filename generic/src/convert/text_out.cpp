@@ -1,3 +1,6 @@
+// The text-output rule. A unit is a byte of text or two bytes of UTF-16. Where n bytes of text and its
+// terminator fit, the rest of the room is filled as one padding flag asks (both are VDX_BAD_PADDING),
+// or a terminator follows. Where they do not fit, the last unit becomes the terminator, if asked for.
 #include "convert/text_out.h"
 
 namespace vdx {

@@ -1,4 +1,6 @@
-// Putting text into a destination: termination, padding, overflow.
+// Writes text into a destination. The room is maxlength bytes. Where a terminator is asked for it is
+// part of the room, and counts in the length. Text that fits is padded or terminated as the format's
+// flags ask; of text that does not fit a part is kept, and the code says so.
 #ifndef VDX_CONVERT_TEXT_OUT_H
 #define VDX_CONVERT_TEXT_OUT_H
 
@@ -6,7 +8,7 @@
 
 namespace vdx {
 
-// Bytes of text or bytes that a varchar or varbin takes behind its count.
+// Bytes of text or bytes that a varchar or varbin takes after its count.
 inline constexpr std::int32_t kCountedRoom = sizeof(vdx_varchar::bytes);
 static_assert(kCountedRoom == sizeof(vdx_varbin::bytes));
 
@@ -48,7 +50,7 @@ std::int32_t finish_bytes(const vdx_datafmt& format, void* destination, std::int
 // Fills from byte n up to byte room with UTF-16 blanks.
 void fill_utf16_blanks(void* destination, std::int32_t n, std::int32_t room, bool swapped);
 
-// What a text that does not fit leaves behind.
+// What becomes of a text that does not fit.
 enum class Misfit {
   asterisk,  // "*" where there is room for it and a zero byte
   cut,       // as many bytes as there is room for
@@ -81,9 +83,9 @@ VDX_INLINE void merge_word(unsigned char* to, std::uint64_t word, std::uint32_t 
 [[gnu::noinline]] void copy_long_text(unsigned char* to, const unsigned char* from,
                                       std::uint32_t n);
 
-// Writes a text (a ShortText, or one of its shape) of at most `room` bytes. Lengths are as
-// unpredictable as values, so no branch looks at them: whole words are stored, and the bytes behind
-// the text get back what they held.
+// Writes a text (a ShortText, or a class like it) of at most `room` bytes. A branch on the length
+// would be mispredicted: whole words are stored, and the bytes after the text get back what they
+// held.
 template <typename AnyText>
 VDX_INLINE void put_text(void* destination, std::int32_t room, const AnyText& text) {
   auto* const to = static_cast<unsigned char*>(destination);
@@ -98,7 +100,7 @@ VDX_INLINE void put_text(void* destination, std::int32_t room, const AnyText& te
     else
       copy_long_text(to + 16, from + 16, n - 16);
   } else if (room >= 8) {
-    // Two words that overlap where the room is short of sixteen; both agree on what they share.
+    // Two words, which overlap where the room is below 16; both hold the same bytes there.
     const auto back = static_cast<std::uint32_t>(room) - 8;
     const std::uint64_t keep = ~low_bytes(n < back ? 0 : n - back);
     const std::uint64_t last =

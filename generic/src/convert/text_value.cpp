@@ -1,3 +1,6 @@
+// Text to text that is not a plain copy. A text is placed: as many whole characters as the room takes
+// are written in the destination's character set, with each apostrophe doubled if quoting is asked
+// for. Cuts lie between characters, and never between the two apostrophes of a pair.
 #include "convert/text_value.h"
 
 #include <algorithm>
@@ -15,7 +18,7 @@ struct Placed {
   std::size_t n;
 };
 
-// Bytes of the destination that characters may take: a terminator keeps its own.
+// Bytes of the destination for characters; a terminator needs one of its own.
 std::size_t text_room(const vdx_datafmt& format) {
   const std::int32_t terminator = (format.format & VDX_FMT_TERMINATE) != 0 ? 1 : 0;
   return static_cast<std::size_t>(std::max(format.maxlength - terminator, 0));
@@ -25,7 +28,7 @@ std::size_t char_size(const vdx_charattr& set, const std::uint8_t* p, std::size_
   return static_cast<std::size_t>(char_bytes(set, p, static_cast<std::int64_t>(left)));
 }
 
-// The bytes of the whole characters that fit the room.
+// The bytes of those whole characters that fit the room.
 std::size_t whole_characters(const vdx_charattr& set, const std::uint8_t* from, std::size_t n,
                              std::size_t room) {
   if (n <= room) return n;
@@ -39,12 +42,12 @@ std::size_t whole_characters(const vdx_charattr& set, const std::uint8_t* from, 
   return at;
 }
 
-// Whether bytes are characters to their end, as reading them would find.
+// Whether all of the bytes are well-formed.
 bool is_text(const vdx_charattr& set, const std::uint8_t* from, std::size_t n) {
   return well_formed(set, from, n) == n;
 }
 
-// The text in another set. That it is malformed is told wherever it is, behind a cut as well.
+// The text in another set. Malformed input is reported even beyond the point of truncation.
 Placed place_in_other_set(const Text& text, const vdx_charattr& set, std::uint8_t* to,
                           std::size_t room) {
   const auto n = static_cast<std::size_t>(text.length);
@@ -71,7 +74,7 @@ Placed place_quoted(const Text& text, const vdx_charattr& set, std::uint8_t* to,
     const Quoted quoted = quote_text(set, text.bytes, n, to, room);
     return {quoted.taken < n ? VDX_TRUNCATED : VDX_SUCCESS, quoted.placed};
   }
-  // By way of a few bytes, so that nothing is left behind the text.
+  // In pieces: the destination cannot hold the text before it is quoted, as bytes after it stay.
   std::uint8_t some[256];
   const std::uint8_t* from = text.bytes;
   auto left = static_cast<std::size_t>(text.length);
@@ -102,7 +105,7 @@ std::size_t apostrophes(const vdx_charattr& set, const std::uint8_t* text, std::
   return found;
 }
 
-// Bytes of the whole text, however little of it fits; well-formed where the sets differ.
+// Bytes that the whole text needs. Where the sets differ, it is known to be well-formed.
 std::size_t full_size(const Text& text, const vdx_charattr& set, bool quoted) {
   auto left = static_cast<std::size_t>(text.length);
   if (&set == &text.attributes) return left + (quoted ? apostrophes(set, text.bytes, left) : 0);

@@ -1,4 +1,5 @@
-// Text as a value of its own: text to text, its padding, quoting and character sets.
+// Text to text: between character sets, with padding and quoting. Text of one set on both sides that
+// fits is copied here, everything else is out of line.
 #ifndef VDX_CONVERT_TEXT_VALUE_H
 #define VDX_CONVERT_TEXT_VALUE_H
 
@@ -6,27 +7,27 @@
 
 namespace vdx {
 
-// How much of a text was taken, and how much that made.
+// Bytes consumed from the source and bytes written.
 struct Quoted {
   std::size_t taken;
   std::size_t placed;
 };
 
-// Copies text with each apostrophe doubled, as many whole characters as there is room for; the two
-// of a doubled one are never parted.
+// Copies as many whole characters as there is room for and doubles each apostrophe; a pair is never
+// cut.
 Quoted quote_text(const vdx_charattr& set, const std::uint8_t* from, std::size_t n,
                   std::uint8_t* to, std::size_t room);
 
-// Text that is cut, quoted or of another character set than the destination's.
+// Text that is cut or quoted, or whose character set is not the destination's.
 [[gnu::noinline]] std::int32_t write_changed_text(const Call& call, const Text& text,
                                                   const vdx_charattr& set);
 [[gnu::noinline]] std::int32_t write_changed_varchar(const Call& call, const Text& text,
                                                      const vdx_charattr& set);
 
-// Text that the library made, quoted: its cut is an overflow.
+// The quoted text of a value; an overflow where it does not fit.
 std::int32_t write_made_text_quoted(const Call& call, const Text& text);
 
-// Columns are short: up to 32 bytes are two pieces that may overlap, and no call.
+// Columns are short: up to 32 bytes are copied as two pieces that may overlap, without a call.
 struct Sixteen {
   std::uint64_t words[2];
 };
@@ -60,7 +61,7 @@ VDX_INLINE void fill_blanks(unsigned char* to, std::size_t n) {
   }
 }
 
-// Text that stays what it is has a straight path: one copy, and the blanks behind it.
+// Text that is neither cut nor changed: one copy, then the blanks.
 VDX_INLINE std::int32_t write_as_text(const Call& call, const Text& text) {
   const vdx_datafmt& format = *call.format;
   const vdx_charattr& set = *call.set;

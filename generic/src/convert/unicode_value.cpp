@@ -1,3 +1,6 @@
+// UTF-16 out of line: texts that are cut, transcoded or wide. A unit is two bytes in native byte
+// order, in a destination swapped if the format asks for it; lengths of records are in bytes, all
+// others here in units unless they are named bytes.
 #include "convert/unicode_value.h"
 
 #include <algorithm>
@@ -10,7 +13,7 @@ constexpr std::uint16_t swapped_bytes(std::uint16_t unit) {
   return static_cast<std::uint16_t>(unit << 8 | unit >> 8);
 }
 
-// Room for text in units, without the one that a terminator takes.
+// The destination's room in units: all of it, and what a terminator leaves for text.
 struct UnitRoom {
   std::int32_t whole;
   std::int32_t text;
@@ -38,7 +41,7 @@ std::int32_t finish_cut_units(const Call& call, std::size_t n, bool only_termina
   return only_terminator ? VDX_OVERFLOW : VDX_TRUNCATED;
 }
 
-std::int32_t refuse(const Call& call) {
+std::int32_t malformed(const Call& call) {
   *call.length = 0;
   return VDX_MALFORMED_UNICODE;
 }
@@ -89,8 +92,8 @@ std::int32_t write_as_utf16(const Call& call, const Text& text) {
     const std::size_t left = n - result.taken;
     if (result.outcome == Transcoding::malformed ||
         well_formed(text.attributes, rest, left) != left)
-      return refuse(call);
-    // Without the terminator's unit there are at most two for the character that was cut.
+      return malformed(call);
+    // What is left of the room is below two units, and the terminator's.
     std::uint16_t units[2];
     const auto spare = static_cast<std::size_t>(room.whole) - result.placed;
     const bool only_terminator =
@@ -110,7 +113,7 @@ std::int32_t write_made_text_as_utf16(const Call& call, const Text& text) {
   const Transcoded result =
       to_utf16(text.attributes, text.bytes, static_cast<std::size_t>(text.length), call.destination,
                static_cast<std::size_t>(room.text), is_swapped(call));
-  if (result.outcome == Transcoding::malformed) return refuse(call);
+  if (result.outcome == Transcoding::malformed) return malformed(call);
   if (result.outcome == Transcoding::full) {
     end_cut_utf16(format, call.destination, static_cast<std::int32_t>(2 * result.placed),
                   *call.length);
@@ -125,9 +128,8 @@ Text wide_text(const Call& call) {
   std::size_t n = units_of(call);
   while (n > 1 && load<std::uint16_t>(from + 2 * n - 2) == ' ') --n;
   for (; n > 1 && load<std::uint16_t>(from) == ' '; --n) from += 2;
-  // Readers of numbers take bytes that are digits, signs, points and blanks for characters of their
-  // own. Pairs of such bytes are characters as well, but none that a number consists of: what opens
-  // one has another byte.
+  // Readers of numbers first look for ASCII bytes, and a unit may consist of two of them. No text that
+  // begins with such a unit is a number, so only texts whose first unit can open one go on.
   if (fold_at(from) == 0 && (char_class(kUtf16, from, 2) & kClassCurrency) == 0)
     return {kNothing, 1, kLatin1};
   return {from, static_cast<std::int32_t>(2 * n), kUtf16};

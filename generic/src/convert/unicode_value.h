@@ -1,8 +1,8 @@
 // UTF-16 as a value: the kind of unichar and unitext, and the ways from it.
 //
-// Values are read from it as from any other text: short ASCII as single bytes, everything else in
-// place, as a character set of two bytes a character, so that no length needs a buffer. Dates have
-// names and are read in the character set of their locale.
+// Values are read from it as from any other text: short ASCII is narrowed to single bytes, other text
+// is read in place as a character set of two bytes a character, so that no length needs a buffer.
+// Dates hold names, so they are transcoded to the character set of the source's locale.
 #ifndef VDX_CONVERT_UNICODE_VALUE_H
 #define VDX_CONVERT_UNICODE_VALUE_H
 
@@ -44,7 +44,7 @@ VDX_INLINE std::int32_t write_text_as_utf16(const Call& call, const AnyText& tex
 // Text in a character set as UTF-16. What does not fit is cut between characters.
 std::int32_t write_as_utf16(const Call& call, const Text& text);
 
-// Text that the library made, in a character set; its cut is an overflow.
+// The text of a value, in a character set; an overflow where it does not fit.
 std::int32_t write_made_text_as_utf16(const Call& call, const Text& text);
 
 template <CalendarValue Value>
@@ -55,7 +55,7 @@ VDX_INLINE std::int32_t write_as_utf16(const Call& call, const Value&) {
 struct utf16 {
   template <typename V>
   static std::int32_t write(const Call& call, const V& value) {
-    if constexpr (requires { write_as_utf16(call, value); })  // its text is of its own making
+    if constexpr (requires { write_as_utf16(call, value); })  // has a writer of its own
       return write_as_utf16(call, value);
     else
       return write_text_as_utf16(call, text_of(call, value), kMisfit<V>);
@@ -65,7 +65,7 @@ struct utf16 {
 // The most units that are read as single bytes. Columns are padded, but rarely wider.
 inline constexpr std::size_t kNarrowUnits = 128;
 
-// Short ASCII as bytes: false where the text is not that.
+// Narrows short ASCII to bytes; false for any other text.
 VDX_INLINE bool narrow_units(const Call& call, std::uint8_t* bytes) {
   const std::size_t n = units_of(call);
   if (n > kNarrowUnits || call.source_format->maxlength % 2 != 0) [[unlikely]]
@@ -90,8 +90,7 @@ VDX_INLINE bool narrow_units(const Call& call, std::uint8_t* bytes) {
 // Any other text, without the blanks around it.
 Text wide_text(const Call& call);
 
-// Its bytes in the character set of the locale; false where the room is too short. Wide forms of
-// ASCII are ASCII there, whatever the set.
+// Its bytes in a character set, wide forms of ASCII as ASCII; false where the room is too short.
 bool local_text(const Call& call, const vdx_charattr& set, std::uint8_t* to, std::int32_t room,
                 std::int32_t& length);
 
@@ -100,7 +99,7 @@ struct from_units {
   template <Family, Family Destination>
   static std::int32_t convert(const Call& call) {
     using Kind = datatype<Destination>;
-    // The number readers look at the bytes before a text, too.
+    // Readers of numbers load the bytes before a text as well.
     std::uint8_t bytes[16 + kNarrowUnits + 16];
     std::uint8_t* const text = bytes + 16;
     if (!narrow_units(call, text)) [[unlikely]]
@@ -147,9 +146,9 @@ struct from_units {
 // Copies whole characters.
 std::int32_t units_to_units(const Call& call);
 
-// Text that stays text, and bytes from their digits.
+// UTF-16 to text, to UTF-16 and, as hexadecimal digits, to bytes.
 struct units_as_text {
-  // Between character sets what is malformed turns up on the way.
+  // Transcoding finds malformed text by itself; only half a unit must be found here.
   template <Family Destination>
   static bool is_sound(const Call& call) {
     if constexpr (Destination == family_char || Destination == family_varchar)

@@ -18,7 +18,7 @@ namespace vdx {
   struct datatype<family_##name> : __VA_ARGS__ {};
 #include "lists/datatypes.list"
 
-// Most sources are values whatever their bytes; the others say so.
+// Any bytes are a value of most types; the kinds of the others have a check.
 template <typename Kind>
 inline bool readable(const Call& call) {
   if constexpr (requires { Kind::readable(call); })
@@ -36,11 +36,11 @@ constexpr std::int32_t fixed_length() {
     return 0;
 }
 
-// A source that is no value of its type: nothing is stored, but that a counted destination of a text
-// is empty. The length of a fixed-length destination is set, as on other failures. A bit is looked
-// at before any length is set.
+// The source is no value of its type: nothing is stored, except a count of 0 where the source is text
+// and the destination counted. The length of a fixed-length destination is set, as on other failures,
+// unless the source is a bit.
 template <Family Source, Family Destination>
-inline std::int32_t refuse(const Call& call) {
+inline std::int32_t refuse_source(const Call& call) {
   constexpr std::int32_t kLength = fixed_length<Destination>();
   if constexpr (Source != family_bit && kLength != 0) *call.length = kLength;
   if constexpr (is_text(Source) && extent_of(Destination) == Extent::counted)
@@ -48,19 +48,19 @@ inline std::int32_t refuse(const Call& call) {
   return VDX_INVALID;
 }
 
-// The pair in one inlined piece: what rows of real data meet. A kind that has to read a value to
-// know whether it is one does both at once, and names what it reads Checked.
+// Reads the value by the source's kind and writes it by the destination's, inlined into one function.
+// A kind that has to read a value to check it does both at once, into its type Checked.
 struct direct {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
     if constexpr (requires { typename datatype<Source>::Checked; }) {
       typename datatype<Source>::Checked value;
       if (!datatype<Source>::read(call, value)) [[unlikely]]
-        return refuse<Source, Destination>(call);
+        return refuse_source<Source, Destination>(call);
       return datatype<Destination>::write(call, value);
     } else {
       if (!readable<datatype<Source>>(call)) [[unlikely]]
-        return refuse<Source, Destination>(call);
+        return refuse_source<Source, Destination>(call);
       return datatype<Destination>::write(call, datatype<Source>::read(call));
     }
   }
@@ -84,39 +84,39 @@ inline Exact exact_of(Money<M> money) {
   return exact_integer(money.count, 4);
 }
 
-// Through the exact value: a sign, a magnitude and a scale that lose nothing. One writer serves
-// every source.
+// Through a numeric: a sign, a magnitude and a scale, which lose nothing. All sources share one
+// writer.
 struct as_numeric {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
     static_assert(Destination == family_num);
     if (!readable<datatype<Source>>(call)) [[unlikely]]
-      return refuse<Source, Destination>(call);
+      return refuse_source<Source, Destination>(call);
     return write_exact(call, exact_of(datatype<Source>::read(call)));
   }
 };
 
-// A value that stays what it is keeps its image.
+// To its own type: the image is copied.
 struct same_image {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
     static_assert(Source == Destination);
     using Kind = datatype<Source>;
     if (!readable<Kind>(call)) [[unlikely]]
-      return refuse<Source, Destination>(call);
+      return refuse_source<Source, Destination>(call);
     Kind::set_length(call);
     std::memmove(call.destination, call.source, Kind::kLength);
     return VDX_SUCCESS;
   }
 };
 
-// A value as the bytes of its image.
+// To a byte string: the bytes of the image.
 struct image_bytes {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
     static_assert(Destination == family_varbin);
     if (!readable<datatype<Source>>(call)) [[unlikely]]
-      return refuse<Source, Destination>(call);
+      return refuse_source<Source, Destination>(call);
     return write_varbin(call, call.source, datatype<Source>::kLength);
   }
 };
@@ -127,11 +127,11 @@ template <typename Way>
 struct by_code_with {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
-    if constexpr (big_kin(Destination) != family_none) {
-      if (accepts<codes_of(kDestinationFamily, big_kin(Destination))>(call.format->datatype))
-        return Way::template convert<Source, big_kin(Destination)>(call);
-    } else if (accepts<codes_of(kSourceFamily, big_kin(Source))>(call.source_format->datatype)) {
-      return Way::template convert<big_kin(Source), Destination>(call);
+    if constexpr (big_of(Destination) != family_none) {
+      if (accepts<codes_of(kDestinationFamily, big_of(Destination))>(call.format->datatype))
+        return Way::template convert<Source, big_of(Destination)>(call);
+    } else if (accepts<codes_of(kSourceFamily, big_of(Source))>(call.source_format->datatype)) {
+      return Way::template convert<big_of(Source), Destination>(call);
     }
     return Way::template convert<Source, Destination>(call);
   }
@@ -140,18 +140,18 @@ struct by_code_with {
 using by_code = by_code_with<direct>;
 using units_by_code = by_code_with<from_units>;
 
-// The image of a fixed-length value from bytes: short ones end in zeros, long ones are cut, and what
-// is no image of the type is stored nowhere.
+// From bytes, which are the image of a fixed-length value: short ones are padded with zeros, long ones
+// cut. Bytes that are no image of the type are not stored.
 struct from_bytes {
   template <Family Source, Family Destination>
   static std::int32_t convert(const Call& call) {
     using Kind = datatype<Source>;
     if (!readable<Kind>(call)) [[unlikely]]
-      return refuse<Source, Destination>(call);
+      return refuse_source<Source, Destination>(call);
     constexpr std::int32_t kLength = fixed_length<Destination>();
     const Bytes bytes = Kind::read(call);
     *call.length = kLength;
-    if constexpr (Destination == family_num) {  // whose own precision and scale the bytes keep
+    if constexpr (Destination == family_num) {  // the image's own precision and scale stay
       const std::int32_t code = check_numeric_format(call.format->precision, call.format->scale);
       if (code != VDX_SUCCESS) return code;
     }
@@ -179,7 +179,7 @@ struct from_bytes {
   }
 };
 
-// A value without content leaves none behind.
+// From a value without content: the length is 0, nothing is written.
 struct no_content {
   template <Family, Family>
   static std::int32_t convert(const Call& call) {
@@ -201,7 +201,7 @@ struct bit_as_byte {
   }
 };
 
-// A bit as a varbin is the character of its value, and the output length stays as it was.
+// A bit as a varbin is the character of its value; the output length is not set.
 struct bit_as_character {
   template <Family, Family>
   static std::int32_t convert(const Call& call) {
