@@ -30,13 +30,15 @@ bool is_swapped(const Call& call) { return (call.format->format & VDX_FMT_SWAP) 
 std::int32_t finish_units(const Call& call, std::size_t n, std::int32_t code) {
   const auto bytes = static_cast<std::int32_t>(n);
   *call.length = bytes;
+  if ((call.format->format & kFinishFlags) == 0) return code;
   const std::int32_t finished = finish_utf16(*call.format, call.destination, bytes, *call.length);
   return finished == VDX_SUCCESS ? code : finished;
 }
 
 // The code of a text of which n units were kept. One that is too long by its terminator alone is an
 // overflow, as from any other source.
-std::int32_t finish_cut_units(const Call& call, std::size_t n, bool only_terminator) {
+[[gnu::cold, gnu::noinline]] std::int32_t finish_cut_units(const Call& call, std::size_t n,
+                                                           bool only_terminator) {
   pad_cut_utf16(*call.format, call.destination, static_cast<std::int32_t>(2 * n), *call.length);
   return only_terminator ? VDX_OVERFLOW : VDX_TRUNCATED;
 }
@@ -53,6 +55,24 @@ const std::uint8_t* source_bytes(const Call& call) {
 std::uint8_t fold_at(const std::uint8_t* unit) { return char_fold(kUtf16, unit, 2); }
 
 constexpr std::uint8_t kNothing[1] = {0};
+
+// A text that was transcoded as far as there was room, or well-formed text.
+[[gnu::cold, gnu::noinline]] std::int32_t cut_as_utf16(const Call& call, const Text& text,
+                                                       const Transcoded& result) {
+  const UnitRoom room(*call.format);
+  const std::uint8_t* const rest = text.bytes + result.taken;
+  const std::size_t left = static_cast<std::size_t>(text.length) - result.taken;
+  if (result.outcome == Transcoding::malformed || well_formed(text.attributes, rest, left) != left)
+    return malformed(call);
+  // The next character needs more than is left for text, two units at most: with the terminator's
+  // unit there are no more than two.
+  std::uint16_t units[2];
+  const auto spare = static_cast<std::size_t>(room.whole) - result.placed;
+  const bool only_terminator =
+      room.text < room.whole &&
+      to_utf16(text.attributes, rest, left, units, spare, false).outcome == Transcoding::done;
+  return finish_cut_units(call, result.placed, only_terminator);
+}
 
 }  // namespace
 
@@ -87,23 +107,9 @@ std::int32_t write_as_utf16(const Call& call, const Text& text) {
   const auto n = static_cast<std::size_t>(text.length);
   const Transcoded result = to_utf16(text.attributes, text.bytes, n, call.destination,
                                      static_cast<std::size_t>(room.text), is_swapped(call));
-  if (result.outcome != Transcoding::done) [[unlikely]] {
-    const std::uint8_t* const rest = text.bytes + result.taken;
-    const std::size_t left = n - result.taken;
-    if (result.outcome == Transcoding::malformed ||
-        well_formed(text.attributes, rest, left) != left)
-      return malformed(call);
-    // What is left of the room is below two units, and the terminator's.
-    std::uint16_t units[2];
-    const auto spare = static_cast<std::size_t>(room.whole) - result.placed;
-    const bool only_terminator =
-        room.text < room.whole &&
-        to_utf16(text.attributes, rest, left, units, spare, false).outcome == Transcoding::done;
-    return finish_cut_units(call, result.placed, only_terminator);
-  }
+  if (result.outcome != Transcoding::done) [[unlikely]]
+    return cut_as_utf16(call, text, result);
   const std::int32_t code = result.substituted ? VDX_TRANSLATION : VDX_SUCCESS;
-  *call.length = static_cast<std::int32_t>(2 * result.placed);
-  if ((format.format & kFinishFlags) == 0) return code;
   return finish_units(call, 2 * result.placed, code);
 }
 
@@ -180,7 +186,8 @@ std::int32_t units_to_units(const Call& call) {
   } else {
     std::memmove(to, from, 2 * n);
   }
-  if (is_cut) return finish_cut_units(call, n, all == static_cast<std::size_t>(room.whole));
+  if (is_cut) [[unlikely]]
+    return finish_cut_units(call, n, all == static_cast<std::size_t>(room.whole));
   return finish_units(call, 2 * n, VDX_SUCCESS);
 }
 
