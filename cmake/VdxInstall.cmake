@@ -26,7 +26,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/vdxcomnConfigVersion.cmak
 install(FILES ${PROJECT_BINARY_DIR}/vdxcomnConfig.cmake
               ${PROJECT_BINARY_DIR}/vdxcomnConfigVersion.cmake DESTINATION ${vdx_package_dir})
 
-# A relative library directory lets the pkg-config file find its prefix from where it lies, so
+# A relative library directory lets the pkg-config file find its prefix from its own place, so
 # `cmake --install --prefix` and a moved tree both work. From an absolute one nothing leads back.
 if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
   set(vdx_pc_prefix ${CMAKE_INSTALL_PREFIX})

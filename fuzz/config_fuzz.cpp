@@ -1,6 +1,6 @@
 // Any bytes as a configuration file. The first byte chooses the character set. Whatever was read,
 // every value of every section is the one that a lookup finds, and nothing is left when it is
-// dropped. A file that comes in small pieces, where no line is at hand as a whole, reads like any other.
+// dropped. A file that comes in small pieces, where no line is whole in memory, reads like any other.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -21,7 +21,7 @@ void require(bool holds, const char* what) {
 
 constexpr char kName[] = "fuzz";
 
-// The one file there is, in memory, and how many bytes of it a read gives at most.
+// The one file there is, in memory, and the most bytes that a read returns.
 struct {
   const std::uint8_t* bytes;
   std::size_t size;

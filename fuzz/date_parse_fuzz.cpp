@@ -19,7 +19,7 @@ using namespace vdx;
 constexpr const char* kOddMonths[12] = {"x",    "Jan", "\x82\x60", "",    "Feb", "t\xC3\xA9",
                                         "\x82", "Ja",  "JanX",     "mar", "am",  "mar"};
 constexpr std::int32_t kParsedStyles[] = {0,   9,   1,   2,   3,   10,  11,  21, 22, 23,
-                                    101, 102, 103, 104, 105, 110, 111, 8,  -1};
+                                          101, 102, 103, 104, 105, 110, 111, 8,  -1};
 constexpr const char* const* kMonths[3] = {kEnglishMonths, kOddMonths, kEnglishShortMonths};
 
 // The choices are letters and digits in the seeds, so that a seed can be read.

@@ -2,7 +2,7 @@
 // format: flags, room (two bytes), precision, scale, the locales of both sides and of the context,
 // and what is read of the rest; the rest is the value, kept to what a caller may pass.
 //
-// Whatever the value is: the code is one that is documented, the output length lies inside of the
+// For every value: the code is a documented one, the output length lies inside of the
 // destination, and nothing outside of the destination is written.
 #include <algorithm>
 #include <array>
@@ -111,7 +111,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   require(std::find(std::begin(kCodes), std::end(kCodes), code) != std::end(kCodes),
           "a code that there is not");
-  const bool bit_without_room =  // is told it got a byte
+  const bool bit_without_room =  // nothing is stored, yet the length is 1
       from.datatype == VDX_BIT && to.maxlength == 0 && length == 1;
   require(length == kUnset || (length >= 0 && length <= capacity) || bit_without_room,
           "an output length outside of the destination");

@@ -25,7 +25,7 @@ std::string random_digits(Random& random, std::uint64_t most);
 struct Number {
   bool negative = false;
   std::string digits;
-  std::int64_t scale = 0;  // digits behind the point; below 0, zeros that stand before it
+  std::int64_t scale = 0;  // digits after the point; below 0: so many zeros follow the digits
   bool nan = false, infinite = false;
   bool zero() const { return !nan && digits.empty(); }
 };

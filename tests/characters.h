@@ -29,7 +29,7 @@ inline void append(Bytes& to, const Bytes& more) { to.insert(to.end(), more.begi
 enum class Set { latin1, ascii, utf8, sjis };
 inline constexpr Set kSets[] = {Set::latin1, Set::ascii, Set::utf8, Set::sjis};
 
-// The locale that stands for a set in these tests, with dates of its own. That of latin1 is the
+// A locale of the set, with a date order, a style and a name of January of its own. That of latin1 is the
 // process-wide default: null.
 vdx_locale* locale_of(Set set);
 struct LocaleDates {
@@ -47,7 +47,7 @@ constexpr char32_t kNoCharacter = 0xFFFFFFFF;
 
 struct Character {
   char32_t code;  // kNoCharacter where the bytes are none
-  Bytes bytes;    // as it stands in the source
+  Bytes bytes;    // as in the source
 };
 using Characters = std::vector<Character>;
 

@@ -12,7 +12,7 @@
 namespace vdx_test {
 
 // Whether a status is that of a process that a failed check has ended, with no handler set. One
-// that survives is told apart by the test framework, through a pipe, whatever its status.
+// that survives is recognised by the test framework, through a pipe.
 bool ended_by_check(int status);
 
 // Whether a status is that of a process whose handler resumed a check in abort mode 1.
@@ -40,7 +40,7 @@ bool stderr_is_open();
 // Asked at every read of a file by the library: true makes it fail. Null at first.
 extern bool (*read_fails)();
 
-// How many bytes such a read gives at most. SIZE_MAX at first.
+// The most bytes that such a read returns. SIZE_MAX at first.
 extern std::atomic<std::size_t> read_limit;
 
 }  // namespace vdx_test

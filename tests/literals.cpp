@@ -151,7 +151,8 @@ struct DateReader {
       if (!take(other, "-.") || !take(sign, "-.")) return kBad;
       const bool is_long = take(four, "4", &year);
       if (four == 0 && order != 4) order = 3;
-      for (const char field : std::string_view("mdydmyymdydmmyddym").substr(order * 3u - 3, 3))
+      for (const char field : std::string_view("mdydmyymdydmmyddym")
+                                  .substr(static_cast<std::size_t>(order * 3 - 3), 3))
         if ((field != 'y' || !is_long) && !take_next(field == 'm'   ? &month
                                                      : field == 'd' ? &day
                                                                     : &short_year))

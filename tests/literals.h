@@ -20,7 +20,7 @@ struct DateText {
 DateText read_date_text(const std::u32string& text, int order, const std::u32string& january,
                         bool whole, bool milliseconds);
 
-// Letters of the layout are fields, others stand for themselves: N month's name, d day of two digits,
+// Letters of the layout are fields, other bytes are copied: N month's name, d day of two digits,
 // D of two places, Y year, H hour of 12, i minute, s second, f milliseconds, u microseconds, p AM or
 // PM.
 std::string show_date(std::string_view layout, std::string_view january, std::int64_t day,

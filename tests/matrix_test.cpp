@@ -28,7 +28,7 @@ std::string decimal(Wide value) {
   return (value < 0 ? "-" : "") + digits;
 }
 
-// Limits of every width in units and in ten-thousandths, what lies beside them, halves, noise.
+// Limits of every width in units and in ten-thousandths, their neighbours, halves, random numbers.
 std::vector<Wide> whole_values() {
   std::vector<Wide> values = {0,    1,     -1,    2,     4999,  5000,  5001,
                               9999, 10000, 14999, 15000, -4999, -5000, -15000};
@@ -147,7 +147,7 @@ void add_dates(std::int32_t code, std::vector<Bytes>& values) {
       values.push_back(image(vdx_datetime{100, time}));
 }
 
-// What stands between bars.
+// The pieces between bars.
 std::vector<std::u32string> split(std::u32string_view text) {
   std::vector<std::u32string> parts(1);
   for (const char32_t c : text)

@@ -151,8 +151,8 @@ void empty_counted(const Request& r, Answer& a) {
   a.open_from = std::max<std::size_t>(a.open_from, 2);
 }
 
-// No value of the source's type: the length of a fixed-length destination stands all the same, but
-// for bits.
+// The source holds no value of its type: the length of a fixed-length destination is set even so,
+// except from bit.
 Answer no_value(const Request& r) {
   const Kind to = kind_of(r.destination);
   const bool fixed = to != Kind::text && to != Kind::utf16 && to != Kind::bytes;
@@ -191,7 +191,7 @@ struct Destination {
     used += bytes.size();
   }
 
-  // Padding and terminator behind a text that leaves room for them.
+  // Padding and terminator after a text that leaves room for them.
   Answer finish(std::int32_t code) {
     const bool nulls = has(VDX_FMT_PADNULL), blanks = has(VDX_FMT_PADBLANK);
     const bool terminate = has(VDX_FMT_TERMINATE);
@@ -211,7 +211,7 @@ struct Destination {
   }
 
   bool fits(std::size_t n) const { return n + (has(VDX_FMT_TERMINATE) ? unit : 0) <= room; }
-  // The terminator behind a text that was cut; the last byte or unit is zero, too.
+  // The terminator after a text that was cut; the last byte or unit is zero, too.
   Answer end(std::int32_t code, std::size_t kept) {
     if (has(VDX_FMT_TERMINATE) && room > 0) {
       for (const std::size_t at : {kept, room - unit})
@@ -230,7 +230,7 @@ struct Destination {
   }
 };
 
-// The text of a value: what does not fit is cut anywhere, or an asterisk stands for it.
+// The text of a value: what does not fit is cut anywhere, or an asterisk replaces it.
 Answer text_of_value(const Request& r, const Bytes& text, bool asterisk) {
   Destination d(r);
   if (d.fits(text.size())) {
@@ -258,8 +258,7 @@ Answer text_of_value(const Request& r, const Bytes& text, bool asterisk) {
     d.finish(VDX_OVERFLOW);
     d.used = static_cast<std::size_t>(d.answer.length);
   } else {
-    d.used =
-        std::min(text.size(), d.room);  // so much was there room for, but nothing is told by it
+    d.used = std::min(text.size(), d.room);  // the room counts, the bytes are unspecified
   }
   const auto length = static_cast<std::int32_t>(d.used);
   Answer a = d.end(VDX_OVERFLOW, d.room - std::min(d.unit, d.room));

@@ -82,7 +82,7 @@ inline std::size_t random_text(Random& random, char* to) {
   return static_cast<std::size_t>(n);
 }
 
-// A value of the datatype, most of them valid, with zeros behind it. Its length: the datatype's own,
+// A value of the datatype, most of them valid, zeros after it. Its length: the datatype's own,
 // or else that of its text.
 inline std::int32_t random_value(Random& random, std::int32_t datatype, unsigned char* to) {
   const std::int32_t fixed = comn_typelen(datatype, -1);

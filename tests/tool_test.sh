@@ -41,10 +41,10 @@ row 'char money -p 4 "$ 1,234.56785"' '' 0 '1234.5679\n' ''
 row 'i4 char -m5 --pad-blank -t --hex 12' '' 0 '3132202000\n' ''
 row 'i4 char --maxlength=4 --pad-null --raw 12 345' '' 0 '12\0000\0000345\0000' ''
 row 'i4 bin --hex 258 -1' '' 0 '02010000\nffffffff\n' ''
-# A record's bytes behind its text are its own, and a length that a conversion leaves alone is its size.
+# The bytes after a record's text belong to it; where a conversion sets no length, its size is shown.
 row 'char varchar --hex abcdef ab' '' 0 "0600616263646566$(printf %0500d)\n02006162$(printf %0508d)\n" ''
 row 'bit varbin --hex 1' '' 0 "010031$(printf %0510d)\n" ''
-# A void has nothing to show, whatever it becomes; some of that has no text.
+# A void shows nothing in any datatype; some of those have no text.
 for code in {0..36}; do row "void $code x ''" '' 0 '\n\n' ''; done
 row 'char i4 -q -c sjis' '\0202\0120\0202\0121\n' 0 '12\n' ''
 
@@ -206,7 +206,7 @@ while IFS=$'\t' read -r options text want; do
 done < claims
 [ "$(wc -l < claims)" = 61 ] || fail "the page makes $(wc -l < claims) claims"
 
-# What README says its command lines show; files of its readers are not at hand.
+# What README says its command lines show; lines that need a file of the reader are left out.
 grep '^    vdxconv ' "$project/README.md" | grep -v -e '--file' -e '--cfg' > claims
 while IFS='#' read -r words want; do
   eval "\"\$vdxconv\" ${words#* vdxconv }" > out 2>&1 || fail "README: $words"
