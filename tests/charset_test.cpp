@@ -319,31 +319,4 @@ TEST(Charset, ExportedFunctions) {
   }
 }
 
-// Eleven null pointers, then five wrong lengths, each resumed.
-[[noreturn]] void resume_everything() {
-  vdx_test::handle_checks(vdx_test::Handler::kResume);
-  com_toggle_abort(0);
-  using vdx_test::with_each_null;
-  std::int32_t n = 7;
-  char out = 'o';
-  auto sum = with_each_null(comn_charset_convert, nullptr, nullptr, "a", 1, nullptr, &out, 1, &n) +
-             with_each_null(com_intl_xlate, nullptr, "ascii", "utf8", "a", 1, &out, 1, &n) +
-             with_each_null(com__fou_utf8_to_utf16, "a", 1, &out, 1, &n);
-  fputs(" ; ", stderr);
-  sum += comn_charset_convert(nullptr, nullptr, "a", -1, nullptr, &out, 1, &n);
-  sum += comn_charset_convert(nullptr, nullptr, "a", 1, nullptr, &out, -1, &n);
-  sum += com_intl_xlate(nullptr, "ascii", "utf8", "a", -2, &out, 1, &n);
-  sum += com__fou_utf8_to_utf16("a", -1, &out, 1, &n);
-  sum += com__fou_utf8_to_utf16("a", 1, &out, VDX_NULLTERM, &n);
-  exit(sum == 16 * VDX_OVERFLOW && n == 7 && out == 'o' ? 0 : 1);
-}
-
-TEST(CharsetDeath, ChecksStandAndResume) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(
-      resume_everything(), testing::ExitedWithCode(0),
-      vdx_test::has_match("^(\nInvalid NULL pointer , file 'com_charset.cpp' line [0-9]+\n){11} ; "
-                          "(\n\rassertion failed, file 'com_charset.cpp' line [0-9]+\n\r){5}$"));
-}
-
 }  // namespace
