@@ -21,7 +21,7 @@ struct Expected {
   std::string placed;
 };
 
-// Where the text is well-formed nothing behind what was placed is written.
+// After the bytes placed nothing is written, unless the text is malformed.
 void expect_same(const Transcoded& got, std::size_t scale, Exact& to, const Expected& want) {
   EXPECT_EQ(got.taken, want.taken);
   EXPECT_EQ(got.outcome, want.outcome);
@@ -173,9 +173,9 @@ std::string bytes_of_unit(const vdx_charattr& set, char32_t c, bool* substituted
   return {to, to + narrow.placed};
 }
 
-// Every byte sequence of a set that is a character is read as a code point that gives it back, but
-// for the doubles of sjis, and every code point that is written is read back, but for six signs
-// that are read as their wide forms.
+// Every character of a set is read as a code point that is written as the same bytes, but for the
+// doubles of sjis; every code point that is written is read back, but for six signs that are read as
+// their wide forms.
 TEST(Charset, RoundTrips) {
   const struct {
     const vdx_charattr& set;
@@ -220,7 +220,7 @@ TEST(Charset, RoundTrips) {
   for (const auto& [bytes, code] : known) EXPECT_EQ(bytes_of_unit(vdx::kSjis, code), bytes);
 }
 
-// Any set to any other, at every room: what going by UTF-16 gives, whole characters of it; between
+// Any set to any other, at every room: the same as by way of UTF-16, in whole characters; between
 // equal sets, a copy.
 TEST(Charset, BetweenSetsAtEveryCut) {
   std::string sample(150, 'x');  // passes what is held between two steps
@@ -250,7 +250,7 @@ TEST(Charset, BetweenSetsAtEveryCut) {
                       by_units.outcome == Transcoding::done ? read.outcome : by_units.outcome);
             EXPECT_EQ(got.first(room), want.first(room));
           }
-          // What was taken gives the same alone, and nothing stood behind it that had room.
+          // The bytes taken are converted the same alone, and the next character had no room.
           const auto alone = vdx::transcode(*from.attributes, source.data, direct.taken,
                                             *to.attributes, again.data, room, missing);
           EXPECT_EQ(alone.outcome, Transcoding::done);

@@ -107,7 +107,7 @@ TEST(DateFormat, Styles) {
       EXPECT_EQ(text(com__datetochar, kAfternoon, row.style, names), expected);
     }
 
-    // A time alone stands on 1900-01-01, a date alone at midnight.
+    // A time alone is of 1900-01-01, a date alone is midnight.
     const bool plain = row.style == 0 || row.style == 9;
     std::string ticks = text(com__datetochar, {0, time}, row.style).substr(plain ? 12 : 0);
     std::string micros =
@@ -217,7 +217,7 @@ TEST(DateLocale, ReadsSettings) {
   }
 }
 
-// What a service places into a room of some bytes, behind its code.
+// The code of a service, then what it places.
 template <class Service>
 std::string placed(Service service) {
   char buffer[64];

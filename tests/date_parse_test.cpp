@@ -28,7 +28,7 @@ struct Options {
   }
 };
 
-// What stands between bars.
+// The pieces between bars.
 std::vector<std::string> split(std::string_view text) {
   std::vector<std::string> parts(1);
   for (const char c : text) {
@@ -162,7 +162,7 @@ TEST(DateParse, Texts) {
     for (const std::string& text : split(row.texts))
       for (const vdx_charattr* set : kSets) {
         EXPECT_EQ(parse(kDatetime, text, {row.style, row.order, set}), whole(row.result)) << text;
-        // A sanitizer watches for bytes read behind the text.
+        // A sanitizer watches for reads beyond the text.
         for (std::size_t n = 0; n < text.size(); ++n)
           for (int entry = 0; entry < 6; ++entry) parse(entry, text.substr(0, n), {0, 1, set});
       }
@@ -172,7 +172,7 @@ TEST(DateParse, Texts) {
     EXPECT_EQ(parse(kDatetime, "01/02/03", {0, i + 1}), whole(orders[i]));
 }
 
-// Which order a style gives to three numbers, and whether the year has to be a long one.
+// The order of three numbers in each style, and the digits of the year.
 TEST(DateParse, Styles) {
   const std::string_view known =
       " 0:3 9:3 1:1 10:1 2:3 11:3 21:3 22:3 23:3 3:2 4:2 5:2 101:1 110:1 102:3 111:3 103:2 104:2 "

@@ -17,7 +17,7 @@ namespace {
 using namespace std::chrono;
 using vdx_test::Random;
 
-constexpr std::int32_t kMark = -77;  // a field that nobody wrote
+constexpr std::int32_t kMark = -77;  // a field that was not written
 constexpr daterec kMarked = {kMark, kMark, kMark, kMark, kMark, kMark,
                              kMark, kMark, kMark, kMark, kMark, kMark};
 constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
@@ -209,7 +209,6 @@ TEST(DateValue, Comparisons) {  // of time words whole and signed
   expect_order(com_bigdatetimecmp, {0, 1, 1ULL << 63, ~0ULL});
 }
 
-// The conversions tell the rest.
 TEST(DateValue, RangesAndMoves) {
   constexpr std::int32_t days[][3] = {{-693596, 1, 1}, {-693595, 1, 0}, {-53691, 1, 0},
                                       {-53690, 0, 0},  {2958463, 0, 0}, {2958464, 0, 1}};

@@ -11,8 +11,7 @@
  *                               return; without a handler the process ends
  *
  * When such a handler returns, the checked function returns at once with its failure result: 0
- * for a status, null for a pointer, VDX_OVERFLOW for a conversion where nothing else is said. One
- * check lets the function go on: a locale that is not loaded counts as none.
+ * for a status, null for a pointer, VDX_OVERFLOW for a conversion where nothing else is said.
  *
  * Abort mode, trace mode and debug file are process-wide and unlocked. Changing a mode while other
  * threads run is safe, when they see it is not defined. Closing or replacing the debug file while

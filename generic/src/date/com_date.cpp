@@ -48,7 +48,7 @@ std::int32_t compare(const vdx_date4& a, const vdx_date4& b) {
 }  // namespace
 }  // namespace vdx
 
-// The functions come in families of one shape; each stands on a line of its own, which its checks
+// The functions come in families of one shape; each is on a line of its own, which its checks
 // report.
 
 #define VDX_CRACK(name, Value, crack)              \
