@@ -11,6 +11,7 @@ namespace {
 
 using vdx_test::read_limit;
 using vdx_test::set_environment;
+using vdx_test::string_of;
 
 const std::string kWide(70, ' ');
 
@@ -289,6 +290,7 @@ TEST_F(Config, Names) {
               {"", VDX_NULLTERM, ""},
               {longest, 512, "1040603 cfg__init_parse " + longest + ";"},
               {longest + "n", 513, "1040605 comn_init_cfg " + longest.substr(0, 255) + ";"},
+              {std::string("a\0b", 3), 3, std::string("1040603 comn_init_cfg a\0b;", 26)},
               {directory_.generic_string(), VDX_NULLTERM, "1040603 cfg__init_parse FILE;"}};
   for (const auto& row : rows) {
     told.clear();
@@ -437,6 +439,58 @@ TEST_F(Config, Threads) {
   EXPECT_EQ(com_appglobal_drop(standing, VDX_APPGLOBAL_STATIC), 1);
   EXPECT_EQ(wrong, 0);
   EXPECT_EQ(context_.appglobal->configurations, nullptr);
+}
+
+// A callback that opens a file, the one that is being parsed or another, gets nothing and harms
+// nothing. One that runs after a parse, or for a file that did not open, is free to.
+TEST_F(Config, CallbacksThatOpenFiles) {
+  static std::string other, opened;
+  other = write("[a]\nk=0\n", "other");
+  opened.clear();
+  context_.message = [](vdx_context* context, const vdx_message* message) -> std::int32_t {
+    opened += string_of(message->token) + ":";
+    vdx_context own = *context;
+    own.message = nullptr;
+    for (const std::string& name : {string_of(message->file), other}) {
+      vdx_cfg* cfg = open_cfg(own, name);
+      opened += cfg != nullptr ? '1' : '0';
+      if (cfg != nullptr) drop(cfg);
+    }
+    return 1;
+  };
+  EXPECT_EQ(values(file("[b]\nx\n[a]\nk=1\ny\n[a]\nk=2\n"), "a", "k"), "<2>");
+  EXPECT_EQ(open("none"), nullptr);
+  EXPECT_EQ(opened, "\n:00\n:00-:01");
+}
+
+// A thread that is cancelled while it parses leaves the turn to others.
+TEST_F(Config, CancelledOpener) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  static vdx_event *reached, *never;
+  static std::string broken;
+  broken = write("[a]\nk\n", "broken");
+  const std::string whole = write("[a]\nk=1\n");
+  const auto cancel_and_open = [&] {
+    comn_create_event(&reached);
+    comn_create_event(&never);
+    vdx_thread* thread;
+    comn_create_thread(
+        &thread,
+        [](void* data) -> void* {
+          vdx_context own = *static_cast<vdx_context*>(data);
+          own.message = [](vdx_context*, const vdx_message*) {
+            comn_signal_event(reached);
+            return comn_waitfor_event(never, VDX_NO_LIMIT);
+          };
+          open_cfg(own, broken);
+          return nullptr;
+        },
+        &context_);
+    comn_waitfor_event(reached, VDX_NO_LIMIT);
+    comn_cancel_thread(thread);
+    std::_Exit(values(open(whole), "a", "k") == "<1>" ? 0 : 1);
+  };
+  EXPECT_EXIT(cancel_and_open(), testing::ExitedWithCode(0), "");
 }
 
 TEST(ConfigPaths, Rules) {

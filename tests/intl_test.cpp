@@ -157,6 +157,7 @@ TEST(Locale, Settings) {
       {VDX_LOC_TWELVE_HOUR, 1, 1, locale->twelve_hour},
       {VDX_LOC_FIRST_DAY, 1, 1, locale->first_day},
       {VDX_LOC_FIRST_DAY, 8, 0, locale->first_day},
+      {INT32_MIN, 1, 0, locale->first_day},
   };
   for (const auto& row : numbers) {
     SCOPED_TRACE(testing::Message() << row.what << " to " << row.value);

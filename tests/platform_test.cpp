@@ -7,7 +7,18 @@
 
 #include "checks.h"
 
+#if !defined(_WIN32)
+#include <fcntl.h>
+#include <sys/stat.h>
+#endif
+
 namespace {
+
+#if defined(_WIN32)
+constexpr char kDevice[] = "NUL";
+#else
+constexpr char kDevice[] = "/dev/null";
+#endif
 
 std::string read_all(const char* name, std::size_t piece) {
   const std::intptr_t file = vdx::open_file(name);
@@ -36,6 +47,7 @@ TEST(Platform, FilesAreReadUnderEverySpelling) {
       {utf8 + "\\f.cfg", bytes},
       {longer + "/f.cfg", bytes},
       {utf8, "none"},
+      {kDevice, "none"},
       {"vdxplatform\\none", "none"},
       {"", "none"},
       {std::string(5000, 'x'), "none"},
@@ -47,6 +59,11 @@ TEST(Platform, FilesAreReadUnderEverySpelling) {
       EXPECT_EQ(read_all(name.c_str(), piece), expected) << name.substr(0, 100);
   // A file that somebody has open may be replaced meanwhile.
   const std::intptr_t file = vdx::open_file(rows[0].first.c_str());
+#if !defined(_WIN32)
+  EXPECT_EQ(fcntl(static_cast<int>(file), F_GETFD), FD_CLOEXEC);
+  ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
+  EXPECT_EQ(vdx::open_file((folder / "fifo").c_str()), vdx::kNoFile);  // nobody writes to it
+#endif
   std::filesystem::rename(folder / "f.cfg", folder / "g.cfg");
   std::filesystem::remove(folder / "g.cfg");
   vdx::close_file(file);

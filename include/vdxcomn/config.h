@@ -8,8 +8,14 @@
  *
  * Lengths of inputs may be VDX_NULLTERM: zero-terminated, to be measured. Null pointers are failed
  * checks (frame.h) unless something else is said; a function then returns 0 or null where the
- * check is resumed. What goes wrong with a file is told to the context's message callback (errors.h,
- * VDX_MSG_CFG_...). */
+ * check is resumed. What goes wrong with a file is reported to the context's message callback
+ * (errors.h, VDX_MSG_CFG_...).
+ *
+ * Files are parsed one at a time in a process; a second thread waits for its turn, which it also
+ * gets where a thread was killed during a parse (that file cannot be opened again in its area). A
+ * callback that runs during a parse must not drop a handle; a file that it opens is refused:
+ * comn_init_cfg returns 0 at once, without a message, and the parse goes on when the callback
+ * returns. */
 #ifndef VDXCOMN_CONFIG_H
 #define VDXCOMN_CONFIG_H
 
@@ -66,15 +72,16 @@ VDX_API int32_t com_appglobal_drop(vdx_appglobal *area, int32_t options);
  *
  * context  version at least 114 (else a failed assertion); must outlive the handle; the handle's
  *          memory comes from it
- * name     file name of 1 to 512 bytes; not read, and may be null, with VDX_UNUSED and with lengths
- *          that are none
+ * name     file name of 1 to 512 bytes, none of them zero; not read, and may be null, with
+ *          VDX_UNUSED and with lengths that are none. It must lead to a regular file: a device or a
+ *          FIFO cannot be opened, and nothing waits for one
  * length   its length, VDX_NULLTERM, or VDX_UNUSED: the file ini\ncl.cfg below the directory that
  *          the environment variable VERDEX names, in its first 256 bytes (a failed assertion
  *          when it is not set)
  * cfg      receives the handle, unchanged on failure
  *
- * Returns XS_SUCCEED, or XS_FAIL: another length, VDX_MSG_CFG_NAME, VDX_MSG_CFG_OPEN,
- * VDX_MSG_CFG_MEMORY. */
+ * Returns XS_SUCCEED, or XS_FAIL: another length, a call from a callback during a parse,
+ * VDX_MSG_CFG_NAME, VDX_MSG_CFG_OPEN, VDX_MSG_CFG_MEMORY. */
 VDX_API int32_t comn_init_cfg(vdx_context *context, const char *name, int32_t length,
                               vdx_cfg **cfg);
 
@@ -231,7 +238,10 @@ VDX_API int32_t com_unsignstrncmp(const char *a, const char *b, int32_t length);
  * (at least 1) bytes, and the first piece that does not fit is left off with all that follow; a
  * first one, as home is, is cut. Variables of any length are read as a whole. Functions without a
  * result do not tell that something is left off.
- * VERDEX unset is -1, stored in context->os_error where there is a context; context may be null. */
+ * VERDEX unset is -1, stored in context->os_error where there is a context; context may be null.
+ *
+ * In a program that runs with more rights than its user (set-user-id or set-group-id) every
+ * variable counts as unset: the user must not choose the program's files. */
 
 /* <home>[\<value of VERDEX_NCL> with subdirectory not 0]\ini\<file>. */
 VDX_API void com_path_cfgfile(vdx_context *context, const char *file, char *buffer, int32_t size,
@@ -266,7 +276,8 @@ VDX_API int32_t com_get_tclcfg(char *buffer, int32_t size);
 VDX_API int32_t com_set_tclcfg(const char *path);
 
 /* The value of an environment variable, at most 256 bytes of it, in a block that the caller gives to
- * free(). Null for a null name, a variable that is unset or empty, or without memory. */
+ * free(). Null for a null name, a variable that is unset or empty (or counts as unset, see above),
+ * or without memory. */
 VDX_API char *com_getenv(const char *name);
 
 VDX_END_DECLS

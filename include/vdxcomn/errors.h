@@ -8,7 +8,9 @@
  * parameters: "Message 0x01049999: first, second".
  *
  * Raising a message hands a vdx_message to the context's message callback. Nothing of it outlives
- * the callback. Lengths are in bytes; a length argument takes VDX_NULLTERM. Every status goes
+ * the callback. The callback returns; it does not jump out of the library. One that runs while its
+ * thread parses a configuration file (VDX_MSG_CFG_SYNTAX, VDX_MSG_CFG_INCLUDE, VDX_MSG_CFG_CUT,
+ * VDX_MSG_CFG_MEMORY, VDX_MSG_CFG_OPEN) can open no other: comn_init_cfg returns 0. Lengths are in bytes; a length argument takes VDX_NULLTERM. Every status goes
  * through the return tracer. */
 #ifndef VDXCOMN_ERRORS_H
 #define VDXCOMN_ERRORS_H

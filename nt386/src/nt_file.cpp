@@ -39,9 +39,15 @@ std::size_t to_utf8(const wchar_t* text, char* out, std::size_t size) {
   return length;
 }
 
+// Only files on a disk: a console, a device or a pipe could keep its reader waiting. No process that
+// this one starts inherits the handle.
 HANDLE open_readable(const wchar_t* name) {
-  return CreateFileW(name, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE file =
+      CreateFileW(name, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                  nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE || GetFileType(file) == FILE_TYPE_DISK) return file;
+  CloseHandle(file);
+  return INVALID_HANDLE_VALUE;
 }
 
 // A name of MAX_PATH and more is opened only in its full form behind this prefix.
@@ -68,8 +74,7 @@ static_assert(kNoFile == -1, "what the system calls an invalid handle");
 std::int64_t read_file(std::intptr_t file, void* buffer, std::size_t size) {
   DWORD got = 0;
   const auto room = static_cast<DWORD>(std::min<std::size_t>(size, 0x40000000));
-  if (ReadFile(reinterpret_cast<HANDLE>(file), buffer, room, &got, nullptr)) return got;
-  return GetLastError() == ERROR_BROKEN_PIPE ? 0 : -1;  // its writer has gone
+  return ReadFile(reinterpret_cast<HANDLE>(file), buffer, room, &got, nullptr) ? got : -1;
 }
 
 void close_file(std::intptr_t file) { CloseHandle(reinterpret_cast<HANDLE>(file)); }

@@ -12,14 +12,28 @@
 namespace vdx {
 namespace {
 
-// A directory opens too, but only reading it would tell.
+// What may be no regular file is opened without waiting, and looked at: a FIFO would wait for its
+// writer, and a device might never end.
 std::intptr_t open_readable(const char* name) {
-  const int file = open(name, O_RDONLY | O_CLOEXEC | O_NOCTTY);
+  const int file = open(name, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
   if (file < 0) return kNoFile;
   struct stat status;
-  if (fstat(file, &status) == 0 && !S_ISDIR(status.st_mode)) return file;
+  if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
+    fcntl(file, F_SETFL, 0);  // some file systems would not wait for their data otherwise
+    return file;
+  }
   close(file);
   return kNoFile;
+}
+
+// Null in a program that runs with more rights than its user, who chose the environment.
+const char* trusted_variable(const char* name) {
+#if defined(__linux__)
+  return secure_getenv(name);
+#else
+  const bool is_plain = getuid() == geteuid() && getgid() == getegid();
+  return is_plain ? std::getenv(name) : nullptr;
+#endif
 }
 
 }  // namespace
@@ -44,7 +58,7 @@ std::int64_t read_file(std::intptr_t file, void* buffer, std::size_t size) {
 void close_file(std::intptr_t file) { close(static_cast<int>(file)); }
 
 std::size_t read_environment(const char* name, char* buffer, std::size_t size) {
-  const char* value = std::getenv(name);
+  const char* value = trusted_variable(name);
   if (value == nullptr) return 0;
   const std::size_t length = strnlen(value, size);
   std::memcpy(buffer, value, length);

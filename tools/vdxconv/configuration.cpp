@@ -1,6 +1,7 @@
 #include "configuration.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -54,8 +55,12 @@ struct Listener : vdx_context {
   int32_t failure = 0;  // number of the last other message
 };
 
-// The library tells that a file does not open; the system, asked again, tells why.
+// The library tells that a file does not open; the system, asked again, tells why. What is no file
+// is not opened for that: a FIFO would wait for its writer.
 std::string reason_of_failure(const char* name) {
+  std::error_code unknown;
+  if (std::filesystem::is_fifo(name, unknown) || std::filesystem::is_character_file(name, unknown))
+    return std::string(name) + ": not a regular file";
   const int descriptor = open_to_read(name);
   uint8_t byte;
   if (descriptor < 0 || read_some(descriptor, &byte, 1) < 0) return reason_of_errno(name);

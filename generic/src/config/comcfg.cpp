@@ -8,6 +8,7 @@
 #include "frame/allocate.h"
 #include "frame/check.h"
 #include "frame/com_err.h"
+#include "frame/platform.h"
 #include "frame/turn.h"
 
 namespace vdx {
@@ -154,6 +155,7 @@ void raise(vdx_context* context, std::int32_t number, const char* routine) {
 
 enum class Opened { kYes, kNo, kOtherFailed };
 
+// Messages are raised when the record was let go: the callback may open files, this one too.
 Opened open_in(vdx_context* context, vdx_appglobal* area, std::string_view name, vdx_cfg*& cfg) {
   vdx_cfg_record* record = pin_record(area, name);
   if (record == nullptr) {
@@ -161,30 +163,33 @@ Opened open_in(vdx_context* context, vdx_appglobal* area, std::string_view name,
     return Opened::kNo;
   }
   const bool is_new = !record->has_been_tried;
-  if (!is_new &&
-      !record->is_ready) {  // whoever parsed it was told why it failed; this one tries itself
+  // Whoever parsed it was told why it failed; this one tries itself.
+  if (!is_new && !record->is_ready) {
     unpin_record(record, false);
     return Opened::kOtherFailed;
   }
   record->has_been_tried = true;
   void* memory = allocate(context, sizeof(vdx_cfg));
   if (memory == nullptr) {
-    raise(context, VDX_MSG_CFG_MEMORY, "comn_init_cfg");
     unpin_record(record, record->is_ready);
+    raise(context, VDX_MSG_CFG_MEMORY, "comn_init_cfg");
     return Opened::kNo;
   }
   auto* made = new (memory) vdx_cfg{nullptr, nullptr, context, area, record};
   link_handle(record, made);
-  if (is_new) record->is_ready = parse_file(made);
-  const bool is_ready = record->is_ready;
-  if (!is_ready) {
-    unlink_handle(record, made);
-    std::free(made);
+  ParseResult result = ParseResult::kDone;
+  if (is_new) result = parse_file(made);
+  record->is_ready = result == ParseResult::kDone;
+  if (record->is_ready) {
+    unpin_record(record, true);
+    cfg = made;
+    return Opened::kYes;
   }
-  unpin_record(record, is_ready);
-  if (!is_ready) return Opened::kNo;
-  cfg = made;
-  return Opened::kYes;
+  unlink_handle(record, made);
+  std::free(made);
+  unpin_record(record, false);
+  if (result == ParseResult::kUnopened) raise_unopened(context, "cfg__init_parse", name);
+  return Opened::kNo;
 }
 
 // A cursor that follows includes. The root may lie on the caller's stack.
@@ -377,6 +382,7 @@ std::int32_t comn_init_cfg(vdx_context* context, const char* name, std::int32_t 
   VDX_CHECK_POINTER(context, VDX_TRACE(XS_FAIL));
   VDX_ASSERT(context->version >= VDX_VERSION, VDX_TRACE(XS_FAIL));
   VDX_CHECK_POINTER(cfg, VDX_TRACE(XS_FAIL));
+  if (vdx::has_parse_turn()) return VDX_TRACE(XS_FAIL);
   char standard[vdx::kLongestFileName + 1];
   if (length == VDX_UNUSED) {
     char* home = com_getenv("VERDEX");
@@ -393,6 +399,10 @@ std::int32_t comn_init_cfg(vdx_context* context, const char* name, std::int32_t 
   if (file.size() > vdx::kLongestFileName) {
     vdx::raise_message(context, VDX_MSG_CFG_NAME,
                        vdx::err_parameters("comn_init_cfg", file.substr(0, 255)));
+    return VDX_TRACE(XS_FAIL);
+  }
+  if (file.find('\0') != file.npos) {
+    vdx::raise_unopened(context, "comn_init_cfg", file);
     return VDX_TRACE(XS_FAIL);
   }
   vdx_appglobal* area = vdx::area_of(context);

@@ -291,9 +291,14 @@ struct CfgParsed {
 CfgParsed* make_parsed(std::string_view name);
 void drop_parsed(CfgParsed* parsed);
 
-// Reads the file of a handle into its record. Returns whether that succeeded; what it could not
-// read is reported, and sections with errors are a success.
-bool parse_file(vdx_cfg* cfg);
+enum class ParseResult { kDone, kUnopened, kFailed };
+
+// Reads the file of a handle into its record. kUnopened is the caller's to report; what else it
+// could not read is reported, and sections with errors are done.
+ParseResult parse_file(vdx_cfg* cfg);
+
+// Reports a file that cannot be opened, or be read to its end.
+void raise_unopened(vdx_context* context, const char* routine, std::string_view name);
 
 // Where something is wrong: in the section that is being filled, at a line of the file.
 vdx_err_place place_of(const CfgParsed& parsed, std::int32_t line, std::string_view token);

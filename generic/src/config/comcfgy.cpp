@@ -5,7 +5,7 @@
 #include "config/comcfg.h"
 #include "frame/check.h"
 #include "frame/com_err.h"
-#include "frame/turn.h"
+#include "frame/platform.h"
 #include "vdxcomn/intl.h"
 
 namespace vdx {
@@ -297,13 +297,51 @@ vdx_err_place place_of(const CfgParsed& parsed, std::int32_t line, std::string_v
   return place;
 }
 
-bool parse_file(vdx_cfg* cfg) {
-  static constinit Turn turn;
-  const std::lock_guard guard(turn);
-  if (cfg__init_parse(cfg) != XS_SUCCEED) return false;
-  const bool done = cfg__parse(cfg) == XS_SUCCEED;
-  cfg__clean_parse(cfg);
-  return done;
+namespace {
+
+// Makes the state of a parse, which owns the file from here on. False, with the file closed, without
+// memory, which is reported.
+bool start_parse(vdx_cfg* cfg, std::intptr_t file) {
+  CfgParsed& parsed = cfg->parsed();
+  auto* parse = parsed.make<CfgParse>();
+  auto* raw = parse == nullptr ? nullptr : static_cast<char*>(std::malloc(CfgParse::kRawSize));
+  if (raw == nullptr) {
+    parsed.pool->release(parse, sizeof *parse);
+    close_file(file);
+    raise_message(cfg->context, VDX_MSG_CFG_MEMORY, err_parameters("comn_init_cfg"));
+    return false;
+  }
+  new (parse) CfgParse{};
+  parse->line = parse->token_line = 1;
+  parse->file = file;
+  parse->previous = '\n';
+  parse->raw = raw;
+  parse->raw_size = CfgParse::kRawSize;
+  parse->attributes = com_intl_charattr(cfg->context, nullptr);
+  parse->classify();
+  parsed.parse = parse;
+  com__yyrestart(cfg);
+  return true;
+}
+
+}  // namespace
+
+void raise_unopened(vdx_context* context, const char* routine, std::string_view name) {
+  raise_message(context, VDX_MSG_CFG_OPEN, err_parameters(routine, name));
+}
+
+ParseResult parse_file(vdx_cfg* cfg) {
+  // What the name leads to is found out before the turn: other parses do not wait for it.
+  const std::intptr_t file = open_file(cfg->parsed().name);
+  if (file == kNoFile) return ParseResult::kUnopened;
+  take_parse_turn();
+  bool done = start_parse(cfg, file);
+  if (done) {
+    done = cfg__parse(cfg) == XS_SUCCEED;
+    cfg__clean_parse(cfg);
+  }
+  release_parse_turn();
+  return done ? ParseResult::kDone : ParseResult::kFailed;
 }
 
 }  // namespace vdx
@@ -326,32 +364,12 @@ extern "C" {
 
 std::int32_t cfg__init_parse(vdx_cfg* cfg) {
   VDX_CHECK_POINTER(cfg, VDX_TRACE(XS_FAIL));
-  CfgParsed& parsed = cfg->parsed();
-  const auto fail = [cfg](std::int32_t number, const auto&... more) {
-    vdx::raise_message(cfg->context, number, vdx::err_parameters(more...));
-    return XS_FAIL;
-  };
-  const std::intptr_t file = vdx::open_file(parsed.name);
-  if (file == vdx::kNoFile)
-    return VDX_TRACE(fail(VDX_MSG_CFG_OPEN, "cfg__init_parse", parsed.file()));
-  auto* parse = parsed.make<CfgParse>();
-  auto* raw = parse == nullptr ? nullptr : static_cast<char*>(std::malloc(CfgParse::kRawSize));
-  if (raw == nullptr) {
-    parsed.pool->release(parse, sizeof *parse);
-    vdx::close_file(file);
-    return VDX_TRACE(fail(VDX_MSG_CFG_MEMORY, "comn_init_cfg"));
+  const std::intptr_t file = vdx::open_file(cfg->parsed().name);
+  if (file == vdx::kNoFile) {
+    vdx::raise_unopened(cfg->context, "cfg__init_parse", cfg->parsed().file());
+    return VDX_TRACE(XS_FAIL);
   }
-  new (parse) CfgParse{};
-  parse->line = parse->token_line = 1;
-  parse->file = file;
-  parse->previous = '\n';
-  parse->raw = raw;
-  parse->raw_size = CfgParse::kRawSize;
-  parse->attributes = com_intl_charattr(cfg->context, nullptr);
-  parse->classify();
-  parsed.parse = parse;
-  com__yyrestart(cfg);
-  return VDX_TRACE(XS_SUCCEED);
+  return VDX_TRACE(vdx::start_parse(cfg, file) ? XS_SUCCEED : XS_FAIL);
 }
 
 std::int32_t cfg__clean_parse(vdx_cfg* cfg) {
@@ -375,8 +393,7 @@ std::int32_t cfg__parse(vdx_cfg* cfg) {
   VDX_CFG_PARSE(cfg, VDX_TRACE(XS_FAIL));
   if (vdx::Grammar(cfg).run()) return VDX_TRACE(XS_SUCCEED);
   if (parse.has_read_error)
-    vdx::raise_message(cfg->context, VDX_MSG_CFG_OPEN,
-                       vdx::err_parameters("cfg__parse", parsed.file()));
+    vdx::raise_unopened(cfg->context, "cfg__parse", parsed.file());
   else
     vdx::raise_message(cfg->context, VDX_MSG_CFG_MEMORY, vdx::err_parameters("comn_init_cfg"));
   return VDX_TRACE(XS_FAIL);

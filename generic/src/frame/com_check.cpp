@@ -52,7 +52,7 @@ void com_perr(const char* message) {
   VDX_CHECK_POINTER(message, );
   put_message(message, stderr);
   std::fflush(stderr);
-  if (std::FILE* file = std::fopen("vdxinit.err", "a")) {
+  if (std::FILE* file = std::fopen("vdxinit.err", vdx::kAppendMode)) {
     put_message(message, file);
     std::fclose(file);
   }

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "frame/check.h"
+#include "frame/platform.h"
 
 namespace vdx {
 
@@ -155,7 +156,7 @@ std::int32_t comn_debug_setfile(vdx_context*, const char* name, std::int32_t ena
     return 1;
   }
   // A file that is replaced stays open: others may be writing to it.
-  std::FILE* file = std::fopen(name, "w");
+  std::FILE* file = std::fopen(name, vdx::kWriteMode);
   vdx::debug_file.store(file, std::memory_order_release);
   return file != nullptr ? 1 : 0;
 }
