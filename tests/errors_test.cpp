@@ -1,7 +1,7 @@
 // Numbered messages and error records.
 #include <set>
 
-#include "frame/com_err.h"
+#include "frame/message.h"
 #include "support.h"
 
 namespace {
@@ -40,15 +40,15 @@ TEST(Errors, TextsWholeAndCut) {
   vdx_err_parameters one, two, three;
   ASSERT_EQ(com_ep_s(&one, "routine_", 7), XS_SUCCEED);
   ASSERT_EQ(com_ep_ss(&two, "routine", VDX_NULLTERM, "name%1", 6), XS_SUCCEED);
-  ASSERT_EQ(com_ep_sds(&three, "file", 4, INT32_MIN, "", 0), XS_SUCCEED);
+  ASSERT_EQ(com_ep_sds(&three, "file", 4, INT32_MIN, "\n\x7F\\ ", 4), XS_SUCCEED);
   const struct {
     std::int32_t number;
     const vdx_err_parameters* parameters;
     std::string text;
     bool own = false;
   } rows[] = {
-      {VDX_MSG_CFG_SYNTAX, &three, "file:-2147483648: syntax error at \"\""},
-      {VDX_MSG_CFG_SYNTAX, &three, "ligne -2147483648 de file% ()", true},
+      {VDX_MSG_CFG_SYNTAX, &three, "file:-2147483648: syntax error at \"\\x0a\\x7f\\ \""},
+      {VDX_MSG_CFG_SYNTAX, &three, "ligne -2147483648 de file% (\\x0a\\x7f\\ )", true},
       {VDX_MSG_CFG_CUT, &one, "the configuration file \"routine\" ends inside a character", true},
       {7, &two, "name%1 routine routine %x %", true},
   };

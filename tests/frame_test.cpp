@@ -292,6 +292,40 @@ TEST_F(FrameDeath, ReportsNameTheFunctionThatWasCalled) {
   EXPECT_EXIT(check_reports(), ExitedWithCode(0), has_match("^$"));
 }
 
+// The tracer adds who was called and what failed.
+TEST_F(FrameDeath, TracedChecks) {
+  const std::string path = testing::TempDir() + "/vdx_checks";
+  const auto fail_three = [&path](std::int32_t mode) {
+    vdx_test::handle_checks(Handler::kResume);
+    com_toggle_abort(2);
+    comn_debug_setfile(nullptr, path.c_str(), 1);
+    com_errset(mode);
+    com_prhex(nullptr, nullptr);
+    vdx::depth_provider = [] { return std::int32_t{2}; };
+    com_errset(9);
+    vdx::depth_provider = [] { return std::int32_t{-1}; };
+    com_errset(9);
+    comn_i4toi2(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+    std::exit(0);
+  };
+  for (const std::int32_t mode : {1, 2, 3}) {
+    EXPECT_EXIT(fail_three(mode), ExitedWithCode(0),
+                has_match("'com_trace.cpp' line.*'com_i4.list' line [0-9]+\n$"));
+    std::string text = contents(path);
+    for (std::size_t at; (at = text.find_first_of("0123456789")) != text.npos;) text.erase(at, 1);
+    const std::string wrong =
+        "(assertion) file com_trace.cpp, line : com_errset: mode >= "
+        "vdx::kTraceNone && mode <= vdx::kTraceAll\n";
+    EXPECT_EQ(
+        text,
+        mode == 1
+            ? ""
+            : "(null pointer) file com_trace.cpp, line : com_prhex: byte\n.." + wrong + wrong +
+                  "(null pointer) file com_i.list, line : comn_itoi: one of the six arguments\n");
+  }
+  std::filesystem::remove(path);
+}
+
 TEST_F(Frame, PersistentReportsGoToBothPlaces) {
   const auto home = std::filesystem::current_path();
   const auto folder = home / "vdxframe";
@@ -346,14 +380,23 @@ TEST_F(Frame, DebugFormatter) {
     const char* format;
     std::int32_t number;
     const char* expected;
-  } numbers[] = {{"a%%b%dc", -5, "a%b-5c"}, {"[%-6d|%%", 42, "[42    |%"},
-                 {"%+06.3d", 42, "  +042"}, {"%#X", 0xAB, "0XAB"},
-                 {"%hd", 0x12345, "9029"},  {"%8lx", -1, "ffffffff"},
-                 {"%lu", 12, "12u"},        {"%l", 12, "12"},
-                 {"%3c|", 'q', "  q|"}};
+  } numbers[] = {{"a%%b%dc", -5, "a%b-5c"},
+                 {"[%-6d|%%", 42, "[42    |%"},
+                 {"%+06.3d", 42, "  +042"},
+                 {"%#X", 0xAB, "0XAB"},
+                 {"%hd", 0x12345, "9029"},
+                 {"%8lx", -1, "ffffffff"},
+                 {"%lu", 12, "12u"},
+                 {"%l", 12, "12"},
+                 {"%3c|", 'q', "  q|"},
+                 // what C does not define is left out
+                 {"%#0.3hhc", 'q', "q"},
+                 {"%#.3hd", 65538, "002"},
+                 {"%00000000000000000000003d", 7, "007"}};
   for (const auto& row : numbers) EXPECT_EQ(printed(row.format, row.number), row.expected);
-  for (const char* format : {"ab%", "ab%5", "ab%5.2 f and d", "ab%n then %d", "ab%*d",
-                             "ab%0000000000000000000000000000001d"})
+  for (const char* format :
+       {"ab%", "ab%5", "ab%5.2 f and d", "ab%n then %d", "ab%*d", "ab%5-d", "ab%.2.2d", "ab%hhhd",
+        "ab%hld", "ab%1234567890d", "ab%.1234567890d", "ab%0000000000000000000000001d"})
     EXPECT_EQ(printed(format, 1), "abillegal format specification\n");
   EXPECT_EQ(stdout_of([] { vprint("%s|%5s|%-4.2s|", nullptr, "abc", "xyz"); }),
             "(null)|  abc|xy  |");

@@ -4,7 +4,8 @@
  * table: a row's text holds %1 to %9 where a parameter goes and %% for a percent sign; a parameter
  * that the message does not have is left out. The library has its own texts in English; a context
  * or an error record can carry another table, and numbers that this table lacks fall back to
- * English. A number without any text reads "Message 0x" and eight hexadecimal digits, then its
+ * English. The composed text shows control bytes of a parameter (0 to 31, and 127) as "\x" and two
+ * hexadecimal digits; the parameter keeps them. A number without any text reads "Message 0x" and eight hexadecimal digits, then its
  * parameters: "Message 0x01049999: first, second".
  *
  * Raising a message hands a vdx_message to the context's message callback. Nothing of it outlives

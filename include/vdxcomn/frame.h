@@ -10,6 +10,10 @@
  *                               thread: a handler of the caller's may leave by siglongjmp or
  *                               return; without a handler the process ends
  *
+ * With trace mode 2 or 3 the debug stream also receives a line that names the function and what
+ * failed, between the report and the exit: "(null pointer) file x, line 7: com_prhex: out\n", or
+ * "(assertion) file x, line 9: com_errset: " and the condition.
+ *
  * When such a handler returns, the checked function returns at once with its failure result: 0
  * for a status, null for a pointer, VDX_OVERFLOW for a conversion where nothing else is said.
  *
@@ -58,12 +62,18 @@ VDX_API void com_errset(int32_t mode);
 /* Writes text formatted as by printf to the debug stream and flushes it. Returns 1. */
 VDX_API int32_t comn_debug_print(const char *format, ...);
 
-/* The same with an argument list and a formatter of its own, which ends a specification at the
- * first of c d l s x X. d, x, X and c take a 32-bit integer; s a text, "(null)" for a null one;
- * l a 32-bit integer, printed in hexadecimal for "lx" and in decimal for "ld" and a lone "l".
- * Between "%" and the letter may stand flags, width, precision and "h", up to 24 characters. A
- * specification with anything else in it, or without a letter, writes "illegal format
- * specification\n" in its place and ends the output. Returns 1. */
+/* The same with an argument list and a formatter of its own. A specification is "%", any of the
+ * flags "-+ #0", a width, "." and a precision, "h" or "hh", each of them optional, and one letter:
+ *
+ *   d x X c  a 32-bit integer
+ *   s        a text; "(null)" for a null one
+ *   l        a 32-bit integer, in hexadecimal for "lx" and in decimal for "ld" and a lone "l"; no
+ *            "h" may stand before it
+ *
+ * Between "%" and the letter stand at most 24 characters, in a number at most 9 digits. What C does
+ * not define is left out: "#" for decimal numbers, "#", "0" and "h" for c and s, a precision for c.
+ * Anything else is not well-formed: it writes "illegal format specification\n" in its place, takes
+ * no argument and ends the output. Returns 1. */
 VDX_API int32_t comn_debug_vprint(const char *format, va_list arguments);
 
 /* Opens the zero-terminated file name for writing, emptied, as the debug stream; a file that was

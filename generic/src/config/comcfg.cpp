@@ -7,7 +7,7 @@
 
 #include "frame/allocate.h"
 #include "frame/check.h"
-#include "frame/com_err.h"
+#include "frame/message.h"
 #include "frame/platform.h"
 #include "frame/turn.h"
 

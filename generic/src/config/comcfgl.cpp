@@ -6,7 +6,7 @@
 
 #include "config/comcfg.h"
 #include "frame/check.h"
-#include "frame/com_err.h"
+#include "frame/message.h"
 #include "vdxcomn/intl.h"
 
 #if defined(__SSE2__) && !defined(VDX_PORTABLE)

@@ -4,7 +4,7 @@
 
 #include "config/comcfg.h"
 #include "frame/check.h"
-#include "frame/com_err.h"
+#include "frame/message.h"
 #include "frame/platform.h"
 #include "vdxcomn/intl.h"
 

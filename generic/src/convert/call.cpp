@@ -4,13 +4,13 @@
 
 namespace vdx {
 
-std::int32_t pointer_missing(const char* file, std::int32_t line) {
-  com_raise_invalid_null_pointer(file, line);
+std::int32_t pointer_missing(const char* function, const char* file, std::int32_t line) {
+  fail_pointer(file, line, function, "one of the six arguments");
   return VDX_OVERFLOW;
 }
 
-std::int32_t contract_broken(const char* file, std::int32_t line) {
-  com_bomb(file, line);
+std::int32_t contract_broken(const char* function, const char* file, std::int32_t line) {
+  fail_assertion(file, line, function, "datatypes, lengths and locales that it takes");
   return VDX_OVERFLOW;
 }
 

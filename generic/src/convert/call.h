@@ -182,8 +182,10 @@ inline bool contract_holds(Call& call) {
 
 // Report a failed check at the conversion's own file and line; where a handler resumes, the conversion
 // returns what they return.
-[[gnu::cold, gnu::noinline]] std::int32_t pointer_missing(const char* file, std::int32_t line);
-[[gnu::cold, gnu::noinline]] std::int32_t contract_broken(const char* file, std::int32_t line);
+[[gnu::cold, gnu::noinline]] std::int32_t pointer_missing(const char* function, const char* file,
+                                                          std::int32_t line);
+[[gnu::cold, gnu::noinline]] std::int32_t contract_broken(const char* function, const char* file,
+                                                          std::int32_t line);
 
 }  // namespace vdx
 

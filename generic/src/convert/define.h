@@ -13,7 +13,8 @@
                                     const void* source, const vdx_datafmt* format,          \
                                     void* destination, std::int32_t* length) {              \
     return vdx::run<vdx::family_##S, vdx::family_##D, vdx::way>(                            \
-        {context, source_format, source, format, destination, length}, VDX_FILE, __LINE__); \
+        {context, source_format, source, format, destination, length}, __func__, VDX_FILE,  \
+        __LINE__);                                                                          \
   }
 #define CONVERSION(S, D, way) VDX_DEFINE(comn_##S##to##D, S, D, way)
 #define SPECIAL(S, D, way) VDX_DEFINE(comn_##S##to##D, S, D, way)

@@ -214,11 +214,12 @@ struct bit_as_character {
 };
 
 template <Family Source, Family Destination, typename Way>
-[[gnu::always_inline]] inline std::int32_t run(Call call, const char* file, std::int32_t line) {
+[[gnu::always_inline]] inline std::int32_t run(Call call, const char* function, const char* file,
+                                               std::int32_t line) {
   if (!pointers_given(call)) [[unlikely]]
-    return pointer_missing(file, line);
+    return pointer_missing(function, file, line);
   if (!contract_holds<Source, Destination>(call)) [[unlikely]]
-    return contract_broken(file, line);
+    return contract_broken(function, file, line);
   return Way::template convert<Source, Destination>(call);
 }
 

@@ -1,5 +1,6 @@
-// Argument checks. They are behaviour: every build keeps them, and each reports the file and line
-// of the exported function that was called wrongly.
+// Argument checks. They are behaviour: every build keeps them, and each reports the file and line of
+// the exported function that was called wrongly, where it therefore has to be written. With trace
+// mode 2 or 3 the tracer adds the name of the function and the condition that failed.
 #ifndef VDX_FRAME_CHECK_H
 #define VDX_FRAME_CHECK_H
 
@@ -18,6 +19,12 @@ consteval const char* base_name(const char* path) {
   return base;
 }
 
+// Report a failed check and take the fatal exit; return where a handler resumed.
+[[gnu::cold]] void fail_pointer(const char* file, std::int32_t line, const char* function,
+                                const char* pointer);
+[[gnu::cold]] void fail_assertion(const char* file, std::int32_t line, const char* function,
+                                  const char* condition);
+
 }  // namespace vdx
 
 #if defined(__FILE_NAME__)
@@ -28,20 +35,20 @@ consteval const char* base_name(const char* path) {
 
 // Where a handler resumed a failed check the function returns at once, with what follows the
 // condition: a value, or nothing in a function that returns none.
-#define VDX_CHECK_POINTER(pointer, ...)                   \
-  do {                                                    \
-    if ((pointer) == nullptr) [[unlikely]] {              \
-      com_raise_invalid_null_pointer(VDX_FILE, __LINE__); \
-      return __VA_ARGS__;                                 \
-    }                                                     \
+#define VDX_CHECK_POINTER(pointer, ...)                            \
+  do {                                                             \
+    if ((pointer) == nullptr) [[unlikely]] {                       \
+      ::vdx::fail_pointer(VDX_FILE, __LINE__, __func__, #pointer); \
+      return __VA_ARGS__;                                          \
+    }                                                              \
   } while (false)
 
-#define VDX_ASSERT(condition, ...)   \
-  do {                               \
-    if (!(condition)) [[unlikely]] { \
-      com_bomb(VDX_FILE, __LINE__);  \
-      return __VA_ARGS__;            \
-    }                                \
+#define VDX_ASSERT(condition, ...)                                     \
+  do {                                                                 \
+    if (!(condition)) [[unlikely]] {                                   \
+      ::vdx::fail_assertion(VDX_FILE, __LINE__, __func__, #condition); \
+      return __VA_ARGS__;                                              \
+    }                                                                  \
   } while (false)
 
 // A status function returns through the tracer.

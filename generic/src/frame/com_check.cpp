@@ -1,4 +1,5 @@
-// Reports of failed checks and the fatal exits.
+// Reports of failed checks and the fatal exits. A report is one line on stderr, whose text is fixed;
+// what the tracer adds goes to the debug stream, between the report and the exit.
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -6,16 +7,22 @@
 
 #include "frame/check.h"
 #include "frame/platform.h"
-#include "frame/typelen.h"
 
 namespace {
 
 constinit std::atomic<std::int32_t> abort_mode{1};
 
-void report(const char* format, const char* file, std::int32_t line) {
-  std::fprintf(stderr, format, file != nullptr ? file : "(null)", static_cast<int>(line));
-  vdx::fatal_exit(abort_mode.load(std::memory_order_relaxed) != 1);
+void report_pointer(const char* file, std::int32_t line) {
+  std::fprintf(stderr, "\nInvalid NULL pointer , file '%s' line %d\n",
+               file != nullptr ? file : "(null)", static_cast<int>(line));
 }
+
+void report_assertion(const char* file, std::int32_t line) {
+  std::fprintf(stderr, "\n\rassertion failed, file '%s' line %d\n\r",
+               file != nullptr ? file : "(null)", static_cast<int>(line));
+}
+
+void leave() { vdx::fatal_exit(abort_mode.load(std::memory_order_relaxed) != 1); }
 
 // A message is format text, but it may quote something with a "%" in it, a path say, and there
 // are no arguments to read: nothing but "%%" may mean anything.
@@ -29,14 +36,33 @@ void put_message(const char* message, std::FILE* stream) {
 
 }  // namespace
 
+namespace vdx {
+
+void fail_pointer(const char* file, std::int32_t line, const char* function, const char* pointer) {
+  report_pointer(file, line);
+  trace_check("null pointer", file, line, function, pointer);
+  leave();
+}
+
+void fail_assertion(const char* file, std::int32_t line, const char* function,
+                    const char* condition) {
+  report_assertion(file, line);
+  trace_check("assertion", file, line, function, condition);
+  leave();
+}
+
+}  // namespace vdx
+
 extern "C" {
 
 void com_raise_invalid_null_pointer(const char* file, std::int32_t line) {
-  report("\nInvalid NULL pointer , file '%s' line %d\n", file, line);
+  report_pointer(file, line);
+  leave();
 }
 
 void com_bomb(const char* file, std::int32_t line) {
-  report("\n\rassertion failed, file '%s' line %d\n\r", file, line);
+  report_assertion(file, line);
+  leave();
 }
 
 void com_toggle_abort(std::int32_t mode) { abort_mode.store(mode, std::memory_order_relaxed); }
@@ -56,10 +82,6 @@ void com_perr(const char* message) {
     put_message(message, file);
     std::fclose(file);
   }
-}
-
-std::int32_t comn_typelen(std::int32_t datatype, std::int32_t length) {
-  return vdx::type_length(datatype, length);
 }
 
 }  // extern "C"

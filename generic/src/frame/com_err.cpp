@@ -1,5 +1,5 @@
-// Numbered messages: texts, composing and raising. The records are in com_errrec.
-#include "frame/com_err.h"
+// Numbered messages: texts, composing and raising. com_errrec.cpp holds the records that keep them.
+#include "frame/message.h"
 
 #include <charconv>
 #include <cstring>
@@ -7,7 +7,7 @@
 
 #include "frame/allocate.h"
 #include "frame/check.h"
-#include "frame/com_err_text.h"
+#include "frame/message_text.h"
 #include "frame/length.h"
 
 namespace vdx {
@@ -54,7 +54,7 @@ class Writer {
 
   void put(const vdx_err_parameter& parameter) {
     if (parameter.text.bytes != nullptr)
-      put(std::string_view(parameter.text.bytes, static_cast<std::size_t>(parameter.text.length)));
+      put_visible({parameter.text.bytes, static_cast<std::size_t>(parameter.text.length)});
     else
       put_number(parameter.number);
   }
@@ -62,6 +62,22 @@ class Writer {
   std::size_t total() const { return total_; }
 
  private:
+  // A parameter may be of any file, whose control bytes a terminal or a log must not obey.
+  void put_visible(std::string_view text) {
+    const auto is_control = [](char c) { return static_cast<unsigned char>(c) < 32 || c == 127; };
+    while (!text.empty()) {
+      std::size_t plain = 0;
+      while (plain < text.size() && !is_control(text[plain])) ++plain;
+      put(text.substr(0, plain));
+      if (plain == text.size()) return;
+      const auto byte = static_cast<std::uint8_t>(text[plain]);
+      char escape[] = {'\\', 'x', '?', '?'};
+      com_prhex(&byte, escape + 2);
+      put(std::string_view(escape, sizeof escape));
+      text.remove_prefix(plain + 1);
+    }
+  }
+
   void put_number(std::int32_t number) {
     char digits[12];
     const auto end = std::to_chars(digits, std::end(digits), number).ptr;

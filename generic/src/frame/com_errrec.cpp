@@ -4,7 +4,7 @@
 
 #include "frame/allocate.h"
 #include "frame/check.h"
-#include "frame/com_err_text.h"
+#include "frame/message_text.h"
 
 namespace {
 

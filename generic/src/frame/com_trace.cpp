@@ -1,4 +1,5 @@
-// Return tracing and the debug stream.
+// Return tracing and the debug stream. The trace mode, the debug file and the source of the depth
+// are the process's; each is one atomic word.
 #include "frame/trace.h"
 
 #include <cstdio>
@@ -55,13 +56,18 @@ bool is_usual(std::int32_t value) {
   }
 }
 
-void print_trace(std::int32_t value, const char* file, std::int32_t line) {
+std::int32_t current_depth() {
+  const DepthProvider provider = depth_provider.load(std::memory_order_relaxed);
+  return provider != nullptr ? provider() : 0;
+}
+
+void print_depth(std::int32_t depth) {
+  for (; depth > 0; --depth) comn_debug_print(".");
+}
+
+void print_value(std::int32_t value, const char* file, std::int32_t line) {
   if (file == nullptr) file = "(null)";
   if (const char* slash = std::strrchr(file, '/')) file = slash + 1;
-  const DepthProvider provider = depth_provider.load(std::memory_order_relaxed);
-  const std::int32_t depth = provider != nullptr ? provider() : 0;
-  VDX_ASSERT(depth >= 0, );
-  for (std::int32_t level = 0; level < depth; ++level) comn_debug_print(".");
   for (const ResultName& row : kResultNames)
     if (row.value == value) {
       comn_debug_print("(%s) file %s, line %d\n", row.name, file, static_cast<int>(line));
@@ -71,39 +77,87 @@ void print_trace(std::int32_t value, const char* file, std::int32_t line) {
                    static_cast<int>(line));
 }
 
-// One specification, made again from the parts of the caller's that were understood, so that no
-// text reaches the C formatter that could read or write what was never passed.
+// A conversion specification: "%", flags, width, "." and precision, "h", and one letter. It is made
+// again from the parts that were understood, so that the C formatter never reads an argument that
+// was not passed, writes through one, or meets a combination that C leaves undefined.
 struct Specification {
   char text[32] = "%";
   std::size_t length = 1;
-  char letter = 0;  // 0: not a specification
+  char letter = 0;  // 0: not well-formed
 
   void add(char c) { text[length++] = c; }
 };
 
-// Reads a specification whose "%" stands before at; leaves at behind it.
+constexpr std::ptrdiff_t kLongest = 24;  // characters between "%" and the letter
+constexpr int kMostDigits = 9;           // of a width or precision, so that it is an int
+
+// Skips digits. False where there are too many.
+bool skip_number(const char*& at) {
+  int digits = 0;
+  for (; *at >= '0' && *at <= '9'; ++at) ++digits;
+  return digits <= kMostDigits;
+}
+
+// The letter at this place, moved past. A long is 32 bits here whatever the platform's long may be,
+// so "ld" is "d" and "lx" is "x"; 0 for any letter that is none.
+char read_letter(const char*& at, bool is_short) {
+  if (*at == '\0' || std::strchr("cdlsxX", *at) == nullptr) return 0;
+  const char letter = *at++;
+  if (letter != 'l') return letter;
+  if (is_short) return 0;
+  return *at == 'd' || *at == 'x' ? *at++ : 'd';
+}
+
+// Reads a specification from behind its "%", and moves past it where it is well-formed.
 Specification read_specification(const char*& at) {
-  constexpr std::size_t kLongest = 25;
+  const char* const flags = at;
+  while (*at != '\0' && std::strchr("-+ #0", *at) != nullptr) ++at;
+  const char* const width = at;
+  bool is_right = skip_number(at);
+  const char* const point = at;
+  if (*at == '.') is_right = skip_number(++at) && is_right;
+  const char* const shorts = at;
+  while (*at == 'h') ++at;
+  const char* const end = at;
   Specification s;
-  for (; *at != '\0' && s.length < kLongest && std::strchr("-+ #.0123456789h", *at); ++at)
-    s.add(*at);
-  if (*at == '\0' || !std::strchr("cdlsxX", *at)) return s;
-  s.letter = *at++;
-  // A long is 32 bits here whatever the platform's long may be.
-  if (s.letter == 'l') s.letter = *at == 'd' || *at == 'x' ? *at++ : 'd';
+  if (!is_right || end - shorts > 2 || end - flags > kLongest) return s;
+  s.letter = read_letter(at, end != shorts);
+  const bool is_number = s.letter != 'c' && s.letter != 's';
+  const bool is_hexadecimal = is_number && s.letter != 'd';
+  const auto add = [&s](const char* from, const char* to) {
+    for (; from != to; ++from) s.add(*from);
+  };
+  for (const char* flag = flags; flag != width; ++flag)
+    if ((*flag != '#' || is_hexadecimal) && (*flag != '0' || is_number)) s.add(*flag);
+  add(width, point);
+  if (s.letter != 'c') add(point, shorts);
+  if (is_number) add(shorts, end);
   s.add(s.letter);
   return s;
 }
 
 }  // namespace
+
+// A negative depth, which is a failed check itself, is passed over.
+void trace_check(const char* kind, const char* file, std::int32_t line, const char* function,
+                 const char* condition) {
+  if (trace_mode.load(std::memory_order_relaxed) == kTraceNone) return;
+  print_depth(current_depth());
+  comn_debug_print("(%s) file %s, line %d: %s: %s\n", kind, file, static_cast<int>(line), function,
+                   condition);
+}
+
 }  // namespace vdx
 
 extern "C" {
 
 std::int32_t com_errtrace(std::int32_t value, const char* file, std::int32_t line) {
   const std::int32_t mode = vdx::trace_mode.load(std::memory_order_relaxed);
-  if (mode != vdx::kTraceNone && (mode == vdx::kTraceAll || !vdx::is_usual(value)))
-    vdx::print_trace(value, file, line);
+  if (mode == vdx::kTraceNone || (mode != vdx::kTraceAll && vdx::is_usual(value))) return value;
+  const std::int32_t depth = vdx::current_depth();
+  VDX_ASSERT(depth >= 0, value);
+  vdx::print_depth(depth);
+  vdx::print_value(value, file, line);
   return value;
 }
 

@@ -1,4 +1,5 @@
-// The tracer's inside: the test that every status return makes, and the source of its depth.
+// The tracer's inside: the test that every status return makes, the source of the depth that it
+// shows, and the line that it adds to the report of a failed check.
 #ifndef VDX_FRAME_TRACE_H
 #define VDX_FRAME_TRACE_H
 
@@ -18,6 +19,10 @@ extern std::atomic<std::int32_t> trace_mode;
 // How deep calls are nested, one "." each in front of a traced line. 0 unless somebody counts.
 using DepthProvider = std::int32_t (*)();
 extern std::atomic<DepthProvider> depth_provider;
+
+// Prints "(kind) file x, line 7: function: condition\n" unless nothing is traced.
+void trace_check(const char* kind, const char* file, std::int32_t line, const char* function,
+                 const char* condition);
 
 // com_errtrace without the call while nothing is traced.
 inline std::int32_t trace(std::int32_t value, const char* file, std::int32_t line) {

@@ -1,6 +1,6 @@
 // Raising numbered messages from inside the library.
-#ifndef VDX_FRAME_COM_ERR_H
-#define VDX_FRAME_COM_ERR_H
+#ifndef VDX_FRAME_MESSAGE_H
+#define VDX_FRAME_MESSAGE_H
 
 #include <cstddef>
 #include <string_view>

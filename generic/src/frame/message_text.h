@@ -1,6 +1,6 @@
 // What error records share with loose messages: finding and composing a text.
-#ifndef VDX_FRAME_COM_ERR_TEXT_H
-#define VDX_FRAME_COM_ERR_TEXT_H
+#ifndef VDX_FRAME_MESSAGE_TEXT_H
+#define VDX_FRAME_MESSAGE_TEXT_H
 
 #include <cstddef>
 #include <cstdint>
