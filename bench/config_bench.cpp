@@ -1,5 +1,6 @@
-// Configuration files beside their peers: a parse, lookups in small and large files, and the memory
-// that a parsed file keeps. Every contender works on the same file of 20 entries a section.
+// Configuration files and lists beside their peers: a parse, lookups in small and large files, of
+// keys that are there and that are not, the memory that a parsed file keeps, and finding an element
+// of a list. Every contender works on the same file of 20 entries a section, or on the same keys.
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -7,6 +8,7 @@
 
 #include "bench_common.h"
 #include "vdxcomn/config.h"
+#include "vdxcomn/list.h"
 
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -70,6 +72,8 @@ class Sample {
     std::ofstream(path_, std::ios::binary) << text;
     for (std::size_t i = 0; i < kItems; ++i)
       wanted_.push_back(entries_[random.between(0, entries_.size() - 1)]);
+    missing_ = wanted_;
+    for (Entry& entry : missing_) entry.key += '_';
   }
   Sample(const Sample&) = delete;
   Sample& operator=(const Sample&) = delete;
@@ -78,11 +82,13 @@ class Sample {
   const char* path() const { return path_.c_str(); }
   const std::vector<Entry>& entries() const { return entries_; }
   const std::vector<Entry>& wanted() const { return wanted_; }
+  const std::vector<Entry>& missing() const { return missing_; }
 
  private:
   std::string path_;
   std::vector<Entry> entries_;
-  std::vector<Entry> wanted_;  // of each item of a pass
+  std::vector<Entry> wanted_;   // of each item of a pass
+  std::vector<Entry> missing_;  // the same in keys that their sections do not have
 };
 
 // Each store opens a file and gives values into a buffer, with a zero byte behind; its length, -1
@@ -208,6 +214,106 @@ void add_lookup(const std::string& row, const Sample& sample) {
       [=, &sample] { return is_right(*store, sample.wanted()); });
 }
 
+template <class Store>
+void add_missing(const Sample& sample) {
+  const Store* store = &keep<Store>(sample);
+  char* const buffer = keep<std::vector<char>>(kBuffer).data();
+  const Entry* const missing = sample.missing().data();
+  const auto is_missing = [=](std::size_t i) { return store->get(missing[i], buffer) < 0; };
+  bench::contender(
+      "config_missing", Store::kName, is_missing, [] {},
+      [=, &sample] {
+        for (std::size_t i = 0; i < sample.missing().size(); ++i)
+          if (!is_missing(i)) return false;
+        return true;
+      });
+}
+
+// Keys of a list, 6 to 21 bytes, and which of them each item of a pass finds.
+struct Keys {
+  std::vector<std::string> all;
+  std::vector<std::size_t> wanted;
+  std::vector<std::string> sought;  // copies of those
+  explicit Keys(std::size_t count) {
+    bench::Random random(count);
+    for (std::size_t i = 0; i < count; ++i)
+      all.push_back("key" + number(i, 3 + random.between(0, 15)));
+    for (std::size_t i = 0; i < kItems; ++i) {
+      wanted.push_back(random.between(0, count - 1));
+      sought.push_back(all[wanted.back()]);
+    }
+  }
+};
+
+class OurList {
+ public:
+  static constexpr const char* kName = "ours";
+
+  explicit OurList(const std::vector<std::string>& keys) {
+    if (lm_initlm(nullptr, "bench", VDX_NULLTERM, &instance_) != XS_SUCCEED ||
+        lm_list_alloc(instance_, "keys", VDX_NULLTERM, VDX_LM_KEYED, &list_) != XS_SUCCEED)
+      std::abort();
+    for (const std::string& key : keys) {
+      void* element = const_cast<std::string*>(&key);
+      lm_list_op(list_, VDX_LM_INSERT, key.data(), static_cast<std::int32_t>(key.size()), &element,
+                 nullptr);
+    }
+  }
+  ~OurList() { lm_exit(instance_); }
+
+  const void* find(const std::string& key) const {
+    void* element = nullptr;
+    lm_list_op(list_, VDX_LM_FIND, key.data(), static_cast<std::int32_t>(key.size()), &element,
+               nullptr);
+    return element;
+  }
+
+ private:
+  vdx_listmgr* instance_;
+  vdx_list* list_;
+};
+
+#ifdef VDX_PEER_ABSLHASH
+class MapList {
+ public:
+  static constexpr const char* kName = "absl::flat_hash_map";
+
+  explicit MapList(const std::vector<std::string>& keys) {
+    for (const std::string& key : keys) map_[key] = &key;
+  }
+  const void* find(const std::string& key) const {
+    const auto found = map_.find(key);
+    return found == map_.end() ? nullptr : found->second;
+  }
+
+ private:
+  absl::flat_hash_map<std::string, const void*> map_;
+};
+#endif
+
+template <class Store>
+void add_find(const std::string& row, const Keys& keys) {
+  const Store* store = &keep<Store>(keys.all);
+  const auto is_found = [store, &keys](std::size_t i) {
+    return store->find(keys.sought[i]) == &keys.all[keys.wanted[i]];
+  };
+  bench::contender(
+      row, Store::kName, is_found, [] {},
+      [is_found] {
+        for (std::size_t i = 0; i < kItems; ++i)
+          if (!is_found(i)) return false;
+        return true;
+      });
+}
+
+template <class... Store>
+void add_finds() {
+  for (const std::size_t count : {1000, 30000, 1000000}) {
+    const auto& keys = keep<Keys>(count);
+    (add_find<Store>("list_find_" + std::to_string(count), keys), ...);
+  }
+}
+
 #ifdef __GLIBC__
 // Bytes of the heap that a parsed file keeps, an entry, with the heap's own overhead. Nothing may
 // run before it: what others have given back would be used again without being counted.
@@ -238,6 +344,7 @@ void add_rows() {
 #endif
   (add_parse<Store>(thousand), ...);
   (add_lookup<Store>("config_lookup", thousand), ...);
+  (add_missing<Store>(thousand), ...);
   const auto& few = keep<Sample>(std::size_t{10});
   const auto& many = keep<Sample>(std::size_t{20000});
   (add_lookup<Store>("config_lookup_10", few), ...);
@@ -257,5 +364,11 @@ int main(int argc, char** argv) {
            Glib
 #endif
            >();
+  add_finds<OurList
+#ifdef VDX_PEER_ABSLHASH
+            ,
+            MapList
+#endif
+            >();
   return bench::run(argc, argv);
 }

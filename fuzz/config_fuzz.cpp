@@ -7,7 +7,8 @@
 #include <cstring>
 #include <string>
 
-#include "config/comcfg.h"
+#include "config/handle.h"
+#include "frame/platform.h"
 #include "vdxcomn/errors.h"
 #include "vdxcomn/intl.h"
 

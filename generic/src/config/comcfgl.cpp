@@ -4,14 +4,13 @@
 #include <cstdio>
 #include <iterator>
 
-#include "config/comcfg.h"
+#include "config/handle.h"
+#include "config/parse.h"
 #include "frame/check.h"
+#include "frame/compiler.h"
 #include "frame/message.h"
+#include "frame/platform.h"
 #include "vdxcomn/intl.h"
-
-#if defined(__SSE2__) && !defined(VDX_PORTABLE)
-#include <emmintrin.h>
-#endif
 
 namespace vdx {
 namespace {
@@ -225,7 +224,7 @@ void take_to(CfgParse& parse, const void* end) {
   ++parse.line;
 }
 
-#if defined(__SSE2__) && !defined(VDX_PORTABLE)
+#if defined(VDX_SSE2)
 
 // 64 bytes, a bit for each.
 struct ByteMasks {

@@ -2,54 +2,14 @@
 #include <cstdio>
 #include <new>
 
-#include "config/comcfg.h"
+#include "config/handle.h"
+#include "config/parse.h"
 #include "frame/check.h"
 #include "frame/message.h"
 #include "frame/platform.h"
 #include "vdxcomn/intl.h"
 
 namespace vdx {
-
-void CfgParsed::remove_section(CfgSection* section) {
-  const auto give_back = [this](void* piece, std::size_t bytes) { pool->release(piece, bytes); };
-  const auto value_size = [](const CfgValue* value) {
-    return sizeof *value + static_cast<std::size_t>(value->length);
-  };
-  for (CfgEntry* entry = section->entries.first; entry != nullptr;) {
-    if (section->is_first) --parse->unindexed_count;
-    for (CfgValue* value = entry->values.first->next; value != nullptr;) {
-      CfgValue* next = value->next;
-      give_back(value, value_size(value));
-      value = next;
-    }
-    CfgEntry* next = entry->next;
-    give_back(entry, CfgEntry::size(entry->text().size()) + value_size(entry->values.first));
-    entry = next;
-  }
-  for (CfgInclude* include = section->includes.first; include != nullptr;) {
-    CfgInclude* next = include->next;
-    give_back(include, sizeof *include);
-    include = next;
-  }
-  if (parse->unindexed == section) parse->unindexed = nullptr;
-  section_index.erase(section);
-  (section->previous != nullptr ? section->previous->next : sections.first) = section->next;
-  (section->next != nullptr ? section->next->previous : sections.last) = section->previous;
-  give_back(section->name, static_cast<std::size_t>(section->length));
-  give_back(section, sizeof *section);
-}
-
-bool CfgParsed::index_entries() {
-  if (!entry_index.reserve(parse->unindexed_count)) return false;
-  for (CfgSection* at = parse->unindexed; at != nullptr; at = at->next) {
-    if (!at->is_first) continue;
-    for (CfgEntry* entry = at->entries.first; entry != nullptr; entry = entry->next)
-      entry_index.insert(entry);
-  }
-  parse->unindexed = nullptr;
-  parse->unindexed_count = 0;
-  return true;
-}
 
 namespace {
 
@@ -77,7 +37,8 @@ bool store_value(CfgParsed& parsed, std::string_view key, std::int32_t length, F
   CfgSection* const section = parsed.parse->section;
   const std::size_t value_bytes = sizeof(CfgValue) + static_cast<std::size_t>(length);
   const std::uint32_t hash = hash_text(key, section->hash);
-  CfgEntry* entry = parsed.parse->keys.find(hash, section, key);
+  CfgEntry* entry = parsed.parse->keys.find_node(
+      hash, [key](const CfgEntry& at) { return same_text(key, at.text()); });
   CfgValue* added;
   if (entry != nullptr) {
     added = static_cast<CfgValue*>(parsed.pool->allocate(value_bytes));
@@ -88,7 +49,7 @@ bool store_value(CfgParsed& parsed, std::string_view key, std::int32_t length, F
     if (piece == nullptr) return false;
     entry = new (piece) CfgEntry{nullptr, section, static_cast<std::int32_t>(key.size()), hash, {}};
     std::memcpy(entry + 1, key.data(), key.size());
-    if (!parsed.parse->keys.insert(entry)) return false;
+    if (!parsed.parse->keys.insert_node(entry)) return false;
     section->entries.append(entry);
     if (section->is_first) ++parsed.parse->unindexed_count;
     added = reinterpret_cast<CfgValue*>(piece + key_bytes);
@@ -503,7 +464,7 @@ std::int32_t cfg__add_section(vdx_cfg* cfg, const vdx_cfg_token* name) {
   section->hash = vdx::hash_text(section->text(), 0);
   section->line = parse.token_line;
   section->is_first = parsed.find_section(section->text()) == nullptr;
-  if (section->is_first && !parsed.section_index.insert(section)) return VDX_TRACE(XS_FAIL);
+  if (section->is_first && !parsed.section_index.insert_node(section)) return VDX_TRACE(XS_FAIL);
   section->previous = parsed.sections.last;
   parsed.sections.append(section);
   parse.section = section;

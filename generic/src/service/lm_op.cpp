@@ -7,9 +7,9 @@
 #include "frame/allocate.h"
 #include "frame/check.h"
 #include "frame/length.h"
-#include "service/lm_list.h"
+#include "service/list.h"
 
-// Both keep their name behind themselves, in the same memory.
+// Both have their name stored after the object, in one allocation.
 
 struct vdx_listmgr {
   vdx_context* context;
@@ -32,7 +32,7 @@ namespace vdx {
 namespace {
 
 // Memory for an object and its name, with the name in place; null where there is none.
-template <class Object>
+template <typename Object>
 void* make_named(vdx_context* context, const char* name, std::size_t length) {
   void* memory = length <= INT32_MAX ? allocate(context, sizeof(Object) + length) : nullptr;
   if (memory != nullptr && length != 0)
@@ -79,7 +79,7 @@ std::int32_t remove(List& list, std::size_t index, void** element) {
   return result;
 }
 
-std::int32_t apply(List& list, const vdx_list_visitor& visitor) {
+[[gnu::noinline]] std::int32_t apply(List& list, const vdx_list_visitor& visitor) {
   std::int64_t place = 0;
   for (std::size_t index; (index = list.after(place)) != List::kNone;) {
     const List::Entry one = list.entry(index);
@@ -88,6 +88,29 @@ std::int32_t apply(List& list, const vdx_list_visitor& visitor) {
     if (result != XS_SUCCEED) return result;
   }
   return XS_SUCCEED;
+}
+
+// The operations that are neither finding nor applying, kept apart from finding: that is called most,
+// and needs few registers.
+[[gnu::noinline]] std::int32_t operate(vdx_list& owner, std::int32_t operation, Key key,
+                                       void** element, std::int64_t* position) {
+  List& list = owner.list;
+  switch (operation) {
+    case VDX_LM_INSERT:
+    case VDX_LM_APPEND:
+      return insert(owner, key, operation == VDX_LM_INSERT, *element, position);
+    case VDX_LM_DELETE:
+      return remove(list, list.find(key), element);
+    case VDX_LM_DELETE_ELEMENT:
+      return remove(list, list.find_element(key, *element), nullptr);
+    case VDX_LM_FIRST:
+      return found(list, list.after(0), element, position);
+    case VDX_LM_NEXT:
+      return found(list, list.after(*position), element, position);
+    default:
+      *position = static_cast<std::int64_t>(list.count());
+      return XS_SUCCEED;
+  }
 }
 
 // A property's value as bytes.
@@ -114,7 +137,7 @@ std::int32_t property(std::int32_t action, std::int32_t which, const Value& valu
 }
 
 // The value of a property that lists and instances share.
-template <class Object>
+template <typename Object>
 Value shared_value(const Object& one, std::int32_t which, std::int64_t members,
                    std::int64_t& number) {
   switch (which) {
@@ -133,17 +156,26 @@ Value shared_value(const Object& one, std::int32_t which, std::int64_t members,
   }
 }
 
-bool is_keyed_operation(std::int32_t operation) {
-  return operation >= VDX_LM_INSERT && operation <= VDX_LM_DELETE_ELEMENT;
-}
+// What each operation asks of its arguments, as bits.
+enum Needs : std::uint8_t { kKey = 1, kElement = 2, kPosition = 4, kKeyedList = 8 };
 
-bool needs_element(std::int32_t operation) {
-  return operation == VDX_LM_INSERT || operation == VDX_LM_APPEND ||
-         operation == VDX_LM_DELETE_ELEMENT || operation == VDX_LM_APPLY;
-}
-
-bool needs_position(std::int32_t operation) {
-  return operation == VDX_LM_NEXT || operation == VDX_LM_COUNT;
+constexpr std::uint8_t needs_of(std::int32_t operation) {
+  switch (operation) {
+    case VDX_LM_INSERT:
+    case VDX_LM_APPEND:
+    case VDX_LM_DELETE_ELEMENT:
+      return kKey | kElement;
+    case VDX_LM_FIND:
+    case VDX_LM_DELETE:
+      return kKey | kKeyedList;
+    case VDX_LM_APPLY:
+      return kElement;
+    case VDX_LM_NEXT:
+    case VDX_LM_COUNT:
+      return kPosition;
+    default:
+      return 0;
+  }
 }
 
 }  // namespace
@@ -209,13 +241,13 @@ std::int32_t lm_list_op(vdx_list* list, std::int32_t operation, const void* key,
                         std::int32_t key_length, void** element, std::int64_t* position) {
   VDX_CHECK_POINTER(list, XS_FAIL);
   vdx::List& inside = list->list;
-  const bool by_key = inside.is_keyed() && vdx::is_keyed_operation(operation);
+  const std::uint8_t needs = vdx::needs_of(operation);
+  const bool by_key = inside.is_keyed() && (needs & vdx::kKey) != 0;
   if (by_key) VDX_CHECK_POINTER(key, XS_FAIL);
-  if (vdx::needs_element(operation)) VDX_CHECK_POINTER(element, XS_FAIL);
-  if (vdx::needs_position(operation)) VDX_CHECK_POINTER(position, XS_FAIL);
+  if ((needs & vdx::kElement) != 0) VDX_CHECK_POINTER(element, XS_FAIL);
+  if ((needs & vdx::kPosition) != 0) VDX_CHECK_POINTER(position, XS_FAIL);
   VDX_ASSERT(operation >= VDX_LM_INSERT && operation <= VDX_LM_COUNT, XS_FAIL);
-  VDX_ASSERT(inside.is_keyed() || (operation != VDX_LM_FIND && operation != VDX_LM_DELETE),
-             XS_FAIL);
+  VDX_ASSERT(inside.is_keyed() || (needs & vdx::kKeyedList) == 0, XS_FAIL);
   VDX_ASSERT(!by_key || vdx::is_length(key_length), XS_FAIL);
   vdx::Key sought;
   if (by_key) {
@@ -223,30 +255,15 @@ std::int32_t lm_list_op(vdx_list* list, std::int32_t operation, const void* key,
     VDX_ASSERT(length <= INT32_MAX, XS_FAIL);
     sought = vdx::Key(key, static_cast<std::int32_t>(length));
   }
-  switch (operation) {
-    case VDX_LM_INSERT:
-    case VDX_LM_APPEND:
-      return VDX_TRACE(vdx::insert(*list, sought, operation == VDX_LM_INSERT, *element, position));
-    case VDX_LM_FIND:
-      return VDX_TRACE(vdx::found(inside, inside.find(sought), element, position));
-    case VDX_LM_DELETE:
-      return VDX_TRACE(vdx::remove(inside, inside.find(sought), element));
-    case VDX_LM_DELETE_ELEMENT:
-      return VDX_TRACE(vdx::remove(inside, inside.find_element(sought, *element), nullptr));
-    case VDX_LM_FIRST:
-      return VDX_TRACE(vdx::found(inside, inside.after(0), element, position));
-    case VDX_LM_NEXT:
-      return VDX_TRACE(vdx::found(inside, inside.after(*position), element, position));
-    case VDX_LM_APPLY: {
-      const auto* visitor = static_cast<const vdx_list_visitor*>(*element);
-      VDX_CHECK_POINTER(visitor, XS_FAIL);
-      VDX_CHECK_POINTER(visitor->function, XS_FAIL);
-      return VDX_TRACE(vdx::apply(inside, *visitor));
-    }
-    default:
-      *position = static_cast<std::int64_t>(inside.count());
-      return VDX_TRACE(XS_SUCCEED);
+  if (operation == VDX_LM_FIND)
+    return VDX_TRACE(vdx::found(inside, inside.find(sought), element, position));
+  if (operation == VDX_LM_APPLY) {
+    const auto* visitor = static_cast<const vdx_list_visitor*>(*element);
+    VDX_CHECK_POINTER(visitor, XS_FAIL);
+    VDX_CHECK_POINTER(visitor->function, XS_FAIL);
+    return VDX_TRACE(vdx::apply(inside, *visitor));
   }
+  return VDX_TRACE(vdx::operate(*list, operation, sought, element, position));
 }
 
 std::int32_t lm_list_prop(vdx_list* list, std::int32_t action, std::int32_t which, void* buffer,
