@@ -32,7 +32,7 @@ void copy_pieces(const CfgParse& parse, const vdx_cfg_token* pieces, char* to) {
 }
 
 // Gives the current section's key one more value, of which fill writes the text.
-template <class Fill>
+template <typename Fill>
 bool store_value(CfgParsed& parsed, std::string_view key, std::int32_t length, Fill fill) {
   CfgSection* const section = parsed.parse->section;
   const std::size_t value_bytes = sizeof(CfgValue) + static_cast<std::size_t>(length);

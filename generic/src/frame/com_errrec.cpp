@@ -16,7 +16,7 @@ struct Kept {
 };
 
 // Calls visit for every text that there is.
-template <class Visit>
+template <typename Visit>
 void for_each_text(Kept& kept, Visit visit) {
   const auto one = [&visit](vdx_err_text& text) {
     if (text.bytes != nullptr) visit(text);

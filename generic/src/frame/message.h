@@ -15,7 +15,7 @@ inline vdx_err_text err_text(std::string_view text) {
 
 // Parameters from texts and numbers in any mix: err_parameters("routine", 7, name). Texts are not
 // copied; none may be a null view.
-template <class... Value>
+template <typename... Value>
 vdx_err_parameters err_parameters(const Value&... value) {
   static_assert(sizeof...(Value) <= VDX_ERR_PARAMETERS);
   vdx_err_parameters set{};
