@@ -102,25 +102,49 @@ TEST_F(FrameDeath, HandlersLeaveOrResume) {
   EXPECT_EXIT(fail_under(Handler::kLeave, 1), ExitedWithCode(30), has_match(report + "$"));
 }
 
-[[noreturn]] void resume_everything() {
+// Calls that fail a check each, one of them at a depth of two and one of a conversion.
+[[noreturn]] void resume_everything(const std::string& debug_file, std::int32_t mode) {
   vdx_test::handle_checks(Handler::kResume);
   com_toggle_abort(2);
+  comn_debug_setfile(nullptr, debug_file.c_str(), 1);
+  com_errset(mode);
   char out[2] = {'?', '?'};
   const std::uint8_t byte = 1;
   com_prhex(nullptr, out);
   com_prhex(&byte, nullptr);
   com_perr(nullptr);
   com_panic(nullptr);
+  vdx::depth_provider = [] { return std::int32_t{2}; };
   com_errset(9);
-  const bool is_held = comn_debug_print(nullptr) == 0 && vprint(nullptr) == 0 && out[0] == '?' &&
-                       vdx::trace_mode == 1;
+  vdx::depth_provider = [] { return std::int32_t{-1}; };
+  const bool is_held =
+      comn_debug_print(nullptr) == 0 && vprint(nullptr) == 0 && out[0] == '?' &&
+      vdx::trace_mode == mode &&
+      comn_i4toi2(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr) == VDX_OVERFLOW;
   std::exit(is_held ? 0 : 1);
 }
 
-TEST_F(FrameDeath, ResumedCallsReturnTheirFailure) {
-  EXPECT_EXIT(resume_everything(), ExitedWithCode(0),
-              has_match("^(\nInvalid NULL[^\n]*\n){4}\n\rassertion[^\n]*\n\r"
-                        "(\nInvalid NULL[^\n]*\n){2}$"));
+// They return their failure, and the tracer adds who was called and what failed.
+TEST_F(FrameDeath, ResumedCalls) {
+  const std::string path = testing::TempDir() + "/vdx_checks";
+  for (const std::int32_t mode : {1, 2, 3}) {
+    EXPECT_EXIT(resume_everything(path, mode), ExitedWithCode(0),
+                has_match("^(\nInvalid NULL[^\n]*\n){4}\n\rassertion[^\n]*\n\r"
+                          "(\nInvalid NULL[^\n]*\n){3}$"));
+    std::string text = contents(path), wanted;
+    for (std::size_t at; (at = text.find_first_of("0123456789")) != text.npos;) text.erase(at, 1);
+    for (const char* line :
+         {"com_trace.cpp, line : com_prhex: byte", "com_trace.cpp, line : com_prhex: out",
+          "com_check.cpp, line : com_perr: message", "com_check.cpp, line : com_panic: message",
+          "..", "com_trace.cpp, line : comn_debug_print: format",
+          "com_trace.cpp, line : comn_debug_vprint: format",
+          "com_i.list, line : comn_itoi: one of the six arguments"})
+      wanted += line != std::string("..") ? std::string("(null pointer) file ") + line + "\n"
+                                          : "..(assertion) file com_trace.cpp, line : com_errset: "
+                                            "mode >= vdx::kTraceNone && mode <= vdx::kTraceAll\n";
+    EXPECT_EQ(text, mode == 1 ? "" : wanted);
+  }
+  std::filesystem::remove(path);
 }
 
 struct BadCall {
@@ -290,40 +314,6 @@ std::map<std::string, std::filesystem::path> checked_files() {
 
 TEST_F(FrameDeath, ReportsNameTheFunctionThatWasCalled) {
   EXPECT_EXIT(check_reports(), ExitedWithCode(0), has_match("^$"));
-}
-
-// The tracer adds who was called and what failed.
-TEST_F(FrameDeath, TracedChecks) {
-  const std::string path = testing::TempDir() + "/vdx_checks";
-  const auto fail_three = [&path](std::int32_t mode) {
-    vdx_test::handle_checks(Handler::kResume);
-    com_toggle_abort(2);
-    comn_debug_setfile(nullptr, path.c_str(), 1);
-    com_errset(mode);
-    com_prhex(nullptr, nullptr);
-    vdx::depth_provider = [] { return std::int32_t{2}; };
-    com_errset(9);
-    vdx::depth_provider = [] { return std::int32_t{-1}; };
-    com_errset(9);
-    comn_i4toi2(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
-    std::exit(0);
-  };
-  for (const std::int32_t mode : {1, 2, 3}) {
-    EXPECT_EXIT(fail_three(mode), ExitedWithCode(0),
-                has_match("'com_trace.cpp' line.*'com_i4.list' line [0-9]+\n$"));
-    std::string text = contents(path);
-    for (std::size_t at; (at = text.find_first_of("0123456789")) != text.npos;) text.erase(at, 1);
-    const std::string wrong =
-        "(assertion) file com_trace.cpp, line : com_errset: mode >= "
-        "vdx::kTraceNone && mode <= vdx::kTraceAll\n";
-    EXPECT_EQ(
-        text,
-        mode == 1
-            ? ""
-            : "(null pointer) file com_trace.cpp, line : com_prhex: byte\n.." + wrong + wrong +
-                  "(null pointer) file com_i.list, line : comn_itoi: one of the six arguments\n");
-  }
-  std::filesystem::remove(path);
 }
 
 TEST_F(Frame, PersistentReportsGoToBothPlaces) {

@@ -5,6 +5,7 @@
 #include <span>
 #include <unordered_map>
 
+#include "service/index.h"
 #include "service/pool.h"
 #include "support.h"
 
@@ -270,6 +271,21 @@ TEST(ListDeath, WrongCallsAreReported) {
   EXPECT_FATAL(k.op(VDX_LM_NEXT, nullptr), null);
   EXPECT_FATAL(lm_list_op(k.list, VDX_LM_FIND, "k", -1, nullptr, nullptr), assertion);
   EXPECT_FATAL(u.op(VDX_LM_FIND, "k", nullptr), assertion);
+  for (const std::int32_t operation : {0, 10})
+    EXPECT_FATAL(k.op(operation, "k", nullptr), assertion);
+}
+
+// More slots than memory has addresses are refused before anything is multiplied.
+TEST(Index, RoomIsLimited) {
+  struct Slot {
+    void* node;
+    std::uint32_t hash;
+    bool is_free() const { return node == nullptr; }
+  };
+  vdx::HashIndex<Slot> index;
+  for (const std::size_t count : {SIZE_MAX, SIZE_MAX / sizeof(Slot), SIZE_MAX / sizeof(Slot) / 2})
+    EXPECT_FALSE(index.reserve(count, nullptr));
+  EXPECT_EQ(index.memory(), 0U);
 }
 
 TEST(Pool, PiecesAreApartAlignedAndCounted) {
@@ -279,6 +295,9 @@ TEST(Pool, PiecesAreApartAlignedAndCounted) {
   Failing failing;
   const std::size_t bytes = vdx::Pool::size_for(100);
   const std::unique_ptr<void, decltype(&std::free)> backing(std::malloc(bytes), std::free);
+  for (const std::size_t less : {1, 0})
+    EXPECT_EQ(less != 0, vdx::Pool::create(backing.get(), vdx::Pool::size_for(0) - less, nullptr,
+                                           hooks) == nullptr);
   vdx::Pool* pool = vdx::Pool::create(backing.get(), bytes, &failing.context, hooks);
   std::mt19937 random(7);
   for (int round = 0; round < 3; ++round) {

@@ -47,11 +47,13 @@ class HashIndex {
   // Makes room for so many slots in all, with memory through the context (null: malloc). False, and
   // nothing changed, without memory.
   bool reserve(std::size_t count, vdx_context* context) {
-    constexpr std::size_t kMost = std::size_t{1} << 31;
+    constexpr std::size_t kMost = PTRDIFF_MAX / sizeof(Slot);
     std::size_t wanted = slots_ == nullptr ? 16 : size();
-    while (wanted / 4 * 3 < count) wanted *= 2;
+    while (wanted / 4 * 3 < count) {
+      if (wanted > kMost / 2) return false;
+      wanted *= 2;
+    }
     if (slots_ != nullptr && wanted == size()) return true;
-    if (wanted > kMost) return false;
     auto* made = static_cast<Slot*>(allocate(context, wanted * sizeof(Slot)));
     if (made == nullptr) return false;
     std::memset(static_cast<void*>(made), 0, wanted * sizeof(Slot));
