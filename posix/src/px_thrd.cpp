@@ -19,7 +19,7 @@
 
 #include "frame/check.h"
 #include "frame/turn.h"
-#include "px_wait.h"
+#include "wait.h"
 #include "service/own_keys.h"
 #include "service/thread_level.h"
 #include "vdxcomn/thread.h"

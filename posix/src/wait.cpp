@@ -1,5 +1,5 @@
 // Sleeping on a word: by futex on Linux, elsewhere by a table of condition variables.
-#include "px_wait.h"
+#include "wait.h"
 
 #if defined(__linux__) && defined(__LP64__) && !defined(VDX_PORTABLE)
 #define VDX_FUTEX
