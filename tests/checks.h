@@ -1,5 +1,5 @@
-// Failed checks, environment variables and failing reads as a test sees them, which differ by
-// platform; posix/support.cpp and nt386/support.cpp say how.
+// Failed checks, environment variables, failing reads and sleeping threads as a test sees them,
+// which differ by platform; posix/support.cpp and nt386/support.cpp say how.
 #ifndef VDX_TESTS_CHECKS_H
 #define VDX_TESTS_CHECKS_H
 
@@ -8,6 +8,7 @@
 #include <atomic>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace vdx_test {
 
@@ -42,6 +43,11 @@ extern bool (*read_fails)();
 
 // The most bytes that such a read returns. SIZE_MAX at first.
 extern std::atomic<std::size_t> read_limit;
+
+// Returns at a moment when the threads of these identifiers all sleep. What has no means to see it
+// waits for a while instead, and asks for fewer pulses.
+void await_sleep(const std::vector<std::uint32_t>& threads);
+extern const int kPulses;
 
 }  // namespace vdx_test
 

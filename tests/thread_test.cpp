@@ -2,9 +2,13 @@
 // and a bound on a wait is only what ends a test that has gone wrong.
 #if !defined(_WIN32)
 #include <pthread.h>
+#include <signal.h>
+#include <unistd.h>
 #endif
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -104,42 +108,124 @@ TEST(ThreadEvent, KeepsOrConsumesItsSignalByKind) {
   }
 }
 
-TEST(ThreadEvent, PassesATokenRound) {
-  std::vector<std::unique_ptr<EventObject>> events;
-  for (int i = 0; i < kThreads; ++i)
-    events.push_back(std::make_unique<EventObject>(VDX_EVENT_AUTO));
+// One token between this thread and eight that wait for it, most with limits that run out beside
+// the signal.
+TEST(ThreadEvent, PassesATokenBackAndForth) {
+  constexpr int kTokens = 1000;
+  const EventObject there(VDX_EVENT_AUTO), back(VDX_EVENT_AUTO), never(VDX_EVENT_AUTO);
   int token = 0;
   const auto body = [&](int number) {
-    const auto at = static_cast<std::size_t>(number);
-    for (int i = 0; i < kRounds / 4; ++i) {
-      // Limits that run out beside the signal must neither lose nor double it.
-      while (comn_waitfor_event(*events[at], i % 2 == 0 ? VDX_NO_LIMIT : 1) != XS_SUCCEED) {
-      }
-      EXPECT_EQ(token++ % kThreads, number);
-      comn_signal_event(*events[(at + 1) % kThreads]);
+    for (;;) {
+      if (comn_waitfor_event(there, number % 4 == 0 ? VDX_NO_LIMIT : number % 4) == kLate) continue;
+      if (token == kTokens) break;
+      ++token;
+      comn_signal_event(back);
     }
-  };
-  run_threads(kThreads, body, [&] { comn_signal_event(*events[0]); });
-  EXPECT_EQ(token, kThreads * (kRounds / 4));
-}
-
-TEST(ThreadEvent, ManualSignalReleasesEveryWaiter) {
-  const EventObject ready(VDX_EVENT_MANUAL), go(VDX_EVENT_MANUAL);
-  const SemObject there(kThreads);
-  const auto body = [&](int) {
-    for (int i = 0; i < 50; ++i) {
-      comn_release_sem(there);
-      EXPECT_EQ(comn_waitfor_event(i % 2 == 0 ? ready : go, VDX_NO_LIMIT), XS_SUCCEED);
-    }
+    comn_signal_event(there);
   };
   run_threads(kThreads, body, [&] {
-    for (int i = 0; i < 50; ++i) {
-      for (int n = 0; n < kThreads; ++n) EXPECT_EQ(comn_waitfor_sem(there, 0), XS_SUCCEED);
-      // All have said that they come; the other event is what they wait for next.
-      comn_reset_event(i % 2 == 0 ? go : ready);
-      comn_signal_event(i % 2 == 0 ? ready : go);
+    for (int i = 1; i <= kTokens; ++i) {
+      if (i % 4 == 0) comn_waitfor_event(never, 1);
+      comn_signal_event(there);
+      ASSERT_EQ((Codes{comn_waitfor_event(back, kBound), token}), (Codes{XS_SUCCEED, i}));
     }
+    comn_signal_event(there);
   });
+}
+
+// As a caller waits for an answer: on an event of its own, gone as soon as it was signalled.
+TEST(ThreadEvent, MayBeDeletedByWhomItReleased) {
+  std::atomic<vdx_event*> asked{nullptr};
+  std::atomic<bool> stop{false};
+  run_threads(
+      1,
+      [&](int) {
+        while (!stop)
+          if (vdx_event* const event = asked.exchange(nullptr)) comn_signal_event(event);
+      },
+      [&] {
+        for (int i = 0; i < kRounds; ++i) {
+          const EventObject event(i % 2);
+          asked = event;
+          EXPECT_EQ(comn_waitfor_event(event, VDX_NO_LIMIT), XS_SUCCEED);
+        }
+        stop = true;
+      });
+}
+
+// Threads that all sleep are released and wait again at once: each returns once from each pulse, and
+// none takes what was given to another that has yet to wake.
+void pulse(int count, const std::function<void()>& wait, const std::function<void(int)>& release) {
+  SCOPED_TRACE(count);
+  std::deque<std::atomic<int>> returned(static_cast<std::size_t>(count));
+  std::vector<vdx_tid> threads(returned.size());
+  std::atomic<int> here{0};
+  std::atomic<bool> stop{false};
+  const auto body = [&](int number) {
+    threads[static_cast<std::size_t>(number)] = comn_thread_id();
+    ++here;
+    for (wait(); !stop; wait()) ++returned[static_cast<std::size_t>(number)];
+    --here;
+  };
+  run_threads(count, body, [&] {
+    while (here != count) comn_yield();
+    for (int done = 0;; ++done) {
+      const auto has_returned = [done](int times) { return times >= done; };
+      const auto limit = std::chrono::steady_clock::now() + std::chrono::milliseconds(kBound);
+      while (!std::all_of(returned.begin(), returned.end(), has_returned) &&
+             std::chrono::steady_clock::now() < limit)
+        comn_yield();
+      vdx_test::await_sleep(threads);
+      for (const std::atomic<int>& times : returned) EXPECT_EQ(times, done);
+      if (done == vdx_test::kPulses / count || testing::Test::HasFailure()) break;
+      release(count);
+    }
+    for (stop = true; here != 0; comn_yield()) release(1);
+  });
+}
+
+TEST(ThreadPulse, ReachesEachSleeperOnce) {
+  for (const int count : {2, 8, 32}) {
+    const EventObject manual(VDX_EVENT_MANUAL), automatic(VDX_EVENT_AUTO);
+    const SemObject semaphore(1);
+    const CondObject condition;
+    const MutexObject mutex;
+    std::atomic<int> signals{0}, resets{0};
+    const auto each = [](const auto& release) {
+      return [&release](int times) {
+        for (int i = 0; i < times; ++i) release();
+      };
+    };
+    const auto set = [&] { EXPECT_EQ(comn_signal_event(automatic), XS_SUCCEED); };
+    const auto post = [&] { comn_release_sem(semaphore); };
+    const auto signal = [&] { comn_signal_cond(condition); };
+    const struct {
+      const char* what;
+      std::function<void()> wait;
+      std::function<void(int)> release;
+    } rows[] = {{"manual event",
+                 [&] {
+                   while (resets != signals) comn_yield();  // else it may well be signalled still
+                   comn_waitfor_event(manual, VDX_NO_LIMIT);
+                 },
+                 [&](int) {
+                   ++signals, comn_signal_event(manual);
+                   comn_reset_event(manual), ++resets;
+                 }},
+                {"auto event", [&] { comn_waitfor_event(automatic, VDX_NO_LIMIT); }, each(set)},
+                {"semaphore", [&] { comn_waitfor_sem(semaphore, 0); }, each(post)},
+                {"condition",
+                 [&] {
+                   comn_take_mutex(mutex);
+                   comn_wait_cond(condition, mutex);
+                   comn_release_mutex(mutex);
+                 },
+                 each(signal)}};
+    for (const auto& row : rows) {
+      SCOPED_TRACE(row.what);
+      pulse(count, row.wait, row.release);
+    }
+  }
 }
 
 TEST(ThreadSemaphore, CountsUpToItsMaximum) {
@@ -229,6 +315,17 @@ TEST(ThreadKey, HoldsAValueForEachThread) {
   });
   EXPECT_EQ(comn_get_threaduserdata(keys[0]), keys);
   EXPECT_EQ(comn_get_threaduserdata(keys[1]), nullptr);
+  // All that there are, twice: a failure takes none and leaves the output alone.
+  std::vector<vdx_key> all[2];
+  for (std::vector<vdx_key>& made : all) {
+    constexpr vdx_key kUntouched = 123456789;
+    vdx_key key = kUntouched;
+    for (; comn_create_key(&key) == XS_SUCCEED; key = kUntouched) made.push_back(key);
+    EXPECT_EQ((Codes{comn_create_key(&key), key == kUntouched}), (Codes{XS_FAIL, 1}));
+    for (const vdx_key each : made) EXPECT_EQ(comn_drop_key(each), XS_SUCCEED);
+  }
+  EXPECT_GT(all[0].size(), 60u);
+  EXPECT_EQ(all[0].size(), all[1].size());
   for (const vdx_key key : keys)
     EXPECT_EQ((Codes{comn_drop_key(key), comn_drop_key(key), comn_set_threaduserdata(key, keys)}),
               (Codes{1, 0, 0}));
@@ -306,11 +403,23 @@ TEST(ThreadEnd, OverpowersThreadsThatNeverLookUp) {
     std::array<std::unique_ptr<int>, 1> object;
     for (;;) v.turns += object[0] == nullptr;
   };
+#if !defined(_WIN32) && !defined(__SANITIZE_THREAD__)
+  constexpr auto spins_without_signals = [](Victim& v) {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, nullptr);
+    for (;;) ++v.turns;
+  };
+#endif
   const std::pair<const char*, vdx_start_routine*> rows[] = {
-      {"spin", lingers<spins>},
-      {"spin with object", lingers<spins_with_object>},
-      {"event", waits_for_event},
-      {"mutex", lingers<[](Victim& v) { comn_take_mutex(v.held); }>}};
+#if !defined(_WIN32) && !defined(__SANITIZE_THREAD__)  // which lets no thread unwind
+    {"spin without signals", lingers<spins_without_signals>},
+#endif
+    {"spin", lingers<spins>},
+    {"spin with object", lingers<spins_with_object>},
+    {"event", waits_for_event},
+    {"mutex", lingers<[](Victim& v) { comn_take_mutex(v.held); }>}
+  };
   for (const auto& [what, routine] : rows) {
     for (const bool kill : {false, true}) {
       SCOPED_TRACE(std::string(what) + (kill ? ", kill" : ", cancel"));
@@ -371,6 +480,55 @@ TEST(ThreadEnd, LosesNothingOfTheOthers) {
 }
 
 #if !defined(_WIN32)
+struct Heir {
+  vdx_sem* semaphore = nullptr;
+  std::atomic<vdx_tid> tid{0};
+  pthread_t handle{};
+  std::atomic<bool> has_returned{false};
+};
+std::atomic<bool> is_held_up, may_go_on;
+void hold_up(int) {
+  is_held_up = true;
+  while (!may_go_on) {
+  }
+  usleep(20000);  // time enough to be ended in
+}
+
+// A thread is ended after a unit was handed to it and before its wait returns: the next has it.
+TEST(ThreadEnd, HandsOnWhatItWasGiven) {
+  constexpr int kTries = 20;
+  struct sigaction action = {}, before;
+  action.sa_handler = hold_up;
+  sigaction(SIGUSR1, &action, &before);
+  int returned = 0;
+  for (int i = 0; i < kTries; ++i) {
+    const SemObject semaphore(1);
+    Heir heir{semaphore};
+    vdx_thread* thread = nullptr;
+    const auto waits = [](void* argument) -> void* {
+      Heir& own = *static_cast<Heir*>(argument);
+      own.handle = pthread_self();
+      own.tid = comn_thread_id();
+      comn_waitfor_sem(own.semaphore, 0);
+      own.has_returned = true;
+      return nullptr;
+    };
+    ASSERT_EQ(comn_create_thread(&thread, waits, &heir), XS_SUCCEED);
+    while (heir.tid == 0) comn_yield();
+    vdx_test::await_sleep({heir.tid});
+    is_held_up = may_go_on = false;
+    pthread_kill(heir.handle, SIGUSR1);
+    while (!is_held_up) comn_yield();
+    EXPECT_EQ(comn_release_sem(semaphore), XS_SUCCEED);
+    may_go_on = true;
+    EXPECT_EQ(comn_cancel_thread(thread), XS_SUCCEED);
+    EXPECT_EQ(comn_waitfor_sem(semaphore, 1) == XS_SUCCEED, !heir.has_returned);
+    returned += heir.has_returned;
+  }
+  EXPECT_LT(returned, kTries);
+  sigaction(SIGUSR1, &before, nullptr);
+}
+
 // Threads are ended in the middle of what they do to others: signalling, releasing, asking.
 struct Scene {
   vdx_mutex* mutex = nullptr;
@@ -481,7 +639,8 @@ TEST(ThreadEnd, BlocksOutliveWhoeverIsLast) {
   };
   for (int i = 0; i < 200; ++i) {
     vdx_thread* thread = nullptr;
-    ASSERT_EQ(comn_create_thread(&thread, release, done), XS_SUCCEED);
+    // Every other one asks for a stack that is too small.
+    ASSERT_EQ(comn_create_thread_ex(&thread, release, done, i % 2), XS_SUCCEED);
     EXPECT_EQ(i % 3 == 1 ? comn_join_thread(thread) : XS_SUCCEED, XS_SUCCEED);
     const std::int32_t before = i % 3 == 0 ? comn_waitfor_sem(done, 0) : XS_SUCCEED;
     EXPECT_EQ((Codes{before, comn_detach_thread(thread)}), (Codes{1, 1}));

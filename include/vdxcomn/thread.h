@@ -2,7 +2,9 @@
  *
  * Every object is an opaque block obtained with malloc by its create call. It lives until its
  * delete, drop, detach or cancel call, after which the pointer is invalid; deleting an object on
- * which a thread still waits is an error of the caller's. All calls may be made from any thread.
+ * which a thread still waits is an error of the caller's. A thread whose wait for a semaphore, event
+ * or condition has returned may delete it, even if the call that released the thread has yet to
+ * return. All calls may be made from any thread, none from a signal handler.
  *
  * Unless stated otherwise a call returns 1 for success and 0 for failure, reports no message and
  * keeps no error code of the system. A null pointer argument is reported as
@@ -10,10 +12,11 @@
  * take null as a value say so, and those that say "asserted" report it through com_bomb. A create
  * call that fails has allocated nothing and leaves null in its output.
  *
- * Waits are measured by a clock that no change of the time of day moves, and end for nothing but
- * what they waited for. A set, release or signal hands over to a thread that already waits, so
- * what follows it, a reset for instance, cannot take it back. No order is promised among waiters.
- * On POSIX systems at most 65,535 threads may wait on one object; a further wait fails.
+ * Waits are measured by a clock that no change of the time of day moves, and return for nothing
+ * but what they waited for. A set, release or signal hands over to a thread that already waits:
+ * neither a reset that follows nor a wait that begins later takes it from that thread. A thread
+ * that is ended before its wait returns hands on what it was given, on POSIX systems. No order is
+ * promised among waiters.
  *
  * On POSIX systems one real-time signal, the highest that is at its default action when the first
  * thread is created, belongs to comn_kill_thread, comn_cancel_thread and comn_getsp; the threads
@@ -106,7 +109,7 @@ VDX_API int32_t comn_get_default_tid(void *buffer, int32_t length, int32_t *leng
 /* 1 when both identifiers are the same, else 0. */
 VDX_API int32_t comn_thread_equal(vdx_tid first, vdx_tid second);
 
-/* Sets the thread's priority, 0 (least) to 15: 0 to 2 run when nothing else does, 3 and 4 lowest,
+/* Sets the thread's priority, 0 (least) to 15: 0 to 2 are idle (run when nothing else does), 3 and 4 lowest,
  * 5 and 6 below normal, 7 to 9 normal, 10 and 11 above normal, 12 and 13 highest, 14 and 15 time
  * critical; on POSIX the nice values 19, 10, 5, 0, -5, -10 and -20. 0 for any other priority,
  * with the thread untouched, for a thread that has ended, and where the system refuses, as POSIX
@@ -116,10 +119,10 @@ VDX_API int32_t comn_set_priority(vdx_thread *thread, int32_t priority);
 /* Does nothing. 1. */
 VDX_API int32_t comn_set_cancelstate(int32_t state);
 
-/* An address inside the thread's stack: where its stack pointer stood when it was asked. Null for
- * a thread that has ended or does not answer. On POSIX the thread is asked by the signal named
- * above and waited for up to 500 ms; one that blocks it gets its first frame reported. A null
- * thread is asserted. */
+/* Returns an address inside the thread's stack: its stack pointer at the time of the call. Null for
+ * a thread that has ended. On POSIX the thread is asked by the signal named above and waited for up
+ * to 500 ms; without an answer, as from a thread that blocks the signal, the address is that of its
+ * last answer or else of its first frame. A null thread is asserted. */
 VDX_API void *comn_getsp(vdx_thread *thread);
 
 /* ---- Mutexes: a thread may take a mutex that it holds, and releases it as often ---- */
@@ -150,8 +153,8 @@ VDX_API int32_t comn_create_sem(vdx_sem **semaphore, int32_t maximum);
  * taken, XS_TIMED_OUT when there was none, 0 on failure. */
 VDX_API int32_t comn_waitfor_sem(vdx_sem *semaphore, int32_t no_wait);
 
-/* Adds a unit, or hands it to a thread that waits. 0, with nothing changed, when the semaphore is
- * full. */
+/* Adds a unit, or hands it to a thread that waits. 0, with nothing changed, when the semaphore
+ * holds its maximum. */
 VDX_API int32_t comn_release_sem(vdx_sem *semaphore);
 
 /* Deletes the semaphore. 1. */
@@ -170,8 +173,8 @@ VDX_API int32_t comn_create_event(vdx_event **event);
  * other negative values count as unsigned. 1 when signalled, XS_TIMED_OUT when not, 0 on failure. */
 VDX_API int32_t comn_waitfor_event(vdx_event *event, int32_t timeout);
 
-/* Signals the event: releases every waiter of a manual-reset event, else one waiter, or the next
- * to come. 1. */
+/* Signals the event: releases every waiter of a manual-reset event, else one waiter, or without any
+ * the next wait to begin. 1. */
 VDX_API int32_t comn_signal_event(vdx_event *event);
 
 /* Makes the event unsignalled; waits that were already released stay so. 1. */
@@ -185,8 +188,8 @@ VDX_API int32_t comn_delete_event(vdx_event *event);
 /* Makes a condition. 0 when memory is short. Null is asserted. */
 VDX_API int32_t comn_create_cond(vdx_cond **condition);
 
-/* Releases one waiter, or the next to come: a signal is kept until a wait consumes it, several
- * kept ones count as one. 1. */
+/* Releases one waiter, or without any the next wait to begin: a signal is kept until a wait consumes
+ * it, several kept ones count as one. 1. */
 VDX_API int32_t comn_signal_cond(vdx_cond *condition);
 
 /* Releases every waiter, and for good: from then on each wait on the condition returns at once. 1. */
@@ -203,7 +206,7 @@ VDX_API int32_t comn_delete_cond(vdx_cond *condition);
 
 /* ---- Thread-local keys ---- */
 
-/* Makes a key whose value is null in every thread. 0 when no key is left. */
+/* Makes a key whose value is null in every thread. 0, with *key left alone, when no key is left. */
 VDX_API int32_t comn_create_key(vdx_key *key);
 
 /* Drops the key; the values, which are the caller's, are not looked at. 0 for an unused key. */

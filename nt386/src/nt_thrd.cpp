@@ -1,4 +1,7 @@
-// Threads and the objects they meet at, on the services of Windows.
+// Threads, their synchronisation objects, keys and the coroutine lock, on the services of Windows.
+//
+// Semaphores and events are the system's. The system gives a signal or release to a thread that
+// waits at the time of the call, so a reset or a later wait cannot take it.
 #include <windows.h>
 
 #include <process.h>
@@ -19,7 +22,7 @@ struct vdx_thread {
   HANDLE handle;
   vdx_start_routine* routine;
   void* argument;
-  std::atomic<int> holders;  // whoever created it, and the thread until it begins
+  std::atomic<int> holders;  // the creator, and the thread until it calls its routine
 };
 struct vdx_mutex {
   CRITICAL_SECTION section;
@@ -46,7 +49,7 @@ Block* allocate() {
 
 std::int32_t status(BOOL done) { return done ? XS_SUCCEED : XS_FAIL; }
 
-// A block for a handle, which is closed where there is none.
+// Puts the handle into a new block; closes it if memory is short.
 template <class Block>
 std::int32_t keep(HANDLE handle, Block** out) {
   if (handle == nullptr) return XS_FAIL;
@@ -64,7 +67,7 @@ void give_up(vdx_thread* thread) {
   if (thread->holders.fetch_sub(1, std::memory_order_acq_rel) == 1) std::free(thread);
 }
 
-// The routine's pointer does not fit an exit code, which nobody reads.
+// The routine's result, a pointer, is not kept.
 unsigned __stdcall run_thread(void* memory) {
   vdx_thread* const thread = static_cast<vdx_thread*>(memory);
   vdx_start_routine* const routine = thread->routine;
@@ -74,13 +77,13 @@ unsigned __stdcall run_thread(void* memory) {
   return 0;
 }
 
-// A thread that is ended while the system prepares it keeps the locks of the loader and of the
-// run-time library for ever, and no other thread would begin.
+// Waits first until the thread runs: one that is terminated while the system prepares it keeps the
+// locks of the loader and of the run-time library, and no other thread could start.
 std::int32_t end(vdx_thread* thread) {
   for (DWORD i = 0; i < kPatience && thread->holders.load(std::memory_order_acquire) > 1; ++i)
     if (WaitForSingleObject(thread->handle, 1) != WAIT_TIMEOUT) break;
   if (!TerminateThread(thread->handle, 0)) return XS_FAIL;
-  // The system ends it beside the caller. One that never began gives nothing up any more.
+  // Termination is asynchronous. A thread that never ran its routine will not give up its share.
   if (WaitForSingleObject(thread->handle, kPatience) == WAIT_OBJECT_0) thread->holders = 1;
   return XS_SUCCEED;
 }
@@ -100,7 +103,7 @@ CRITICAL_SECTION coroutine_section;
 std::atomic<bool> coroutine_mode{false};
 
 SRWLOCK* native(void** lock) {
-  static_assert(sizeof(SRWLOCK) == sizeof *lock, "zero where it is free");
+  static_assert(sizeof(SRWLOCK) == sizeof *lock, "a null pointer is a free lock");
   return reinterpret_cast<SRWLOCK*>(lock);
 }
 
@@ -168,7 +171,7 @@ vdx_tid comn_thread_id(void) { return GetCurrentThreadId(); }
 int32_t comn_set_priority(vdx_thread* thread, int32_t priority) {
   VDX_ASSERT(thread != nullptr, XS_FAIL);
   if (priority < 0 || priority >= vdx::kPriorities) return VDX_TRACE(XS_FAIL);
-  // The system may accept it for a thread that has ended.
+  // The system may accept a priority for a thread that has ended.
   if (WaitForSingleObject(thread->handle, 0) == WAIT_OBJECT_0) return VDX_TRACE(XS_FAIL);
   static constexpr int kLevel[vdx::kLevels] = {
       THREAD_PRIORITY_IDLE,         THREAD_PRIORITY_LOWEST,       THREAD_PRIORITY_BELOW_NORMAL,
@@ -321,8 +324,14 @@ int32_t comn_delete_cond(vdx_cond* condition) {
 
 int32_t comn_create_key(vdx_key* key) {
   VDX_CHECK_POINTER(key, XS_FAIL);
-  *key = TlsAlloc();  // none left is beyond every key
-  return VDX_TRACE(status(own_keys.add(*key)));
+  const DWORD made = TlsAlloc();
+  if (made == TLS_OUT_OF_INDEXES) return VDX_TRACE(XS_FAIL);
+  if (!own_keys.add(made)) {
+    TlsFree(made);
+    return VDX_TRACE(XS_FAIL);
+  }
+  *key = made;
+  return VDX_TRACE(XS_SUCCEED);
 }
 
 int32_t comn_drop_key(vdx_key key) {

@@ -1,4 +1,10 @@
-// Threads and the objects they meet at, on POSIX threads.
+// Threads, their synchronisation objects, keys and the coroutine lock, on POSIX threads and the
+// means of wait.h.
+//
+// How a thread is ended: end_requested is set and the end signal sent. The handler jumps to the
+// first frame, vdx_run_thread, unless the thread is inside a bracket (wait.h), whose close then
+// does. A thread that blocks the signal is cancelled by the system after kPatience. However it
+// ends, thread_over runs: by the destructor of a thread-local key, without one from the first frame.
 #include <pthread.h>
 #include <sched.h>
 #include <setjmp.h>
@@ -25,32 +31,32 @@
 #include "vdxcomn/thread.h"
 
 using vdx::Deadline;
+using vdx::Endable;
 using vdx::Gate;
+using vdx::Latch;
 using vdx::Mutex;
 using vdx::Undisturbed;
-using vdx::Waited;
 
-// Shared by its owner and the running thread: whoever comes last frees it. The system's handle is
-// valid until the thread was collected, by a join that found it at its end or by the owner giving
-// the block back.
-struct vdx_thread : vdx::Sleep {
+// Shared by its owner and the running thread; the last of them frees it. The system's handle is
+// valid until it is collected: joined by a join that found the thread ended, or detached when the
+// owner gives the block back.
+struct vdx_thread : Endable {
   vdx_thread(vdx_start_routine* routine, void* value) : start(routine), argument(value) {}
 
   vdx_start_routine* const start;
   void* const argument;
   std::atomic<int> references{2};
   pthread_t handle{};
-  Mutex lock;              // no end of the thread and no collecting while the handle is in use
-  bool collected = false;  // under the lock
-  bool over = false;       // under the lock
+  Mutex lock;  // held while the handle is used; guards the next two
+  bool collected = false;
+  bool over = false;  // the thread is past everything of ours, and its handle may go
   std::atomic<std::uint32_t> tid{0};
-  Gate started{true};
-  Gate ended{true};
-  std::atomic<bool> leaving{false};
-  std::atomic<bool> asked{false};  // for the stack pointer
+  Latch started;  // tid and stack_pointer are set
+  Latch ended;
+  std::atomic<bool> leaving{false};  // no signal is of use any more
+  std::atomic<bool> asked{false};    // for the stack pointer; the answer resets it
   std::atomic<void*> stack_pointer{nullptr};
-  Gate answered{false};
-  sigjmp_buf frame;  // where an end leaves to
+  sigjmp_buf frame;  // of vdx_run_thread
 };
 struct vdx_mutex {
   Mutex mutex;
@@ -60,11 +66,10 @@ struct vdx_event {
   Gate gate;
 };
 struct vdx_sem {
-  explicit vdx_sem(std::uint32_t maximum) : ceiling(maximum) {}
-  Gate gate{false};
-  const std::uint32_t ceiling;
+  explicit vdx_sem(std::uint32_t maximum) : gate(false, maximum) {}
+  Gate gate;
 };
-// One gate: a broadcast is a signal of an event that never again resets itself.
+// An auto-reset event that a broadcast makes a manual one, which nothing resets.
 struct vdx_cond {
   Gate gate{false};
 };
@@ -86,23 +91,11 @@ void destroy(Block* block) {
   std::free(block);
 }
 
-std::int32_t waited(Waited result) {
-  switch (result) {
-    case Waited::kTaken:
-      return XS_SUCCEED;
-    case Waited::kTimedOut:
-      return XS_TIMED_OUT;
-    case Waited::kFailed:
-      break;
-  }
-  return XS_FAIL;
-}
-
 void let_go(vdx_thread* thread) {
   if (thread->references.fetch_sub(1, std::memory_order_acq_rel) == 1) destroy(thread);
 }
 
-// Identifier of the calling thread, asked for once; a fork makes another thread of it.
+// The calling thread's identifier once it was asked for. The child of a fork asks again.
 inline thread_local constinit std::uint32_t own_tid [[gnu::tls_model("initial-exec")]] = 0;
 
 std::uint32_t system_tid() {
@@ -118,45 +111,45 @@ std::uint32_t system_tid() {
 
 // ---- The end of a thread ----
 
-// The key's destructor runs however a thread ends: by returning, leaving or being cancelled.
-pthread_key_t end_key;
-int end_signal = 0;  // 0 where the system has none left
+pthread_key_t end_key;  // its destructor is thread_over
+int end_signal = 0;     // 0 where the system has none left
 
-vdx_thread* self() { return static_cast<vdx_thread*>(vdx::thread_sleep); }
+vdx_thread* self() { return static_cast<vdx_thread*>(vdx::endable_self); }
 
 void thread_over(void* block) {
   vdx_thread* const thread = static_cast<vdx_thread*>(block);
-  vdx::thread_sleep = nullptr;
+  vdx::endable_self = nullptr;
   thread->settle();
   thread->leaving.store(true);
-  thread->answered.post(1);
-  thread->started.post(1);
+  thread->started.set();
   thread->lock.take();
   thread->over = true;
   thread->lock.release();
-  thread->ended.post(1);
+  thread->ended.set();
   let_go(thread);
 }
 
-// No unwinding: it could meet a frame that lets nothing through, or stop between two instructions
-// that nothing describes. What the abandoned frames owned is lost, as the callers are told.
-[[noreturn]] void leave_thread(vdx::Sleep& sleep) {
-  siglongjmp(static_cast<vdx_thread&>(sleep).frame, 1);
+// A jump, not unwinding, which fails at a function that lets no exception through and at an
+// instruction that the unwind tables do not describe. What the abandoned frames own is lost, as
+// thread.h says.
+[[noreturn]] void leave_thread(Endable& endable) {
+  siglongjmp(static_cast<vdx_thread&>(endable).frame, 1);
 }
 
 void on_end_signal(int) {
   const int error = errno;
   vdx_thread* const thread = self();
   if (thread == nullptr) return;
-  if (thread->asked.exchange(false)) {
+  if (thread->asked.load()) {
     thread->stack_pointer.store(__builtin_frame_address(0));
-    thread->answered.post(1);
+    thread->asked.store(false);
   }
   if (thread->end_requested.load() && thread->depth.load() == 0) leave_thread(*thread);
   errno = error;
 }
 
-// Once a process, before its first thread; false while no key is to be had.
+// Makes the key and finds the signal, once a process, before its first thread. False if no key is
+// left.
 bool make_ready() {
   static constinit std::atomic<bool> ready{false};
   static constinit vdx::Turn turn;
@@ -172,7 +165,8 @@ bool make_ready() {
     action.sa_handler = on_end_signal;
     sigemptyset(&action.sa_mask);
 #if !defined(__SANITIZE_THREAD__)
-    // ThreadSanitizer hands signals on when a system call was left, so there it has to be left.
+    // ThreadSanitizer delivers a signal after the system call that it interrupted has returned, so
+    // there the call must not be restarted.
     action.sa_flags = SA_RESTART;
 #endif
     if (sigaction(candidate, &action, nullptr) == 0) end_signal = candidate;
@@ -182,10 +176,10 @@ bool make_ready() {
   return true;
 }
 
-// A plain frame without objects: ends of every kind pass through or arrive here.
+// Has no objects with destructors: every end passes through this frame or arrives at it.
 extern "C" void* vdx_run_thread(void* block) {
   vdx_thread* const thread = static_cast<vdx_thread*>(block);
-  // Where there is no memory for the key's value, all ends of ours still arrive below.
+  // Without memory for the key's value, all ends but the system's own still arrive below.
   const bool is_hooked = pthread_setspecific(end_key, thread) == 0;
   if (end_signal != 0) {
     sigset_t ours;
@@ -197,18 +191,20 @@ extern "C" void* vdx_run_thread(void* block) {
   thread->end = leave_thread;
   thread->stack_pointer.store(__builtin_frame_address(0));
   if (sigsetjmp(thread->frame, 1) == 0) {
-    vdx::thread_sleep = thread;
+    vdx::endable_self = thread;
     thread->tid.store(comn_thread_id());
-    thread->started.post(1);
-    // An end asked for before the signal could find the thread.
+    thread->started.set();
+    // The end may have been requested before the handler could know the thread.
     if (!thread->end_requested.load()) thread->start(thread->argument);
   }
-  vdx::thread_sleep = nullptr;
+  vdx::endable_self = nullptr;
+  // Before other destructors of thread-local values, which may wait in their turn.
+  thread->settle();
   if (!is_hooked) thread_over(thread);
   return nullptr;
 }
 
-// Uses the thread while its handle is good; false when it has ended.
+// Calls use while the thread's handle is valid, and returns its result; false if it has ended.
 template <class Use>
 bool while_running(vdx_thread* thread, Use use) {
   const Undisturbed undisturbed;
@@ -220,10 +216,10 @@ bool while_running(vdx_thread* thread, Use use) {
 }
 
 bool has_ended(vdx_thread* thread, std::uint32_t patience) {
-  return thread->ended.wait(Deadline(patience)) == Waited::kTaken;
+  return thread->ended.wait(Deadline(patience));
 }
 
-// Ends another thread. False when it is still there.
+// Ends another thread. False if it still runs.
 bool end_thread(vdx_thread* thread) {
   thread->end_requested.store(true);
   if (end_signal != 0) {
@@ -234,7 +230,7 @@ bool end_thread(vdx_thread* thread) {
   return has_ended(thread, kPatience);
 }
 
-// Whether the caller is the first, who then joins or detaches the handle.
+// True for the first caller alone, who then joins or detaches the handle.
 bool collect(vdx_thread* thread) {
   const Undisturbed undisturbed;
   thread->lock.take();
@@ -291,7 +287,7 @@ int32_t comn_join_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   if (thread == self()) return VDX_TRACE(XS_FAIL);
   thread->ended.wait(Deadline());
-  // The thread is past everything of ours; what is left of it ends by itself.
+  // What is left of the thread is the system's and ends by itself.
   const bool joined = !collect(thread) || pthread_join(thread->handle, nullptr) == 0;
   return VDX_TRACE(joined ? XS_SUCCEED : XS_FAIL);
 }
@@ -338,7 +334,7 @@ int32_t comn_set_priority(vdx_thread* thread, int32_t priority) {
   });
   return VDX_TRACE(set ? XS_SUCCEED : XS_FAIL);
 #else
-  return VDX_TRACE(XS_FAIL);  // one nice value for all threads
+  return VDX_TRACE(XS_FAIL);  // the nice value is that of the whole process
 #endif
 }
 
@@ -348,10 +344,14 @@ void* comn_getsp(vdx_thread* thread) {
   thread->started.wait(Deadline());
   void* pointer = nullptr;
   while_running(thread, [&] {
-    thread->answered.reset();
+    // The handler may wake nobody: it can have interrupted the calls that would. So its answer is
+    // looked for. Who ends this thread meanwhile waits longer than this loop.
     thread->asked.store(true);
+    const timespec pause{0, 100000};
     if (end_signal != 0 && !thread->leaving.load() && pthread_kill(thread->handle, end_signal) == 0)
-      thread->answered.wait(Deadline(kPatience / 2));  // whoever ends this thread waits longer
+      for (const Deadline limit(kPatience / 2);
+           thread->asked.load() && !thread->leaving.load() && !limit.has_passed();)
+        nanosleep(&pause, nullptr);
     pointer = thread->leaving.load() ? nullptr : thread->stack_pointer.load();
     return true;
   });
@@ -395,12 +395,14 @@ int32_t comn_create_sem(vdx_sem** semaphore, int32_t maximum) {
 int32_t comn_waitfor_sem(vdx_sem* semaphore, int32_t no_wait) {
   VDX_CHECK_POINTER(semaphore, XS_FAIL);
   if (semaphore->gate.try_take()) return VDX_TRACE(XS_SUCCEED);
-  return VDX_TRACE(no_wait != 0 ? XS_TIMED_OUT : waited(semaphore->gate.wait(Deadline())));
+  if (no_wait != 0) return VDX_TRACE(XS_TIMED_OUT);
+  semaphore->gate.wait(Deadline());
+  return VDX_TRACE(XS_SUCCEED);
 }
 
 int32_t comn_release_sem(vdx_sem* semaphore) {
   VDX_CHECK_POINTER(semaphore, XS_FAIL);
-  return VDX_TRACE(semaphore->gate.post(semaphore->ceiling) ? XS_SUCCEED : XS_FAIL);
+  return VDX_TRACE(semaphore->gate.post() ? XS_SUCCEED : XS_FAIL);
 }
 
 int32_t comn_delete_sem(vdx_sem* semaphore) {
@@ -419,13 +421,14 @@ int32_t comn_waitfor_event(vdx_event* event, int32_t timeout) {
   if (event->gate.try_take()) return VDX_TRACE(XS_SUCCEED);
   if (timeout == 0) return VDX_TRACE(XS_TIMED_OUT);
   const bool limited = timeout != VDX_NO_LIMIT && timeout != -1;
-  return VDX_TRACE(waited(
-      event->gate.wait(limited ? Deadline(static_cast<std::uint32_t>(timeout)) : Deadline())));
+  const bool signalled =
+      event->gate.wait(limited ? Deadline(static_cast<std::uint32_t>(timeout)) : Deadline());
+  return VDX_TRACE(signalled ? XS_SUCCEED : XS_TIMED_OUT);
 }
 
 int32_t comn_signal_event(vdx_event* event) {
   VDX_CHECK_POINTER(event, XS_FAIL);
-  event->gate.post(1);
+  event->gate.post();
   return VDX_TRACE(XS_SUCCEED);
 }
 
@@ -448,7 +451,7 @@ int32_t comn_create_cond(vdx_cond** condition) {
 
 int32_t comn_signal_cond(vdx_cond* condition) {
   VDX_CHECK_POINTER(condition, XS_FAIL);
-  condition->gate.post(1);
+  condition->gate.post();
   return VDX_TRACE(XS_SUCCEED);
 }
 
@@ -461,9 +464,9 @@ int32_t comn_broadcast_cond(vdx_cond* condition) {
 int32_t comn_wait_cond(vdx_cond* condition, vdx_mutex* mutex) {
   VDX_ASSERT(condition != nullptr && mutex != nullptr, XS_FAIL);
   if (!mutex->mutex.release()) return VDX_TRACE(XS_FAIL);
-  const std::int32_t result = waited(condition->gate.wait(Deadline()));
+  condition->gate.wait(Deadline());
   mutex->mutex.take();
-  return VDX_TRACE(result);
+  return VDX_TRACE(XS_SUCCEED);
 }
 
 int32_t comn_delete_cond(vdx_cond* condition) {
@@ -476,10 +479,12 @@ int32_t comn_create_key(vdx_key* key) {
   VDX_CHECK_POINTER(key, XS_FAIL);
   pthread_key_t made;
   if (pthread_key_create(&made, nullptr) != 0) return VDX_TRACE(XS_FAIL);
+  if (!own_keys.add(static_cast<vdx_key>(made))) {
+    pthread_key_delete(made);
+    return VDX_TRACE(XS_FAIL);
+  }
   *key = static_cast<vdx_key>(made);
-  if (own_keys.add(*key)) return VDX_TRACE(XS_SUCCEED);
-  pthread_key_delete(made);
-  return VDX_TRACE(XS_FAIL);
+  return VDX_TRACE(XS_SUCCEED);
 }
 
 int32_t comn_drop_key(vdx_key key) {

@@ -75,6 +75,10 @@ void set_environment(const char* name, const char* value) {
   _putenv_s(name, value != nullptr ? value : "");
 }
 
+// The system tells nobody whether a thread sleeps.
+void await_sleep(const std::vector<std::uint32_t>&) { Sleep(15); }
+const int kPulses = 64;
+
 bool stderr_is_open() { return _get_osfhandle(2) != -1; }
 
 namespace {

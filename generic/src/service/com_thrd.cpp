@@ -1,4 +1,5 @@
-// The calls on threads and events that need nothing of the platform's own.
+// The calls on threads and events that are the same on all platforms. The others are in px_thrd.cpp
+// and nt_thrd.cpp.
 #include <cstring>
 
 #include "frame/check.h"

@@ -1,4 +1,5 @@
-// The thread-local keys that callers made: systems check none, and some are other libraries'.
+// The thread-local keys that comn_create_key made and comn_drop_key has not dropped. The system
+// neither checks a key nor tells whose it is, and other libraries have keys, too.
 #ifndef VDX_SERVICE_OWN_KEYS_H
 #define VDX_SERVICE_OWN_KEYS_H
 
@@ -14,12 +15,12 @@ template <std::size_t Most>
 class OwnKeys {
  public:
   bool has(vdx_key key) const { return key < Most && made_[key].load(std::memory_order_relaxed); }
-  // False for a key beyond those that there may be.
+  // False, with nothing done, if the key is too large.
   bool add(vdx_key key) {
     if (key < Most) made_[key].store(true, std::memory_order_relaxed);
     return key < Most;
   }
-  // Whether it was one, which it is for one caller alone.
+  // Forgets the key. True for exactly one of several concurrent callers.
   bool remove(vdx_key key) {
     return key < Most && made_[key].exchange(false, std::memory_order_relaxed);
   }

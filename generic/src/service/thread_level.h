@@ -1,4 +1,5 @@
-// Levels behind the sixteen thread priorities.
+// Maps the sixteen priorities of comn_set_priority to seven scheduling levels. Each platform has a
+// value of its own for a level.
 #ifndef VDX_SERVICE_THREAD_LEVEL_H
 #define VDX_SERVICE_THREAD_LEVEL_H
 
