@@ -1,7 +1,9 @@
-// Mutex, event and semaphore beside their peers, by one thread that never has to sleep in a process
-// without others, then the mutex by two threads.
+// Mutex, event and semaphore beside their peers, by one thread that never has to sleep: first alone
+// in the process, then with a second thread that sleeps (rows "_beside"); and the mutex by two
+// threads at once.
 #include <pthread.h>
 #include <semaphore.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -20,11 +22,26 @@ namespace {
 using bench::keep;
 using bench::kItems;
 
+// What a row is run in. Libraries spare a process with a single thread the locked instructions.
+struct Setting {
+  const char* suffix;
+  void (*prepare)();
+};
+constexpr Setting kAlone = {"", [] {}};
+constexpr Setting kBeside = {"_beside", [] {
+                               static const bool started = [] {
+                                 std::thread([] {
+                                   for (;;) pause();
+                                 }).detach();
+                                 return true;
+                               }();
+                               benchmark::DoNotOptimize(started);
+                             }};
+
 // Nothing to compare afterwards: the body says whether its calls did what they should.
 template <class Body>
-void contender(const std::string& row, const std::string& name, Body body) {
-  bench::contender(
-      row, name, body, [] {}, [] { return true; });
+void contender(const Setting& setting, const std::string& row, const std::string& name, Body body) {
+  bench::contender(row + setting.suffix, name, body, setting.prepare, [] { return true; });
 }
 
 struct RecursivePthread {
@@ -89,30 +106,33 @@ void contended(const std::string& name, Take take, Release release) {
   })->UseRealTime();
 }
 
-void add_mutexes() {
+template <class Take, class Release>
+void add_mutex(const Setting& setting, const std::string& name, Take take, Release release) {
+  contender(setting, "mutex", name, [=](std::size_t) { return take() && release(); });
+  contender(setting, "mutex_twice", name,
+            [=](std::size_t) { return take() && take() && release() && release(); });
+}
+
+void add_mutexes(const Setting& setting) {
   vdx_mutex* ours = nullptr;
   if (comn_create_mutex(&ours) != XS_SUCCEED) std::abort();
-  auto& standard = keep<std::recursive_mutex>();
+  auto* const standard = &keep<std::recursive_mutex>();
   pthread_mutex_t* const posix = &keep<RecursivePthread>().mutex;
-  contender("mutex", "ours", [=](std::size_t) {
-    return comn_take_mutex(ours) == XS_SUCCEED && comn_release_mutex(ours) == XS_SUCCEED;
-  });
-  contender("mutex", "std::recursive_mutex", [&standard](std::size_t) {
-    standard.lock();
-    standard.unlock();
-    return true;
-  });
-  contender("mutex", "pthread", [=](std::size_t) {
-    return pthread_mutex_lock(posix) == 0 && pthread_mutex_unlock(posix) == 0;
-  });
+  add_mutex(
+      setting, "ours", [=] { return comn_take_mutex(ours) == XS_SUCCEED; },
+      [=] { return comn_release_mutex(ours) == XS_SUCCEED; });
+  add_mutex(
+      setting, "std::recursive_mutex", [=] { return standard->lock(), true; },
+      [=] { return standard->unlock(), true; });
+  add_mutex(
+      setting, "pthread", [=] { return pthread_mutex_lock(posix) == 0; },
+      [=] { return pthread_mutex_unlock(posix) == 0; });
 #ifdef VDX_PEER_GLIB
   GRecMutex* const glib = &keep<GRecMutex>();
   g_rec_mutex_init(glib);
-  contender("mutex", "GLib", [=](std::size_t) {
-    g_rec_mutex_lock(glib);
-    g_rec_mutex_unlock(glib);
-    return true;
-  });
+  add_mutex(
+      setting, "GLib", [=] { return g_rec_mutex_lock(glib), true; },
+      [=] { return g_rec_mutex_unlock(glib), true; });
 #endif
 }
 
@@ -126,50 +146,58 @@ void add_contended() {
       "pthread", [=] { pthread_mutex_lock(posix); }, [=] { pthread_mutex_unlock(posix); });
 }
 
-void add_events() {
+void add_events(const Setting& setting) {
   vdx_event *ours = nullptr, *unset = nullptr;
   if (comn_create_event(&ours) != XS_SUCCEED || comn_create_event(&unset) != XS_SUCCEED)
     std::abort();
   ConditionEvent* const condition = &keep<ConditionEvent>();
   std::atomic<int>* const word = &keep<std::atomic<int>>(0);
-  contender("event", "ours", [=](std::size_t) {
+  contender(setting, "event", "ours", [=](std::size_t) {
     return comn_signal_event(ours) == XS_SUCCEED &&
            comn_waitfor_event(ours, VDX_NO_LIMIT) == XS_SUCCEED;
   });
-  contender("event", "pthread condition", [=](std::size_t) {
+  contender(setting, "event", "pthread condition", [=](std::size_t) {
     condition->signal();
     return condition->wait();
   });
   // Wakes nobody unless told to and serves one waiter: less than an event.
-  contender("event", "std::atomic (floor)", [=](std::size_t) {
+  contender(setting, "event", "std::atomic (floor)", [=](std::size_t) {
     word->store(1);
     word->notify_one();
     word->wait(0);
     return word->exchange(0) == 1;
   });
-  contender("event_unset", "ours",
+  sem_t* const posix = &keep<sem_t>();
+  sem_init(posix, 0, 0);
+  contender(setting, "event", "sem_t",
+            [=](std::size_t) { return sem_post(posix) == 0 && sem_wait(posix) == 0; });
+  contender(setting, "event_unset", "ours",
             [=](std::size_t) { return comn_waitfor_event(unset, 0) == XS_TIMED_OUT; });
-  contender("event_unset", "pthread condition", [=](std::size_t) { return !condition->poll(); });
+  contender(setting, "event_unset", "pthread condition",
+            [=](std::size_t) { return !condition->poll(); });
 }
 
-void add_semaphores() {
+void add_semaphores(const Setting& setting) {
   vdx_sem* ours = nullptr;
   if (comn_create_sem(&ours, 1000) != XS_SUCCEED) std::abort();
   sem_t* const posix = &keep<sem_t>();
   sem_init(posix, 0, 0);
-  contender("semaphore", "ours", [=](std::size_t) {
+  contender(setting, "semaphore", "ours", [=](std::size_t) {
     return comn_release_sem(ours) == XS_SUCCEED && comn_waitfor_sem(ours, 0) == XS_SUCCEED;
   });
-  contender("semaphore", "sem_t",
+  contender(setting, "semaphore", "sem_t",
             [=](std::size_t) { return sem_post(posix) == 0 && sem_wait(posix) == 0; });
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  add_mutexes();
-  add_events();
-  add_semaphores();
-  add_contended();  // last: from its first thread on the process is no longer single-threaded
+  // In this order: from its first thread on the process is no longer single-threaded.
+  for (const Setting& setting : {kAlone, kBeside}) {
+    add_mutexes(setting);
+    add_events(setting);
+    add_semaphores(setting);
+  }
+  add_contended();
   return bench::run(argc, argv);
 }
