@@ -1,5 +1,6 @@
-// Threads and their objects. No test waits for time to pass to be right: threads meet at gates,
-// and a bound on a wait is only what ends a test that has gone wrong.
+// Threads and their objects. No result depends on the time that something takes: threads wait for
+// each other, and a limit ends only a test that has failed. (The system does not tell on Windows
+// whether a thread sleeps; await_sleep then waits for a while.)
 #if !defined(_WIN32)
 #include <pthread.h>
 #include <signal.h>
@@ -21,30 +22,44 @@ constexpr int kThreads = 8;
 constexpr std::int32_t kBound = 30000;  // milliseconds; reached by a failure alone
 constexpr int kRounds = 2000;
 
-using Body = std::function<void(int)>;
+// What calls returned, one after the other.
+using Codes = std::vector<std::int32_t>;
+constexpr std::int32_t kLate = XS_TIMED_OUT;
 
-void finish(vdx_thread* thread) {
-  EXPECT_EQ(comn_join_thread(thread), XS_SUCCEED);
-  EXPECT_EQ(comn_detach_thread(thread), XS_SUCCEED);
-}
+// A thread that runs the body. Joined and given back at the end, unless it was cancelled.
+class Worker {
+ public:
+  explicit Worker(std::function<void()> body, std::size_t stack = 0) : body_(std::move(body)) {
+    const auto run = [](void* worker) -> void* {
+      static_cast<Worker*>(worker)->body_();
+      return nullptr;
+    };
+    EXPECT_EQ((Codes{stack == 0 ? comn_create_thread(&thread_, run, this)
+                                : comn_create_thread_ex(&thread_, run, this, stack),
+                     comn_start_thread(thread_)}),
+              (Codes{1, 1}));
+  }
+  ~Worker() {
+    if (thread_ == nullptr) return;
+    EXPECT_EQ((Codes{comn_join_thread(thread_), comn_detach_thread(thread_)}), (Codes{1, 1}));
+  }
+  Worker(Worker&&) = delete;
+  operator vdx_thread*() const { return thread_; }
+  // For a thread that gives itself back.
+  vdx_thread* release() { return std::exchange(thread_, nullptr); }
+  std::int32_t cancel() { return comn_cancel_thread(release()); }
+
+ private:
+  const std::function<void()> body_;
+  vdx_thread* thread_ = nullptr;
+};
 
 // Runs the body on that many threads, with meanwhile on this one, and joins them.
-void run_threads(int count, const Body& body, const std::function<void()>& meanwhile = {}) {
-  using Task = std::pair<const Body&, int>;
-  std::deque<Task> tasks;
-  std::vector<vdx_thread*> threads(static_cast<std::size_t>(count));
-  const auto run = [](void* argument) -> void* {
-    const Task& task = *static_cast<Task*>(argument);
-    task.first(task.second);
-    return nullptr;
-  };
-  for (vdx_thread*& thread : threads) {
-    tasks.emplace_back(body, static_cast<int>(tasks.size()));
-    ASSERT_EQ(comn_create_thread(&thread, run, &tasks.back()), XS_SUCCEED);
-    EXPECT_EQ(comn_start_thread(thread), XS_SUCCEED);
-  }
+void run_threads(int count, const std::function<void(int)>& body,
+                 const std::function<void()>& meanwhile = {}) {
+  std::deque<Worker> workers;
+  for (int i = 0; i < count; ++i) workers.emplace_back([&body, i] { body(i); });
   if (meanwhile) meanwhile();
-  for (vdx_thread* thread : threads) finish(thread);
 }
 
 template <class Object, auto Create, auto Delete>
@@ -62,10 +77,6 @@ using MutexObject = Owned<vdx_mutex, comn_create_mutex, comn_delete_mutex>;
 using EventObject = Owned<vdx_event, comn_create_event_ex, comn_delete_event>;
 using SemObject = Owned<vdx_sem, comn_create_sem, comn_delete_sem>;
 using CondObject = Owned<vdx_cond, comn_create_cond, comn_delete_cond>;
-
-// What calls gave, one after the other.
-using Codes = std::vector<std::int32_t>;
-constexpr std::int32_t kLate = XS_TIMED_OUT;
 
 TEST(ThreadMutex, KeepsEightThreadsApart) {
   const MutexObject mutex;
@@ -375,78 +386,68 @@ TEST(ThreadIdentity, IsTheThreadsOwn) {
   });
 }
 
-// What threads that have to be ended do. None of them looks up.
+// What threads that have to be ended wait for and do.
 struct Victim {
-  vdx_event* forever = nullptr;
-  vdx_mutex* held = nullptr;
-  vdx_event* running = nullptr;
-  std::atomic<void*> low{nullptr};
+  vdx_event* forever;
+  vdx_mutex* held;
   std::atomic<std::uint64_t> turns{0};
 };
-template <auto Linger>
-void* lingers(void* argument) {
-  Victim& victim = *static_cast<Victim*>(argument);
-  victim.low = &argument;
-  comn_signal_event(victim.running);
-  Linger(victim);
-  return nullptr;
-}
-constexpr auto waits_for_event =
-    lingers<[](Victim& v) { comn_waitfor_event(v.forever, VDX_NO_LIMIT); }>;
 
 TEST(ThreadEnd, OverpowersThreadsThatNeverLookUp) {
-  constexpr auto spins = [](Victim& v) {
-    for (;;) ++v.turns;
-  };
-  // The end finds an object with a destructor on the stack.
-  constexpr auto spins_with_object = [](Victim& v) {
-    std::array<std::unique_ptr<int>, 1> object;
-    for (;;) v.turns += object[0] == nullptr;
-  };
-#if !defined(_WIN32) && !defined(__SANITIZE_THREAD__)
-  constexpr auto spins_without_signals = [](Victim& v) {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, nullptr);
-    for (;;) ++v.turns;
-  };
-#endif
-  const std::pair<const char*, vdx_start_routine*> rows[] = {
+  const std::pair<const char*, void (*)(Victim&)> rows[] = {
 #if !defined(_WIN32) && !defined(__SANITIZE_THREAD__)  // which lets no thread unwind
-    {"spin without signals", lingers<spins_without_signals>},
+    {"spin without signals",
+     [](Victim& v) {
+       sigset_t all;
+       sigfillset(&all);
+       pthread_sigmask(SIG_BLOCK, &all, nullptr);
+       for (;;) ++v.turns;
+     }},
 #endif
-    {"spin", lingers<spins>},
-    {"spin with object", lingers<spins_with_object>},
-    {"event", waits_for_event},
-    {"mutex", lingers<[](Victim& v) { comn_take_mutex(v.held); }>}
+    {"spin",
+     [](Victim& v) {
+       for (;;) ++v.turns;
+     }},
+    {"spin with a destructor to run",
+     [](Victim& v) {
+       std::array<std::unique_ptr<int>, 1> object;
+       for (;;) v.turns += object[0] == nullptr;
+     }},
+    {"event", [](Victim& v) { comn_waitfor_event(v.forever, VDX_NO_LIMIT); }},
+    {"mutex", [](Victim& v) { comn_take_mutex(v.held); }}
   };
-  for (const auto& [what, routine] : rows) {
+  for (const auto& [what, linger] : rows) {
     for (const bool kill : {false, true}) {
       SCOPED_TRACE(std::string(what) + (kill ? ", kill" : ", cancel"));
       const EventObject forever(VDX_EVENT_AUTO), running(VDX_EVENT_AUTO);
       const MutexObject held;
-      Victim victim{forever, held, running};
+      Victim victim{forever, held};
+      std::atomic<void*> low{nullptr};
       comn_take_mutex(held);
-      vdx_thread* thread = nullptr;
-      ASSERT_EQ(comn_create_thread_ex(&thread, routine, &victim, 100000), XS_SUCCEED);
+      const auto body = [&, act = linger] {
+        int here;
+        low = &here;
+        comn_signal_event(running);
+        act(victim);
+      };
+      Worker thread(body, 100000);
       ASSERT_EQ(comn_waitfor_event(running, kBound), XS_SUCCEED);
-      // Deeper than the routine's own argument, by less than the stack.
+      // Deeper than a variable of the body, by less than the stack.
       const auto pointer = reinterpret_cast<std::uintptr_t>(comn_getsp(thread));
-      const auto start = reinterpret_cast<std::uintptr_t>(victim.low.load());
+      const auto start = reinterpret_cast<std::uintptr_t>(low.load());
       EXPECT_LT(pointer > start ? pointer - start : start - pointer, 1000000u);
-      if (kill) {
-        EXPECT_EQ((Codes{comn_kill_thread(thread), comn_join_thread(thread),
-                         comn_kill_thread(thread), comn_getsp(thread) == nullptr,
-                         comn_set_priority(thread, 8), comn_detach_thread(thread)}),
-                  (Codes{1, 1, 1, 1, 0, 1}));
-      } else {
-        EXPECT_EQ(comn_cancel_thread(thread), XS_SUCCEED);
-      }
+      if (kill)
+        EXPECT_EQ(
+            (Codes{comn_kill_thread(thread), comn_join_thread(thread), comn_kill_thread(thread),
+                   comn_getsp(thread) == nullptr, comn_set_priority(thread, 8)}),
+            (Codes{1, 1, 1, 1, 0}));
+      else
+        EXPECT_EQ(thread.cancel(), XS_SUCCEED);
       const std::uint64_t turns = victim.turns;
       for (int i = 0; i < 100; ++i) comn_yield();
       EXPECT_EQ(victim.turns, turns);
       comn_release_mutex(held);
-      // The ended thread no longer stands among the waiters: what is given now goes to the living.
+      // The ended thread waits no more: what is given now goes to the living.
       comn_signal_event(forever);
       EXPECT_EQ(comn_waitfor_event(forever, kBound), XS_SUCCEED);
       run_threads(1, [&](int) {
@@ -460,19 +461,17 @@ TEST(ThreadEnd, OverpowersThreadsThatNeverLookUp) {
 TEST(ThreadEnd, LosesNothingOfTheOthers) {
   const EventObject event(VDX_EVENT_AUTO), running(VDX_EVENT_AUTO);
   for (int round = 0; round < 100; ++round) {
-    Victim victim;
-    victim.forever = event;
-    victim.running = running;
-    vdx_thread* thread = nullptr;
-    ASSERT_EQ(comn_create_thread(&thread, waits_for_event, &victim), XS_SUCCEED);
+    Worker thread([&] {
+      comn_signal_event(running);
+      comn_waitfor_event(event, VDX_NO_LIMIT);
+    });
     if (round % 2 == 0) comn_waitfor_event(running, kBound);
-    EXPECT_EQ(comn_cancel_thread(thread), XS_SUCCEED);
+    EXPECT_EQ(thread.cancel(), XS_SUCCEED);
     comn_reset_event(running);
   }
   run_threads(
       2, [&](int) { EXPECT_EQ(comn_waitfor_event(event, kBound), XS_SUCCEED); },
       [&] {
-        const EventObject pause(VDX_EVENT_AUTO);
         comn_signal_event(event);
         while (comn_waitfor_event(event, 0) == XS_SUCCEED) comn_signal_event(event), comn_yield();
         comn_signal_event(event);
@@ -480,17 +479,10 @@ TEST(ThreadEnd, LosesNothingOfTheOthers) {
 }
 
 #if !defined(_WIN32)
-struct Heir {
-  vdx_sem* semaphore = nullptr;
-  std::atomic<vdx_tid> tid{0};
-  pthread_t handle{};
-  std::atomic<bool> has_returned{false};
-};
 std::atomic<bool> is_held_up, may_go_on;
 void hold_up(int) {
   is_held_up = true;
-  while (!may_go_on) {
-  }
+  while (!may_go_on) comn_yield();
   usleep(20000);  // time enough to be ended in
 }
 
@@ -500,79 +492,73 @@ TEST(ThreadEnd, HandsOnWhatItWasGiven) {
   struct sigaction action = {}, before;
   action.sa_handler = hold_up;
   sigaction(SIGUSR1, &action, &before);
-  int returned = 0;
+  int returns = 0;
   for (int i = 0; i < kTries; ++i) {
     const SemObject semaphore(1);
-    Heir heir{semaphore};
-    vdx_thread* thread = nullptr;
-    const auto waits = [](void* argument) -> void* {
-      Heir& own = *static_cast<Heir*>(argument);
-      own.handle = pthread_self();
-      own.tid = comn_thread_id();
-      comn_waitfor_sem(own.semaphore, 0);
-      own.has_returned = true;
-      return nullptr;
-    };
-    ASSERT_EQ(comn_create_thread(&thread, waits, &heir), XS_SUCCEED);
-    while (heir.tid == 0) comn_yield();
-    vdx_test::await_sleep({heir.tid});
+    std::atomic<vdx_tid> tid{0};
+    std::atomic<bool> has_returned{false};
+    pthread_t handle;
+    Worker thread([&] {
+      handle = pthread_self();
+      tid = comn_thread_id();
+      comn_waitfor_sem(semaphore, 0);
+      has_returned = true;
+    });
+    while (tid == 0) comn_yield();
+    vdx_test::await_sleep({tid});
     is_held_up = may_go_on = false;
-    pthread_kill(heir.handle, SIGUSR1);
+    pthread_kill(handle, SIGUSR1);
     while (!is_held_up) comn_yield();
     EXPECT_EQ(comn_release_sem(semaphore), XS_SUCCEED);
     may_go_on = true;
-    EXPECT_EQ(comn_cancel_thread(thread), XS_SUCCEED);
-    EXPECT_EQ(comn_waitfor_sem(semaphore, 1) == XS_SUCCEED, !heir.has_returned);
-    returned += heir.has_returned;
+    EXPECT_EQ(thread.cancel(), XS_SUCCEED);
+    EXPECT_EQ(comn_waitfor_sem(semaphore, 1) == XS_SUCCEED, !has_returned);
+    returns += has_returned;
   }
-  EXPECT_LT(returned, kTries);
+  EXPECT_LT(returns, kTries);
   sigaction(SIGUSR1, &before, nullptr);
 }
 
 // Threads are ended in the middle of what they do to others: signalling, releasing, asking.
 struct Scene {
-  vdx_mutex* mutex = nullptr;
-  vdx_event *event = nullptr, *done = nullptr;
+  vdx_mutex* mutex;
+  vdx_event* event;
   vdx_thread* other = nullptr;
-  std::atomic<bool> stop{false};
-  std::atomic<int> beats{0};
 };
-void signals(Scene& s) { comn_signal_event(s.event); }
-void asks(Scene& s) { comn_set_priority(s.other, 8), comn_getsp(s.other); }
-void waits(Scene& s) { comn_waitfor_event(s.event, VDX_NO_LIMIT); }
-void yields(Scene&) { comn_yield(); }
-void takes(Scene& s) { comn_take_mutex(s.mutex), comn_release_mutex(s.mutex); }
-template <auto Act>
-void* for_ever(void* scene) {
-  for (;;) Act(*static_cast<Scene*>(scene));
-}
-template <auto Act>
-void* until_stopped(void* scene) {
-  Scene& s = *static_cast<Scene*>(scene);
-  for (; !s.stop; ++s.beats) Act(s);
-  comn_signal_event(s.done);
-  return nullptr;
-}
 
 TEST(ThreadEnd, InsideACallHarmsNoOther) {
+  using Act = void (*)(const Scene&);
+  constexpr Act takes = [](const Scene& s) {
+    comn_take_mutex(s.mutex);
+    comn_release_mutex(s.mutex);
+  };
   const struct {
-    vdx_start_routine *ended, *other;
+    Act ended, other;
     int rounds;
-  } rows[] = {{for_ever<signals>, until_stopped<waits>, 300},
-              {for_ever<takes>, until_stopped<takes>, 300},
-              {for_ever<asks>, until_stopped<yields>, 20}};
+  } rows[] = {{[](const Scene& s) { comn_signal_event(s.event); },
+               [](const Scene& s) { comn_waitfor_event(s.event, VDX_NO_LIMIT); }, 300},
+              {takes, takes, 300},
+              {[](const Scene& s) { comn_set_priority(s.other, 8), comn_getsp(s.other); },
+               [](const Scene&) { comn_yield(); }, 20}};
   for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
     for (int round = 0; round < row.rounds; ++round) {
       const MutexObject mutex;
       const EventObject event(VDX_EVENT_AUTO), done(VDX_EVENT_AUTO);
-      Scene scene{mutex, event, done};
-      vdx_thread* ended = nullptr;
-      ASSERT_EQ(comn_create_thread(&scene.other, row.other, &scene), XS_SUCCEED);
-      ASSERT_EQ(comn_create_thread(&ended, row.ended, &scene), XS_SUCCEED);
-      while (scene.beats < 3) comn_yield();
-      EXPECT_EQ(comn_cancel_thread(ended), XS_SUCCEED);
-      scene.stop = true;
+      Scene scene{mutex, event};
+      std::atomic<bool> stop{false};
+      std::atomic<int> beats{0};
+      Worker other([&] {
+        for (; !stop; ++beats) row.other(scene);
+        comn_signal_event(done);
+      });
+      scene.other = other;
+      Worker ended([&] {
+        for (;;) row.ended(scene);
+      });
+      while (beats < 3) comn_yield();
+      EXPECT_EQ(ended.cancel(), XS_SUCCEED);
+      stop = true;
       comn_signal_event(event);
       // A mutex that the ended thread held stays held: then nobody gets it.
       bool free = false;
@@ -581,52 +567,39 @@ TEST(ThreadEnd, InsideACallHarmsNoOther) {
         comn_yield();
       }
       if (!free) {
-        EXPECT_EQ(comn_cancel_thread(scene.other), XS_SUCCEED);
+        EXPECT_EQ(other.cancel(), XS_SUCCEED);
         continue;
       }
       comn_release_mutex(mutex);
       ASSERT_EQ(comn_waitfor_event(done, kBound), XS_SUCCEED) << "round " << round;
-      finish(scene.other);
     }
   }
 }
 #endif
 
-struct Ending {
-  vdx_event *ready = nullptr, *ended = nullptr;
-  int way = 0;
-  vdx_thread* thread = nullptr;
-  std::atomic<bool> went_on{false};
-};
-void* leaves(void* argument) noexcept {
-  Ending& e = *static_cast<Ending*>(argument);
-  const std::int32_t status = 3;
-  comn_waitfor_event(e.ready, VDX_NO_LIMIT);
-  vdx_thread* const own = e.thread;
-  if (e.way == 0) comn_exit_thread(nullptr);
-  if (e.way == 1) comn_exit_thread(&status);
-  if (e.way == 2) comn_signal_event(e.ended), comn_cancel_thread(own);
-  if (e.way == 3) comn_kill_thread(own);
-  e.went_on = comn_join_thread(own) == XS_FAIL && comn_getsp(own) != nullptr;
-  return nullptr;
-}
-
 TEST(ThreadEnd, OfTheCallingThread) {
-  static Ending endings[5];
-  for (Ending& e : endings) {
-    SCOPED_TRACE(e.way = static_cast<int>(&e - endings));
+  for (int way = 0; way < 5; ++way) {
+    SCOPED_TRACE(way);
     const EventObject ready(VDX_EVENT_AUTO), ended(VDX_EVENT_AUTO);
-    e.ready = ready;
-    e.ended = ended;
-    ASSERT_EQ(comn_create_thread(&e.thread, leaves, &e), XS_SUCCEED);
+    std::atomic<bool> went_on{false};
+    vdx_thread* own = nullptr;
+    const std::int32_t status = 3;
+    Worker thread([&] {
+      comn_waitfor_event(ready, VDX_NO_LIMIT);
+      vdx_thread* const self = own;
+      if (way == 0) comn_exit_thread(nullptr);
+      if (way == 1) comn_exit_thread(&status);
+      if (way == 2) comn_signal_event(ended), comn_cancel_thread(self);
+      if (way == 3) comn_kill_thread(self);
+      went_on = comn_join_thread(self) == XS_FAIL && comn_getsp(self) != nullptr;
+    });
+    own = way == 2 ? thread.release() : thread;
     comn_signal_event(ready);
-    if (e.way == 2) {
+    if (way == 2)
       EXPECT_EQ(comn_waitfor_event(ended, kBound), XS_SUCCEED);
-    } else {
-      run_threads(kThreads, [&](int) { EXPECT_EQ(comn_join_thread(e.thread), XS_SUCCEED); });
-      EXPECT_EQ(comn_detach_thread(e.thread), XS_SUCCEED);
-      EXPECT_EQ(e.went_on, e.way == 4);
-    }
+    else
+      run_threads(kThreads, [&](int) { EXPECT_EQ(comn_join_thread(thread), XS_SUCCEED); });
+    EXPECT_EQ(went_on, way == 4);
   }
 }
 
@@ -650,26 +623,23 @@ TEST(ThreadEnd, BlocksOutliveWhoeverIsLast) {
 
 TEST(ThreadPriority, MapsSixteenToSeven) {
   const EventObject stop(VDX_EVENT_MANUAL);
-  vdx_thread* thread = nullptr;
-  const auto wait = [](void* event) -> void* {
-    comn_waitfor_event(static_cast<vdx_event*>(event), VDX_NO_LIMIT);
-    return nullptr;
-  };
-  ASSERT_EQ(comn_create_thread(&thread, wait, stop), XS_SUCCEED);
+  Worker thread([&] { comn_waitfor_event(stop, VDX_NO_LIMIT); });
   for (const std::int32_t priority : {-1, 16, 2147483647})
     EXPECT_EQ(comn_set_priority(thread, priority), XS_FAIL);
   // Downwards, which nobody is refused.
   for (std::int32_t priority = 9; priority >= 0; --priority)
     EXPECT_EQ(comn_set_priority(thread, priority), XS_SUCCEED);
   comn_signal_event(stop);
-  finish(thread);
-  EXPECT_EQ(comn_create_thread_ex(&thread, wait, nullptr, ~std::size_t{0} / 2), XS_FAIL);
-  EXPECT_EQ(thread, nullptr);
+  vdx_thread* none = thread;
+  const auto nothing = [](void*) -> void* { return nullptr; };
+  EXPECT_EQ(comn_create_thread_ex(&none, nothing, nullptr, ~std::size_t{0} / 2), XS_FAIL);
+  EXPECT_EQ(none, nullptr);
 }
 
 TEST(ThreadDeathTest, NullPointersAreReported) {
   EXPECT_FATAL(comn_join_thread(nullptr), "NULL.*thrd");
-  EXPECT_FATAL(comn_create_thread(nullptr, leaves, nullptr), "NULL.*thrd");
+  const auto nothing = [](void*) -> void* { return nullptr; };
+  EXPECT_FATAL(comn_create_thread(nullptr, nothing, nullptr), "NULL.*thrd");
   EXPECT_FATAL(comn_take_mutex(nullptr), "NULL.*thrd");
   EXPECT_FATAL(comn_getsp(nullptr), "assertion.*thrd");
   EXPECT_FATAL(comn_create_event(nullptr), "assertion.*thrd");
