@@ -152,10 +152,13 @@ TEST(ThreadEvent, MayBeDeletedByWhomItReleased) {
       1,
       [&](int) {
         while (!stop)
-          if (vdx_event* const event = asked.exchange(nullptr)) comn_signal_event(event);
+          if (vdx_event* const event = asked.exchange(nullptr))
+            comn_signal_event(event);
+          else
+            comn_yield();
       },
       [&] {
-        for (int i = 0; i < kRounds; ++i) {
+        for (int i = 0; i < kRounds / 4; ++i) {
           const EventObject event(i % 2);
           asked = event;
           EXPECT_EQ(comn_waitfor_event(event, VDX_NO_LIMIT), XS_SUCCEED);
@@ -221,6 +224,7 @@ TEST(ThreadPulse, ReachesEachSleeperOnce) {
                  },
                  [&](int) {
                    ++signals, comn_signal_event(manual);
+                   EXPECT_EQ(comn_waitfor_event(manual, 0), XS_SUCCEED);
                    comn_reset_event(manual), ++resets;
                  }},
                 {"auto event", [&] { comn_waitfor_event(automatic, VDX_NO_LIMIT); }, each(set)},
@@ -613,7 +617,7 @@ TEST(ThreadEnd, BlocksOutliveWhoeverIsLast) {
   for (int i = 0; i < 200; ++i) {
     vdx_thread* thread = nullptr;
     // Every other one asks for a stack that is too small.
-    ASSERT_EQ(comn_create_thread_ex(&thread, release, done, i % 2), XS_SUCCEED);
+    ASSERT_EQ(comn_create_thread_ex(&thread, release, done, i % 2 == 0 ? 0 : 1), XS_SUCCEED);
     EXPECT_EQ(i % 3 == 1 ? comn_join_thread(thread) : XS_SUCCEED, XS_SUCCEED);
     const std::int32_t before = i % 3 == 0 ? comn_waitfor_sem(done, 0) : XS_SUCCEED;
     EXPECT_EQ((Codes{before, comn_detach_thread(thread)}), (Codes{1, 1}));
