@@ -102,7 +102,7 @@ std::int32_t name_of(const vdx_context* context, std::uint32_t part,
   const char* text = digits;
   std::size_t count = 0;
   if (part == VDX_PART_MONTH || part == VDX_PART_WEEKDAY) {
-    const vdx_locale& locale = locale_of<vdx_locale>(context, nullptr);
+    const vdx_locale& locale = locale_of(context);
     const std::int32_t day = Grain::day(value);
     text = part == VDX_PART_MONTH ? locale.months.table()[civil_of_day(day).month]
                                   : locale.weekdays.table()[weekday_of_day(day)];
@@ -362,7 +362,7 @@ extern "C" {
     VDX_CHECK_POINTER(buffer, 0);                                                          \
     VDX_CHECK_POINTER(length, 0);                                                          \
     VDX_ASSERT(part <= VDX_PART_MICROSECOND, VDX_OVERFLOW);                                \
-    VDX_ASSERT(vdx::has_sound_locale<vdx_locale>(context, nullptr), VDX_OVERFLOW);         \
+    VDX_ASSERT(vdx::has_sound_locale(context), VDX_OVERFLOW);                              \
     return vdx::name_of<vdx::Grain>(context, part, *value, buffer, buffer_length, length); \
   }
 VDX_PART(com__datepart, Ticks, vdx_datetime)

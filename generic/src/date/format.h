@@ -42,36 +42,35 @@ VDX_INLINE std::int32_t format(const StyleTable& styles, std::int32_t day,
 
 // One for each datatype. Nothing is checked of a value.
 
-VDX_INLINE std::int32_t format_datetime(const vdx_datetime& value, char* buffer,
-                                        std::int32_t length, std::uint32_t style,
-                                        const char* const* months) {
+inline std::int32_t format_datetime(const vdx_datetime& value, char* buffer, std::int32_t length,
+                                    std::uint32_t style, const char* const* months) {
   return format<Ticks>(kStyles, value.day, Ticks::time(value), buffer, length, style, months);
 }
 
-VDX_INLINE std::int32_t format_date4(const vdx_date4& value, char* buffer, std::int32_t length,
-                                     std::uint32_t style, const char* const* months) {
+inline std::int32_t format_date4(const vdx_date4& value, char* buffer, std::int32_t length,
+                                 std::uint32_t style, const char* const* months) {
   return format_datetime(datetime_of_date4(value), buffer, length, style, months);
 }
 
-VDX_INLINE std::int32_t format_bigdatetime(const vdx_bigdatetime& value, char* buffer,
-                                           std::int32_t length, std::uint32_t style,
-                                           const char* const* months) {
+inline std::int32_t format_bigdatetime(const vdx_bigdatetime& value, char* buffer,
+                                       std::int32_t length, std::uint32_t style,
+                                       const char* const* months) {
   return format<Micros>(kStyles, Micros::day(value), Micros::time(value), buffer, length, style,
                         months);
 }
 
-VDX_INLINE std::int32_t format_datea(const vdx_datea& value, char* buffer, std::int32_t length,
-                                     std::uint32_t style, const char* const* months) {
+inline std::int32_t format_datea(const vdx_datea& value, char* buffer, std::int32_t length,
+                                 std::uint32_t style, const char* const* months) {
   return format<Ticks>(kDateStyles, value, 0, buffer, length, style, months);
 }
 
-VDX_INLINE std::int32_t format_timea(const vdx_timea& value, char* buffer, std::int32_t length,
-                                     std::uint32_t style, const char* const* months) {
+inline std::int32_t format_timea(const vdx_timea& value, char* buffer, std::int32_t length,
+                                 std::uint32_t style, const char* const* months) {
   return format<Ticks>(kTimeStyles, 0, Ticks::time(value), buffer, length, style, months);
 }
 
-VDX_INLINE std::int32_t format_bigtime(const vdx_bigtime& value, char* buffer, std::int32_t length,
-                                       std::uint32_t style, const char* const* months) {
+inline std::int32_t format_bigtime(const vdx_bigtime& value, char* buffer, std::int32_t length,
+                                   std::uint32_t style, const char* const* months) {
   return format<Micros>(kTimeStyles, 0, Micros::time(value), buffer, length, style, months);
 }
 

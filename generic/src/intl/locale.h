@@ -107,15 +107,15 @@ inline const vdx_locale* given_locale(const vdx_context* context, const vdx_data
 }
 
 // Whether the governing locale may be read: there is none, or it is loaded.
-template <typename Giver>
-inline bool has_sound_locale(const vdx_context* context, const Giver* giver) {
+template <typename Giver = vdx_locale>
+inline bool has_sound_locale(const vdx_context* context, const Giver* giver = nullptr) {
   const vdx_locale* locale = given_locale(context, giver);
   return locale == nullptr || locale->is_loaded();
 }
 
 // The governing locale, or the process-wide default.
-template <typename Giver>
-inline const vdx_locale& locale_of(const vdx_context* context, const Giver* giver) {
+template <typename Giver = vdx_locale>
+inline const vdx_locale& locale_of(const vdx_context* context, const Giver* giver = nullptr) {
   const vdx_locale* locale = given_locale(context, giver);
   return locale != nullptr ? *locale : kDefaultLocale;
 }
