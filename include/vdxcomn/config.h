@@ -43,7 +43,7 @@ typedef struct vdx_cfg_section {
   const void *place; /* the library's; null: before the first section */
   const char *name;  /* not terminated; stays as long as the file is open */
   int32_t length;    /* bytes of name */
-  int32_t line;      /* that its header stands on, from 1 */
+  int32_t line;      /* of its header, from 1 */
 } vdx_cfg_section;
 
 /* Options of com_appglobal_alloc, com_appglobal_drop and comn_drop_cfg. */
@@ -56,14 +56,14 @@ enum {
  * of options are not read. tag is kept by the first user of an area. Each further allocation of the
  * static area empties its list of parsed files without freeing them: their handles stay good, also
  * beyond the last drop of the area, and the next comn_init_cfg parses the file again. Any thread
- * may call this for the static area while it has a user; the first call comes alone. Returns
+ * may call this for the static area while it has a user; no call may run beside the first. Returns
  * XS_SUCCEED, XS_MEM_ERROR without memory for the area, XS_FAIL when its mutex cannot be made or
  * taken. */
 VDX_API int32_t com_appglobal_alloc(vdx_appglobal **area, int32_t tag, int32_t options);
 
 /* Ends one use of an area; the last one frees its parsed files and the area, the static one is
- * zeroed and stays. VDX_APPGLOBAL_STATIC with any other area is a failed assertion, and so is a slot
- * in use at the last drop. Returns XS_SUCCEED or XS_FAIL. */
+ * zeroed and stays. VDX_APPGLOBAL_STATIC with any other area is a failed assertion, and so is a
+ * slot in use at the last drop. Returns XS_SUCCEED or XS_FAIL. */
 VDX_API int32_t com_appglobal_drop(vdx_appglobal *area, int32_t options);
 
 /* Opens a configuration file in the area context->appglobal (null: the static one, allocated once a
@@ -104,8 +104,8 @@ VDX_API int32_t comn_get_cfg(vdx_cfg *cfg, const char *section, int32_t section_
                              const char *key, int32_t key_length, vdx_cfg_cursor **cursor,
                              char *buffer, int32_t size, int32_t *value_length);
 
-/* Steps through the sections of a file in their order, without those that errors lost. Names may
- * come more than once: lookups find the first.
+/* Steps through the sections of a file in their order, without those that errors lost. A name may
+ * be there more than once: lookups find the first.
  *
  * section  zero-filled before the first call; receives the next section, unchanged without one
  *
@@ -125,14 +125,14 @@ VDX_API int32_t comn_openquote_cfg(vdx_cfg *cfg, int32_t *line);
 VDX_API int32_t comn_nextdrop_cfg(vdx_cfg *cfg, vdx_cfg_cursor *cursor);
 
 /* Drops a handle; with the last one of its file, the file's data. option VDX_UNUSED, or
- * VDX_CFG_FORCE: other handles are detached (VDX_MSG_CFG_FORCED) and the data goes at once, so no
- * thread may still be looking up. Returns XS_SUCCEED, or XS_FAIL for a handle that was detached
+ * VDX_CFG_FORCE: other handles are detached (VDX_MSG_CFG_FORCED) and the data is freed at once, so
+ * no thread may still be looking up. Returns XS_SUCCEED, or XS_FAIL for a handle that was detached
  * (VDX_MSG_CFG_DETACHED): it is then the caller's to give to free(). */
 VDX_API int32_t comn_drop_cfg(vdx_cfg *cfg, int32_t option);
 
 /* Frees every file of a list (null: none) without locking. Handles on them are detached. A list that
- * is an area's (vdx_appglobal.configurations) is first taken out of it by the caller, who leaves null
- * there: the area would go on to use it. Returns XS_SUCCEED. */
+ * is an area's (vdx_appglobal.configurations) is first taken out of it by the caller, who leaves
+ * null there: the area would go on to use it. Returns XS_SUCCEED. */
 VDX_API int32_t comn_globdrop_cfg(vdx_cfg_record *list);
 
 /* The steps of a parse, as comn_init_cfg takes them. A file is parsed between cfg__init_parse and
@@ -169,8 +169,8 @@ VDX_API int32_t cfg__clean_parse(vdx_cfg *cfg);
 VDX_API int32_t cfg__parse(vdx_cfg *cfg);
 
 /* Takes the next character; cfg__marktok makes a token of all that were taken since the last one.
- * Returns it as the scanner sees it: its ASCII code, 0xF1 where it has none, -1 with nothing taken at
- * the end of the file (VDX_MSG_CFG_CUT inside a character) or without memory. */
+ * Returns it as the scanner sees it: its ASCII code, 0xF1 where it has none, -1 with nothing taken
+ * at the end of the file (VDX_MSG_CFG_CUT inside a character) or without memory. */
 VDX_API int32_t cfg__getc(vdx_cfg *cfg);
 
 /* Turns the scanner to its start in the file that cfg is parsing; null: to no file. */

@@ -5,14 +5,14 @@
  * that the message does not have is left out. The library has its own texts in English; a context
  * or an error record can carry another table, and numbers that this table lacks fall back to
  * English. The composed text shows control bytes of a parameter (0 to 31, and 127) as "\x" and two
- * hexadecimal digits; the parameter keeps them. A number without any text reads "Message 0x" and eight hexadecimal digits, then its
- * parameters: "Message 0x01049999: first, second".
+ * hexadecimal digits; the parameter keeps them. A number without any text reads "Message 0x" and
+ * eight hexadecimal digits, then its parameters: "Message 0x01049999: first, second".
  *
  * Raising a message hands a vdx_message to the context's message callback. Nothing of it outlives
  * the callback. The callback returns; it does not jump out of the library. One that runs while its
  * thread parses a configuration file (VDX_MSG_CFG_SYNTAX, VDX_MSG_CFG_INCLUDE, VDX_MSG_CFG_CUT,
- * VDX_MSG_CFG_MEMORY, VDX_MSG_CFG_OPEN) can open no other: comn_init_cfg returns 0. Lengths are in bytes; a length argument takes VDX_NULLTERM. Every status goes
- * through the return tracer. */
+ * VDX_MSG_CFG_MEMORY, VDX_MSG_CFG_OPEN) can open no other: comn_init_cfg returns 0. Lengths are in
+ * bytes; a length argument takes VDX_NULLTERM. Every status goes through the return tracer. */
 #ifndef VDXCOMN_ERRORS_H
 #define VDXCOMN_ERRORS_H
 

@@ -19,8 +19,9 @@
  *
  * Abort mode, trace mode and debug file are process-wide and unlocked. Changing a mode while other
  * threads run is safe, when they see it is not defined. Closing or replacing the debug file while
- * another thread prints is the caller's to prevent: that thread may write to a stream that is closed
- * already. Nothing here allocates; what the C library needs for a stream that it opens is its own. */
+ * another thread prints is the caller's to prevent: that thread may write to a stream that is
+ * closed already. Nothing here allocates; what the C library needs for a stream that it opens is
+ * its own. */
 #ifndef VDXCOMN_FRAME_H
 #define VDXCOMN_FRAME_H
 
@@ -31,7 +32,7 @@
 VDX_BEGIN_DECLS
 
 /* Reports a null pointer argument and takes the fatal exit. file: zero-terminated name of the
- * source file, line: where the check stands. Returns only where a handler resumed. */
+ * source file, line: that of the check. Returns only where a handler resumed. */
 VDX_API void com_raise_invalid_null_pointer(const char *file, int32_t line);
 
 /* Reports a failed assertion and takes the fatal exit; arguments as above. */

@@ -50,7 +50,7 @@ HANDLE open_readable(const wchar_t* name) {
   return INVALID_HANDLE_VALUE;
 }
 
-// A name of MAX_PATH and more is opened only in its full form behind this prefix.
+// A name of MAX_PATH and more is opened only in its full form, after this prefix.
 HANDLE open_long(const wchar_t* name) {
   wchar_t full[4 + kLongestName] = L"\\\\?\\";
   const DWORD length = GetFullPathNameW(name, kLongestName, full + 4, nullptr);
@@ -86,7 +86,7 @@ std::size_t read_environment(const char* name, char* buffer, std::size_t size) {
   const DWORD needed = GetEnvironmentVariableW(wide_name, short_value, kLongestName);
   if (needed == 0) return 0;
   if (needed < kLongestName) return to_utf8(short_value, buffer, size);
-  // The system gives a value whole or not at all.
+  // The system copies a value whole or not at all.
   auto* const value = static_cast<wchar_t*>(std::malloc(kLongestValue * sizeof(wchar_t)));
   if (value == nullptr) return 0;
   const DWORD length = GetEnvironmentVariableW(wide_name, value, kLongestValue);

@@ -1,4 +1,4 @@
-// The exit of a failed check.
+// The exit of a failed check: SIGABRT, for which the caller may have a handler.
 #include <fcntl.h>
 #include <unistd.h>
 

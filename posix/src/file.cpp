@@ -1,4 +1,4 @@
-// Files, environment variables and the program's name.
+// Files, environment variables and the program's name on POSIX, where all of them are bytes.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-// Paths of the product's files, and the environment they depend on.
+// Paths of the product's files, and the environment variables that they depend on.
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
@@ -17,21 +17,21 @@ constexpr std::size_t kTclSize = 512;
 
 char tcl_path[kTclSize];  // empty: not set
 
-// A path in the caller's buffer, always zero-terminated. Once a piece did not fit nothing is added.
-// Variables are read to where they go, so that none is too long but for the buffer.
+// A path in the caller's buffer, always zero-terminated. After a piece that does not fit nothing is
+// added. Variables are read into the buffer itself, so that only the buffer limits their length.
 class Path {
  public:
   Path(char* buffer, std::int32_t size) : buffer_(buffer), size_(static_cast<std::size_t>(size)) {
     buffer_[0] = '\0';
   }
 
-  // The start, cut where it is too long.
+  // Starts the path with a text, cut if it is too long.
   void start(std::string_view text) {
     fits_ = text.size() < size_;
     put(text.substr(0, size_ - 1));
   }
 
-  // The value of a variable as the start. Returns whether it is set.
+  // Starts the path with the value of a variable. Returns whether it is set.
   bool start_with(const char* variable) {
     const std::size_t length = read_environment(variable, buffer_, size_);
     fits_ = length < size_;
@@ -55,7 +55,7 @@ class Path {
   }
 
   void add_subdirectory() {
-    // Without room for a name, none of those that follow fits either.
+    // With room 0 nothing is read: no further piece fits, so nothing is lost by that.
     const std::size_t room = size_ - 1 - length_;
     const std::size_t length = read_environment("VERDEX_NCL", buffer_ + length_ + 1, room);
     if (length == 0) return;

@@ -1,4 +1,5 @@
-// The area that all users in one application share.
+// The area that all users in one application share: the static one of the process, or one that was
+// allocated. An area without users has no mutex.
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -12,7 +13,7 @@ namespace {
 
 vdx_appglobal static_area;
 
-// Whether an area has users must be known before its mutex can be taken: without any there is none.
+// Atomic, since it is read before the mutex can be taken: without users there is none.
 std::atomic_ref<std::int32_t> users_of(vdx_appglobal& area) {
   return std::atomic_ref<std::int32_t>(area.users);
 }
@@ -43,7 +44,7 @@ std::int32_t com_appglobal_alloc(vdx_appglobal** area, std::int32_t tag, std::in
   } else {
     if (comn_take_mutex(it->mutex) != XS_SUCCEED) return VDX_TRACE(XS_FAIL);
     ++vdx::users_of(*it);
-    // Each user starts from files as they are now; who has handles on older ones keeps them.
+    // A new user reads files anew. Handles on those that were read before stay good.
     it->configurations = nullptr;
     comn_release_mutex(it->mutex);
   }

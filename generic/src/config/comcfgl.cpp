@@ -1,5 +1,9 @@
-// The scanner of configuration files. It reads characters ahead as far as it must and consumes those
-// that belong to the token; the next token starts behind them.
+// The scanner of configuration files.
+//
+// Characters are read ahead as far as a token's end needs, at most three of them; those of the
+// token are then taken. Where every character is a single byte, as in most lines, nothing is read
+// ahead: the scanner looks at the raw buffer itself. Plain lines (take_plain_line) are not scanned
+// at all but split into key and value, 64 bytes at a time where the processor has SSE2.
 #include <bit>
 #include <cstdio>
 #include <iterator>
@@ -17,7 +21,8 @@ namespace {
 
 enum CharKind : std::uint8_t { kWordChar, kBlankChar, kLineEndChar, kSignChar, kEndChar };
 
-// Characters that a token only counts, as bits.
+// Kinds of runs: characters that a token takes without a closer look. Bits, since a character may
+// belong to several.
 enum RunKind : std::uint8_t { kWordRun = 1, kBlankRun = 2, kStringRun = 4, kCommentRun = 8 };
 
 constexpr char kInclude[] = "include";
@@ -26,7 +31,7 @@ constexpr std::uint8_t kLineFeed = '\n';
 constexpr std::int32_t kNormal = 1;
 constexpr std::int32_t kString = 2;
 
-// What the scanner of the process is at; parses take turns.
+// What the scanner of the process reads, and its state. Whoever has the turn of parses owns them.
 vdx_cfg* current = nullptr;
 std::int32_t state = kNormal;
 
@@ -65,7 +70,7 @@ class Scanner {
  public:
   Scanner(vdx_cfg* cfg, CfgParse& parse) : cfg_(cfg), parse_(parse) {}
 
-  // The next character, which now belongs to the token that is being read; kCfgEnd, and none taken.
+  // Takes the next character. Returns it, or kCfgEnd with nothing taken.
   std::int32_t character() {
     const std::int32_t c = peek();
     if (c != kCfgEnd) take();
@@ -142,7 +147,7 @@ class Scanner {
     return parse_.ahead[distance].character;
   }
 
-  // Takes the character that peek gave.
+  // Takes the character that peek returned.
   void take() {
     CfgAhead first;
     if (parse_.ahead_count == 0) {
@@ -157,7 +162,8 @@ class Scanner {
     if (first.character == '\n') ++parse_.line;
   }
 
-  // Takes the character that peek gave, and those of a run behind it that are single bytes at hand.
+  // Takes the character that peek returned, and the single bytes of a run that follow it in the
+  // buffer.
   void take_run(RunKind run) {
     take();
     if (parse_.ahead_count != 0) return;
@@ -176,14 +182,14 @@ class Scanner {
     return parse_.plain[static_cast<std::uint8_t>(parse_.raw[at])];
   }
 
-  // Characters of the line end at a distance, 0 where there is none.
+  // The number of characters of a line end at this distance; 0 if there is no line end.
   std::int32_t line_end_length(std::int32_t distance) {
     const std::int32_t c = peek(distance);
     if (c == '\n') return 1;
     return c == '\r' && peek(distance + 1) == '\n' ? 2 : 0;
   }
 
-  // Takes the line end at a distance with what is before it; false where there is none.
+  // Takes the line end at this distance with the characters before it. False if there is none.
   bool line_end(std::int32_t distance) {
     const std::int32_t length = line_end_length(distance);
     if (length == 0) return false;
@@ -226,7 +232,7 @@ void take_to(CfgParse& parse, const void* end) {
 
 #if defined(VDX_SSE2)
 
-// 64 bytes, a bit for each.
+// Which of 64 bytes are of a kind: bit i is set for byte i.
 struct ByteMasks {
   std::uint64_t feeds = 0;
   std::uint64_t returns = 0;
@@ -256,8 +262,8 @@ struct ByteMasks {
   }
 };
 
-// take_plain_line for lines of up to 63 bytes, without a branch for each byte. What it leaves may
-// still be plain.
+// take_plain_line for lines of up to 63 bytes, without a branch for each byte. A line that it does
+// not take may still be plain.
 bool take_short_line(CfgParse& parse, CfgPlainLine& line) {
   if (parse.raw_end - parse.raw_used < 64 || !parse.is_ascii) return false;
   const char* const from = parse.raw + parse.raw_used;
@@ -278,7 +284,7 @@ bool take_short_line(CfgParse& parse, CfgPlainLine& line) {
     if (equals == 0 || (equals & (equals - 1)) != 0) return false;
     const std::uint64_t key = words & (equals - 1);
     const std::uint64_t value = words & ~(equals - 1);
-    // A key of one word: adding to its first bit carries out of it.
+    // The key is one word if its bits are one run: then a carry from its lowest bit clears all.
     if (key == 0 || value == 0 || ((key + (key & (0 - key))) & key) != 0) return false;
     const std::uint64_t pairs = words & words >> 1;
     const std::uint64_t fours = pairs & pairs >> 2;
@@ -298,8 +304,8 @@ bool take_short_line(CfgParse&, CfgPlainLine&) { return false; }
 
 #endif
 
-// Makes the raw buffer longer than its text, by half of the buffer at least: tokens of any length
-// are moved few times.
+// Makes at least half of the raw buffer free, moving its text to the start or the whole to a larger
+// buffer. So each byte is moved a constant number of times, whatever the length of tokens.
 bool make_room(vdx_cfg* cfg, CfgParse& parse) {
   cfg__clearbuf(cfg);
   if (parse.raw_end <= parse.raw_size / 2) return true;
@@ -313,8 +319,8 @@ bool make_room(vdx_cfg* cfg, CfgParse& parse) {
   return true;
 }
 
-// Reads more of the file into the raw buffer, which moves what is there. False at the end of the
-// file, and where it failed.
+// Reads more of the file into the raw buffer, whose contents may move. False at the end of the file
+// and after a failure.
 bool fill(vdx_cfg* cfg, CfgParse& parse) {
   if (parse.has_failed || parse.is_at_end) return false;
   if (parse.raw_end == parse.raw_size && !make_room(cfg, parse)) {
@@ -329,7 +335,7 @@ bool fill(vdx_cfg* cfg, CfgParse& parse) {
   return got > 0;
 }
 
-// Reads the character at the start of what is unread; false at the end of the file.
+// Reads the first unread character. False at the end of the file.
 bool read_character(vdx_cfg* cfg, CfgParse& parse, CfgAhead& out) {
   if (parse.has_failed) return false;
   const auto bytes = [&parse] {
@@ -353,7 +359,8 @@ bool read_character(vdx_cfg* cfg, CfgParse& parse, CfgAhead& out) {
   return true;
 }
 
-// One more character, or the end of the file. There is room for as many as a token's end may need.
+// Reads one more character, or the end of the file, ahead. CfgParse::kAhead is enough: no token's
+// end needs more.
 void read_ahead(vdx_cfg* cfg, CfgParse& parse) {
   CfgAhead& read = parse.ahead[parse.ahead_count++];
   if (!read_character(cfg, parse, read)) read = {kCfgEnd, 0};
@@ -386,7 +393,7 @@ bool take_plain_line(CfgParse& parse, CfgPlainLine& line) {
   if (kTraceTokens) return false;
   if (take_short_line(parse, line)) return true;
   const auto* at = reinterpret_cast<const std::uint8_t*>(parse.raw + start);
-  // No run goes beyond a line feed, so none leaves the buffer.
+  // A line feed is in the buffer and ends every run, so no run leaves the buffer.
   if (std::memchr(at, '\n', static_cast<std::size_t>(parse.raw_end - start)) == nullptr ||
       parse.plain[kLineFeed] != kLineFeed)
     return false;
@@ -398,7 +405,8 @@ bool take_plain_line(CfgParse& parse, CfgPlainLine& line) {
     return std::string_view(reinterpret_cast<const char*>(from),
                             static_cast<std::size_t>(at - from));
   };
-  // A word that opens no string and continues no line, and is not the keyword; empty: there is none.
+  // Skips a word. Returns it, or nothing if it opens a string, continues the line or is the
+  // keyword.
   const auto word = [&] {
     const std::uint8_t* from = at;
     if (now() == '"' || now() == '\\') return std::string_view();

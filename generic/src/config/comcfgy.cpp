@@ -1,4 +1,9 @@
-// The parse of a configuration file: tokens, the grammar of its lines, and what it makes of them.
+// The parse of a configuration file: tokens, the grammar of its lines, and the sections and entries
+// that they make.
+//
+// The grammar looks at one token at a time and never goes back. A line is done, wrong or failed; a
+// wrong one is reported and skipped to its end, and marks its section invalid. A section that ends
+// invalid is removed with everything in it. docs/configuration.md shows the language.
 #include <cstdio>
 #include <new>
 
@@ -10,7 +15,6 @@
 #include "vdxcomn/intl.h"
 
 namespace vdx {
-
 namespace {
 
 std::string_view text_of(const CfgParse& parse, const vdx_cfg_token* token) {
@@ -31,7 +35,7 @@ void copy_pieces(const CfgParse& parse, const vdx_cfg_token* pieces, char* to) {
   }
 }
 
-// Gives the current section's key one more value, of which fill writes the text.
+// Adds a value to a key of the current section; fill writes its text.
 template <typename Fill>
 bool store_value(CfgParsed& parsed, std::string_view key, std::int32_t length, Fill fill) {
   CfgSection* const section = parsed.parse->section;
@@ -60,7 +64,7 @@ bool store_value(CfgParsed& parsed, std::string_view key, std::int32_t length, F
   return true;
 }
 
-// Of a list of live tokens; empties it.
+// Moves all tokens of a list of live ones to the spare ones.
 void release_tokens(CfgParse& parse, vdx_cfg_token*& list) {
   while (vdx_cfg_token* token = list) {
     list = token->live;
@@ -69,7 +73,7 @@ void release_tokens(CfgParse& parse, vdx_cfg_token*& list) {
   }
 }
 
-// Reads lines, one at a time, until the end of the file. Each line ends in one of three ways.
+// Reads lines until the end of the file.
 class Grammar {
  public:
   explicit Grammar(vdx_cfg* cfg) : cfg_(cfg), parse_(*cfg->parsed().parse) {}
@@ -96,13 +100,13 @@ class Grammar {
  private:
   enum class Line { kDone, kWrong, kFailed };
 
-  // Those that lie ahead, most lines of most files, without making tokens of them. False without
-  // memory.
+  // Reads the plain lines that come next, as most lines of most files are, without making tokens of
+  // them. False without memory.
   bool plain_lines() {
     CfgPlainLine line;
     if (parse_.section == nullptr) return true;
     while (take_plain_line(parse_, line)) {
-      release_tokens(parse_, parse_.tokens);  // what they hold on to would stay in the buffer
+      release_tokens(parse_, parse_.tokens);  // the buffer keeps the text of live tokens
       if (line.key.empty()) continue;
       const auto fill = [&line](char* to) {
         std::memcpy(to, line.value.data(), line.value.size());
@@ -135,7 +139,7 @@ class Grammar {
 
   bool is_word() const { return token_ == VDX_CFGTOK_IDENT || token_ == VDX_CFGTOK_VALUE; }
 
-  // The line end stays the current token.
+  // Does not move past the line end.
   bool is_line_end() {
     skip_blank();
     return token_ == VDX_CFGTOK_NEWLINE || token_ == VDX_CFGTOK_END;
@@ -160,7 +164,7 @@ class Grammar {
     next();
     skip_blank();
     if (token_ != VDX_CFGTOK_CLOSE) return Line::kWrong;
-    // From its bracket on, what is wrong is wrong in the new section.
+    // An error after the bracket belongs to the new section.
     if (cfg__add_section(cfg_, name) != XS_SUCCEED) return Line::kFailed;
     next();
     return is_line_end() ? Line::kDone : Line::kWrong;
@@ -183,7 +187,7 @@ class Grammar {
     skip_blank();
     if (!accept(VDX_CFGTOK_EQUALS)) return Line::kWrong;
     vdx_cfg_token* value = nullptr;
-    vdx_cfg_token* blanks = nullptr;  // kept where a piece follows
+    vdx_cfg_token* blanks = nullptr;  // part of the value if another piece follows
     bool any = false;
     while (!is_end(token_)) {
       vdx_cfg_token* piece = nullptr;
@@ -211,14 +215,14 @@ class Grammar {
     return token == VDX_CFGTOK_NEWLINE || token == VDX_CFGTOK_END;
   }
 
-  // Bytes of it; a quote may be a character of several.
+  // Bytes of the token's first character: a quote may have several.
   std::int32_t first_character(const vdx_cfg_token& token) const {
     return whole_char_bytes(*parse_.attributes,
                             reinterpret_cast<const std::uint8_t*>(parse_.raw + token.offset),
                             token.length);
   }
 
-  // What follows the opening quote, with the closing one.
+  // Reads a string from behind its opening quote, with the closing one.
   bool quoted(vdx_cfg_token*& pieces) {
     for (;; next()) {
       switch (token_) {
@@ -260,8 +264,8 @@ vdx_err_place place_of(const CfgParsed& parsed, std::int32_t line, std::string_v
 
 namespace {
 
-// Makes the state of a parse, which owns the file from here on. False, with the file closed, without
-// memory, which is reported.
+// Makes the state of a parse, which owns the file from now on. Without memory it reports that,
+// closes the file and returns false.
 bool start_parse(vdx_cfg* cfg, std::intptr_t file) {
   CfgParsed& parsed = cfg->parsed();
   auto* parse = parsed.make<CfgParse>();
@@ -292,7 +296,7 @@ void raise_unopened(vdx_context* context, const char* routine, std::string_view 
 }
 
 ParseResult parse_file(vdx_cfg* cfg) {
-  // What the name leads to is found out before the turn: other parses do not wait for it.
+  // Opened before the turn: other parses need not wait for the file system.
   const std::intptr_t file = open_file(cfg->parsed().name);
   if (file == kNoFile) return ParseResult::kUnopened;
   take_parse_turn();
@@ -314,7 +318,7 @@ using vdx::CfgParsed;
 using vdx::CfgSection;
 using vdx::CfgValue;
 
-// The parse of a handle, which must be running.
+// Names the parsed data and the parse of a handle, which must be running.
 #define VDX_CFG_PARSE(cfg, ...)                 \
   VDX_CHECK_POINTER(cfg, __VA_ARGS__);          \
   CfgParsed& parsed = (cfg)->parsed();          \
@@ -443,7 +447,7 @@ void cfg__clearparse(vdx_cfg* cfg, std::int32_t valid) {
 
 void cfg__parse_error(vdx_cfg* cfg) {
   VDX_CFG_PARSE(cfg, );
-  // At the end of the input no token was marked, and none is named.
+  // There is no token at the end of the input.
   const std::string_view token = vdx::text_of(parse, parse.is_end ? nullptr : parse.tokens);
   vdx::raise_message(cfg->context, VDX_MSG_CFG_SYNTAX,
                      vdx::err_parameters(parsed.file(), parse.token_line, token),

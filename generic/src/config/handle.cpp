@@ -13,7 +13,7 @@
 namespace vdx {
 namespace {
 
-// Returns with the record's mutex taken.
+// Makes a record, with its mutex taken. Null without memory.
 vdx_cfg_record* make_record(std::string_view name) {
   auto* record = static_cast<vdx_cfg_record*>(std::malloc(sizeof(vdx_cfg_record)));
   if (record == nullptr) return nullptr;
@@ -53,8 +53,9 @@ void unlist_record(vdx_cfg_record* record) {
     record->area->configurations = record->next;
 }
 
-// Finds or makes the record of a name and pins it, so that it is kept while its mutex is waited for.
-// Returns with that mutex taken; the maker takes it before any other thread can see the record.
+// Finds or makes the record of a name and pins it, so that it is kept while its mutex is waited
+// for. Returns with that mutex taken; the maker takes it before any other thread can see the
+// record.
 vdx_cfg_record* pin_record(vdx_appglobal* area, std::string_view name) {
   if (comn_take_mutex(area->mutex) != XS_SUCCEED) return nullptr;
   vdx_cfg_record* record = area->configurations;
@@ -74,7 +75,8 @@ vdx_cfg_record* pin_record(vdx_appglobal* area, std::string_view name) {
   return record;
 }
 
-// Ends a pin. A record whose parse failed leaves the list at once, and is dropped with its last pin.
+// Ends a pin. A record whose parse failed leaves the list at once, and is dropped with its last
+// pin.
 void unpin_record(vdx_cfg_record* record, bool is_ready) {
   vdx_mutex* const mutex = record->area->mutex;
   comn_release_mutex(record->mutex);
@@ -116,7 +118,7 @@ bool detach_handles(vdx_cfg_record* record) {
 
 enum class Opened { kYes, kNo, kOtherFailed };
 
-// Messages are raised when the record was let go: the callback may open files, this one too.
+// Messages are raised after the record was released: their callback may open files, even this one.
 Opened try_open(vdx_context* context, vdx_appglobal* area, std::string_view name, vdx_cfg*& cfg) {
   vdx_cfg_record* record = pin_record(area, name);
   if (record == nullptr) {
@@ -124,7 +126,7 @@ Opened try_open(vdx_context* context, vdx_appglobal* area, std::string_view name
     return Opened::kNo;
   }
   const bool is_new = !record->has_been_tried;
-  // Whoever parsed it was told why it failed; this one tries itself.
+  // The thread that parsed it has reported why it failed; this one tries again.
   if (!is_new && !record->is_ready) {
     unpin_record(record, false);
     return Opened::kOtherFailed;
@@ -175,9 +177,9 @@ bool open_in(vdx_context* context, vdx_appglobal* area, std::string_view name, v
 
 Dropped drop_handle(vdx_cfg* cfg, bool is_forced) {
   if (cfg->record.load(std::memory_order_acquire) == nullptr) return Dropped::kWasDetached;
-  // The record lives only until another thread drops it by force, so no two drops overlap. The
-  // area's mutex cannot see to that alone: the static area, which never goes, has none between its
-  // last user and the next, and files that it forgot may outlive that.
+  // Drops take turns: another thread may drop the record by force, which frees it. The area's mutex
+  // alone does not protect it: the static area has no mutex between its last user and the next, and
+  // a file that the area forgot may still be in use then.
   static constinit Turn turn;
   std::unique_lock guard(turn);
   vdx_mutex* const mutex = cfg->area->mutex;

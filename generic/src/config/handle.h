@@ -1,8 +1,8 @@
 // Who uses a parsed file: its record, which an area lists, and the handles on it.
 //
-// A record is dropped when it has neither users nor pins. A user is a handle; a pin is a thread on its
-// way to become one, which holds the record while it waits for its mutex. The mutex is taken by the
-// thread that parses the file until that is done.
+// A record is dropped when it has neither users nor pins. A user is a handle. A pin is a thread
+// that is about to make one and waits for the record's mutex; the thread that parses the file holds
+// that mutex until it is done.
 //
 // Order of locks: the turn to drop, the area's mutex, a record's, the turn to parse, the parsed
 // data's. The area's mutex guards the list of records with their pins, a record's mutex its ring of
@@ -22,7 +22,7 @@ struct vdx_cfg_record {
   vdx_cfg_record* next;
   vdx_cfg_record* previous;
   std::int32_t users;  // handles
-  std::int32_t pins;   // threads on their way to become one
+  std::int32_t pins;   // threads that are about to make one
   vdx_cfg* ring;
   vdx::CfgParsed* parsed;
   vdx_mutex* mutex;

@@ -1,9 +1,10 @@
 // A parse of a configuration file while it runs.
 //
-// The raw buffer holds bytes of the file. From its start these are: the texts of tokens that are
-// live, the characters taken since the last token (claimed on), those read ahead, and what is unread.
-// A token is a stretch of that buffer; a value is a chain of tokens, its pieces. Of each character the
-// scanner sees one byte, its ASCII form.
+// The raw buffer holds bytes of the file, in this order: the texts of live tokens, the characters
+// taken since the newest token (from claimed, consumed bytes), those read ahead, and unread bytes
+// (from raw_used to raw_end). A token is a stretch of the buffer; a value is a chain of tokens, its
+// pieces. A token is live until its line ends, and the buffer keeps its text so long. For the
+// scanner each character is one code: its ASCII form, kCfgForeign if it has none.
 #ifndef VDX_CONFIG_PARSE_H
 #define VDX_CONFIG_PARSE_H
 
@@ -46,15 +47,15 @@ struct CfgParse {
   std::int32_t line;        // of the next character
   std::int32_t token_line;  // where the newest token starts
   std::intptr_t file;
-  std::int32_t previous;   // the character consumed last; a line feed before the first
-  CfgAhead ahead[kAhead];  // read, not yet consumed
+  std::int32_t previous;   // the character taken last; a line feed before the first
+  CfgAhead ahead[kAhead];  // read, not yet taken
   std::int32_t ahead_count;
-  char* raw;  // bytes of characters: of live tokens, of the one being scanned, ahead, unread
+  char* raw;
   std::int32_t raw_size;
   std::int32_t raw_used;  // start of what is unread
   std::int32_t raw_end;   // and its end
   std::int32_t claimed;   // start of what belongs to no token yet
-  std::int32_t consumed;  // bytes consumed since the last token
+  std::int32_t consumed;  // bytes taken since the newest token
   const vdx_charattr* attributes;
   vdx_cfg_token* tokens;     // the live ones, newest first
   vdx_cfg_token* spare;      // released ones, for the next
@@ -67,36 +68,37 @@ struct CfgParse {
   bool is_end;                    // the scan ended with the end of input, no token
   bool has_read_error;
   bool has_failed;  // out of memory, or the file could not be read
-  // By byte: what it is for the scanner, 0 where it starts a character of several bytes; and which
-  // runs of characters without a meaning of their own it belongs to.
+  // By byte: its code for the scanner, 0 if it starts a character of several bytes; and the kinds
+  // of runs that it belongs to.
   std::uint8_t plain[256];
   std::uint8_t runs[256];
-  bool is_ascii;        // bytes 1 to 127 are what they are in ASCII
-  bool has_high_signs;  // some byte above those is not just a character of a word
+  bool is_ascii;        // bytes 1 to 127 have their ASCII meaning
+  bool has_high_signs;  // some byte above 127 ends a word
 
   void classify();  // fills them from the attributes
 };
 
-// A line that needs no tokens to be understood.
+// A line that can be read without making tokens: an entry of words alone, a comment or a blank
+// line.
 struct CfgPlainLine {
   std::string_view key;  // empty: a blank line or a comment
   std::string_view value;
 };
 
-// Takes the next line of the file if it is plain: at hand as a whole, of single bytes, without
-// quotes, continuations, headers and includes. False, with nothing taken, for any other line.
+// Takes the next line if it is plain: all of it in the buffer, single bytes only, and no quotes,
+// continuations, headers and includes. False, with nothing taken, for any other line.
 bool take_plain_line(CfgParse& parse, CfgPlainLine& line);
 
 enum class ParseResult { kDone, kUnopened, kFailed };
 
-// Reads the file of a handle into its record. kUnopened is the caller's to report; what else it
-// could not read is reported, and sections with errors are done.
+// Reads the file of a handle into its record. A file that has errors is done. The caller reports
+// kUnopened; why a parse failed has been reported.
 ParseResult parse_file(vdx_cfg* cfg);
 
 // Reports a file that cannot be opened, or be read to its end.
 void raise_unopened(vdx_context* context, const char* routine, std::string_view name);
 
-// Where something is wrong: in the section that is being filled, at a line of the file.
+// The place of an error at a line of the section that is being filled.
 vdx_err_place place_of(const CfgParsed& parsed, std::int32_t line, std::string_view token);
 
 }  // namespace vdx

@@ -1,10 +1,10 @@
-// What a configuration file is when it has been parsed: its sections with their entries and includes,
-// and two indexes by which lookups find them.
+// What a configuration file is when it has been parsed: its sections with their entries and
+// includes, and two indexes by which lookups find them.
 //
-// Everything lies in one pool and is released with it. Names, keys and values are bytes with a length,
-// not terminated. Sections and entries keep the order of the file. Of sections with one name, and of
-// entries with one key in a section, only the first is found; a key that comes again adds a value to
-// its entry instead.
+// Everything lies in one pool and is released with it. Names, keys and values are bytes with a
+// length, not terminated. Sections and entries keep the order of the file. Of sections with one
+// name, and of entries with one key in a section, only the first is found; a key that comes again
+// adds a value to its entry instead.
 #ifndef VDX_CONFIG_PARSED_H
 #define VDX_CONFIG_PARSED_H
 
@@ -48,8 +48,8 @@ struct CfgInclude {
   CfgSection* section;  // defined before the one that includes it, so that there are no rings
 };
 
-// Stored in one allocation with its key and its first value after it, so that a lookup finds them in
-// one place.
+// Stored in one allocation with its key and its first value after it, so that a lookup finds them
+// in one place.
 struct CfgEntry {
   CfgEntry* next;
   CfgSection* section;
@@ -112,8 +112,8 @@ struct CfgParsed {
   Chain<CfgSection> sections;
   NodeIndex<CfgSection> section_index;  // the first section of each name
   // Entries of those sections, the only ones that are looked up: the same key of a section with a
-  // name that was taken would have the same hash. Filled at the end of a parse, when their number is
-  // known.
+  // name that was taken would have the same hash. Filled at the end of a parse, when their number
+  // is known.
   NodeIndex<CfgEntry> entry_index;
   Pool* pool = nullptr;
   void* backing = nullptr;

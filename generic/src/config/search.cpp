@@ -58,9 +58,9 @@ vdx_cfg_cursor* Search::leave(vdx_cfg_cursor* at) {
   return parent;
 }
 
-// Where sections include each other's includes, there are twice as many ways to the last of them with
-// each. After the first few, sections that had nothing are not entered again; without memory to note
-// them the search is longer, not wrong.
+// Where sections include each other's includes, there are twice as many ways to the last of them
+// with each. After the first few, sections that had nothing are not entered again; without memory
+// to note them the search is longer, not wrong.
 void Search::note_barren(const CfgSection* section) {
   constexpr std::int32_t kFew = 32;
   if (++left_ > kFew && !is_barren(section)) barren_.insert_node(section);

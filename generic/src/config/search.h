@@ -9,9 +9,9 @@
 #include "config/parsed.h"
 #include "vdxcomn/config.h"
 
-// A place in that walk. A cursor stands for a section; its child, where it has one, for the include of
-// that section which is being searched. The caller's is the root. The deepest one has no child and
-// holds the value that was returned last.
+// A place in that walk. A cursor stands for a section; its child, where it has one, for the include
+// of that section which is being searched. The caller's is the root. The deepest one has no child
+// and holds the value that was returned last.
 struct vdx_cfg_cursor {
   const vdx::CfgSection* section;
   const vdx::CfgEntry* entry;      // null: the section has no further value

@@ -1,4 +1,5 @@
-// Memory that belongs to a context: from its callback where it has one, always given back to free().
+// Memory of a context: from its callback if it has one, else from malloc; released with free in
+// both cases.
 #ifndef VDX_FRAME_ALLOCATE_H
 #define VDX_FRAME_ALLOCATE_H
 

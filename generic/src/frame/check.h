@@ -1,6 +1,6 @@
-// Argument checks. They are behaviour: every build keeps them, and each reports the file and line of
-// the exported function that was called wrongly, where it therefore has to be written. With trace
-// mode 2 or 3 the tracer adds the name of the function and the condition that failed.
+// Argument checks. They are behaviour: every build keeps them, and each reports the file and line
+// of the exported function that was called wrongly, where it therefore has to be written. With
+// trace mode 2 or 3 the tracer adds the name of the function and the condition that failed.
 #ifndef VDX_FRAME_CHECK_H
 #define VDX_FRAME_CHECK_H
 

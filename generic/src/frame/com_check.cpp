@@ -1,5 +1,5 @@
-// Reports of failed checks and the fatal exits. A report is one line on stderr, whose text is fixed;
-// what the tracer adds goes to the debug stream, between the report and the exit.
+// Reports of failed checks and the fatal exits. A report is one line on stderr, whose text is
+// fixed; what the tracer adds goes to the debug stream, between the report and the exit.
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -24,8 +24,8 @@ void report_assertion(const char* file, std::int32_t line) {
 
 void leave() { vdx::fatal_exit(abort_mode.load(std::memory_order_relaxed) != 1); }
 
-// A message is format text, but it may quote something with a "%" in it, a path say, and there
-// are no arguments to read: nothing but "%%" may mean anything.
+// The message is used as format text, but it may quote a path with a "%" in it, and there are no
+// arguments. So only "%%" has a meaning.
 void put_message(const char* message, std::FILE* stream) {
   while (const char* pair = std::strstr(message, "%%")) {
     std::fwrite(message, 1, static_cast<std::size_t>(pair + 1 - message), stream);

@@ -40,7 +40,7 @@ const vdx_err_row* find(const vdx_err_table* table, std::int32_t number) {
   return nullptr;
 }
 
-// Measures what is written and keeps what fits, so that one pass serves a buffer of any size.
+// Counts what is written and stores what fits, so that one pass both measures and writes.
 class Writer {
  public:
   Writer(char* out, std::size_t room) : out_(out), room_(room) {}
@@ -62,7 +62,8 @@ class Writer {
   std::size_t total() const { return total_; }
 
  private:
-  // A parameter may be of any file, whose control bytes a terminal or a log must not obey.
+  // A parameter may hold bytes of any file. Its control bytes would act on a terminal or forge
+  // lines of a log.
   void put_visible(std::string_view text) {
     const auto is_control = [](char c) { return static_cast<unsigned char>(c) < 32 || c == 127; };
     while (!text.empty()) {
@@ -100,7 +101,7 @@ void write_text(Writer& writer, std::string_view text, const vdx_err_parameters&
       if (c - '1' < parameters.count) writer.put(parameters.parameter[c - '1']);
       text.remove_prefix(1);
     } else {
-      // A percent sign that means nothing stands for itself.
+      // Any other percent sign is text.
       writer.put("%");
       if (c == '%') text.remove_prefix(1);
     }

@@ -8,7 +8,7 @@
 
 namespace {
 
-// A message and, behind it in the same memory, the bytes of its texts.
+// A message. The bytes of its texts are stored after it, in one allocation.
 struct Kept {
   std::int32_t number;
   vdx_err_parameters parameters;
@@ -72,7 +72,8 @@ std::int32_t com_err_set(vdx_error* record, std::int32_t number,
   *kept = copy;
   std::free(record->kept);
   record->kept = kept;
-  // Raised from the caller's texts: the callback may set or drop the record, and its copies with it.
+  // Raised with the caller's texts: the callback may set or drop the record, which frees its
+  // copies.
   vdx::raise_message(record->table, record->context, number, given, known);
   return VDX_TRACE(XS_SUCCEED);
 }

@@ -98,8 +98,8 @@ bool skip_number(const char*& at) {
   return digits <= kMostDigits;
 }
 
-// The letter at this place, moved past. A long is 32 bits here whatever the platform's long may be,
-// so "ld" is "d" and "lx" is "x"; 0 for any letter that is none.
+// Reads the letter and moves past it; 0 if it is not one of the six. A long has 32 bits here,
+// whatever the platform's long has, so "ld" is "d" and "lx" is "x".
 char read_letter(const char*& at, bool is_short) {
   if (*at == '\0' || std::strchr("cdlsxX", *at) == nullptr) return 0;
   const char letter = *at++;
@@ -108,7 +108,7 @@ char read_letter(const char*& at, bool is_short) {
   return *at == 'd' || *at == 'x' ? *at++ : 'd';
 }
 
-// Reads a specification from behind its "%", and moves past it where it is well-formed.
+// Reads a specification, of which the "%" has been read, and moves past it if it is well-formed.
 Specification read_specification(const char*& at) {
   const char* const flags = at;
   while (*at != '\0' && std::strchr("-+ #0", *at) != nullptr) ++at;
@@ -138,7 +138,8 @@ Specification read_specification(const char*& at) {
 
 }  // namespace
 
-// A negative depth, which is a failed check itself, is passed over.
+// A negative depth counts as 0: it is a failed check itself, whose report may be the one traced
+// here.
 void trace_check(const char* kind, const char* file, std::int32_t line, const char* function,
                  const char* condition) {
   if (trace_mode.load(std::memory_order_relaxed) == kTraceNone) return;
@@ -209,7 +210,7 @@ std::int32_t comn_debug_setfile(vdx_context*, const char* name, std::int32_t ena
     if (file != nullptr) std::fclose(file);
     return 1;
   }
-  // A file that is replaced stays open: others may be writing to it.
+  // A file that is replaced stays open: other threads may be writing to it.
   std::FILE* file = std::fopen(name, vdx::kWriteMode);
   vdx::debug_file.store(file, std::memory_order_release);
   return file != nullptr ? 1 : 0;

@@ -1,4 +1,4 @@
-// What error records share with loose messages: finding and composing a text.
+// Finding and composing the text of a message, for error records and for messages without one.
 #ifndef VDX_FRAME_MESSAGE_TEXT_H
 #define VDX_FRAME_MESSAGE_TEXT_H
 
@@ -26,7 +26,8 @@ inline bool is_place(const vdx_err_place* place) {
          (is_text(place->file) && is_text(place->section) && is_text(place->token));
 }
 
-// What the tables say about a number: first, then the context's, then English. Null where none does.
+// Text and SQLSTATE of a number, from the first table that has them: first, the context's, English.
+// Null if none has.
 struct Texts {
   const char* text = nullptr;
   const char* sqlstate = nullptr;
@@ -42,12 +43,12 @@ struct Composed {
 Composed compose(const char* text, std::int32_t number, const vdx_err_parameters& parameters,
                  char* buffer, std::size_t size);
 
-// com_build_errmsg with a table that goes first.
+// com_build_errmsg with a table that is searched first.
 std::int32_t build_message(const vdx_err_table* table, vdx_context* context, std::int32_t number,
                            const vdx_err_parameters& parameters, char* buffer, std::int32_t size,
                            std::int32_t* length);
 
-// vdx::raise_message with a table that goes first.
+// vdx::raise_message with a table that is searched first.
 std::int32_t raise_message(const vdx_err_table* table, vdx_context* context, std::int32_t number,
                            const vdx_err_parameters& parameters, const vdx_err_place& place);
 

@@ -9,10 +9,10 @@
 
 namespace vdx {
 
-// Leaves after a failed check was reported on stderr: for a handler of the caller's where one is
-// set, else the process ends: SIGABRT, or a structured exception of code 0. With resumable the
-// handler may also return, and so does this function; without, stderr is closed first, once a
-// process, and nothing returns here.
+// The exit after the report of a failed check: raises SIGABRT, or a structured exception of code 0.
+// The caller's handler may leave; without one the process ends. If resumable, the handler may also
+// return, and then this function returns. If not, stderr is closed first, once in a process, and
+// nothing returns.
 void fatal_exit(bool resumable);
 
 // Breaks the current time down as local time. Returns false where the platform cannot tell.

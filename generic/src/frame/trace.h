@@ -16,7 +16,7 @@ inline constexpr std::int32_t kTraceAll = 3;
 
 extern std::atomic<std::int32_t> trace_mode;
 
-// How deep calls are nested, one "." each in front of a traced line. 0 unless somebody counts.
+// How deep calls are nested, shown as one "." each before a traced line. Null: 0.
 using DepthProvider = std::int32_t (*)();
 extern std::atomic<DepthProvider> depth_provider;
 

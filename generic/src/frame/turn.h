@@ -1,4 +1,4 @@
-// A mutex that stands from the start of the process: it needs no making, which could fail.
+// A mutex that is ready from the start of the process, so that no call to make it can fail.
 #ifndef VDX_FRAME_TURN_H
 #define VDX_FRAME_TURN_H
 

@@ -9,7 +9,7 @@
 
 namespace vdx {
 
-// By datatype code; 0 where the length is that of the value.
+// By datatype code; 0 if the length is that of each value.
 inline constexpr auto kFixedLength = [] {
   std::array<std::int16_t, VDX_DATATYPES> length{};
 #define DATATYPE(code, name, source, destination, bytes, ...) length[code] = bytes;

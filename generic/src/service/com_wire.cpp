@@ -1,5 +1,6 @@
-// Datatypes and their tokens on the wire. The rows are written down once; what a call reads is an
-// index that the compiler makes of them.
+// Datatypes and their tokens on the wire. A row gives the token of a datatype, its length, a flag
+// and the kind of its length field. Each row is written once; the compiler makes two indexes of
+// them, by datatype and by token.
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -63,7 +64,7 @@ constexpr ByDatatype kPlain = {{
     {36, VDX_UNITEXTLOCATOR, 0, 1, 0},
 }};
 
-// Where a value that can be null travels under a token of its own.
+// Datatypes whose values have another token if they can be null.
 constexpr WireType kNullableVariants[] = {
     {39, VDX_CHAR, 255, 1, 1}, {37, VDX_BIN, 255, 0, 1},     {38, VDX_I1, 1, 0, 1},
     {38, VDX_I2, 2, 0, 1},     {38, VDX_I4, 4, 0, 1},        {109, VDX_FLT4, 4, 0, 1},
@@ -80,8 +81,8 @@ constexpr ByDatatype kNullable = [] {
   return rows;
 }();
 
-// What a token stands for whatever the length, where the rows above do not say it or say it of an
-// outgoing value alone. The first row of a token answers for it.
+// Tokens that mean one datatype whatever the length, where the rows above have none or hold only
+// for an outgoing value. The first row of a token decides.
 constexpr WireType kTokens[] = {
     {37, VDX_BIN, 255, 1, 1},
     {39, VDX_CHAR, 255, 1, 1},
@@ -90,8 +91,8 @@ constexpr WireType kTokens[] = {
 
 constexpr std::size_t kLengths = 9;  // a nullable token's values have 0 to 8 bytes
 
-// What is known of a token: the row that answers for it, null where there is none, and the
-// datatype by length, -1 where there is none.
+// A token: the row that decides, null if there is none, and the datatype by length, -1 if there is
+// none.
 struct Token {
   const WireType* row;
   bool nullable;  // the row is one of several
@@ -108,7 +109,7 @@ constexpr std::array<Token, 256> kIndex = [] {
   };
   for (const WireType& row : kTokens) add(row);
   for (const WireType& row : kPlain) add(row);
-  // Tokens of values that can be null stand for one datatype a length.
+  // A token of values that can be null means one datatype for each length.
   for (const WireType& row : kNullableVariants) {
     Token& entry = index[static_cast<std::size_t>(row.token)];
     if (entry.row != nullptr && !entry.nullable) continue;
@@ -120,7 +121,7 @@ constexpr std::array<Token, 256> kIndex = [] {
   return index;
 }();
 
-// Every nullable token that the length tells apart has a flag, which no outgoing one has.
+// A token whose datatype depends on the length has a flag that no row has.
 constexpr std::int32_t flag_of(const Token& token) { return token.nullable ? 1 : token.row->flag; }
 
 constexpr Token kUnknown{};

@@ -1,5 +1,5 @@
-// Texts as keys: their hash, and whether two of them are the same. Both are inlined and load words of
-// fixed size, which overlap where the length asks for it; nothing beyond a text is read.
+// Texts as keys: their hash, and whether two of them are the same. Both are inlined and load words
+// of fixed size, which overlap where the length asks for it; nothing beyond a text is read.
 #ifndef VDX_SERVICE_HASH_H
 #define VDX_SERVICE_HASH_H
 

@@ -1,7 +1,7 @@
 // A hash table by open addressing: slots in one array, whose number is a power of two. A slot is
 // looked for from its home, the low bits of its hash, upwards and around to the first free slot; no
-// free slot lies between a slot and its home. At most three quarters of the slots are in use, so that
-// these ways are short.
+// free slot lies between a slot and its home. At most three quarters of the slots are in use, so
+// that these ways are short.
 //
 // A slot is a small struct of the user's, all zero where it is free:
 //
@@ -80,7 +80,8 @@ class HashIndex {
     return true;
   }
 
-  // Frees a slot. Those that the gap would cut off from their homes move into it, one after another.
+  // Frees a slot. Those that the gap would cut off from their homes move into it, one after
+  // another.
   void erase(Slot* slot) {
     auto hole = static_cast<std::size_t>(slot - slots_);
     for (std::size_t at = (hole + 1) & mask_; !slots_[at].is_free(); at = (at + 1) & mask_) {

@@ -1,12 +1,13 @@
 // The inside of a list: entries in the order of their insertion, and for keyed lists a hashed index
 // of them.
 //
-// Entries are kept in one array. A deleted one leaves a gap until the array is packed. Each entry has
-// a serial number that never changes and is never used again, so that a place in the list, which is
-// such a number, stays good whatever happens to the array. Serial numbers grow along the array.
+// Entries are kept in one array. A deleted one leaves a gap until the array is packed. Each entry
+// has a serial number that never changes and is never used again, so that a place in the list,
+// which is such a number, stays good whatever happens to the array. Serial numbers grow along the
+// array.
 //
-// Several entries may have one key; these are namesakes. The index holds the oldest of them, and that
-// entry says that there may be others.
+// Several entries may have one key; these are namesakes. The index holds the oldest of them, and
+// that entry says that there may be others.
 #ifndef VDX_SERVICE_LIST_H
 #define VDX_SERVICE_LIST_H
 
@@ -69,17 +70,17 @@ class List {
   }
   // The first entry after the serial number, or kNone.
   std::size_t after(std::int64_t serial) const;
-  // The youngest entry of this element, and key in a keyed list, or kNone.
+  // The newest entry of this element, and of this key in a keyed list, or kNone.
   std::size_t find_element(const Key& key, const void* element) const;
 
-  // Adds an entry at the end, or returns kNone where memory is short. namesake: what find() gives.
+  // Adds an entry at the end. kNone without memory. namesake: what find returns for the key.
   std::size_t insert(vdx_context* context, const Key& key, void* element, std::size_t namesake);
   void remove(std::size_t index);
 
  private:
   static constexpr std::int32_t kGap = -1;
   static constexpr std::size_t kSmallest = 2;
-  // Up to here a look at every entry is as fast as the index, and saves its memory.
+  // Up to so many entries looking at each is as fast as the index, and saves its memory.
   static constexpr std::size_t kUnindexed = 8;
   static constexpr std::size_t kLargest = std::size_t{1} << 30;
 
@@ -115,7 +116,7 @@ class List {
   std::size_t used_ = 0;      // entries and gaps
   std::size_t live_ = 0;
   std::size_t first_ = 0;    // there is no entry before it
-  std::int64_t serial_ = 0;  // of the youngest entry ever
+  std::int64_t serial_ = 0;  // of the newest entry ever
   bool is_keyed_;
 };
 

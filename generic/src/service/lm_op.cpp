@@ -1,4 +1,5 @@
-// The list manager's interface: instances, lists, operations and properties.
+// The list manager's interface: instances, lists, operations and properties. list.h holds what a
+// list is inside.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -90,8 +91,8 @@ std::int32_t remove(List& list, std::size_t index, void** element) {
   return XS_SUCCEED;
 }
 
-// The operations that are neither finding nor applying, kept apart from finding: that is called most,
-// and needs few registers.
+// The operations that are neither finding nor applying, kept apart from finding: that is called
+// most, and needs few registers.
 [[gnu::noinline]] std::int32_t operate(vdx_list& owner, std::int32_t operation, Key key,
                                        void** element, std::int64_t* position) {
   List& list = owner.list;

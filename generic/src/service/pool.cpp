@@ -1,3 +1,7 @@
+// How a pool cuts its blocks; pool.h says what it promises.
+//
+// Released pieces up to kPieceLimit are chained by size, in steps of kAlignment, and cut again
+// first. Larger pieces are blocks of their own in a doubly linked list.
 #include "service/pool.h"
 
 #include <algorithm>
@@ -34,7 +38,7 @@ struct Pool::FreePiece {
   FreePiece* next;
 };
 
-// Holds the pool's lock, when it could be had.
+// Holds the pool's lock; false if it could not be taken.
 class Pool::Guard {
  public:
   explicit Guard(const Hooks& hooks)

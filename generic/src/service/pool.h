@@ -8,23 +8,23 @@
 
 namespace vdx {
 
-// Pieces are cut from blocks that double in size up to kBlockLimit. The pool lives at the start of
-// a block of the caller's, the backing block, whose rest is the first it cuts from:
+// Pieces are cut from blocks that double in size up to kBlockLimit. The pool itself is at the start
+// of the backing block, which is the caller's; the rest of that block is cut first:
 //
 //   const std::size_t bytes = Pool::size_for(room);
 //   void* backing = allocate(context, bytes);            // then checked
 //   Pool* pool = Pool::create(backing, bytes, context, hooks);
 //   ... pool->release_all(); std::free(backing);
 //
-// Nothing throws. The pool keeps no list of its pieces; no destructor of what lies in it is run.
+// Nothing throws. The pool keeps no list of its pieces and runs no destructors.
 class Pool {
  public:
   static constexpr std::size_t kAlignment = alignof(std::max_align_t);
   static constexpr std::size_t kBlockLimit = 65536;
   static constexpr std::size_t kPieceLimit = 512;  // a larger piece has a block to itself
 
-  // Called around every use of the pool. lock returns false when the lock cannot be had: the call
-  // then does nothing, and an allocation fails. Both null: a pool of one thread.
+  // Called around every use of the pool. If lock returns false, the call does nothing, and an
+  // allocation fails. Both null: a pool of one thread.
   struct Hooks {
     bool (*lock)(void* data) = nullptr;
     void (*unlock)(void* data) = nullptr;
@@ -38,31 +38,31 @@ class Pool {
   // bytes or more; null where it does not.
   static Pool* create(void* backing, std::size_t bytes, vdx_context* context, const Hooks& hooks);
 
-  // Blocks come from this context from now on; null: malloc. For a pool that outlives the context
+  // Takes blocks from this context from now on; null: malloc. For a pool that outlives the context
   // that it was made with.
   void set_context(vdx_context* context);
 
-  // A piece of at least bytes bytes, not cleared, good until it is released; null when no memory is
-  // to be had, with the pool as before. alignment is a power of two up to kAlignment; texts packed
-  // with 1 waste nothing. Zero bytes are a piece too.
+  // A piece of at least that many bytes, 0 allowed, not cleared, valid until it is released. Null
+  // without memory, with the pool unchanged. alignment is a power of two up to kAlignment; texts
+  // with 1 are packed without gaps.
   void* allocate(std::size_t bytes, std::size_t alignment = kAlignment);
 
-  // Gives one piece back for later allocations: bytes as asked for, alignment kAlignment. A piece
-  // above kPieceLimit goes back to the process. Null is allowed.
+  // Releases one piece of alignment kAlignment for later allocations; bytes as they were asked for.
+  // A piece above kPieceLimit is released to the process. Null is allowed.
   void release(void* piece, std::size_t bytes);
 
-  // Gives back every piece and every block but the backing one. The pool is as new.
+  // Releases every piece and every block but the backing one. The pool is as new.
   void release_all();
 
   // Bytes of all blocks, the backing one included: what the pool costs.
   std::size_t memory();
-  // Bytes of the pieces that are out, each rounded up as it was cut.
+  // Bytes of the pieces in use, each rounded up as it was cut.
   std::size_t used();
 
  private:
   struct Block;      // a block of pieces
   struct Large;      // a piece with a block to itself
-  struct FreePiece;  // a piece that came back
+  struct FreePiece;  // a piece that was released
   class Guard;
 
   static constexpr std::size_t kClasses = kPieceLimit / kAlignment;
