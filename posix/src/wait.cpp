@@ -231,7 +231,7 @@ void Mutex::take_contended(std::uint32_t self) {
 
 // ---- Gate ----
 
-// Takes a unit instead if there is one; the sleeper then is as one that was granted.
+// Takes a unit instead if there is one, and leaves the sleeper as one that was granted.
 void Gate::enqueue(Sleeper& self) {
   lock_.take();
   std::uint64_t seen = word_.load(std::memory_order_relaxed);
@@ -268,6 +268,7 @@ bool Gate::withdraw(Sleeper& self) {
   const bool was_queued = self.is_queued;
   if (was_queued) {
     unlink(self);
+    self.state.store(Sleeper::kGranted, std::memory_order_relaxed);
     if (first_ == nullptr) word_.fetch_and(~kSleepers, std::memory_order_relaxed);
   }
   lock_.release();

@@ -195,7 +195,7 @@ struct Sleeper {
   static constexpr std::uint64_t kWaiting = std::uint64_t{1} << 32;
   static constexpr std::uint64_t kGranted = 0;
 
-  Word state{kGranted};
+  Word state{kGranted};  // kWaiting only from joining a queue until granted or leaving it
   Sleeper* next = nullptr;
   Sleeper* previous = nullptr;
   bool is_queued = false;
