@@ -17,7 +17,7 @@ SOURCE, BUILD = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
 CMAKE, CXX, ARCHIVE, FLAGS = sys.argv[3:7]
 
 # What follows directly from a changed row, by the names of the object files.
-CHANGED = ["com_check", "com_conv", "com_null", "com_char", "com_datea", "com_i4", "com_si1", "com_batch_each"]
+CHANGED = ["com_typelen", "com_conv", "com_null", "com_char", "com_datea", "com_i4", "com_si1", "com_batch_each"]
 
 PROGRAM = r"""
 #include "vdxcomn.h"
