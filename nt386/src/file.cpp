@@ -74,7 +74,8 @@ static_assert(kNoFile == -1, "what the system calls an invalid handle");
 std::int64_t read_file(std::intptr_t file, void* buffer, std::size_t size) {
   DWORD got = 0;
   const auto room = static_cast<DWORD>(std::min<std::size_t>(size, 0x40000000));
-  return ReadFile(reinterpret_cast<HANDLE>(file), buffer, room, &got, nullptr) ? got : -1;
+  if (!ReadFile(reinterpret_cast<HANDLE>(file), buffer, room, &got, nullptr)) return -1;
+  return got;
 }
 
 void close_file(std::intptr_t file) { CloseHandle(reinterpret_cast<HANDLE>(file)); }
