@@ -7,7 +7,6 @@
 #include <unistd.h>
 #endif
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <deque>
@@ -168,33 +167,31 @@ TEST(ThreadEvent, MayBeDeletedByWhomItReleased) {
 }
 
 // Threads that all sleep are released and wait again at once: each returns once from each pulse, and
-// none takes what was given to another that has yet to wake.
-void pulse(int count, const std::function<void()>& wait, const std::function<void(int)>& release) {
+// none takes what was given to another that has yet to wake. A thread that is about to wait adds 1
+// to waits.
+void pulse(int count, std::atomic<int>& waits, const std::function<void()>& wait,
+           const std::function<void(int)>& release) {
   SCOPED_TRACE(count);
   std::deque<std::atomic<int>> returned(static_cast<std::size_t>(count));
   std::vector<vdx_tid> threads(returned.size());
-  std::atomic<int> here{0};
+  std::atomic<int> left{count};
   std::atomic<bool> stop{false};
+  waits = 0;
   const auto body = [&](int number) {
     threads[static_cast<std::size_t>(number)] = comn_thread_id();
-    ++here;
     for (wait(); !stop; wait()) ++returned[static_cast<std::size_t>(number)];
-    --here;
+    --left;
   };
   run_threads(count, body, [&] {
-    while (here != count) comn_yield();
     for (int done = 0;; ++done) {
-      const auto has_returned = [done](int times) { return times >= done; };
       const auto limit = std::chrono::steady_clock::now() + std::chrono::milliseconds(kBound);
-      while (!std::all_of(returned.begin(), returned.end(), has_returned) &&
-             std::chrono::steady_clock::now() < limit)
-        comn_yield();
+      while (waits < count * (done + 1) && std::chrono::steady_clock::now() < limit) comn_yield();
       vdx_test::await_sleep(threads);
       for (const std::atomic<int>& times : returned) EXPECT_EQ(times, done);
       if (done == vdx_test::kPulses / count || testing::Test::HasFailure()) break;
       release(count);
     }
-    for (stop = true; here != 0; comn_yield()) release(1);
+    for (stop = true; left != 0; comn_yield()) release(1);
   });
 }
 
@@ -204,7 +201,7 @@ TEST(ThreadPulse, ReachesEachSleeperOnce) {
     const SemObject semaphore(1);
     const CondObject condition;
     const MutexObject mutex;
-    std::atomic<int> signals{0}, resets{0};
+    std::atomic<int> waits{0}, signals{0}, resets{0};
     const auto each = [](const auto& release) {
       return [&release](int times) {
         for (int i = 0; i < times; ++i) release();
@@ -217,28 +214,29 @@ TEST(ThreadPulse, ReachesEachSleeperOnce) {
       const char* what;
       std::function<void()> wait;
       std::function<void(int)> release;
-    } rows[] = {{"manual event",
-                 [&] {
-                   while (resets != signals) comn_yield();  // else it may well be signalled still
-                   comn_waitfor_event(manual, VDX_NO_LIMIT);
-                 },
-                 [&](int) {
-                   ++signals, comn_signal_event(manual);
-                   EXPECT_EQ(comn_waitfor_event(manual, 0), XS_SUCCEED);
-                   comn_reset_event(manual), ++resets;
-                 }},
-                {"auto event", [&] { comn_waitfor_event(automatic, VDX_NO_LIMIT); }, each(set)},
-                {"semaphore", [&] { comn_waitfor_sem(semaphore, 0); }, each(post)},
-                {"condition",
-                 [&] {
-                   comn_take_mutex(mutex);
-                   comn_wait_cond(condition, mutex);
-                   comn_release_mutex(mutex);
-                 },
-                 each(signal)}};
+    } rows[] = {
+        {"manual event",
+         [&] {
+           while (resets != signals) comn_yield();  // else it may well be signalled still
+           ++waits, comn_waitfor_event(manual, VDX_NO_LIMIT);
+         },
+         [&](int) {
+           ++signals, comn_signal_event(manual);
+           EXPECT_EQ(comn_waitfor_event(manual, 0), XS_SUCCEED);
+           comn_reset_event(manual), ++resets;
+         }},
+        {"auto event", [&] { ++waits, comn_waitfor_event(automatic, VDX_NO_LIMIT); }, each(set)},
+        {"semaphore", [&] { ++waits, comn_waitfor_sem(semaphore, 0); }, each(post)},
+        {"condition",
+         [&] {
+           comn_take_mutex(mutex);
+           ++waits, comn_wait_cond(condition, mutex);
+           comn_release_mutex(mutex);
+         },
+         each(signal)}};
     for (const auto& row : rows) {
       SCOPED_TRACE(row.what);
-      pulse(count, row.wait, row.release);
+      pulse(count, waits, row.wait, row.release);
     }
   }
 }
