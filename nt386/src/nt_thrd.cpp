@@ -42,7 +42,7 @@ namespace {
 
 constexpr DWORD kPatience = 1000;  // milliseconds
 
-template <class Block>
+template <typename Block>
 Block* allocate() {
   return static_cast<Block*>(std::malloc(sizeof(Block)));
 }
@@ -50,7 +50,7 @@ Block* allocate() {
 std::int32_t status(BOOL done) { return done ? XS_SUCCEED : XS_FAIL; }
 
 // Puts the handle into a new block; closes it if memory is short.
-template <class Block>
+template <typename Block>
 std::int32_t keep(HANDLE handle, Block** out) {
   if (handle == nullptr) return XS_FAIL;
   *out = allocate<Block>();
@@ -112,8 +112,8 @@ SRWLOCK* native(void** lock) {
 void vdx::Turn::lock() { AcquireSRWLockExclusive(native(&lock_)); }
 void vdx::Turn::unlock() { ReleaseSRWLockExclusive(native(&lock_)); }
 
-int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, void* argument,
-                              size_t stack_size) {
+std::int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, void* argument,
+                                   size_t stack_size) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   *thread = nullptr;
   VDX_CHECK_POINTER(start, XS_FAIL);
@@ -133,25 +133,25 @@ int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, voi
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_join_thread(vdx_thread* thread) {
+std::int32_t comn_join_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   if (is_self(thread)) return VDX_TRACE(XS_FAIL);
   return VDX_TRACE(status(WaitForSingleObject(thread->handle, INFINITE) == WAIT_OBJECT_0));
 }
 
-int32_t comn_detach_thread(vdx_thread* thread) {
+std::int32_t comn_detach_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   give_back(thread);
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_kill_thread(vdx_thread* thread) {
+std::int32_t comn_kill_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   if (WaitForSingleObject(thread->handle, kPatience) != WAIT_TIMEOUT) return VDX_TRACE(XS_SUCCEED);
   return VDX_TRACE(end(thread));
 }
 
-int32_t comn_cancel_thread(vdx_thread* thread) {
+std::int32_t comn_cancel_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   const bool own = is_self(thread);
   const std::int32_t result = own ? XS_FAIL : end(thread);
@@ -160,7 +160,7 @@ int32_t comn_cancel_thread(vdx_thread* thread) {
   return VDX_TRACE(result);
 }
 
-void comn_exit_thread(const int32_t* exit_status) {
+void comn_exit_thread(const std::int32_t* exit_status) {
   _endthreadex(exit_status != nullptr ? static_cast<unsigned>(*exit_status) : 0);
 }
 
@@ -168,7 +168,7 @@ void comn_yield(void) { SwitchToThread(); }
 
 vdx_tid comn_thread_id(void) { return GetCurrentThreadId(); }
 
-int32_t comn_set_priority(vdx_thread* thread, int32_t priority) {
+std::int32_t comn_set_priority(vdx_thread* thread, std::int32_t priority) {
   VDX_ASSERT(thread != nullptr, XS_FAIL);
   if (priority < 0 || priority >= vdx::kPriorities) return VDX_TRACE(XS_FAIL);
   // The system may accept a priority for a thread that has ended.
@@ -195,7 +195,7 @@ void* comn_getsp(vdx_thread* thread) {
 #endif
 }
 
-int32_t comn_create_mutex(vdx_mutex** mutex) {
+std::int32_t comn_create_mutex(vdx_mutex** mutex) {
   VDX_CHECK_POINTER(mutex, XS_FAIL);
   *mutex = allocate<vdx_mutex>();
   if (*mutex == nullptr) return VDX_TRACE(XS_FAIL);
@@ -203,47 +203,47 @@ int32_t comn_create_mutex(vdx_mutex** mutex) {
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_take_mutex(vdx_mutex* mutex) {
+std::int32_t comn_take_mutex(vdx_mutex* mutex) {
   VDX_CHECK_POINTER(mutex, XS_FAIL);
   EnterCriticalSection(&mutex->section);
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_try_mutex(vdx_mutex* mutex) {
+std::int32_t comn_try_mutex(vdx_mutex* mutex) {
   VDX_CHECK_POINTER(mutex, XS_FAIL);
   return VDX_TRACE(status(TryEnterCriticalSection(&mutex->section)));
 }
 
-int32_t comn_release_mutex(vdx_mutex* mutex) {
+std::int32_t comn_release_mutex(vdx_mutex* mutex) {
   VDX_CHECK_POINTER(mutex, XS_FAIL);
   LeaveCriticalSection(&mutex->section);
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_delete_mutex(vdx_mutex* mutex) {
+std::int32_t comn_delete_mutex(vdx_mutex* mutex) {
   if (mutex == nullptr) return VDX_TRACE(XS_FAIL);
   DeleteCriticalSection(&mutex->section);
   std::free(mutex);
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_create_sem(vdx_sem** semaphore, int32_t maximum) {
+std::int32_t comn_create_sem(vdx_sem** semaphore, std::int32_t maximum) {
   VDX_CHECK_POINTER(semaphore, XS_FAIL);
   *semaphore = nullptr;
   return VDX_TRACE(keep(CreateSemaphoreA(nullptr, 0, maximum, nullptr), semaphore));
 }
 
-int32_t comn_waitfor_sem(vdx_sem* semaphore, int32_t no_wait) {
+std::int32_t comn_waitfor_sem(vdx_sem* semaphore, std::int32_t no_wait) {
   VDX_CHECK_POINTER(semaphore, XS_FAIL);
   return VDX_TRACE(waited(WaitForSingleObject(semaphore->handle, no_wait != 0 ? 0 : INFINITE)));
 }
 
-int32_t comn_release_sem(vdx_sem* semaphore) {
+std::int32_t comn_release_sem(vdx_sem* semaphore) {
   VDX_CHECK_POINTER(semaphore, XS_FAIL);
   return VDX_TRACE(status(ReleaseSemaphore(semaphore->handle, 1, nullptr)));
 }
 
-int32_t comn_delete_sem(vdx_sem* semaphore) {
+std::int32_t comn_delete_sem(vdx_sem* semaphore) {
   VDX_CHECK_POINTER(semaphore, XS_FAIL);
   const HANDLE handle = semaphore->handle;
   std::free(semaphore);
@@ -251,35 +251,35 @@ int32_t comn_delete_sem(vdx_sem* semaphore) {
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_create_event_ex(vdx_event** event, int32_t kind) {
+std::int32_t comn_create_event_ex(vdx_event** event, std::int32_t kind) {
   VDX_ASSERT(event != nullptr, XS_FAIL);
   *event = nullptr;
   return VDX_TRACE(keep(CreateEventA(nullptr, kind != VDX_EVENT_AUTO, FALSE, nullptr), event));
 }
 
-int32_t comn_waitfor_event(vdx_event* event, int32_t timeout) {
+std::int32_t comn_waitfor_event(vdx_event* event, std::int32_t timeout) {
   VDX_CHECK_POINTER(event, XS_FAIL);
   const DWORD limit = timeout == VDX_NO_LIMIT ? INFINITE : static_cast<DWORD>(timeout);
   return VDX_TRACE(waited(WaitForSingleObject(event->handle, limit)));
 }
 
-int32_t comn_signal_event(vdx_event* event) {
+std::int32_t comn_signal_event(vdx_event* event) {
   VDX_CHECK_POINTER(event, XS_FAIL);
   return VDX_TRACE(status(SetEvent(event->handle)));
 }
 
-int32_t comn_reset_event(vdx_event* event) {
+std::int32_t comn_reset_event(vdx_event* event) {
   VDX_CHECK_POINTER(event, XS_FAIL);
   return VDX_TRACE(status(ResetEvent(event->handle)));
 }
 
-int32_t comn_delete_event(vdx_event* event) {
+std::int32_t comn_delete_event(vdx_event* event) {
   if (event == nullptr || !CloseHandle(event->handle)) return VDX_TRACE(XS_FAIL);
   std::free(event);
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_create_cond(vdx_cond** condition) {
+std::int32_t comn_create_cond(vdx_cond** condition) {
   VDX_ASSERT(condition != nullptr, XS_FAIL);
   *condition = nullptr;
   vdx_cond* const block = allocate<vdx_cond>();
@@ -295,17 +295,17 @@ int32_t comn_create_cond(vdx_cond** condition) {
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_signal_cond(vdx_cond* condition) {
+std::int32_t comn_signal_cond(vdx_cond* condition) {
   VDX_CHECK_POINTER(condition, XS_FAIL);
   return VDX_TRACE(status(SetEvent(condition->one)));
 }
 
-int32_t comn_broadcast_cond(vdx_cond* condition) {
+std::int32_t comn_broadcast_cond(vdx_cond* condition) {
   VDX_CHECK_POINTER(condition, XS_FAIL);
   return VDX_TRACE(status(SetEvent(condition->all)));
 }
 
-int32_t comn_wait_cond(vdx_cond* condition, vdx_mutex* mutex) {
+std::int32_t comn_wait_cond(vdx_cond* condition, vdx_mutex* mutex) {
   VDX_ASSERT(condition != nullptr && mutex != nullptr, XS_FAIL);
   if (comn_release_mutex(mutex) != XS_SUCCEED) return VDX_TRACE(XS_FAIL);
   const HANDLE either[] = {condition->one, condition->all};
@@ -314,7 +314,7 @@ int32_t comn_wait_cond(vdx_cond* condition, vdx_mutex* mutex) {
   return VDX_TRACE(status(result == WAIT_OBJECT_0 || result == WAIT_OBJECT_0 + 1));
 }
 
-int32_t comn_delete_cond(vdx_cond* condition) {
+std::int32_t comn_delete_cond(vdx_cond* condition) {
   if (condition == nullptr) return VDX_TRACE(XS_FAIL);
   const BOOL one = CloseHandle(condition->one);
   const BOOL all = CloseHandle(condition->all);
@@ -322,7 +322,7 @@ int32_t comn_delete_cond(vdx_cond* condition) {
   return VDX_TRACE(status(one && all));
 }
 
-int32_t comn_create_key(vdx_key* key) {
+std::int32_t comn_create_key(vdx_key* key) {
   VDX_CHECK_POINTER(key, XS_FAIL);
   const DWORD made = TlsAlloc();
   if (made == TLS_OUT_OF_INDEXES) return VDX_TRACE(XS_FAIL);
@@ -334,11 +334,11 @@ int32_t comn_create_key(vdx_key* key) {
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_drop_key(vdx_key key) {
+std::int32_t comn_drop_key(vdx_key key) {
   return VDX_TRACE(status(own_keys.remove(key) && TlsFree(key)));
 }
 
-int32_t comn_set_threaduserdata(vdx_key key, const void* value) {
+std::int32_t comn_set_threaduserdata(vdx_key key, const void* value) {
   return VDX_TRACE(status(own_keys.has(key) && TlsSetValue(key, const_cast<void*>(value))));
 }
 
@@ -346,24 +346,24 @@ void* comn_get_threaduserdata(vdx_key key) {
   return own_keys.has(key) ? TlsGetValue(key) : nullptr;
 }
 
-int32_t comn_start_coroutine_mode(void) {
+std::int32_t comn_start_coroutine_mode(void) {
   if (coroutine_mode) return VDX_TRACE(XS_FAIL);
   InitializeCriticalSection(&coroutine_section);
   coroutine_mode = true;
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_take_coroutine_control(void) {
+std::int32_t comn_take_coroutine_control(void) {
   if (coroutine_mode) EnterCriticalSection(&coroutine_section);
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_release_coroutine_control(void) {
+std::int32_t comn_release_coroutine_control(void) {
   if (coroutine_mode) LeaveCriticalSection(&coroutine_section);
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_end_coroutine_mode(void) {
+std::int32_t comn_end_coroutine_mode(void) {
   if (!coroutine_mode) return VDX_TRACE(XS_SUCCEED);
   LeaveCriticalSection(&coroutine_section);
   coroutine_mode = false;

@@ -78,14 +78,14 @@ namespace {
 
 constexpr std::uint32_t kPatience = 1000;  // milliseconds
 
-template <class Block, class... Arguments>
+template <typename Block, typename... Arguments>
 std::int32_t create(Block** out, Arguments... arguments) {
   void* const memory = std::malloc(sizeof(Block));
   *out = memory != nullptr ? new (memory) Block(arguments...) : nullptr;
   return memory != nullptr ? XS_SUCCEED : XS_FAIL;
 }
 
-template <class Block>
+template <typename Block>
 void destroy(Block* block) {
   block->~Block();
   std::free(block);
@@ -205,7 +205,7 @@ extern "C" void* vdx_run_thread(void* block) {
 }
 
 // Calls use while the thread's handle is valid, and returns its result; false if it has ended.
-template <class Use>
+template <typename Use>
 bool while_running(vdx_thread* thread, Use use) {
   const Undisturbed undisturbed;
   thread->lock.take();
@@ -255,8 +255,8 @@ std::atomic<bool> coroutine_mode{false};
 
 }  // namespace
 
-int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, void* argument,
-                              size_t stack_size) {
+std::int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, void* argument,
+                                   size_t stack_size) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   *thread = nullptr;
   VDX_CHECK_POINTER(start, XS_FAIL);
@@ -283,7 +283,7 @@ int32_t comn_create_thread_ex(vdx_thread** thread, vdx_start_routine* start, voi
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_join_thread(vdx_thread* thread) {
+std::int32_t comn_join_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   if (thread == self()) return VDX_TRACE(XS_FAIL);
   thread->ended.wait(Deadline());
@@ -292,20 +292,20 @@ int32_t comn_join_thread(vdx_thread* thread) {
   return VDX_TRACE(joined ? XS_SUCCEED : XS_FAIL);
 }
 
-int32_t comn_detach_thread(vdx_thread* thread) {
+std::int32_t comn_detach_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   give_back(thread);
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_kill_thread(vdx_thread* thread) {
+std::int32_t comn_kill_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   if (has_ended(thread, kPatience)) return VDX_TRACE(XS_SUCCEED);
   if (thread == self()) leave_thread(*thread);
   return VDX_TRACE(end_thread(thread) ? XS_SUCCEED : XS_FAIL);
 }
 
-int32_t comn_cancel_thread(vdx_thread* thread) {
+std::int32_t comn_cancel_thread(vdx_thread* thread) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   const bool own = thread == self();
   const bool ended = own || end_thread(thread);
@@ -314,7 +314,7 @@ int32_t comn_cancel_thread(vdx_thread* thread) {
   return VDX_TRACE(ended ? XS_SUCCEED : XS_FAIL);
 }
 
-void comn_exit_thread(const int32_t*) {
+void comn_exit_thread(const std::int32_t*) {
   if (vdx_thread* const own = self()) leave_thread(*own);
   pthread_exit(nullptr);
 }
@@ -323,7 +323,7 @@ void comn_yield(void) { sched_yield(); }
 
 vdx_tid comn_thread_id(void) { return own_tid != 0 ? own_tid : system_tid(); }
 
-int32_t comn_set_priority(vdx_thread* thread, int32_t priority) {
+std::int32_t comn_set_priority(vdx_thread* thread, std::int32_t priority) {
   VDX_ASSERT(thread != nullptr, XS_FAIL);
   if (priority < 0 || priority >= vdx::kPriorities) return VDX_TRACE(XS_FAIL);
 #if defined(__linux__)
@@ -358,41 +358,41 @@ void* comn_getsp(vdx_thread* thread) {
   return pointer;
 }
 
-int32_t comn_create_mutex(vdx_mutex** mutex) {
+std::int32_t comn_create_mutex(vdx_mutex** mutex) {
   VDX_CHECK_POINTER(mutex, XS_FAIL);
   return VDX_TRACE(create(mutex));
 }
 
-int32_t comn_take_mutex(vdx_mutex* mutex) {
+std::int32_t comn_take_mutex(vdx_mutex* mutex) {
   VDX_CHECK_POINTER(mutex, XS_FAIL);
   mutex->mutex.take();
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_try_mutex(vdx_mutex* mutex) {
+std::int32_t comn_try_mutex(vdx_mutex* mutex) {
   VDX_CHECK_POINTER(mutex, XS_FAIL);
   return VDX_TRACE(mutex->mutex.try_take() ? XS_SUCCEED : XS_FAIL);
 }
 
-int32_t comn_release_mutex(vdx_mutex* mutex) {
+std::int32_t comn_release_mutex(vdx_mutex* mutex) {
   VDX_CHECK_POINTER(mutex, XS_FAIL);
   return VDX_TRACE(mutex->mutex.release() ? XS_SUCCEED : XS_FAIL);
 }
 
-int32_t comn_delete_mutex(vdx_mutex* mutex) {
+std::int32_t comn_delete_mutex(vdx_mutex* mutex) {
   if (mutex == nullptr) return VDX_TRACE(XS_FAIL);
   destroy(mutex);
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_create_sem(vdx_sem** semaphore, int32_t maximum) {
+std::int32_t comn_create_sem(vdx_sem** semaphore, std::int32_t maximum) {
   VDX_CHECK_POINTER(semaphore, XS_FAIL);
   *semaphore = nullptr;
   if (maximum < 1) return VDX_TRACE(XS_FAIL);
   return VDX_TRACE(create(semaphore, static_cast<std::uint32_t>(maximum)));
 }
 
-int32_t comn_waitfor_sem(vdx_sem* semaphore, int32_t no_wait) {
+std::int32_t comn_waitfor_sem(vdx_sem* semaphore, std::int32_t no_wait) {
   VDX_CHECK_POINTER(semaphore, XS_FAIL);
   if (semaphore->gate.try_take()) return VDX_TRACE(XS_SUCCEED);
   if (no_wait != 0) return VDX_TRACE(XS_TIMED_OUT);
@@ -400,23 +400,23 @@ int32_t comn_waitfor_sem(vdx_sem* semaphore, int32_t no_wait) {
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_release_sem(vdx_sem* semaphore) {
+std::int32_t comn_release_sem(vdx_sem* semaphore) {
   VDX_CHECK_POINTER(semaphore, XS_FAIL);
   return VDX_TRACE(semaphore->gate.post() ? XS_SUCCEED : XS_FAIL);
 }
 
-int32_t comn_delete_sem(vdx_sem* semaphore) {
+std::int32_t comn_delete_sem(vdx_sem* semaphore) {
   VDX_CHECK_POINTER(semaphore, XS_FAIL);
   destroy(semaphore);
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_create_event_ex(vdx_event** event, int32_t kind) {
+std::int32_t comn_create_event_ex(vdx_event** event, std::int32_t kind) {
   VDX_ASSERT(event != nullptr, XS_FAIL);
   return VDX_TRACE(create(event, kind != VDX_EVENT_AUTO));
 }
 
-int32_t comn_waitfor_event(vdx_event* event, int32_t timeout) {
+std::int32_t comn_waitfor_event(vdx_event* event, std::int32_t timeout) {
   VDX_CHECK_POINTER(event, XS_FAIL);
   if (event->gate.try_take()) return VDX_TRACE(XS_SUCCEED);
   if (timeout == 0) return VDX_TRACE(XS_TIMED_OUT);
@@ -426,42 +426,42 @@ int32_t comn_waitfor_event(vdx_event* event, int32_t timeout) {
   return VDX_TRACE(signalled ? XS_SUCCEED : XS_TIMED_OUT);
 }
 
-int32_t comn_signal_event(vdx_event* event) {
+std::int32_t comn_signal_event(vdx_event* event) {
   VDX_CHECK_POINTER(event, XS_FAIL);
   event->gate.post();
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_reset_event(vdx_event* event) {
+std::int32_t comn_reset_event(vdx_event* event) {
   VDX_CHECK_POINTER(event, XS_FAIL);
   event->gate.reset();
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_delete_event(vdx_event* event) {
+std::int32_t comn_delete_event(vdx_event* event) {
   if (event == nullptr) return VDX_TRACE(XS_FAIL);
   destroy(event);
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_create_cond(vdx_cond** condition) {
+std::int32_t comn_create_cond(vdx_cond** condition) {
   VDX_ASSERT(condition != nullptr, XS_FAIL);
   return VDX_TRACE(create(condition));
 }
 
-int32_t comn_signal_cond(vdx_cond* condition) {
+std::int32_t comn_signal_cond(vdx_cond* condition) {
   VDX_CHECK_POINTER(condition, XS_FAIL);
   condition->gate.post();
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_broadcast_cond(vdx_cond* condition) {
+std::int32_t comn_broadcast_cond(vdx_cond* condition) {
   VDX_CHECK_POINTER(condition, XS_FAIL);
   condition->gate.open();
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_wait_cond(vdx_cond* condition, vdx_mutex* mutex) {
+std::int32_t comn_wait_cond(vdx_cond* condition, vdx_mutex* mutex) {
   VDX_ASSERT(condition != nullptr && mutex != nullptr, XS_FAIL);
   if (!mutex->mutex.release()) return VDX_TRACE(XS_FAIL);
   condition->gate.wait(Deadline());
@@ -469,13 +469,13 @@ int32_t comn_wait_cond(vdx_cond* condition, vdx_mutex* mutex) {
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_delete_cond(vdx_cond* condition) {
+std::int32_t comn_delete_cond(vdx_cond* condition) {
   if (condition == nullptr) return VDX_TRACE(XS_FAIL);
   destroy(condition);
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_create_key(vdx_key* key) {
+std::int32_t comn_create_key(vdx_key* key) {
   VDX_CHECK_POINTER(key, XS_FAIL);
   pthread_key_t made;
   if (pthread_key_create(&made, nullptr) != 0) return VDX_TRACE(XS_FAIL);
@@ -487,12 +487,12 @@ int32_t comn_create_key(vdx_key* key) {
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_drop_key(vdx_key key) {
+std::int32_t comn_drop_key(vdx_key key) {
   const bool dropped = own_keys.remove(key) && pthread_key_delete(key) == 0;
   return VDX_TRACE(dropped ? XS_SUCCEED : XS_FAIL);
 }
 
-int32_t comn_set_threaduserdata(vdx_key key, const void* value) {
+std::int32_t comn_set_threaduserdata(vdx_key key, const void* value) {
   const bool stored = own_keys.has(key) && pthread_setspecific(key, value) == 0;
   return VDX_TRACE(stored ? XS_SUCCEED : XS_FAIL);
 }
@@ -501,21 +501,21 @@ void* comn_get_threaduserdata(vdx_key key) {
   return own_keys.has(key) ? pthread_getspecific(key) : nullptr;
 }
 
-int32_t comn_start_coroutine_mode(void) {
+std::int32_t comn_start_coroutine_mode(void) {
   return VDX_TRACE(coroutine_mode.exchange(true) ? XS_FAIL : XS_SUCCEED);
 }
 
-int32_t comn_take_coroutine_control(void) {
+std::int32_t comn_take_coroutine_control(void) {
   if (coroutine_mode.load(std::memory_order_acquire)) coroutine_lock.take();
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_release_coroutine_control(void) {
+std::int32_t comn_release_coroutine_control(void) {
   if (coroutine_mode.load(std::memory_order_acquire)) coroutine_lock.release();
   return VDX_TRACE(XS_SUCCEED);
 }
 
-int32_t comn_end_coroutine_mode(void) {
+std::int32_t comn_end_coroutine_mode(void) {
   if (!coroutine_mode.load(std::memory_order_acquire)) return VDX_TRACE(XS_SUCCEED);
   coroutine_lock.release();
   coroutine_lock.clear();

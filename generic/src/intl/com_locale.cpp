@@ -67,8 +67,7 @@ bool set(vdx_locale& locale, std::int32_t what, const void* value, std::int32_t 
         return set_name(locale.weekdays, what - VDX_LOC_WEEKDAY, value, length);
       if (what >= VDX_LOC_SHORT_MONTH)
         return set_name(locale.short_months, what - VDX_LOC_SHORT_MONTH, value, length);
-      return what >= VDX_LOC_MONTH &&
-             set_name(locale.months, what - VDX_LOC_MONTH, value, length);
+      return what >= VDX_LOC_MONTH && set_name(locale.months, what - VDX_LOC_MONTH, value, length);
   }
 }
 

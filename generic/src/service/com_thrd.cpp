@@ -16,29 +16,29 @@ std::int32_t put_tid(vdx_tid tid, void* buffer, std::int32_t length, std::int32_
 
 }  // namespace
 
-int32_t comn_create_thread(vdx_thread** thread, vdx_start_routine* start, void* argument) {
+std::int32_t comn_create_thread(vdx_thread** thread, vdx_start_routine* start, void* argument) {
   VDX_CHECK_POINTER(thread, XS_FAIL);
   VDX_CHECK_POINTER(start, XS_FAIL);
   return comn_create_thread_ex(thread, start, argument, 0);
 }
 
-int32_t comn_start_thread(vdx_thread*) { return XS_SUCCEED; }
+std::int32_t comn_start_thread(vdx_thread*) { return XS_SUCCEED; }
 
-int32_t comn_get_tid(void* buffer, int32_t length, int32_t* length_out) {
+std::int32_t comn_get_tid(void* buffer, std::int32_t length, std::int32_t* length_out) {
   VDX_CHECK_POINTER(buffer, XS_FAIL);
   return put_tid(comn_thread_id(), buffer, length, length_out);
 }
 
-int32_t comn_get_default_tid(void* buffer, int32_t length, int32_t* length_out) {
+std::int32_t comn_get_default_tid(void* buffer, std::int32_t length, std::int32_t* length_out) {
   VDX_CHECK_POINTER(buffer, XS_FAIL);
   return put_tid(0, buffer, length, length_out);
 }
 
-int32_t comn_thread_equal(vdx_tid first, vdx_tid second) { return first == second ? 1 : 0; }
+std::int32_t comn_thread_equal(vdx_tid first, vdx_tid second) { return first == second ? 1 : 0; }
 
-int32_t comn_set_cancelstate(int32_t) { return XS_SUCCEED; }
+std::int32_t comn_set_cancelstate(std::int32_t) { return XS_SUCCEED; }
 
-int32_t comn_create_event(vdx_event** event) {
+std::int32_t comn_create_event(vdx_event** event) {
   VDX_ASSERT(event != nullptr, XS_FAIL);
   return comn_create_event_ex(event, VDX_EVENT_AUTO);
 }
