@@ -5,40 +5,27 @@ namespace vdx_test {
 // The double-byte characters of Shift-JIS that these tests use.
 constexpr struct {
   char32_t first, last;
-  int code;  // of the first
+  char32_t code;  // of the first
 } kSjisRuns[] = {{0xFF10, 0xFF19, 0x824F}, {0xFF21, 0xFF3A, 0x8260}, {0xFF41, 0xFF5A, 0x8281},
                  {0xFF0B, 0xFF0B, 0x817B}, {0xFF0D, 0xFF0D, 0x817C}, {0xFF0E, 0xFF0E, 0x8144},
                  {0xFF0C, 0xFF0C, 0x8143}, {0x3000, 0x3000, 0x8140}, {0xFFE5, 0xFFE5, 0x818F},
                  {0x3042, 0x3042, 0x82A0}, {0x6708, 0x6708, 0x8C8E}, {0x65E5, 0x65E5, 0x93FA},
                  {0xFF61, 0xFF9F, 0xA1},   {0xFF07, 0xFF07, 0xFA56}, {0x2212, 0x2212, 0x817C}};
 
-Bytes bytes_of_code(std::uint32_t code) {
-  Bytes bytes;
-  for (int shift = 24; shift >= 0; shift -= 8)
-    if (code >> shift != 0 || shift == 0) bytes.push_back(static_cast<std::uint8_t>(code >> shift));
-  return bytes;
-}
-
 std::optional<Bytes> encode_one(Set set, char32_t c) {
-  if (c < 0x80) return Bytes{static_cast<std::uint8_t>(c)};
-  switch (set) {
-    case Set::latin1:
-      if (c < 0x100) return Bytes{static_cast<std::uint8_t>(c)};
-      return std::nullopt;
-    case Set::ascii:
-      return std::nullopt;
-    case Set::sjis:
-      for (const auto& run : kSjisRuns)
-        if (c >= run.first && c <= run.last)
-          return bytes_of_code(static_cast<std::uint32_t>(run.code) + (c - run.first));
-      return std::nullopt;
-    case Set::utf8:
-      break;
-  }
-  const auto tail = [&](int shift) { return static_cast<std::uint8_t>(0x80 | (c >> shift & 63)); };
-  if (c < 0x800) return Bytes{static_cast<std::uint8_t>(0xC0 | c >> 6), tail(0)};
-  if (c < 0x10000) return Bytes{static_cast<std::uint8_t>(0xE0 | c >> 12), tail(6), tail(0)};
-  return Bytes{static_cast<std::uint8_t>(0xF0 | c >> 18), tail(12), tail(6), tail(0)};
+  const auto byte = [](char32_t b) { return static_cast<std::uint8_t>(b); };
+  if (c < 0x80 || (set == Set::latin1 && c < 0x100)) return Bytes{byte(c)};
+  if (set == Set::sjis)
+    for (const auto& run : kSjisRuns)
+      if (c >= run.first && c <= run.last) {
+        const char32_t code = run.code + (c - run.first);
+        return code < 0x100 ? Bytes{byte(code)} : Bytes{byte(code >> 8), byte(code)};
+      }
+  if (set != Set::utf8) return std::nullopt;
+  const auto tail = [&](int shift) { return byte(0x80 | (c >> shift & 63)); };
+  if (c < 0x800) return Bytes{byte(0xC0 | c >> 6), tail(0)};
+  if (c < 0x10000) return Bytes{byte(0xE0 | c >> 12), tail(6), tail(0)};
+  return Bytes{byte(0xF0 | c >> 18), tail(12), tail(6), tail(0)};
 }
 
 Bytes encode_unit(std::uint32_t unit) { return image(static_cast<std::uint16_t>(unit)); }
@@ -54,36 +41,29 @@ Bytes encode_utf16_one(char32_t c) {
 // or two where a double-byte set would make a character of them.
 Character decode_one(Set set, const Bytes& text, std::size_t at) {
   const std::uint8_t lead = text[at];
-  const Bytes single{lead};
-  if (lead < 0x80) return {lead, single};
-  switch (set) {
-    case Set::latin1:
-      return {lead, single};
-    case Set::ascii:
-      return {kNoCharacter, single};
-    case Set::sjis: {
-      if (lead >= 0xA1 && lead <= 0xDF) return {char32_t{0xFF61} + lead - 0xA1, single};
-      if (at + 1 == text.size()) return {kNoCharacter, single};
-      const Bytes pair{lead, text[at + 1]};
-      const int code = lead * 256 + text[at + 1];
-      for (const auto& run : kSjisRuns)
-        if (code >= run.code && code <= run.code + static_cast<int>(run.last - run.first))
-          return {run.first + static_cast<char32_t>(code - run.code), pair};
-      return {kNoCharacter, pair};
-    }
-    case Set::utf8:
-      for (std::size_t n = 2; n <= 4 && at + n <= text.size(); ++n) {
-        const Bytes form = slice(text, at, n);
-        char32_t c = lead & (0x7Fu >> n);
-        for (std::size_t i = 1; i < n; ++i) c = c << 6 | (form[i] & 63);
-        const bool surrogate = c >= 0xD800 && c < 0xE000;
-        if (c < 0x110000 && !surrogate && encode_one(set, c) == form) return {c, form};
-      }
+  const std::size_t left = text.size() - at;
+  const auto none = [&](std::size_t n) {
+    return Character{kNoCharacter, slice(text, at, std::min(n, left))};
+  };
+  if (lead < 0x80 || set == Set::latin1) return {lead, {lead}};
+  if (set == Set::ascii) return none(1);
+  if (set == Set::sjis) {
+    const bool is_single = lead >= 0xA1 && lead <= 0xDF;
+    const char32_t code = is_single ? lead : lead * 256u + (left > 1 ? text[at + 1] : 0);
+    for (const auto& run : kSjisRuns)
+      if (code >= run.code && code - run.code <= run.last - run.first)
+        return {run.first + (code - run.code), slice(text, at, is_single ? 1 : 2)};
+    return none(2);
+  }
+  for (std::size_t n = 2; n <= 4 && n <= left; ++n) {
+    const Bytes form = slice(text, at, n);
+    char32_t c = lead & (0x7Fu >> n);
+    for (std::size_t i = 1; i < n; ++i) c = c << 6 | (form[i] & 63);
+    const bool surrogate = c >= 0xD800 && c < 0xE000;
+    if (c < 0x110000 && !surrogate && encode_one(set, c) == form) return {c, form};
   }
   // What is malformed is as long as its first byte says, if there is so much.
-  if (set != Set::utf8 || lead < 0xC2 || lead > 0xF4) return {kNoCharacter, single};
-  const std::size_t whole = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  return {kNoCharacter, slice(text, at, std::min(whole, text.size() - at))};
+  return none(lead < 0xC2 || lead > 0xF4 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4);
 }
 
 Characters decode(Set set, const Bytes& text) {
@@ -97,17 +77,15 @@ Characters decode_utf16(const Bytes& text) {
   Characters characters;
   const auto in = [](char32_t c, char32_t first) { return c >= first && c < first + 0x400; };
   for (std::size_t at = 0; at < text.size(); at += characters.back().bytes.size()) {
-    const std::size_t left = text.size() - at;
-    const auto unit = as<std::uint16_t>(slice(text, at, std::min<std::size_t>(left, 2)));
+    const std::size_t left = text.size() - at, n = std::min<std::size_t>(left, 2);
+    const char32_t unit = as<std::uint16_t>(slice(text, at, n));
     const char32_t low = left < 4 ? 0 : as<std::uint16_t>(slice(text, at + 2, 2));
-    if (in(unit, 0xD800) && in(low, 0xDC00)) {
-      const char32_t c = 0x10000 + ((char32_t{unit} - 0xD800) << 10) + (low - 0xDC00);
-      characters.push_back({c, slice(text, at, 4)});
-    } else {
-      const bool alone = left < 2 || in(unit, 0xD800) || in(unit, 0xDC00);
+    const bool alone = left < 2 || in(unit, 0xD800) || in(unit, 0xDC00);
+    if (in(unit, 0xD800) && in(low, 0xDC00))
       characters.push_back(
-          {alone ? kNoCharacter : unit, slice(text, at, std::min<std::size_t>(left, 2))});
-    }
+          {0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00), slice(text, at, 4)});
+    else
+      characters.push_back({alone ? kNoCharacter : unit, slice(text, at, n)});
   }
   return characters;
 }
