@@ -63,19 +63,15 @@ TEST(DateValue, EveryDayCracksAndMakesBackAndHasItsParts) {
                                                : static_cast<std::int64_t>(random.below(kDay));
     const hh_mm_ss<microseconds> t{microseconds{micros}};
     daterec whole = kMarked, cracked = kMarked, cracked_big = kMarked;
-    whole.year = int{ymd.year()};
-    whole.month = int_of(unsigned{ymd.month()}) - 1;
-    whole.day = int_of(unsigned{ymd.day()});
-    whole.day_of_year = int_of((date - new_year).count()) + 1;
-    whole.weekday = int_of(on.c_encoding());
+    std::tie(whole.year, whole.month, whole.day, whole.day_of_year, whole.weekday) =
+        std::tuple(int{ymd.year()}, int_of(unsigned{ymd.month()}) - 1, int_of(unsigned{ymd.day()}),
+                   int_of((date - new_year).count()) + 1, int_of(on.c_encoding()));
     com__datecrack(&day, &cracked);
     bool right = is_same(cracked, whole);
-    whole.hour = int_of(t.hours().count());
-    whole.minute = int_of(t.minutes().count());
-    whole.second = int_of(t.seconds().count());
-    whole.millisecond = 0;
-    whole.fraction = int_of(t.subseconds().count());
-    whole.scale = 1'000'000;
+    std::tie(whole.hour, whole.minute, whole.second, whole.millisecond, whole.fraction,
+             whole.scale) =
+        std::tuple(int_of(t.hours().count()), int_of(t.minutes().count()),
+                   int_of(t.seconds().count()), 0, int_of(t.subseconds().count()), 1'000'000);
     const vdx_bigdatetime big = big_of(day, micros);
     (day % 2 == 0 ? com_bigdatecrack : com__bigdatecrack)(&big, &cracked_big);
     (day % 2 == 0 ? com_bigtimecrack : com__bigtimecrack)(&big, &cracked_big);
@@ -337,7 +333,6 @@ TEST(DatePart, SumsFollowTheSlowRules) {
     const auto micros = static_cast<std::int64_t>(random.below(kDay));
     const std::int32_t ticks = vdx::ticks_of_micros(micros);
     SCOPED_TRACE(testing::Message() << part << ' ' << amount << ' ' << day << ' ' << micros);
-
     Sum sum = slow_sum(part, amount, day, ticks, 300);
     const std::int64_t months = std::int64_t{amount} * (part == 1 ? 3 : 1);
     const std::int64_t field = months_of(date_of(day)) % 12;
@@ -416,12 +411,12 @@ TEST(DatePart, Edges) {
     std::uint32_t part;
     std::int32_t amount;
     vdx_datetime from, to;
-    std::int32_t code = 0;
+    std::int32_t code;
   } sums[] = {
-      {0, 1, {day_of(2008y / 2 / 29), 1 << 25}, {day_of(2009y / 2 / 28), 1 << 25}},
-      {6, 24, {0, 1 << 25}, {1, 0}},
-      {6, 0, {0, 25'920'000}, {0, 25'920'000}, 1},
-      {4, 1, {kMax, 0}, {kMax, 0}, 1},
+      // clang-format off
+      {0, 1, {day_of(2008y / 2 / 29), 1 << 25}, {day_of(2009y / 2 / 28), 1 << 25}, 0},
+      {6, 24, {0, 1 << 25}, {1, 0}, 0}, {6, 0, {0, 25'920'000}, {0, 25'920'000}, 1}, {4, 1, {kMax, 0}, {kMax, 0}, 1},
+      // clang-format on
   };
   for (const auto& row : sums) {
     vdx_datetime value = row.from;
@@ -434,18 +429,15 @@ TEST(DatePart, Edges) {
     std::int32_t difference;  // -7: nothing is stored
     std::int32_t code = difference == -7;
   } differences[] = {
+      // clang-format off
       // The last values that fit, and the first that do not.
-      {7, {0, 0}, {1'491'308, 127 * 18'000 + 17'999}, kMax},
-      {7, {0, 0}, {1'491'308, 128 * 18'000}, -7},
-      {8, {24'855, 11'648 * 300 + 299}, {0, 0}, kMin},
-      {8, {24'855, 11'649 * 300}, {0, 0}, -7},
-      {9, {0, 0}, {24, 22'165'094}, 2'147'483'646},
-      {9, {0, 0}, {24, 22'165'095}, -7},
+      {7, {0, 0}, {1'491'308, 127 * 18'000 + 17'999}, kMax}, {7, {0, 0}, {1'491'308, 128 * 18'000}, -7},
+      {8, {24'855, 11'648 * 300 + 299}, {0, 0}, kMin}, {8, {24'855, 11'649 * 300}, {0, 0}, -7},
+      {9, {0, 0}, {24, 22'165'094}, 2'147'483'646}, {9, {0, 0}, {24, 22'165'095}, -7},
       // Days of no date, bits of no time, parts of no datetime.
-      {4, {kMin, 0}, {kMax, 0}, -7},
-      {6, {0, 5 << 25}, {0, 1'080'000}, 1},
-      {14, {0, 0}, {1, 0}, -7, 0},
-      {~0U, {0, 0}, {1, 0}, -7, 0},
+      {4, {kMin, 0}, {kMax, 0}, -7}, {6, {0, 5 << 25}, {0, 1'080'000}, 1},
+      {14, {0, 0}, {1, 0}, -7, 0}, {~0U, {0, 0}, {1, 0}, -7, 0},
+      // clang-format on
   };
   for (const auto& row : differences) {
     std::int32_t difference = -7;
@@ -461,19 +453,18 @@ TEST(DatePart, Edges) {
   for (const vdx_bigdatetime outside : {vdx_bigdatetime{0}, low - 1, vdx::kLastBigdatetime + 1})
     for (std::uint32_t part = 0; part <= 14; ++part) {
       vdx_bigdatetime value = outside;
-      EXPECT_EQ(com__bigdateadd_both(part, 0, &value), 1);
-      EXPECT_EQ(value, outside);
+      EXPECT_TRUE(com__bigdateadd_both(part, 0, &value) == 1 && value == outside);
       EXPECT_EQ(difference(part, outside, low), std::pair(1, -7));
       EXPECT_EQ(difference(part, low, outside), std::pair(1, -7));
     }
   // At the fine grain the whole units alone decide.
   EXPECT_EQ(difference(15, low, low + 1), std::pair(0, -7));
   for (const auto& [part, unit] :
-       {std::pair{7U, 60'000'000ULL}, {8U, 1'000'000ULL}, {9U, 1000ULL}, {14U, 1ULL}}) {
-    const vdx_bigdatetime over = low + (std::uint64_t{unit} << 31);
+       {std::pair{7U, 60'000'000}, {8U, 1'000'000}, {9U, 1000}, {14U, 1}}) {
+    const auto size = static_cast<std::uint64_t>(unit), over = low + (size << 31);
     EXPECT_EQ(difference(part, low, over), std::pair(1, -7));
     EXPECT_EQ(difference(part, low, over - 1), std::pair(0, kMax));
-    EXPECT_EQ(difference(part, over + unit - 1, low), std::pair(0, kMin));
+    EXPECT_EQ(difference(part, over + size - 1, low), std::pair(0, kMin));
   }
 }
 
