@@ -5,10 +5,8 @@
 
 namespace vdx_test {
 
-namespace {
-
 // a + sign * b, which is not below zero.
-std::string combine(std::string a, std::string b, int sign) {
+static std::string combine(std::string a, std::string b, int sign) {
   const std::size_t size = std::max(a.size(), b.size()) + 1;
   a.insert(0, size - a.size(), '0');
   b.insert(0, size - b.size(), '0');
@@ -21,8 +19,6 @@ std::string combine(std::string a, std::string b, int sign) {
   return without_leading_zeros(a);
 }
 
-}  // namespace
-
 std::string without_leading_zeros(const std::string& digits) {
   return digits.substr(std::min(digits.size(), digits.find_first_not_of('0')));
 }
@@ -33,7 +29,6 @@ int compare(const std::string& a, const std::string& b) {
 }
 
 std::string add(const std::string& a, const std::string& b) { return combine(a, b, 1); }
-
 std::string subtract(const std::string& a, const std::string& b) { return combine(a, b, -1); }
 
 std::string multiply(const std::string& a, const std::string& b) {

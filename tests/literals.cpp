@@ -12,9 +12,10 @@ bool is_digit(char32_t c) { return c >= '0' && c <= '9'; }
 char32_t upper(char32_t c) { return c >= 'a' && c <= 'z' ? c - 32 : c; }
 bool is_letter(char32_t c) { return (upper(c) >= 'A' && upper(c) <= 'Z') || c > 0x7F; }
 
-constexpr std::u32string_view kMonths[12] = {U"JANUARY",   U"FEBRUARY", U"MARCH",    U"APRIL",
-                                             U"MAY",       U"JUNE",     U"JULY",     U"AUGUST",
-                                             U"SEPTEMBER", U"OCTOBER",  U"NOVEMBER", U"DECEMBER"};
+constexpr std::u32string_view kMonths[12] = {  // clang-format off
+    U"JANUARY", U"FEBRUARY", U"MARCH", U"APRIL", U"MAY", U"JUNE", U"JULY", U"AUGUST", U"SEPTEMBER",
+    U"OCTOBER", U"NOVEMBER", U"DECEMBER"};
+// clang-format on
 
 // Days from 0001-01-01 to January 1 of a year.
 std::int64_t days_before(std::int64_t year) {

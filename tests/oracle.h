@@ -15,20 +15,9 @@ namespace vdx_test {
 // The image of a date or time: a day since 1900-01-01, and the time in the type's own units.
 Bytes date_image(std::int32_t datatype, std::int64_t day, std::int64_t units);
 
-enum class Kind {
-  text,
-  varchar,
-  utf16,
-  bytes,
-  varbin,
-  integer,
-  bit,
-  real,
-  money,
-  numeric,
-  date,
-  none
-};
+// clang-format off
+enum class Kind { text, varchar, utf16, bytes, varbin, integer, bit, real, money, numeric, date, none };
+// clang-format on
 Kind kind_of(std::int32_t datatype);
 
 struct Request {
