@@ -4,18 +4,16 @@
 namespace {
 
 using namespace std::string_literals;
-using vdx_test::Bytes;
-using vdx_test::bytes_of;
-using vdx_test::kGuard;
+using namespace vdx_test;
 
-struct Nulls : vdx_test::Failing {
+struct Nulls : Failing {
   ~Nulls() {
     EXPECT_EQ(com_null_free(&context), 1);
     EXPECT_TRUE(context.nulls == nullptr && context.null_extensions == nullptr);
   }
 };
 
-using Got = vdx_test::Result;  // its bytes end with the last one that was written
+using Got = Result;  // its bytes end with the last one that was written
 
 // Checks that nothing is written beyond the room and cuts off what was never written.
 Bytes written(Bytes bytes, std::size_t room) {
@@ -33,7 +31,7 @@ vdx_datafmt format_of(std::int32_t datatype, std::uint32_t flags = 0, std::int32
 
 Got get(vdx_context& context, std::int32_t room, const vdx_datafmt& format) {
   Bytes bytes(static_cast<std::size_t>(room) + 8, kGuard);
-  std::int32_t length = vdx_test::kUnset;
+  std::int32_t length = kUnset;
   const std::int32_t code = com_null_get(&context, &format, bytes.data(), room, &length);
   return {code, length, written(bytes, static_cast<std::size_t>(room))};
 }
@@ -54,7 +52,7 @@ TEST(Null, DefaultsOfEveryDatatype) {
     SCOPED_TRACE(code);
     Bytes expected(static_cast<std::size_t>(lengths[code]));
     if (code == VDX_NUM || code == VDX_DECIMAL) expected = numeric(0, 3);  // as the format says
-    if (code >= VDX_TEXTLOCATOR) (expected = vdx_test::image(-779)).resize(32);
+    if (code >= VDX_TEXTLOCATOR) (expected = image(-779)).resize(32);
     for (const std::int32_t room : {300, lengths[code], lengths[code] / 2}) {
       const std::int32_t n = std::min(room, lengths[code]);
       EXPECT_EQ(get(nulls.context, room, format_of(code, 0, 0, 3)),
@@ -67,11 +65,13 @@ TEST(Null, FollowsTheDestination) {
   Nulls nulls;
   vdx_context& c = nulls.context;
   ASSERT_EQ(com_null_init(&c), 1);
-  for (const std::int32_t code : {+VDX_TEXT, +VDX_IMAGE, 77})
-    ASSERT_EQ(com_null_set(&c, code, "abc", 3), 1);
-  ASSERT_EQ(com_null_set(&c, VDX_UNITEXT, "a\0b", 3), 1);
-  ASSERT_EQ(com_null_set(&c, VDX_DECIMAL, "abcd", 4), 1);
-  const Bytes unit = vdx_test::encode_unit(' ');
+  for (const auto& [code, value] : {std::pair{+VDX_TEXT, "abc"s},
+                                    {+VDX_IMAGE, "abc"s},
+                                    {77, "abc"s},
+                                    {+VDX_UNITEXT, "a\0b"s},
+                                    {+VDX_DECIMAL, "abcd"s}})
+    ASSERT_EQ(com_null_set(&c, code, value.data(), static_cast<std::int32_t>(value.size())), 1);
+  const Bytes unit = encode_unit(' ');
   const std::string blank(unit.begin(), unit.end()), swapped(unit.rbegin(), unit.rend());
   const struct {
     std::int32_t datatype, room;
@@ -79,26 +79,21 @@ TEST(Null, FollowsTheDestination) {
     std::int32_t code, length;
     std::string bytes;
     std::int32_t precision = 0, scale = 0;
-  } rows[] = {
-      {VDX_CHAR, 5, 4, 1, 5, "     "},
-      {VDX_TEXT, 5, 5, 1, 5, "abc \0"s},
-      {VDX_TEXT, 5, 6, -106, 3, "abc"},
-      {VDX_TEXT, 3, 1, -101, 3, "ab\0"s},
-      {VDX_IMAGE, 5, 2, 1, 5, "abc\0\0"s},
-      {VDX_I2, 5, 7, 1, 2, "\0\0"s},
+  } rows[] = {// clang-format off
+      {VDX_CHAR, 5, 4, 1, 5, "     "}, {VDX_TEXT, 5, 5, 1, 5, "abc \0"s},
+      {VDX_TEXT, 5, 6, -106, 3, "abc"}, {VDX_TEXT, 3, 1, -101, 3, "ab\0"s},
+      {VDX_IMAGE, 5, 2, 1, 5, "abc\0\0"s}, {VDX_I2, 5, 7, 1, 2, "\0\0"s},
       {77, 5, 2, 1, 5, "abc\0\0"s},
       // One zero byte is half a unit.
-      {VDX_UNICHAR, 4, 1, 1, 4, "\0\0\0\0"s},
+      {VDX_UNICHAR, 4, 1, 1, 4, "\0\0\0\0"s}, {VDX_UNICHAR, 4, 6, -106, 1, "\0"s},
       {VDX_UNICHAR, 7, 5, 1, 7, "\0\0"s + blank + "\0\0\0"s},
-      {VDX_UNICHAR, 4, 6, -106, 1, "\0"s},
-      {VDX_UNITEXT, 6, 4 | 64, 1, 6, "a\0b\0"s + swapped},
-      {VDX_UNITEXT, 6, 1, 1, 6, "a\0b\0\0\0"s},
+      {VDX_UNITEXT, 6, 4 | 64, 1, 6, "a\0b\0"s + swapped}, {VDX_UNITEXT, 6, 1, 1, 6, "a\0b\0\0\0"s},
       // As many bytes as the precision needs, or as there are.
       {VDX_NUM, 40, 0, 1, 35, "N\5" + std::string(33, '\0'), 78, 5},
       {VDX_DECIMAL, 35, 0, 1, 8, "\12\2cd\0\0\0\0"s, 10, 2},
       {VDX_DECIMAL, 35, 0, 1, 35, "M\1cd" + std::string(31, '\0'), 77, 1},
-      {VDX_DECIMAL, 35, 0, 1, 4, "\0\2cd"s, 0, 2},
-  };
+      {VDX_DECIMAL, 35, 0, 1, 4, "\0\2cd"s, 0, 2}};
+  // clang-format on
   for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
     EXPECT_EQ(get(c, row.room, format_of(row.datatype, row.flags, row.precision, row.scale)),
@@ -113,10 +108,11 @@ TEST(Null, SetsAndReinstalls) {
   for (const std::int32_t length : {1, 4, 9}) {
     SCOPED_TRACE(length);
     const Bytes image(static_cast<std::size_t>(length), 0x77);
-    for (const std::int32_t code : {+VDX_I4, +VDX_CHAR, +VDX_NUM, 40, 1000, INT32_MAX})
+    for (const std::int32_t code : {+VDX_NUM, +VDX_I4, +VDX_CHAR, 40, 1000, INT32_MAX}) {
       ASSERT_EQ(com_null_set(&c, code, image.data(), length), 1);
-    for (const std::int32_t code : {+VDX_I4, +VDX_CHAR, 40, 1000, INT32_MAX})
-      EXPECT_EQ(get(c, 20, format_of(code)), (Got{1, length, image})) << code;
+      EXPECT_TRUE(code == VDX_NUM || get(c, 20, format_of(code)) == (Got{1, length, image}))
+          << code;
+    }
     for (const std::int32_t code : {+VDX_I4, +VDX_CHAR, +VDX_NUM, 1000, 1001})
       ASSERT_EQ(com_null_reinstall(&c, code), 1);
     EXPECT_EQ(get(c, 20, format_of(VDX_I4)), (Got{1, 4, Bytes(4)}));
@@ -166,14 +162,13 @@ Got fill(Filler filler, std::int32_t room, const char* value, std::int32_t lengt
 
 TEST(OldNull, FixedTypes) {
   const std::pair<std::int32_t, std::vector<Filler>> rows[] = {
-      {1, {com_seti1null, com_setbitnull}},
-      {2, {com_seti2null, com_setui2null}},
-      {4,
-       {com_seti4null, com_setui4null, com_setflt4null, com_setmny4null, com_setdate4null,
-        com_setdateanull, com_settimeanull}},
-      {8,
-       {com_seti8null, com_setui8null, com_setflt8null, com_setmoneynull, com_setdatetimenull,
-        com_setbigtimenull, com_setbigdatetimenull}}};
+      // clang-format off
+      {1, {com_seti1null, com_setbitnull}}, {2, {com_seti2null, com_setui2null}},
+      {4, {com_seti4null, com_setui4null, com_setflt4null, com_setmny4null, com_setdate4null,
+           com_setdateanull, com_settimeanull}},
+      {8, {com_seti8null, com_setui8null, com_setflt8null, com_setmoneynull, com_setdatetimenull,
+           com_setbigtimenull, com_setbigdatetimenull}}};
+  // clang-format on
   const char value[] = "123456789";
   for (const auto& [size, fillers] : rows)
     for (const Filler filler : fillers)
@@ -192,30 +187,26 @@ TEST(OldNull, FixedTypes) {
 
 TEST(OldNull, TextAndBytes) {
   const std::string full(256, 'x'), longer(257, 'x'), zeros(258, '\0');
-  const auto counted = [&](char length, const std::string& value, std::size_t size) {
-    return (length + "\0"s + value + zeros).substr(0, size);
-  };
-  const Bytes units = vdx_test::encode_utf16(U"  ");
+  const Bytes units = encode_utf16(U"  ");
   const struct {
     Filler filler;
     std::int32_t room;
     const char* value;
     std::int32_t length, code;
     std::string bytes;
-  } rows[] = {
-      {com_setbinarynull, 5, "abc", 3, 3, "abc\0\0"s},
+  } rows[] = {// clang-format off
+      {com_setbinarynull, 5, "abc", 3, 3, "abc\0\0"s}, {com_setbinarynull, 2, "abc", 3, -5, "ab"},
       {com_setbinarynull, 5, "abc", VDX_UNUSED, 0, "\0\0\0\0\0"s},
-      {com_setbinarynull, 2, "abc", 3, -5, "ab"},
       {com_setbinarynull, 0, "abc", 3, 3, "abc"},
       {com_setcharnull, 5, "abc", VDX_NULLTERM, 3, "abc  "},
       {com_setcharnull, 2, "abc", VDX_NULLTERM, -5, "ab"},
       {com_setunicharnull, 4, nullptr, 0, 0, {units.begin(), units.end()}},
       {com_setunicharnull, 3, "a\0b", 4, -5, "a\0b"s},
       {com_setvarycharnull, 300, nullptr, 0, 0, zeros},
-      {com_setvarycharnull, 4, "abc", 3, -5, counted(2, "ab", 4)},
+      {com_setvarycharnull, 4, "abc", 3, -5, "\2\0ab"s},
       {com_setvarybinarynull, 258, longer.data(), 257, -5, "\0\1"s + full},
-      {com_setvarybinarynull, 0, full.data(), 256, 256, "\0\1"s + full},
-  };
+      {com_setvarybinarynull, 0, full.data(), 256, 256, "\0\1"s + full}};
+  // clang-format on
   for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
     EXPECT_EQ(fill(row.filler, row.room, row.value, row.length),
@@ -225,21 +216,19 @@ TEST(OldNull, TextAndBytes) {
 
 TEST(OldNull, Numerics) {
   const vdx_num value = {5, 2, {0, 0, 0x30, 0x37}}, invalid = {};  // 123.43
-  const auto image = [](Bytes bytes) { return bytes.resize(35), bytes; };
+  const auto sized = [](Bytes bytes) { return bytes.resize(35), bytes; };
   const struct {
     std::int32_t room;
     const vdx_num* value;
     std::int32_t length, precision, scale, code;
     Bytes bytes;
-  } rows[] = {
-      {0, nullptr, 0, 77, 77, 35, numeric(77, 77)},
-      {35, nullptr, 0, 0, 2, -7, {}},
-      {35, nullptr, 0, 1, -1, -8, {}},
-      {35, &value, 6, 4, 1, 35, image({4, 1, 0, 0x04, 0xD2})},
-      {40, &value, VDX_UNUSED, 2, 0, -101, image({2, 0, 0, 99})},
-      {35, &invalid, 35, 5, 2, -107, {}},
-      {34, nullptr, 0, 10, 2, -5, numeric(10, 2, 34)},
-  };
+  } rows[] = {// clang-format off
+      {0, nullptr, 0, 77, 77, 35, numeric(77, 77)}, {35, nullptr, 0, 0, 2, -7, {}},
+      {35, nullptr, 0, 1, -1, -8, {}}, {35, &invalid, 35, 5, 2, -107, {}},
+      {35, &value, 6, 4, 1, 35, sized({4, 1, 0, 0x04, 0xD2})},
+      {40, &value, VDX_UNUSED, 2, 0, -101, sized({2, 0, 0, 99})},
+      {34, nullptr, 0, 10, 2, -5, numeric(10, 2, 34)}};
+  // clang-format on
   for (const auto function : {com_setnumnull, com_setdecimalnull})
     for (const auto& row : rows) {
       SCOPED_TRACE(&row - rows);

@@ -38,21 +38,11 @@ constexpr std::size_t kRandomRoom = 320;  // bytes that hold any of these values
 
 // A text of a number, a date, of hexadecimal digits or of anything; its length.
 inline std::size_t random_text(Random& random, char* to) {
-  static constexpr std::string_view kTexts[] = {"Jan  2 2008  1:05PM",
-                                                "2008-01-02 13:05:09.123456",
-                                                "31.12.1999",
-                                                "23:59:59.999",
-                                                "$1,234.5678",
-                                                "-0.00005",
-                                                "1e-40",
-                                                "-1.7976931348623157e308",
-                                                "nan",
-                                                "0x00ff7f",
-                                                "it's",
-                                                "   ",
-                                                "\xC3\xA9\xE2\x82\xAC",
-                                                "\xF0\x9F\x98\x80 smile",
-                                                "19000101"};
+  static constexpr std::string_view kTexts[] = {// clang-format off
+      "Jan  2 2008  1:05PM", "2008-01-02 13:05:09.123456", "31.12.1999", "23:59:59.999",
+      "$1,234.5678", "-0.00005", "1e-40", "-1.7976931348623157e308", "nan", "0x00ff7f", "it's", "   ",
+      "\xC3\xA9\xE2\x82\xAC", "\xF0\x9F\x98\x80 smile", "19000101"};
+  // clang-format on
   const auto number = [&](std::uint32_t n) { return static_cast<int>(random.below(n)); };
   int n = 0;
   switch (random.below(5)) {
@@ -71,10 +61,8 @@ inline std::size_t random_text(Random& random, char* to) {
       n = std::snprintf(to, 64, "%d-%d-%d %d:%d:%d", year, month, day, hour, minute, second);
       break;
     }
-    case 3: {
-      const std::string_view text = random.of(kTexts);
-      return text.copy(to, text.size());
-    }
+    case 3:
+      return random.of(kTexts).copy(to, 64);
     default:
       n = 1 + number(40);
       for (int i = 0; i < n; ++i) to[i] = static_cast<char>(random.sized());
@@ -106,10 +94,8 @@ inline std::int32_t random_value(Random& random, std::int32_t datatype, unsigned
     }
     case VDX_BIT:
       return put(static_cast<std::uint8_t>(random.below(2)));
-    case VDX_DATETIME: {
-      const std::int32_t day = number(3012154) - 53690;
-      return put(vdx_datetime{day, number(25920001)});
-    }
+    case VDX_DATETIME:  // drawn from left to right
+      return put(vdx_datetime{number(3012154) - 53690, number(25920001)});
     case VDX_DATEA:
       return put(number(3652061) - 693597);
     case VDX_TIMEA:
