@@ -2,7 +2,6 @@
 #include <algorithm>
 
 #include "intl/charattr.h"
-#include "number/limbs.h"
 #include "number/num_text.h"
 #include "number/plain_number.h"
 #include "oracle.h"
@@ -21,7 +20,6 @@ Number random_number(Random& random, int precision, int scale) {
 }
 
 int random_precision(Random& random) { return static_cast<int>(1 + random.below(77)); }
-
 int random_scale(Random& random) {
   return static_cast<int>(random.below(random.below(2) != 0 ? 78 : 6));
 }
@@ -109,49 +107,6 @@ TEST(NumericArithmetic, RefusesAndOverwritesOperands) {
   EXPECT_FATAL(comn_numcmp(nullptr, &good), "com_num.cpp");
 }
 
-// Divisors and dividends whose limbs are all ones, all zeros or a single bit reach the corrections
-// of the estimates, with either multiplication.
-TEST(NumericArithmetic, LimbDivisionGivesBackTheFactors) {
-  Random random(12);
-  const auto limb = [&random] {
-    const std::uint64_t kind = random.below(5);
-    return kind == 0   ? ~std::uint64_t{0} - random.below(2)
-           : kind == 1 ? random.below(2)
-           : kind == 2 ? std::uint64_t{1} << random.below(64)
-                       : random.next();
-  };
-  for (int i = 0; i < 200000; ++i) {
-    const std::size_t size = 1 + random.below(4), quotient_size = 1 + random.below(5);
-    vdx::Magnitude divisor{};
-    std::uint64_t quotient[5], product[10] = {}, rest[4] = {};
-    for (std::size_t k = 0; k < size; ++k) divisor[k] = limb();
-    divisor[size - 1] |= i % 2 == 0 ? 1 : std::uint64_t{1} << 63;
-    for (std::size_t k = 0; k < quotient_size; ++k) quotient[k] = limb();
-    std::uint64_t borrow = i % 3 == 0 ? 1 : 0;  // the largest remainder, or none
-    if (borrow != 0)
-      for (std::size_t k = 0; k < size; ++k) rest[k] = vdx::subtract_borrow(divisor[k], 0, borrow);
-    vdx::multiply_limbs(product, divisor.data(), size, quotient, quotient_size);
-    std::uint64_t carry = 0;
-    for (std::size_t k = 0; k < size + quotient_size; ++k)
-      product[k] = vdx::add_carry(product[k], k < size ? rest[k] : 0, carry);
-    std::uint64_t again[10] = {}, portable[7], native[7];
-    std::copy_n(product, 10, again);
-    const vdx::Divisor by = vdx::make_divisor(divisor);
-    vdx::divide_limbs(product, size + quotient_size, by, native);
-    vdx::divide_limbs<vdx::PortableWide>(again, size + quotient_size,
-                                         vdx::make_divisor<vdx::PortableWide>(divisor), portable);
-    for (std::size_t k = 0; k <= quotient_size; ++k) {
-      ASSERT_EQ(native[k], k < quotient_size ? quotient[k] : 0) << i << ' ' << k;
-      ASSERT_EQ(portable[k], native[k]);
-    }
-    for (std::size_t k = 0; k < size; ++k) {
-      ASSERT_EQ(product[k], rest[k] << by.shift |
-                                (by.shift == 0 || k == 0 ? 0 : rest[k - 1] >> (64 - by.shift)));
-      ASSERT_EQ(again[k], product[k]);
-    }
-  }
-}
-
 // A reader whose fast way is dead still reads everything right: only the recogniser can tell. Texts
 // have no spare byte around them.
 TEST(NumericText, PlainNumbersAreRecognised) {
@@ -190,42 +145,6 @@ TEST(NumericText, PlainNumbersAreRecognised) {
     if (!row.known) continue;
     EXPECT_TRUE(number.whole_digits == row.whole && number.places == row.places);
     EXPECT_TRUE((number.minus != 0) == row.minus && number.exponent == row.exponent);
-  }
-}
-
-TEST(NumericText, IsReadLikeLongHand) {
-  Table table;
-  Random random(13);
-  for (int i = 0; i < 40000; ++i) {
-    const int longer = i % 4 == 0 ? 2 : 1;
-    const Number n =
-        random_number(random, random_precision(random) * longer, random_scale(random) * longer);
-    std::string text = text_of(n);
-    if (i % 8 < 2) {  // the point elsewhere, and an exponent that makes up for it
-      const int moved = static_cast<int>(random.below(120)) - 60;
-      text = text_of({n.negative, n.digits, n.scale + moved}) + (i % 8 == 0 ? "e" : "E") +
-             (moved >= 0 ? "+" : "") + std::to_string(moved);
-    }
-    const auto sometimes = [&](std::uint64_t most) {
-      return random.below(4) == 0 ? random.below(most) : 0;
-    };
-    text.insert(n.negative ? 1 : 0, std::string(sometimes(90), '0'));
-    if (!n.negative) text.insert(0, sometimes(2), '+');
-    text = std::string(sometimes(3), ' ') + text + std::string(sometimes(40), ' ');
-    const int precision = i % 2 == 0 ? 77 : random_precision(random), scale = random_scale(random);
-    const Fitted expected = fitted(n, precision, scale);
-    SCOPED_TRACE(text + " to " + std::to_string(precision) + "," + std::to_string(scale));
-    const Result result = convert(table.context, VDX_CHAR, bytes_of(text), VDX_NUM,
-                                  {.precision = precision, .scale = scale});
-    ASSERT_EQ(result.code, expected.code);
-    ASSERT_EQ(result.bytes, expected.image);
-
-    vdx_num by_grammar;  // the two ways agree
-    ASSERT_EQ(vdx::parse_numeric_grammar(reinterpret_cast<const std::uint8_t*>(text.data()),
-                                         static_cast<std::int32_t>(text.size()), vdx::kUtf8,
-                                         precision, scale, &by_grammar),
-              expected.code);
-    ASSERT_EQ(image(by_grammar), expected.image);
   }
 }
 
