@@ -87,12 +87,9 @@ TEST(NumericArithmetic, RefusesAndOverwritesOperands) {
   bad[3].value[1] = 2;  // 131197 has six digits
   for (const auto operation : {comn_numadd, comn_numsub, comn_nummul, comn_numdivide}) {
     vdx_num result = good;
-    for (const vdx_num& each : bad) {
-      EXPECT_EQ(operation(&each, &good, &result), VDX_INVALID);
-      EXPECT_EQ(operation(&good, &each, &result), VDX_INVALID);
-      EXPECT_EQ(comn_numcmp(&each, &good), VDX_INVALID);
-      EXPECT_EQ(comn_numcmp(&good, &each), VDX_INVALID);
-    }
+    for (const vdx_num& each : bad)
+      for (const auto& [a, b] : {std::pair{&each, &good}, {&good, &each}})
+        EXPECT_TRUE(operation(a, b, &result) == VDX_INVALID && comn_numcmp(a, b) == VDX_INVALID);
     result.scale = 78;
     EXPECT_EQ(operation(&good, &zero, &result), VDX_BAD_SCALE);
     for (const std::uint8_t precision : {std::uint8_t{0}, std::uint8_t{78}}) {
@@ -117,24 +114,15 @@ TEST(NumericText, PlainNumbersAreRecognised) {
     std::uint32_t whole = 0, places = 0;
     bool minus = false;
     std::int32_t exponent = 0;
-  } rows[] = {{"7", true, 1},
-              {"-12.50", true, 2, 2, true},
-              {" +.5 ", true, 0, 1},
-              {"- 12.5", true, 2, 1, true},
-              {blanks + "-" + zeros + "." + blanks, true, 40, 0, true},
-              {blanks + "12.5" + blanks, true, 2, 1},
-              {"1.5e-3", true, 1, 1, false, -3},
-              {"-1.234567890123456E+12  ", true, 1, 15, true, 12},
-              {blanks + zeros + ".5e7", true, 40, 1, false, 7},
-              {" ", false},
-              {blanks, false},
-              {blanks + "-", false},
-              {zeros + ".5.", false},
-              {"1 2", false},
-              {"--1", false},
-              {".", false},
-              {"1.5e", false},
-              {zeros + "e+", false}};
+  } rows[] = {// clang-format off
+      {"7", true, 1}, {"-12.50", true, 2, 2, true}, {" +.5 ", true, 0, 1},
+      {"- 12.5", true, 2, 1, true}, {blanks + "-" + zeros + "." + blanks, true, 40, 0, true},
+      {blanks + "12.5" + blanks, true, 2, 1}, {"1.5e-3", true, 1, 1, false, -3},
+      {"-1.234567890123456E+12  ", true, 1, 15, true, 12},
+      {blanks + zeros + ".5e7", true, 40, 1, false, 7}, {" ", false}, {blanks, false},
+      {blanks + "-", false}, {zeros + ".5.", false}, {"1 2", false}, {"--1", false}, {".", false},
+      {"1.5e", false}, {zeros + "e+", false}};
+  // clang-format on
   for (const auto& row : rows) {
     SCOPED_TRACE('"' + row.text + '"');
     const vdx_test::Exact text(row.text);
