@@ -35,9 +35,9 @@ struct Lists {
     const auto length = static_cast<std::int32_t>(key.size());
     return lm_list_op(list, operation, key.data(), length, element, nullptr);
   }
-  std::int32_t op(std::int32_t operation, const std::string& key, std::size_t element) {
-    void* pointer = as_element(element);
-    return op(operation, key, &pointer);
+  std::int32_t op(std::int32_t operation, const std::string& key, std::size_t number) {
+    void* element = as_element(number);
+    return op(operation, key, &element);
   }
   std::size_t find(const std::string& key) {
     void* element = as_element(1);
@@ -86,14 +86,13 @@ std::vector<std::string> keys_of(std::size_t count) {
 
 TEST(List, RandomOperationsAgreeWithTheStandardContainers) {
   const struct {
-    std::size_t keys, steps;
+    std::size_t keys, steps, walk_every;
     unsigned insert, append, remove, remove_element;  // of 16; the rest is found
-    std::size_t walk_every;
   } rows[] = {
-      {6, 5000, 4, 2, 4, 3, 1},              // looked through without an index, often empty
-      {500, 30000, 2, 6, 4, 3, 499},         // namesakes
-      {300000, 250000, 12, 1, 1, 1, 90000},  // grows far beyond 100,000 entries
-      {2000, 60000, 8, 0, 7, 0, 5000},       // turns over
+      {6, 5000, 1, 4, 2, 4, 3},              // looked through without an index, often empty
+      {500, 30000, 499, 2, 6, 4, 3},         // namesakes
+      {300000, 250000, 90000, 12, 1, 1, 1},  // grows far beyond 100,000 entries
+      {2000, 60000, 5000, 8, 0, 7, 0},       // turns over
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.keys);
@@ -198,17 +197,17 @@ TEST(List, EveryAllocationFailingLeavesThingsAsBefore) {
       failing.fail_at = at;
       failing.from_there_on = from_there_on;
       Lists lists(VDX_LM_KEYED, &failing.context);
-      EXPECT_EQ(lists.instance == nullptr, at == 1);
-      EXPECT_EQ(lists.list == nullptr, at == 2);
-      EXPECT_EQ(lists.result, at == 1 || at == 2 ? XS_MEM_ERROR : XS_SUCCEED);
+      EXPECT_EQ((Numbers{lists.instance == nullptr, lists.list == nullptr}),
+                (Numbers{at == 1, at == 2}));
+      ASSERT_EQ(lists.result, at == 1 || at == 2 ? XS_MEM_ERROR : XS_SUCCEED);
       if (lists.result == XS_MEM_ERROR) continue;
       std::int64_t inserted = 0;
       for (const std::string& key : keys) {
         const std::int32_t result = lists.op(VDX_LM_INSERT, key, 1);
-        ASSERT_TRUE(result == XS_SUCCEED || result == XS_MEM_ERROR);
-        inserted += result == XS_SUCCEED;
-        ASSERT_EQ(lists.find(key), result == XS_SUCCEED);
-        ASSERT_EQ(lists.count(), inserted);
+        const bool is_in = result == XS_SUCCEED;
+        ASSERT_EQ(result, is_in ? XS_SUCCEED : XS_MEM_ERROR);
+        ASSERT_EQ(lists.find(key), is_in);
+        ASSERT_EQ(lists.count(), inserted += is_in);
       }
       if (at == 0) allocations = failing.calls;
       EXPECT_EQ(inserted, at == 0 ? 200 : from_there_on ? inserted : 199);
@@ -225,54 +224,46 @@ TEST(List, Properties) {
   const auto number = [](auto value) {
     return std::string(reinterpret_cast<const char*>(&value), sizeof value);
   };
-  const struct {
-    bool of_list;
-    std::int32_t property, size, result, length;
-    std::string value;
-  } rows[] = {
-      {true, VDX_LM_NAME, 3, VDX_TRUNCATED, 4, "lis"},
-      {false, VDX_LM_NAME, 64, XS_SUCCEED, 8, "instance"},
-      {true, VDX_LM_KIND, 4, XS_SUCCEED, 4, number(std::int32_t{VDX_LM_KEYED})},
-      {false, VDX_LM_KIND, 4, XS_FAIL, 0, ""},
-      {false, VDX_LM_MEMBERS, 8, XS_SUCCEED, 8, number(std::int64_t{1})},
-      {true, VDX_LM_USER, 8, XS_SUCCEED, 8, number(user)},
+  const auto property_of = [&](bool of_list, auto... rest) {
+    return of_list ? lm_list_prop(lists.list, VDX_LM_GET, rest...)
+                   : lm_property(lists.instance, VDX_LM_GET, rest...);
   };
+  const std::tuple<bool, std::int32_t, std::int32_t, std::int32_t, std::int32_t, std::string>
+      rows[] = {
+          {true, VDX_LM_NAME, 3, VDX_TRUNCATED, 4, "lis"},
+          {false, VDX_LM_NAME, 64, XS_SUCCEED, 8, "instance"},
+          {true, VDX_LM_KIND, 4, XS_SUCCEED, 4, number(std::int32_t{VDX_LM_KEYED})},
+          {false, VDX_LM_KIND, 4, XS_FAIL, 0, ""},
+          {false, VDX_LM_MEMBERS, 8, XS_SUCCEED, 8, number(std::int64_t{1})},
+          {true, VDX_LM_USER, 8, XS_SUCCEED, 8, number(user)},
+      };
   for (const auto& [of_list, property, size, result, length, value] : rows) {
     SCOPED_TRACE(value);
     char buffer[64] = {};
     std::int32_t n = 0;
-    EXPECT_EQ(of_list ? lm_list_prop(lists.list, VDX_LM_GET, property, buffer, size, &n)
-                      : lm_property(lists.instance, VDX_LM_GET, property, buffer, size, &n),
-              result);
+    EXPECT_EQ(property_of(of_list, property, buffer, size, &n), result);
     EXPECT_EQ(std::string(buffer, value.size()), value);
     EXPECT_EQ(n, length);
   }
-  vdx_list* other;
-  ASSERT_EQ(lm_list_alloc(lists.instance, "", 0, VDX_LM_UNKEYED, &other), XS_SUCCEED);
-  const auto memory = [&](bool of_list) {
-    std::int64_t bytes = 0;
-    EXPECT_EQ(of_list ? lm_list_prop(other, VDX_LM_GET, VDX_LM_MEMORY, &bytes, 8, nullptr)
-                      : lm_property(lists.instance, VDX_LM_GET, VDX_LM_MEMORY, &bytes, 8, nullptr),
-              XS_SUCCEED);
-    return bytes;
-  };
-  const std::int64_t whole = memory(false), one = memory(true);
+  std::int64_t whole, one, left;
+  EXPECT_EQ(property_of(false, VDX_LM_MEMORY, &whole, 8, nullptr), XS_SUCCEED);
+  EXPECT_EQ(property_of(true, VDX_LM_MEMORY, &one, 8, nullptr), XS_SUCCEED);
   EXPECT_GT(one, 0);
-  EXPECT_EQ(lm_list_drop(other), XS_SUCCEED);
-  EXPECT_EQ(memory(false), whole - one);
+  EXPECT_EQ(lm_list_drop(lists.list), XS_SUCCEED);
+  EXPECT_EQ(property_of(false, VDX_LM_MEMORY, &left, 8, nullptr), XS_SUCCEED);
+  EXPECT_EQ(left, whole - one);
 }
 
 TEST(ListDeath, WrongCallsAreReported) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   Lists k(VDX_LM_KEYED), u(VDX_LM_UNKEYED);
-  const char *null = "Invalid NULL pointer , file 'lm_op.cpp'",
-             *assertion = "assertion failed, file 'lm_op.cpp'";
-  EXPECT_FATAL(k.op(VDX_LM_INSERT, "k", nullptr), null);
-  EXPECT_FATAL(k.op(VDX_LM_NEXT, nullptr), null);
-  EXPECT_FATAL(lm_list_op(k.list, VDX_LM_FIND, "k", -1, nullptr, nullptr), assertion);
-  EXPECT_FATAL(u.op(VDX_LM_FIND, "k", nullptr), assertion);
+  const std::string assertion = "assertion failed, file 'lm_op.cpp'";
+  for (const std::int32_t operation : {+VDX_LM_INSERT, +VDX_LM_NEXT})
+    EXPECT_FATAL(k.op(operation, "k", nullptr), "Invalid NULL pointer , file 'lm_op.cpp'");
   for (const std::int32_t operation : {0, 10})
     EXPECT_FATAL(k.op(operation, "k", nullptr), assertion);
+  EXPECT_FATAL(lm_list_op(k.list, VDX_LM_FIND, "k", -1, nullptr, nullptr), assertion);
+  EXPECT_FATAL(u.op(VDX_LM_FIND, "k", nullptr), assertion);
 }
 
 // More slots than memory has addresses are refused before anything is multiplied.
@@ -295,9 +286,9 @@ TEST(Pool, PiecesAreApartAlignedAndCounted) {
   Failing failing;
   const std::size_t bytes = vdx::Pool::size_for(100);
   const std::unique_ptr<void, decltype(&std::free)> backing(std::malloc(bytes), std::free);
-  for (const std::size_t less : {1, 0})
-    EXPECT_EQ(less != 0, vdx::Pool::create(backing.get(), vdx::Pool::size_for(0) - less, nullptr,
-                                           hooks) == nullptr);
+  const std::size_t least = vdx::Pool::size_for(0);
+  EXPECT_EQ(vdx::Pool::create(backing.get(), least - 1, nullptr, hooks), nullptr);
+  EXPECT_NE(vdx::Pool::create(backing.get(), least, nullptr, hooks), nullptr);
   vdx::Pool* pool = vdx::Pool::create(backing.get(), bytes, &failing.context, hooks);
   std::mt19937 random(7);
   for (int round = 0; round < 3; ++round) {
