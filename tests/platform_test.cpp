@@ -14,6 +14,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 #if defined(_WIN32)
 constexpr char kDevice[] = "NUL";
 #else
@@ -41,24 +43,16 @@ TEST(Platform, FilesAreReadUnderEverySpelling) {
   // Longer than the systems' classic limit of 260, though it names the same file.
   std::string longer = utf8;
   for (int i = 0; i < 150; ++i) longer += "/.";
-  const std::pair<std::string, std::string> rows[] = {
-      {utf8 + "/f.cfg", bytes},
-      {"vdxplatform\\M\xc3\xbc\xe6\x97\xa5\\f.cfg", bytes},
-      {utf8 + "\\f.cfg", bytes},
-      {longer + "/f.cfg", bytes},
-      {utf8, "none"},
-      {kDevice, "none"},
-      {"vdxplatform\\none", "none"},
-      {"", "none"},
-      {std::string(5000, 'x'), "none"},
-      {std::string(5000, '\\'), "none"},
-      {"vdxplatform/\xff\xfe", "none"},
-  };
-  for (const auto& [name, expected] : rows)
+  for (const std::string& name : {utf8 + "/f.cfg", "vdxplatform\\M\xc3\xbc\xe6\x97\xa5\\f.cfg"s,
+                                  utf8 + "\\f.cfg", longer + "/f.cfg"})
     for (const std::size_t piece : {1U, 3U, 100U})
-      EXPECT_EQ(read_all(name.c_str(), piece), expected) << name.substr(0, 100);
+      EXPECT_EQ(read_all(name.c_str(), piece), bytes) << name;
+  for (const std::string& name :
+       {utf8, std::string(kDevice), "vdxplatform\\none"s, ""s, std::string(5000, 'x'),
+        std::string(5000, '\\'), "vdxplatform/\xff\xfe"s})
+    EXPECT_EQ(read_all(name.c_str(), 9), "none") << name.substr(0, 100);
   // A file that somebody has open may be replaced meanwhile.
-  const std::intptr_t file = vdx::open_file(rows[0].first.c_str());
+  const std::intptr_t file = vdx::open_file((utf8 + "/f.cfg").c_str());
 #if !defined(_WIN32)
   EXPECT_EQ(fcntl(static_cast<int>(file), F_GETFD), FD_CLOEXEC);
   ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
@@ -72,25 +66,19 @@ TEST(Platform, FilesAreReadUnderEverySpelling) {
 
 TEST(Platform, VariablesAreCutToTheirRoom) {
   const std::string long_value(5000, 'v');
-  const struct {
-    const char* value;
-    std::size_t size;
-    std::string expected;
-  } rows[] = {
-      {"home", 256, "home"},
+  const std::tuple<const char*, std::size_t, std::string> rows[] = {
       {"home", 4, "home"},
       {"home", 3, "hom"},
       {"home", 0, ""},
       {"", 256, ""},
       {nullptr, 256, ""},
       {long_value.c_str(), 256, long_value.substr(0, 256)},
-      {long_value.c_str(), 5001, long_value},
-  };
-  for (const auto& row : rows) {
-    vdx_test::set_environment("VDX_PLATFORM", row.value);
+      {long_value.c_str(), 5001, long_value}};
+  for (const auto& [value, size, expected] : rows) {
+    vdx_test::set_environment("VDX_PLATFORM", value);
     std::string buffer(6000, '?');
-    const std::size_t length = vdx::read_environment("VDX_PLATFORM", buffer.data(), row.size);
-    EXPECT_EQ(buffer.substr(0, length), row.expected);
+    const std::size_t length = vdx::read_environment("VDX_PLATFORM", buffer.data(), size);
+    EXPECT_EQ(buffer.substr(0, length), expected);
     EXPECT_EQ(buffer.find_first_not_of('?', length), std::string::npos);
   }
   vdx_test::set_environment("VDX_PLATFORM", nullptr);

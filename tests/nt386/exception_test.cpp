@@ -17,24 +17,21 @@ LONG CALLBACK tell(EXCEPTION_POINTERS* at) {
 }
 
 TEST(ExceptionDeath, HasCodeZeroAndTheFlagsOfTheMode) {
-  const struct {
-    std::int32_t mode;
-    int status;
-  } rows[] = {{1, 71}, {0, 70}, {2, 70}, {-1, 70}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.mode);
+  for (const std::int32_t mode : {1, 0, 2, -1}) {
+    SCOPED_TRACE(mode);
+    const int status = mode == 1 ? 71 : 70;
     const auto fail = [&] {
-      com_toggle_abort(row.mode);
+      com_toggle_abort(mode);
       AddVectoredExceptionHandler(1, tell);
       com_bomb("a.cpp", 1);
     };
-    EXPECT_EXIT(fail(), testing::ExitedWithCode(row.status), vdx_test::has_match("assertion"));
+    EXPECT_EXIT(fail(), testing::ExitedWithCode(status), vdx_test::has_match("assertion"));
     const auto fail_unseen = [&] {
-      com_toggle_abort(row.mode);
+      com_toggle_abort(mode);
       SetUnhandledExceptionFilter(tell);
       comn_take_mutex(nullptr);
     };
-    EXPECT_EXIT(fail_unseen(), testing::ExitedWithCode(row.status),
+    EXPECT_EXIT(fail_unseen(), testing::ExitedWithCode(status),
                 vdx_test::has_match("Invalid NULL"));
   }
 }

@@ -90,32 +90,22 @@ const int kPulses = 32;
 
 bool stderr_is_open() { return _get_osfhandle(2) != -1; }
 
-namespace {
-
-BOOL WINAPI read_or_fail(HANDLE file, void* buffer, DWORD size, DWORD* got, OVERLAPPED* overlapped);
-
-}  // namespace
 }  // namespace vdx_test
 
 // The linker sends the library's reads here: its pointer to the system's function is ours.
 extern "C" {
 
 extern decltype(&ReadFile) __real___imp_ReadFile;
-decltype(&ReadFile) __wrap___imp_ReadFile = vdx_test::read_or_fail;
 
-}  // extern "C"
-
-namespace vdx_test {
-namespace {
-
-BOOL WINAPI read_or_fail(HANDLE file, void* buffer, DWORD size, DWORD* got,
-                         OVERLAPPED* overlapped) {
-  if (read_fails == nullptr || !read_fails())
-    return __real___imp_ReadFile(
-        file, buffer, size < read_limit ? size : static_cast<DWORD>(read_limit), got, overlapped);
+static BOOL WINAPI read_or_fail(HANDLE file, void* buffer, DWORD size, DWORD* got,
+                                OVERLAPPED* overlapped) {
+  const std::size_t limit = vdx_test::read_limit;
+  if (vdx_test::read_fails == nullptr || !vdx_test::read_fails())
+    return __real___imp_ReadFile(file, buffer, size < limit ? size : static_cast<DWORD>(limit), got,
+                                 overlapped);
   SetLastError(ERROR_READ_FAULT);
   return FALSE;
 }
+decltype(&ReadFile) __wrap___imp_ReadFile = read_or_fail;
 
-}  // namespace
-}  // namespace vdx_test
+}  // extern "C"
