@@ -554,17 +554,18 @@ TEST(ThreadEnd, OfTheCallingThread) {
     SCOPED_TRACE(way);
     const EventObject ready(VDX_EVENT_AUTO), ended(VDX_EVENT_AUTO);
     std::atomic<bool> went_on{false};
-    vdx_thread* self = nullptr;
+    vdx_thread* own = nullptr;
     const std::int32_t status = 3;
     Worker thread([&] {
       comn_waitfor_event(ready, VDX_NO_LIMIT);
+      vdx_thread* const self = own;  // what it refers to may be gone after the signal
       if (way == 0) comn_exit_thread(nullptr);
       if (way == 1) comn_exit_thread(&status);
       if (way == 2) comn_signal_event(ended), comn_cancel_thread(self);
       if (way == 3) comn_kill_thread(self);
       went_on = comn_join_thread(self) == XS_FAIL && comn_getsp(self) != nullptr;
     });
-    self = way == 2 ? thread.release() : thread;
+    own = way == 2 ? thread.release() : thread;
     comn_signal_event(ready);
     if (way == 2)
       EXPECT_EQ(comn_waitfor_event(ended, kBound), XS_SUCCEED);
