@@ -98,7 +98,7 @@ TEST(DateValue, EveryDayCracksAndMakesBackAndHasItsParts) {
     const auto turn = static_cast<std::uint32_t>(day - vdx::kFirstDay) % 15;
     right &= com__bigdatepart(turn, &big, first) == parts[turn];  // one body with the other grain
     const vdx_datetime value{day, 0};
-    for (const std::uint32_t part : {0, 1, 2, 3, 4, 5, 10, 11, 12, 13})
+    for (const std::uint32_t part : {0U, 1U, 2U, 3U, 4U, 5U, 10U, 11U, 12U, 13U})
       right &= (day % 2 == 0 ? com__datepart : com_datepart)(part, &value, first) == parts[part];
     if (!right && ++wrong != 0) ADD_FAILURE() << "day " << day;
   }
