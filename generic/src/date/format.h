@@ -11,6 +11,7 @@
 
 #include "date/format_layout.h"
 #include "date/grain.h"
+#include "frame/compiler.h"
 #include "vdxcomn/date.h"
 
 namespace vdx {
@@ -25,8 +26,8 @@ template <typename Grain>
 using LayoutWriter = std::int32_t(std::int32_t day, typename Grain::Count time, char* buffer,
                                   std::int32_t length, const char* const* months);
 
-extern const std::array<LayoutWriter<Ticks>*, kLayouts> kTickWriters;
-extern const std::array<LayoutWriter<Micros>*, kLayouts> kMicroWriters;
+VDX_HIDDEN extern const std::array<LayoutWriter<Ticks>*, kLayouts> kTickWriters;
+VDX_HIDDEN extern const std::array<LayoutWriter<Micros>*, kLayouts> kMicroWriters;
 
 template <typename Grain>
 VDX_INLINE std::int32_t format(const StyleTable& styles, std::int32_t day,

@@ -13,11 +13,19 @@
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || \
     __has_feature(memory_sanitizer)
-#define VDX_EXACT_LOADS 1
+#define VDX_NO_READ_AHEAD 1
 #endif
 #endif
 #if defined(VDX_PORTABLE) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define VDX_EXACT_LOADS 1
+#define VDX_NO_READ_AHEAD 1
+#endif
+
+// Data that several files share. Without this word a compiler has to suppose that another library
+// holds them, and loads their address from a table before each use.
+#if defined(__ELF__)
+#define VDX_HIDDEN [[gnu::visibility("hidden")]]
+#else
+#define VDX_HIDDEN
 #endif
 
 #if defined(__GNUC__)

@@ -37,7 +37,7 @@ inline constexpr std::uint64_t kEightBlanks = 0x2020202020202020;
 
 // Memory is protected by pages of 4096 bytes or more: n bytes that begin (or end) in the page of a
 // byte that may be read can all be read, whoever they belong to.
-#if defined(VDX_EXACT_LOADS)
+#if defined(VDX_NO_READ_AHEAD)
 constexpr bool can_read_ahead(const void*, std::size_t) { return false; }
 constexpr bool can_read_back(const void*, std::size_t) { return false; }
 #else

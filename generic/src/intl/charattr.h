@@ -9,6 +9,7 @@
 
 #include <cstdint>
 
+#include "frame/compiler.h"
 #include "vdxcomn/types.h"
 
 namespace vdx {
@@ -106,14 +107,14 @@ inline std::uint8_t char_class(const vdx_charattr& attributes, const std::uint8_
 }
 
 // The built-in sets. ISO 8859-1, one byte a character, is the process-wide default.
-extern const vdx_charattr kLatin1;
-extern const vdx_charattr kAscii;
-extern const vdx_charattr kUtf8;
-extern const vdx_charattr kSjis;
+VDX_HIDDEN extern const vdx_charattr kLatin1;
+VDX_HIDDEN extern const vdx_charattr kAscii;
+VDX_HIDDEN extern const vdx_charattr kUtf8;
+VDX_HIDDEN extern const vdx_charattr kSjis;
 
 // UTF-16 in native byte order as a set of two bytes a character, for code that reads text character
 // by character. A text must not end inside a unit; surrogates have no fold and no class.
-extern const vdx_charattr kUtf16;
+VDX_HIDDEN extern const vdx_charattr kUtf16;
 
 struct NamedCharset {
   const char* name;
@@ -122,7 +123,7 @@ struct NamedCharset {
 
 // "iso_1", the default, "ascii", "utf8" and "sjis", which is code page 932: Shift_JIS with the
 // extensions of that page, its bytes 0x80, 0xA0 and 0xFD to 0xFF being no characters.
-extern const NamedCharset kCharsets[4];
+VDX_HIDDEN extern const NamedCharset kCharsets[4];
 
 // The set of a zero-terminated name, null for an unknown name.
 const NamedCharset* find_charset(const char* name);

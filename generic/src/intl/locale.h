@@ -92,7 +92,7 @@ struct vdx_locale {
 
 namespace vdx {
 
-extern const vdx_locale kDefaultLocale;
+VDX_HIDDEN extern const vdx_locale kDefaultLocale;
 
 // Which locale governs a value or a call: the one that is named, else the context's, else none;
 // both arguments may be null. An exported function checks it with has_sound_locale before anything

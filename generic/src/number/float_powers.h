@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 
+#include "frame/compiler.h"
 #include "number/wide.h"
 
 namespace vdx {
@@ -20,7 +21,7 @@ using BinaryPower = U128;
 // double is 2^-1074, whose decimal exponent is -324.
 inline constexpr std::int32_t kLeastTens = -342, kMostTens = 324;
 
-extern const std::array<BinaryPower, kMostTens - kLeastTens + 1> kBinaryPowers;
+VDX_HIDDEN extern const std::array<BinaryPower, kMostTens - kLeastTens + 1> kBinaryPowers;
 
 inline const BinaryPower& binary_power(std::int32_t tens) {
   return kBinaryPowers[static_cast<std::size_t>(tens - kLeastTens)];
