@@ -1,4 +1,9 @@
-// Exact numerics as byte strings: tables and arithmetic.
+// Exact numerics as byte strings of the caller's (vdx_exact): tables and arithmetic.
+//
+// A byte string is a sign byte, 0 or 1, and a big-endian magnitude of length - 1 bytes; leading zero
+// bytes are allowed. The value is the magnitude over 10^scale. Lengths in tables count the sign byte.
+// Division works on digits of 32 bits, least significant first, so that everything fits native
+// 64-bit arithmetic: this is not a path of conversions, which divide limbs (limbs.h).
 #include <bit>
 #include <cstring>
 
@@ -8,9 +13,10 @@
 namespace vdx {
 namespace {
 
-constexpr std::int32_t kRowBytes = 34;
+constexpr std::int32_t kRowBytes = 34;  // a length, then 33 bytes: the sign and 256 bits
 
-// The whole part of 8 * bytes * log10(2): one less than the digits of 2^(8 * bytes).
+// Index i is for a magnitude of i + 1 bytes: the most digits that it always holds, that is the largest
+// p with 10^p - 1 at most 2^(8 * (i + 1)) - 1.
 constexpr std::array<std::uint8_t, 36> kLengthToPrecision = [] {
   std::array<std::uint8_t, 36> table{};
   for (std::size_t i = 0; i < 32; ++i) {
@@ -25,6 +31,7 @@ constexpr std::array<std::uint8_t, 36> kLengthToPrecision = [] {
   return table;
 }();
 
+// A row is the length of the byte string of 10^p, and that byte string, filled up with zeros.
 constexpr auto kPowerRows = [] {
   std::array<std::array<std::uint8_t, kRowBytes>, kMaxPrecision + 1> rows{};
   for (std::size_t p = 0; p < rows.size(); ++p) {
@@ -38,8 +45,8 @@ constexpr auto kPowerRows = [] {
   return rows;
 }();
 
-// The work of a division: magnitudes of up to 132 bytes in 32-bit digits, least significant first,
-// with one more digit for what normalising shifts out.
+// An operand of a division. The documented limit of 132 bytes is 33 digits; one more takes what
+// normalising shifts out.
 constexpr std::size_t kWorkBytes = 132;
 struct Work {
   std::array<std::uint32_t, kWorkBytes / 4 + 1> digits{};
@@ -59,7 +66,7 @@ bool read_scaled(const vdx_exact& value, std::int32_t exponent, Work& work) {
   for (std::size_t i = 0; i < bytes; ++i)
     work.digits[i / 4] |= std::uint32_t{value.value[bytes - i]} << (8 * (i % 4));
   work.size = (bytes + 3) / 4;
-  for (; exponent > 0; exponent -= 9) {
+  for (; exponent > 0; exponent -= 9) {  // 10^9 is the largest power in 32 bits
     const auto factor = limb_power(exponent < 9 ? exponent : 9);
     std::uint64_t carry = 0;
     for (std::uint32_t& digit : work.digits) {
@@ -83,7 +90,9 @@ void shift_left(Work& work, int bits) {
   }
 }
 
-// Long division of normalised digits; the remainder is left in the dividend.
+// Long division as by hand. The divisor is shifted until its top bit is set, so that the estimate of
+// a digit from the two upper digits is at most two too large; the next digit of both corrects it to
+// at most one, which the subtraction shows by a borrow. The shifted remainder is left in the dividend.
 void divide_work(Work& dividend, Work& divisor, Work& quotient) {
   if (dividend.size < divisor.size) return;
   const std::size_t n = divisor.size;

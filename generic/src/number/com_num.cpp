@@ -1,3 +1,10 @@
+// Arithmetic of exact numerics, and their rescaling and rounding.
+//
+// Operands and results are Exact: a sign, a magnitude of 256 bits, a scale of 0 to 77. An operation
+// is done exactly, its result is rescaled to the scale that the caller asks for (half away from zero,
+// quotients truncated) and only then held against the precision. Each has a short way, in registers,
+// for operands and a result of which no scale must change, as in a column, and for products and
+// quotients of at most two limbs; everything else goes by WideValue, in memory and out of line.
 #include "number/numeric.h"
 
 #include <algorithm>
@@ -20,10 +27,10 @@ constexpr const Magnitude& power_of_ten(std::int32_t exponent) {
   return kPowersOfTen[static_cast<std::size_t>(exponent)];
 }
 
-// A magnitude on its way to a result: a product of two, or a dividend of one and two powers of ten,
-// and two more limbs for carries.
+// A magnitude before it is rescaled. The longest is a dividend of 4 limbs times 10^(77 + 77), two
+// factors of 4 limbs each; divisions need one limb more.
 struct WideValue {
-  static constexpr std::size_t kLimbs = 14;
+  static constexpr std::size_t kLimbs = 13;
   std::uint64_t limbs[kLimbs];
   std::size_t count;  // without leading zero limbs
   std::int32_t scale;
@@ -52,8 +59,9 @@ bool rescale_wide(WideValue& value, std::int32_t scale, Magnitude& magnitude) {
     magnitude = value.low();
     return value.count <= 4 && scale_up(magnitude, up);
   }
-  // Cutting first and rounding last rounds like rounding once: half of what goes is a multiple of
-  // what was cut.
+  // A product may have twice the places that one power of ten takes away. Truncating first and
+  // rounding last is the same as rounding once: half the power that is left is a whole number, so a
+  // fraction that was cut cannot lift a value to it.
   for (; up < -kMaxPrecision && value.count != 0; up += kMaxPrecision)
     value.count = divide_by_power<false>(value.limbs, value.count, kMaxPrecision);
   if (value.count != 0)
@@ -62,7 +70,7 @@ bool rescale_wide(WideValue& value, std::int32_t scale, Magnitude& magnitude) {
   return value.count <= 4;
 }
 
-// What an operation was asked for.
+// What the caller asks of an operation: the precision and scale in the result's image.
 struct Request {
   std::int32_t precision, scale;
   vdx_num* result;
@@ -78,8 +86,8 @@ struct Request {
   }
 };
 
-// a + b at one scale; gives whether the sum is negative. Signs are as unpredictable as values: a
-// difference is a sum with the complement, and is complemented again where it comes out below zero.
+// a + b at one scale; returns whether the sum is negative. No branch looks at the signs: where they
+// differ, the complement of b is added, and the sum is complemented again if it is below zero.
 template <std::size_t kSize>
 VDX_INLINE bool add_signed(const std::array<std::uint64_t, kSize>& a, bool a_negative,
                            const std::array<std::uint64_t, kSize>& b, bool b_negative,
@@ -96,7 +104,8 @@ VDX_INLINE bool add_signed(const std::array<std::uint64_t, kSize>& a, bool a_neg
   return a_negative != (below != 0);
 }
 
-// Operands and result of different scales. The common scale of the operands may take 512 bits.
+// Operands and result of different scales. At the finer scale an operand may take 512 bits, and the
+// sum one more.
 [[gnu::noinline]] std::int32_t add_scaled(const Exact& a, const Exact& b, const Request& request) {
   std::array<std::uint64_t, 8> finer[2];
   std::array<std::uint64_t, 9> all;
@@ -146,7 +155,7 @@ VDX_INLINE std::int32_t multiply(const Exact& a, const Exact& b, const Request& 
     const Request wanted = request;
     return multiply_wide(left, right, wanted);
   }
-  // Two limbs by two, as columns of 39 digits and less have.
+  // Two limbs hold all magnitudes of 38 digits.
   const U128 low = Wide::multiply(x[0], y[0]), high = Wide::multiply(x[1], y[1]);
   const U128 left = Wide::multiply(x[0], y[1]), right = Wide::multiply(x[1], y[0]);
   std::uint64_t carry = 0;
@@ -165,7 +174,7 @@ VDX_INLINE std::int32_t multiply(const Exact& a, const Exact& b, const Request& 
   top.set(a.magnitude);
   std::int32_t up = request.scale - a.scale + b.scale;
   if (up < 0) {
-    // The whole part of a quotient is that of the dividend's whole part by the same divisor.
+    // Truncating the dividend first does not change a truncated quotient.
     top.count = divide_by_power<false>(top.limbs, top.count, -up);
   } else {
     while (up != 0 && top.count != 0) {
@@ -189,14 +198,15 @@ VDX_INLINE std::int32_t multiply(const Exact& a, const Exact& b, const Request& 
   return request.put(fits, quotient, a.negative != b.negative);
 }
 
-// Two limbs by one or two.
+// a / b, truncated; b is not zero.
 VDX_INLINE U128 divide_double(U128 a, U128 b) {
   if (b.high == 0) {
     const std::uint64_t high = a.high / b.low;
     return {high, Wide::divide(a.high - high * b.low, a.low, b.low).quotient};
   }
-  // Half the dividend by the divisor's top 64 bits gives a quotient that, less one, is never too
-  // large and at most one too small.
+  // Half the dividend by the divisor's top 64 bits fits a limb. It gives the quotient or one more, for
+  // which Warren, "Hacker's Delight", has the proof: less one, it is never too large and at most one
+  // too small.
   const int shift = std::countl_zero(b.high);
   const std::uint64_t top = b.high << shift | (b.low >> 1) >> (63 - shift);
   std::uint64_t quotient =
@@ -241,7 +251,7 @@ std::int32_t compare(const Exact& a, const Exact& b) {
   if (a.negative != b.negative) return a.negative ? -1 : 1;
   Magnitude left = a.magnitude, right = b.magnitude;
   const std::int32_t away = a.negative ? -1 : 1;
-  // At a finer scale than 256 bits have room for, either is larger than all that has room.
+  // A value that does not fit 256 bits at the finer scale is larger than the other, which does.
   if (a.scale < b.scale && !scale_up(left, b.scale - a.scale)) return away;
   if (b.scale < a.scale && !scale_up(right, a.scale - b.scale)) return -away;
   return less(left, right) ? -away : less(right, left) ? away : 0;

@@ -1,8 +1,14 @@
 // Decimal digits, eight or sixteen at a time.
 //
 // Text is looked at in blocks of sixteen bytes: byte i of the text is byte i of the block. A mask
-// holds one bit a byte, bit i for byte i. Digits are converted by multiply-and-add inside 64-bit
-// words, so nothing here branches on what the digits are.
+// holds one bit a byte, bit i for byte i. A lane is a piece of a word or of a vector that holds a
+// number of its own; digits are joined and split lane by lane, so nothing here branches on what the
+// digits are.
+//
+// Division by a constant d multiplies by a reciprocal m = (2^k + e) / d, the least whole one. The
+// product v * m is v / d * 2^k and v * e / d more. While v * e is below 2^k, that is less than a d-th
+// of 2^k, and the next whole quotient is at least a d-th away: shifted right by k, the product is the
+// quotient rounded down. Each reciprocal below has its k and e beside it.
 #ifndef VDX_NUMBER_DIGITS_H
 #define VDX_NUMBER_DIGITS_H
 
@@ -32,24 +38,27 @@ VDX_INLINE Words shift_left_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
 
 // Eight digit values (bytes 0 to 9, the first in the lowest byte) as a number.
 VDX_INLINE std::uint64_t number_of_8(std::uint64_t digits) {
-  digits = digits * 10 + (digits >> 8);  // pairs in bytes 0, 2, 4, 6
+  digits = digits * 10 + (digits >> 8);  // pairs in bytes 0, 2, 4, 6: at most 99, so none carries
+  // With pairs a, b, c, d in this order, the first product has 10^6 * a + 100 * c in its upper half
+  // and the second 10^4 * b + d; what is above leaves the word, the lower halves do not carry.
   return (((digits & 0x000000FF000000FF) * (100 + (1000000ULL << 32))) +
           (((digits >> 16) & 0x000000FF000000FF) * (1 + (10000ULL << 32)))) >>
          32;
 }
 
-// Sixteen bytes from place n on keep the low halves of the last n of sixteen characters.
+// Masks: the sixteen bytes from index n keep the values of the last n of sixteen digits and make the
+// others zero.
 inline constexpr unsigned char kKeepDigits[32] = {0,  0,  0,  0,  0,  0,  0,  0,  0,  0,  0,
                                                   0,  0,  0,  0,  0,  15, 15, 15, 15, 15, 15,
                                                   15, 15, 15, 15, 15, 15, 15, 15, 15, 15};
 
-// Text block of sixteen bytes.
+// A block of text.
 class Block {
  public:
-  // The number that the last n (0 to 16) of the bytes, all digits, write.
+  // The number written by the last n (0 to 16) of the bytes, which are digits.
   std::uint64_t number(unsigned n) const;
 
-  // The n (0 to 16) bytes at p; what the bytes after them hold is not said.
+  // The n (0 to 16) bytes at p; the remaining bytes are unspecified.
   static Block of(const void* p, std::uint32_t n) {
     Block block;
     if (can_read_ahead(p, 16)) [[likely]] {
@@ -62,15 +71,15 @@ class Block {
     return block;
   }
 
-  // Sixteen bytes that are all there.
+  // The sixteen bytes at p.
   static Block whole(const void* p) {
     Block block;
     block.read(p);
     return block;
   }
 
-  // Stores the first n (0 to 16) bytes at `from`; the bytes behind them keep what they hold. All
-  // sixteen are read and written at both places.
+  // Copies n (0 to 16) bytes; the bytes after them keep their values. All sixteen are read at both
+  // places and written at `to`.
   VDX_INLINE static void merge(void* to, const void* from, std::uint32_t n) {
     alignas(16) static constexpr std::uint64_t kMask[4] = {~std::uint64_t{0}, ~std::uint64_t{0}, 0,
                                                            0};
@@ -120,7 +129,8 @@ class Block {
   static std::uint64_t zero_bytes(std::uint64_t w) {
     return ~(((w & ~kTops) + ~kTops) | w | ~kTops);
   }
-  // '0' to '9' are the bytes below 128 that reach it with 0x50 added and pass it with 0x46.
+  // Of the bytes below 128, those from '0' (0x30) on reach 0x80 with 0x50 added, those above '9'
+  // (0x39) with 0x46.
   static std::uint64_t digit_bytes(std::uint64_t w) {
     const std::uint64_t low7 = w & ~kTops;
     return (low7 + kOnes * 0x50) & ~(low7 + kOnes * 0x46) & ~w & kTops;
@@ -135,7 +145,6 @@ class Block {
 #endif
 };
 
-// Text block as a number: read a block that ends where the digits end.
 VDX_INLINE std::uint64_t Block::number(unsigned n) const {
   const unsigned char* const keep = kKeepDigits + n;
 #if defined(VDX_SSE2)
@@ -169,11 +178,12 @@ VDX_INLINE std::uint64_t number_in(const void* text, Block block, unsigned end, 
 
 // The eight digits of v (below 10^8) as values 0 to 9, the most significant in the lowest byte.
 VDX_INLINE std::uint64_t digits_of_8(std::uint64_t v) {
-  const std::uint64_t thousands = (v * 109951163) >> 40;  // v / 10000
-  std::uint64_t x = thousands | (v - thousands * 10000) << 32;
-  std::uint64_t quotient = ((x * 10486) >> 20) & 0x0000007F0000007F;  // each / 100
+  // Masks clear what a shift moves in from the lane above.
+  const std::uint64_t upper = (v * 109951163) >> 40;  // / 10000: e is 2224
+  std::uint64_t x = upper | (v - upper * 10000) << 32;
+  std::uint64_t quotient = ((x * 10486) >> 20) & 0x0000007F0000007F;  // / 100: e is 24
   x = quotient | (x - quotient * 100) << 16;
-  quotient = ((x * 103) >> 10) & 0x000F000F000F000F;  // each / 10
+  quotient = ((x * 103) >> 10) & 0x000F000F000F000F;  // / 10: e is 6
   return quotient | (x - quotient * 10) << 8;
 }
 
@@ -196,8 +206,14 @@ class Digits16 {
   }
 
  private:
-  // Eight digits in lanes of 16 bits: the number over 10^7, 10^6 and so on to 1, by reciprocals of
-  // its halves, then each less ten times its left neighbour.
+  // Eight digits in lanes of 16 bits. The number is split into halves of four digits; each is
+  // divided by 1000, 100, 10 and 1, and each quotient has ten times its left neighbour taken away.
+  //
+  // 0xD1B71759 is 2^45 / 10000 with e = 1168; 10^8 * e is below 2^45. For the halves, which are below
+  // 10^4, the reciprocals 8389 (k = 23, e = 392), 5243 (k = 19, e = 12) and 13108 (k = 17, e = 8) are
+  // multiplied in and shifted in two steps that drop 16 bits each: what 32 exceeds k by is made up
+  // for by the 4 that `pair` has more and by the powers of two of the second step, which for the last
+  // lane are 2^15 twice.
   VDX_INLINE static __m128i lanes(std::uint64_t value) {
     const __m128i whole = _mm_cvtsi64_si128(static_cast<long long>(value));
     const __m128i upper =
@@ -236,8 +252,7 @@ class Digits16 {
 #endif
 };
 
-// A short text on the stack: bytes from begin to end, of which sixteen more than there are may be
-// read.
+// A short text on the stack, from begin to end. Sixteen bytes after the end can be read.
 struct ShortText {
   unsigned char bytes[48];
   std::uint32_t begin, end;
@@ -246,8 +261,8 @@ struct ShortText {
   const unsigned char* data() const { return bytes + begin; }
 };
 
-// The distance of an integer from zero, and its sign as 0 or 1: without a branch, because signs are
-// as unpredictable as values.
+// The distance of an integer from zero, and its sign: 1 for a negative one, else 0. No branch looks at
+// signs, which are as unpredictable as values.
 struct SignedMagnitude {
   std::uint64_t magnitude, sign;
 };
@@ -260,7 +275,7 @@ constexpr SignedMagnitude signed_magnitude(T value) {
   return {(wide ^ (0 - sign)) + sign, sign};
 }
 
-// Where digits end in a ShortText whose number was put there.
+// Where put_integer ends its digits: twenty digits, a sign and what is written before them have room.
 inline constexpr std::uint32_t kDigitsEnd = 24;
 
 // Puts the digits of a number without leading zeros, at least one, before kDigitsEnd, and a minus
@@ -283,7 +298,7 @@ VDX_INLINE void put_integer(ShortText& text, SignedMagnitude value) {
   }
   const Digits16 digits(rest / kTen8, rest % kTen8);
   digits.put(text.bytes + kDigitsEnd - 16);
-  // The last digit stays, and all of them behind a head.
+  // The last digit stays, and after a head all do.
   const std::uint32_t keep = digits.nonzero() | (head_digits != 0 ? 1U : 0x8000U);
   text.begin = kDigitsEnd - 16 + static_cast<std::uint32_t>(std::countr_zero(keep)) - head_digits;
   text.bytes[text.begin - 1] = '-';

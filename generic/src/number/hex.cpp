@@ -1,3 +1,7 @@
+// A digit's value is its nibble, 0 to 15. Bytes are converted sixteen at a time in vectors, then four
+// at a time in a 64-bit word with a digit or a nibble in each byte, the last ones by a table. Reading
+// collects whether all characters were digits and looks at that once: texts that are not digits are
+// rare. `kOnes * n` has n in each byte of a word; sums stay below 256 in each, so that none carries.
 #include "number/hex.h"
 
 #include <array>
@@ -10,7 +14,7 @@ namespace {
 
 constexpr std::uint64_t kOnes = 0x0101010101010101;
 
-constexpr std::uint8_t kNone = 0xFF;
+constexpr std::uint8_t kNone = 0xFF;  // above every value, also combined with others by "or"
 constexpr std::array<std::uint8_t, 256> kValues = [] {
   std::array<std::uint8_t, 256> values{};
   values.fill(kNone);
@@ -22,26 +26,28 @@ constexpr std::array<std::uint8_t, 256> kValues = [] {
 
 constexpr char kDigits[] = "0123456789abcdef";
 
-// The digits of four bytes, each nibble in a byte of its own first.
+// The digits of four bytes. The bytes are spread to 16 bits each, then the nibbles to a byte each, the
+// upper one first.
 std::uint64_t digits_of_4(std::uint32_t bytes) {
   std::uint64_t x = bytes;
   x = (x | x << 16) & 0x0000FFFF0000FFFF;
   x = (x | x << 8) & 0x00FF00FF00FF00FF;
   x = (x >> 4 | x << 8) & 0x0F0F0F0F0F0F0F0F;
-  const std::uint64_t letters = (x + 6 * kOnes) >> 4 & kOnes;
+  const std::uint64_t letters = (x + 6 * kOnes) >> 4 & kOnes;  // 10 and above reach 16
   return x + '0' * kOnes + letters * ('a' - '0' - 10);
 }
 
-// Eight characters as four bytes; `others` has a bit where a character is no digit.
+// The four bytes that eight characters stand for. Where a character is no digit, `others` gets the
+// high bit of its byte.
 std::uint32_t bytes_of_8(std::uint64_t characters, std::uint64_t& others) {
   constexpr std::uint64_t kHigh = 0x80 * kOnes;
   const std::uint64_t x = characters & ~kHigh;
-  const std::uint64_t lower = x | 0x20 * kOnes;
-  // The high bit of a byte tells that it has reached a bound.
+  const std::uint64_t lower = x | 0x20 * kOnes;  // letters as lower-case ones
+  // With 0x80 - n added, the bytes from n on have their high bit set.
   const std::uint64_t digit = (x + (0x80 - '0') * kOnes) & ~(x + (0x80 - '9' - 1) * kOnes);
   const std::uint64_t letter = (lower + (0x80 - 'a') * kOnes) & ~(lower + (0x80 - 'f' - 1) * kOnes);
   others |= (characters | ~(digit | letter)) & kHigh;
-  std::uint64_t values = (x & 0x0F * kOnes) + ((letter & kHigh) >> 7) * 9;
+  std::uint64_t values = (x & 0x0F * kOnes) + ((letter & kHigh) >> 7) * 9;  // 'a' ends in 1, for 10
   values = (values << 4 | values >> 8) & 0x00FF00FF00FF00FF;
   values = (values | values >> 8) & 0x0000FFFF0000FFFF;
   return static_cast<std::uint32_t>(values | values >> 16);
@@ -59,7 +65,7 @@ __m128i at_most(__m128i bytes, char bound) {
   return _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(bound)), bytes);
 }
 
-// The values of sixteen characters; `all` keeps the bytes set where they are digits.
+// The values of sixteen characters. Bytes of `all` stay set where they are digits, else become 0.
 __m128i values_of_16(const std::uint8_t* characters, __m128i& all) {
   const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(characters));
   const __m128i number = _mm_sub_epi8(c, _mm_set1_epi8('0'));
@@ -71,7 +77,8 @@ __m128i values_of_16(const std::uint8_t* characters, __m128i& all) {
                       _mm_and_si128(letter, _mm_add_epi8(rank, _mm_set1_epi8(10))));
 }
 
-// A byte in the low half of each pair: its first digit stands in front.
+// The byte that each pair of values makes, in the low half of 16 bits. The first value is the upper
+// nibble.
 __m128i joined_pairs(__m128i values) {
   return _mm_and_si128(_mm_or_si128(_mm_slli_epi16(values, 4), _mm_srli_epi16(values, 8)),
                        _mm_set1_epi16(0xFF));

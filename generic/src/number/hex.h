@@ -10,8 +10,8 @@ namespace vdx {
 // Two lower-case digits a byte.
 void hex_encode(const std::uint8_t* bytes, std::size_t n, std::uint8_t* digits);
 
-// n bytes from twice as many digits of either case. False where one is no digit; what was stored
-// is not said then. n may be 0, with any pointers.
+// Writes n bytes from twice as many digits of either case. False where one is no digit; the bytes are
+// unspecified then. n may be 0, with any pointers.
 bool hex_decode(const std::uint8_t* digits, std::size_t n, std::uint8_t* bytes);
 
 // Whether all of the n characters are digits of either case.

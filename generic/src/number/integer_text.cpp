@@ -49,7 +49,7 @@ std::int32_t read_by_grammar(FoldedText text, T& out) {
 bool plain_integer_long(const std::uint8_t* text, std::uint32_t n, SignedMagnitude& value) {
   PlainNumber number;
   if (!recognise<kDigitsAlone>(text, n, number) || number.whole_digits > kLimbDigits) return false;
-  value = {long_number_at(number.whole, number.whole_digits), number.minus != 0 ? 1U : 0U};
+  value = {long_number_at(number.whole, number.whole_digits), number.minus};
   return true;
 }
 

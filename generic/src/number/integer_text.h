@@ -29,7 +29,7 @@ VDX_INLINE bool plain_integer(const std::uint8_t* text, std::uint32_t n, SignedM
     PlainNumber number;
     if (!recognise_masks<kDigitsAlone>(text, ShortBytes(block, n), number)) [[unlikely]]
       return false;
-    value = {number_in(text, block, number.end, number.whole_digits), number.minus != 0 ? 1U : 0U};
+    value = {number_in(text, block, number.end, number.whole_digits), number.minus};
     return true;
   }
   SignedMagnitude long_value;  // in memory; the short one stays in registers

@@ -1,6 +1,12 @@
-// Magnitudes of any number of 64-bit limbs, least significant first: products, and long division
-// by a divisor of up to four limbs through a reciprocal of its two top limbs. A division costs one
-// division of 128 bits, or none where the reciprocal is kept in a table.
+// Magnitudes of any number of 64-bit limbs, least significant first: sums, products, and long
+// division by a divisor of up to four limbs.
+//
+// B is 2^64 here, and (a, b) is a * B + b. Division multiplies by a reciprocal of the divisor's two
+// upper limbs, so that a whole division costs one division instruction, or none where the
+// reciprocal comes from a table. The steps are those of Moeller and Granlund, "Improved Division by
+// Invariant Integers" (2011), who prove their bounds. For them the divisor is shifted left until
+// its top bit is set, and the dividend as far; that leaves the quotient as it is and shifts the
+// remainder.
 #ifndef VDX_NUMBER_LIMBS_H
 #define VDX_NUMBER_LIMBS_H
 
@@ -26,7 +32,7 @@ constexpr std::uint64_t subtract_borrow(std::uint64_t a, std::uint64_t b, std::u
   return all;
 }
 
-// Limbs without leading zero limbs.
+// How many limbs are left without the leading ones that are zero.
 constexpr std::size_t used_limbs(const std::uint64_t* limbs, std::size_t count) {
   while (count > 0 && limbs[count - 1] == 0) --count;
   return count;
@@ -40,7 +46,8 @@ constexpr void multiply_limbs(std::uint64_t* out, const std::uint64_t* a, std::s
   for (std::size_t i = 0; i < a_count; ++i) {
     std::uint64_t carry = 0;
     for (std::size_t j = 0; j < b_count; ++j) {
-      U128 product = Arithmetic::multiply(a[i], b[j]);  // at most 2^128 - 2^65 + 1: room for both
+      // (B - 1)^2 = B^2 - 2B + 1: the carry and the limb that is there still fit two limbs.
+      U128 product = Arithmetic::multiply(a[i], b[j]);
       product.low += carry;
       product.high += product.low < carry ? 1 : 0;
       out[i + j] += product.low;
@@ -50,13 +57,14 @@ constexpr void multiply_limbs(std::uint64_t* out, const std::uint64_t* a, std::s
   }
 }
 
-// A divisor shifted left until its top bit is set, and the reciprocal of its two top limbs (of its
-// only one): the whole part of 2^192 (2^128) over them, less 2^64.
+// A shifted divisor and its reciprocal: (B^2 - 1) / d1 - B for a single limb,
+// (B^3 - 1) / (d1, d0) - B for the two upper limbs of more, rounded down. As d1 is at least B / 2,
+// it is at most B - 1.
 struct Divisor {
   Magnitude limbs{};
   std::uint64_t reciprocal = 0;
-  std::uint32_t size = 0;
-  std::int32_t shift = 0;
+  std::uint32_t size = 0;  // limbs, 1 to 4
+  std::int32_t shift = 0;  // bits, 0 to 63
 };
 
 // The divisor is not zero.
@@ -71,9 +79,12 @@ constexpr Divisor make_divisor(const Magnitude& value) {
   divisor.size = static_cast<std::uint32_t>(size);
   divisor.shift = shift;
   const std::uint64_t high = divisor.limbs[size - 1];
+  // B less is B * d1 less in the dividend: (B - 1 - d1, B - 1) is left.
   std::uint64_t v = Arithmetic::divide(~high, ~std::uint64_t{0}, high).quotient;
   if (size > 1) {
-    // From the reciprocal of one limb to that of two: it gets smaller by at most three.
+    // (B + v) * (d1, d0) must be below B^3. Without the lowest limb: B * d1 + d1 * v + d0 and the
+    // upper limb of d0 * v must be below B^2. rest is the lower limb of that sum; where it carries,
+    // v is one or two too large.
     const std::uint64_t low = divisor.limbs[size - 2];
     std::uint64_t rest = high * v + low;
     if (rest < low) {
@@ -95,7 +106,8 @@ constexpr Divisor make_divisor(const Magnitude& value) {
   return divisor;
 }
 
-// (rest * 2^64 + next) / divisor, where the top bit of the divisor is set and rest is below it.
+// (rest, next) / divisor, where the top bit of the divisor is set and rest is below it. The mask
+// takes back the one that was added in advance, which is needed as often as not.
 template <typename Arithmetic = Wide>
 constexpr Quotient divide_step(std::uint64_t rest, std::uint64_t next, std::uint64_t divisor,
                                std::uint64_t reciprocal) {
@@ -113,68 +125,85 @@ constexpr Quotient divide_step(std::uint64_t rest, std::uint64_t next, std::uint
   return {q.high, rest};
 }
 
-// The steps of a division by two limbs or more, dividend and divisor being shifted.
+// A digit of a quotient and the remainder (over, high, low) of the limbs that it was taken from.
+struct DigitStep {
+  std::uint64_t digit, over, high, low;
+};
+
+// (u2, u1, u0) / (d1, d0) by the divisor's reciprocal v, where the top bit of d1 is set and (u2, u1)
+// is below (d1, d0); over is 0.
+template <typename Arithmetic>
+constexpr DigitStep divide_three_by_two(std::uint64_t u2, std::uint64_t u1, std::uint64_t u0,
+                                        std::uint64_t d1, std::uint64_t d0, std::uint64_t v) {
+  U128 q = Arithmetic::multiply(v, u2);
+  q.low += u1;
+  q.high += u2 + (q.low < u1 ? 1 : 0);
+  std::uint64_t r1 = u1 - q.high * d1;
+  const U128 away = Arithmetic::multiply(d0, q.high);
+  std::uint64_t borrow = 0;
+  std::uint64_t r0 = subtract_borrow(u0, away.low, borrow);
+  r1 = r1 - away.high - borrow;
+  borrow = 0;
+  r0 = subtract_borrow(r0, d0, borrow);
+  r1 = r1 - d1 - borrow;
+  // The digit is q.high, or one more where the remainder is not negative; q.low tells which, as
+  // often one as the other. It is hardly ever wrong, and then by one.
+  const std::uint64_t down = 0 - static_cast<std::uint64_t>(r1 >= q.low);
+  std::uint64_t digit = q.high + 1 + down;
+  std::uint64_t carry = 0;
+  r0 = add_carry(r0, down & d0, carry);
+  r1 += (down & d1) + carry;
+  if (r1 > d1 || (r1 == d1 && r0 >= d0)) [[unlikely]] {
+    ++digit;
+    borrow = 0;
+    r0 = subtract_borrow(r0, d0, borrow);
+    r1 -= d1 + borrow;
+  }
+  return {digit, 0, r1, r0};
+}
+
+// The steps of a division by two limbs or more, dividend and divisor being shifted. Each digit is
+// that of the upper limbs: the lower ones make it too large at most once, because the divisor's two
+// upper limbs have their top bit set.
 template <std::size_t kSize, typename Arithmetic>
 constexpr void divide_steps(std::uint64_t* dividend, std::size_t count, const Divisor& divisor,
                             std::uint64_t* quotient) {
-  const std::uint64_t v = divisor.reciprocal;
-  const std::uint64_t d1 = divisor.limbs[kSize - 1];
-  const std::uint64_t d0 = divisor.limbs[kSize - 2];
+  constexpr std::size_t kLower = kSize - 2;
+  const std::uint64_t d1 = divisor.limbs[kSize - 1], d0 = divisor.limbs[kLower];
   for (std::size_t j = count - kSize + 1; j-- > 0;) {
     std::uint64_t* const part = dividend + j;
-    const std::uint64_t u2 = part[kSize], u1 = part[kSize - 1], u0 = part[kSize - 2];
-    std::uint64_t digit;
+    const std::uint64_t u2 = part[kSize], u1 = part[kSize - 1], u0 = part[kLower];
+    DigitStep step;
     if (u2 == d1 && u1 >= d0) [[unlikely]] {
-      digit = ~std::uint64_t{0};
+      // (u2, u1) is (d1, d0): 2^64 - 1 times the divisor leaves u0 and the divisor once.
+      step = {~std::uint64_t{0}, 0, d1, d0};
+      step.low = add_carry(d0, u0, step.over);
+      step.high = add_carry(d1, 0, step.over);
     } else {
-      // The quotient of the three top limbs by the divisor's two.
-      U128 q = Arithmetic::multiply(v, u2);
-      q.low += u1;
-      q.high += u2 + (q.low < u1 ? 1 : 0);
-      std::uint64_t r1 = u1 - q.high * d1;
-      const U128 away = Arithmetic::multiply(d0, q.high);
-      std::uint64_t borrow = 0;
-      std::uint64_t r0 = subtract_borrow(u0, away.low, borrow);
-      r1 = r1 - away.high - borrow;
-      borrow = 0;
-      r0 = subtract_borrow(r0, d0, borrow);
-      r1 = r1 - d1 - borrow;
-      digit = q.high + 1;
-      const std::uint64_t down = 0 - static_cast<std::uint64_t>(r1 >= q.low);
-      digit += down;
-      std::uint64_t carry = 0;
-      r0 = add_carry(r0, down & d0, carry);
-      r1 += (down & d1) + carry;
-      if (r1 > d1 || (r1 == d1 && r0 >= d0)) [[unlikely]] {
-        ++digit;
-        borrow = 0;
-        r0 = subtract_borrow(r0, d0, borrow);
-        r1 -= d1 + borrow;
-      }
-      if constexpr (kSize == 2) {
-        part[2] = 0;
-        part[1] = r1;
-        part[0] = r0;
-        quotient[j] = digit;
-        continue;
-      }
+      step = divide_three_by_two<Arithmetic>(u2, u1, u0, d1, d0, divisor.reciprocal);
     }
     std::uint64_t carry = 0, borrow = 0;
     VDX_UNROLL
-    for (std::size_t i = 0; i < kSize; ++i) {
-      U128 away = Arithmetic::multiply(digit, divisor.limbs[i]);
+    for (std::size_t i = 0; i < kLower; ++i) {
+      U128 away = Arithmetic::multiply(step.digit, divisor.limbs[i]);
       away.low += carry;
       carry = away.high + (away.low < carry ? 1 : 0);
       part[i] = subtract_borrow(part[i], away.low, borrow);
     }
-    part[kSize] = subtract_borrow(part[kSize], carry, borrow);
-    if (borrow != 0) [[unlikely]] {  // the lower limbs made it one too large
-      --digit;
+    step.low = subtract_borrow(step.low, carry, borrow);
+    step.high = subtract_borrow(step.high, 0, borrow);
+    if (kLower != 0 && borrow > step.over) [[unlikely]] {
+      --step.digit;
       carry = 0;
-      for (std::size_t i = 0; i < kSize; ++i) part[i] = add_carry(part[i], divisor.limbs[i], carry);
-      part[kSize] += carry;
+      for (std::size_t i = 0; i < kLower; ++i)
+        part[i] = add_carry(part[i], divisor.limbs[i], carry);
+      step.low = add_carry(step.low, d0, carry);
+      step.high = add_carry(step.high, d1, carry);
     }
-    quotient[j] = digit;
+    part[kSize] = 0;
+    part[kSize - 1] = step.high;
+    part[kLower] = step.low;
+    quotient[j] = step.digit;
   }
 }
 
@@ -211,11 +240,11 @@ constexpr void divide_limbs(std::uint64_t* dividend, std::size_t count, const Di
     divide_steps<4, Arithmetic>(dividend, count, divisor, quotient);
 }
 
-// The powers of ten as divisors.
-extern const std::array<Divisor, kMaxPrecision + 1> kPowerDivisors;
+// 10^0 to 10^77 as divisors.
+VDX_HIDDEN extern const std::array<Divisor, kMaxPrecision + 1> kPowerDivisors;
 
-// Divides `count` limbs (with room for one more) by 10^exponent, 0 to 77, in place, and gives the
-// limbs that the quotient has. With rounding, halves go up; the quotient then still fits `count`.
+// Divides `count` limbs (with room for one more) by 10^exponent, 0 to 77, in place, and returns how
+// many limbs the quotient uses. With rounding, halves go up; the quotient then still fits `count`.
 template <bool kRound>
 inline std::size_t divide_by_power(std::uint64_t* limbs, std::size_t count, std::int32_t exponent) {
   if (exponent == 0) return used_limbs(limbs, count);

@@ -1,5 +1,9 @@
-// Money as a native 64-bit count of ten-thousandths: words, arithmetic, text, doubles. The two
-// words exist in memory only; everything here computes on the assembled value.
+// Money as a 64-bit count of ten-thousandths.
+//
+// In memory money is two words of 32 bits, the high one first; short money is one count of 32 bits.
+// Everything here but the loads and stores works on the assembled count, from -2^63 to 2^63 - 1.
+// Places are the decimals of a text, 1 to 4; a count always has four. Rounding is half away from
+// zero; quotients are truncated.
 #ifndef VDX_NUMBER_MONEY_VALUE_H
 #define VDX_NUMBER_MONEY_VALUE_H
 
@@ -74,7 +78,7 @@ inline std::int32_t subtract_money(Int a, Int b, Int& result) {
   return overflow ? kMoneyOverflow : kMoneyDone;
 }
 
-// A sign and a magnitude as a value; zero where they do not fit.
+// The value of a magnitude and a sign; zero where it does not fit.
 inline std::int32_t signed_result(std::uint64_t size, bool negative, std::int64_t& result) {
   const bool overflow =
       size > static_cast<std::uint64_t>(kMoneyMax) + static_cast<std::uint64_t>(negative);
@@ -88,21 +92,25 @@ inline std::int32_t multiply_money(std::int64_t a, std::int64_t b, std::int64_t&
   U128 product = Arithmetic::multiply(signed_magnitude(a).magnitude, signed_magnitude(b).magnitude);
   product.low += kMoneyUnit / 2;  // truncation then rounds
   product.high += product.low < kMoneyUnit / 2 ? 1 : 0;
-  if (product.high > kMoneyUnit / 2) [[unlikely]] {  // the quotient passes 2^63
+  // A product of 5001 * 2^64 over 10000 is above 2^63; below that the quotient fits 64 bits.
+  if (product.high > kMoneyUnit / 2) [[unlikely]] {
     result = 0;
     return kMoneyOverflow;
   }
-  // 10000 is 16 * 625. The top 64 of the remaining 73 bits times 512 / 625 give a quotient that is
-  // at most two too small; the low 64 bits of what is left over tell how much.
-  constexpr std::uint64_t kOdd = kMoneyUnit / 16;
+  // 10000 is 16 * 625, and a sixteenth of the product has 73 bits, of which `top` leaves out nine.
+  // The quotient by 625 is top * 512 / 625, and less than 512 / 625 more for those nine bits. The
+  // reciprocal, rounded down, takes away less than 1, and the upper limb of the product less than 1:
+  // the quotient is less than 2.82 too small, and less than 3 * 625 are left, of which the low 64 bits
+  // tell all.
+  constexpr std::uint32_t kOdd = kMoneyUnit / 16;
   constexpr std::uint64_t kTwo64 = std::numeric_limits<std::uint64_t>::max() / kOdd;
   constexpr std::uint64_t kRest = std::numeric_limits<std::uint64_t>::max() % kOdd + 1;
   constexpr std::uint64_t kReciprocal = kTwo64 * 512 + kRest * 512 / kOdd;  // 2^64 * 512 / 625
   const std::uint64_t low = (product.high << 60) | (product.low >> 4);
   const std::uint64_t top = (product.high << 51) | (product.low >> 13);
   std::uint64_t quotient = Arithmetic::multiply(top, kReciprocal).high;
-  const std::uint64_t left = low - quotient * kOdd;
-  quotient += (left >= kOdd ? 1 : 0) + (left >= 2 * kOdd ? 1 : 0);
+  const auto left = static_cast<std::uint32_t>(low - quotient * kOdd);
+  quotient += left / kOdd;  // compiled to a multiplication; a branch would be taken at random
   return signed_result(quotient, (a ^ b) < 0, result);
 }
 
@@ -149,7 +157,8 @@ inline std::int32_t divide_small(std::int64_t& value, std::uint32_t divisor) {
   return static_cast<std::int32_t>(size % small);
 }
 
-// 2^32 ten-thousandths, and the double nearest to 2^63 of them.
+// 2^32 / 10000, and the double nearest to 2^63 / 10000 (922337203685477.5808; doubles are an eighth
+// apart there, and this is ....625).
 inline constexpr double kMoneyHighWord = 429496.7296;
 inline constexpr double kMoneyLimit = 922337203685477.6;
 
@@ -171,7 +180,7 @@ inline bool double_to_money(double source, std::int64_t& value) {
     return true;
   }
   const auto high = static_cast<std::int64_t>(size / kMoneyHighWord);
-  // Rounding may put the rest a little outside of one high word: let it carry or borrow.
+  // Rounded, the rest may be slightly below 0 or above 2^32 ten-thousandths: it is added as it is.
   const auto low =
       static_cast<std::int64_t>((size - static_cast<double>(high) * kMoneyHighWord) * 10000.0);
   value = high * (std::int64_t{1} << 32) + low;
@@ -179,8 +188,8 @@ inline bool double_to_money(double source, std::int64_t& value) {
   return true;
 }
 
-// A magnitude of ten-thousandths, rounded for fewer places: half of the last digit kept is added,
-// and whoever writes the text cuts the digits that go.
+// A magnitude rounded for its places: half a unit of the last place kept is added; the writer of the
+// text leaves out the digits after it.
 struct MoneyParts {
   std::uint64_t whole;
   std::uint64_t fraction;  // ten-thousandths
@@ -195,7 +204,8 @@ VDX_INLINE MoneyParts money_parts(std::uint64_t size, std::int32_t places) {
   return {whole, size - whole * kMoneyUnit, kept};
 }
 
-// The point and four decimals, of which the caller keeps the first.
+// The point and four decimals, in the low five bytes; the caller keeps as many as there are places.
+// The reciprocals are those of digits_of_8.
 VDX_INLINE std::uint64_t fraction_text(std::uint64_t fraction) {
   const std::uint64_t hundreds = (fraction * 10486) >> 20;
   const std::uint64_t pairs = hundreds | (fraction - hundreds * 100) << 16;
@@ -203,7 +213,7 @@ VDX_INLINE std::uint64_t fraction_text(std::uint64_t fraction) {
   return (tens | (pairs - tens * 10) << 8 | 0x30303030) << 8 | '.';
 }
 
-// Whole units of the largest money, rounded up.
+// 2^63 / 10000, rounded up: no magnitude, rounded for its places, has more whole units.
 inline constexpr std::uint64_t kMoneyMost = 922337203685478;
 
 // Money without separators, at most 21 bytes. Places of 0 or less mean 2, above 4 mean 4; dropped
@@ -218,12 +228,12 @@ VDX_INLINE ShortText money_text(std::int64_t ten_thousandths, std::int32_t place
   return text;
 }
 
-// Text in the given character set as money; gives a MoneyStatus. After a failure the value holds
-// what was read so far, without its sign, which the two statuses of an overflow tell.
+// Reads text in the given character set; returns a MoneyStatus. After a failure the value is what was
+// read so far, without a sign; the two statuses of an overflow tell the sign.
 std::int32_t parse_money(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
                          const vdx_charattr& attributes);
 
-// The same by the whole grammar, one character at a time.
+// The same by the grammar alone, one character at a time.
 std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
                                  const vdx_charattr& attributes);
 

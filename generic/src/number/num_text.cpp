@@ -138,10 +138,15 @@ VDX_INLINE std::int32_t put_plain(const PlainNumber& number, std::uint32_t kept,
                                                   const vdx_charattr& attributes,
                                                   std::int32_t precision, std::int32_t scale,
                                                   void* image) {
-  const std::uint8_t *begin = text, *end = text + length;
-  trim_blanks(begin, end);
   PlainNumber number;
-  if (recognise_runs<kWithPoint>(begin, end, number)) [[likely]] {
+  const auto n = static_cast<std::uint32_t>(length);
+  bool is_plain = n <= 48 && recognise_masks<kWithPoint>(text, LongestBytes(text, n), number);
+  if (!is_plain) {
+    const std::uint8_t *begin = text, *end = text + length;
+    trim_blanks(begin, end);
+    is_plain = recognise_runs<kWithPoint>(begin, end, number);
+  }
+  if (is_plain) [[likely]] {
     const std::uint32_t kept = std::min(number.places, static_cast<std::uint32_t>(scale));
     const std::uint32_t digits = number.whole_digits + kept;
     if (digits <= 38) return put_plain<2>(number, kept, precision, scale, image);

@@ -10,10 +10,13 @@
 // wrong, only unusual: the reader then takes its grammar, which goes by characters and alone
 // decides what such texts mean. Where both read a text they agree.
 //
-// Texts of up to 32 bytes are recognised from masks, with no branch on where their parts are;
-// longer ones, those with blanks after the sign, and some with an exponent, by runs of digits.
+// Texts of up to 32 bytes, of numerics up to 48, are recognised from masks, with no branch on where
+// their parts are; longer ones, those with blanks after the sign, and some with an exponent, by runs
+// of digits.
 #ifndef VDX_NUMBER_PLAIN_NUMBER_H
 #define VDX_NUMBER_PLAIN_NUMBER_H
+
+#include <limits>
 
 #include "number/digits.h"
 #include "number/magnitude.h"
@@ -31,7 +34,7 @@ struct PlainNumber {
   std::uint32_t places;
   std::uint32_t point;    // where the whole digits end, as an offset from the text
   std::uint32_t end;      // where the places, or the whole digits without a point, end
-  std::uint32_t minus;    // not 0 after a minus sign
+  std::uint32_t minus;    // 1 after a minus sign, else 0
   std::int32_t exponent;  // 0 where there is none; of at most four digits
 };
 
@@ -58,15 +61,32 @@ struct LongBytes {  // 17 to 32 bytes
   std::uint32_t equal(char c) const { return first.equal(c) | second.equal(c) << 16; }
 };
 
+struct LongestBytes {  // 33 to 48 bytes
+  Block first, second, third;
+  std::uint64_t inside;
+
+  VDX_INLINE LongestBytes(const std::uint8_t* text, std::uint32_t n)
+      : first(Block::whole(text)),
+        second(Block::whole(text + 16)),
+        third(Block::of(text + 32, n - 32)),
+        inside((std::uint64_t{1} << n) - 1) {}
+  std::uint64_t digits() const {
+    return first.digits() | second.digits() << 16 | std::uint64_t{third.digits()} << 32;
+  }
+  std::uint64_t equal(char c) const {
+    return first.equal(c) | second.equal(c) << 16 | std::uint64_t{third.equal(c)} << 32;
+  }
+};
+
 // An exponent from its letter, at `at`, to the end of all but blanks, at `stop`. Eight bytes are
 // read at once, so texts with a shorter front are left to others.
-VDX_INLINE bool recognise_exponent(const std::uint8_t* text, std::uint32_t digits, std::uint32_t at,
+VDX_INLINE bool recognise_exponent(const std::uint8_t* text, std::uint64_t digits, std::uint32_t at,
                                    std::uint32_t stop, std::int32_t& exponent) {
   if ((text[at] | 32) != 'e' || at + 1 == stop || stop < 8) return false;
   const bool down = text[at + 1] == '-';
   const std::uint32_t first = at + 1 + (down || text[at + 1] == '+' ? 1U : 0U);
   const std::uint32_t count = stop - first;
-  const auto run = static_cast<std::uint32_t>(std::countr_one(std::uint64_t{digits} >> first));
+  const auto run = static_cast<std::uint32_t>(std::countr_one(digits >> first));
   if (run != count || count == 0 || count > 4) return false;
   const std::uint64_t tail = load<std::uint64_t>(text + stop - 8) & 0x0F0F0F0F0F0F0F0F;
   const std::uint32_t others = 64 - 8 * count;  // bits of the bytes before the digits
@@ -77,42 +97,44 @@ VDX_INLINE bool recognise_exponent(const std::uint8_t* text, std::uint32_t digit
 
 template <unsigned kParts, typename Masks>
 VDX_INLINE bool recognise_masks(const std::uint8_t* text, const Masks& bytes, PlainNumber& number) {
-  const std::uint32_t inside = bytes.inside;
-  std::uint32_t points = (kParts & kWithPoint) != 0 ? bytes.equal('.') & inside : 0;
-  std::uint32_t digits = bytes.digits() & inside;
-  std::uint32_t field = digits | points;
-  const std::uint32_t first = field & (0 - field);
-  std::uint32_t others = 0;  // what an exponent accounts for
+  using Mask = decltype(bytes.inside);
+  constexpr auto kBits = static_cast<std::uint32_t>(std::numeric_limits<Mask>::digits);
+  const Mask inside = bytes.inside;
+  Mask points = (kParts & kWithPoint) != 0 ? bytes.equal('.') & inside : 0;
+  Mask digits = bytes.digits() & inside;
+  Mask field = digits | points;
+  const Mask first = field & (0 - field);
+  Mask others = 0;  // what an exponent accounts for
   number.exponent = 0;
   if constexpr ((kParts & kWithExponent) != 0) {
     // Adding the lowest bit of a run carries it to where the run ends.
     const auto end = static_cast<std::uint32_t>(std::countr_zero(std::uint64_t{field} + first));
-    const std::uint32_t rest = inside & ~bytes.equal(' ');
-    const auto stop = 32 - static_cast<std::uint32_t>(std::countl_zero(rest));
+    const Mask rest = inside & ~bytes.equal(' ');
+    const auto stop = kBits - static_cast<std::uint32_t>(std::countl_zero(rest));
     if (digits != 0 && end < stop) {
       if (!recognise_exponent(text, digits, end, stop, number.exponent)) return false;
-      others = 0xFFFFFFFFU << end;
+      others = ~Mask{0} << end;
       points &= ~others;
       field &= ~others;
       digits &= ~others;
     }
   }
-  const std::uint32_t minus = bytes.equal('-') & first >> 1;
-  const std::uint32_t signs = minus | (bytes.equal('+') & first >> 1);
+  const Mask minus = bytes.equal('-') & first >> 1;
+  const Mask signs = minus | (bytes.equal('+') & first >> 1);
   // A second run, a second point, and what has no place at all. Adding the lowest bit of one
   // unbroken run carries it out of the run.
-  const std::uint32_t wrong = (field & (field + first)) | (points & (points - 1)) |
-                              (inside & ~(field | signs | bytes.equal(' ') | others));
+  const Mask wrong = (field & (field + first)) | (points & (points - 1)) |
+                     (inside & ~(field | signs | bytes.equal(' ') | others));
   if (digits == 0 || wrong != 0) [[unlikely]]
     return false;
   const auto start = static_cast<std::uint32_t>(std::countr_zero(field));
-  number.end = 32 - static_cast<std::uint32_t>(std::countl_zero(field));
+  number.end = kBits - static_cast<std::uint32_t>(std::countl_zero(field));
   number.point = points != 0 ? static_cast<std::uint32_t>(std::countr_zero(points)) : number.end;
   number.places = points != 0 ? number.end - number.point - 1 : 0;
   number.whole_digits = number.point - start;
   number.whole = text + start;
   number.fraction = text + number.point + 1;
-  number.minus = minus;
+  number.minus = minus != 0 ? 1 : 0;
   return true;
 }
 
