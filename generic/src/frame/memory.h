@@ -26,6 +26,18 @@ inline void store(void* to, T value) {
   std::memcpy(to, &value, sizeof value);
 }
 
+// The first n (2 to 8) bytes of a word, and nothing after them.
+inline void store_bytes(void* to, std::uint64_t word, std::uint32_t n) {
+  auto* const at = static_cast<unsigned char*>(to);
+  if (n >= 4) {
+    store(at, static_cast<std::uint32_t>(word));
+    store(at + n - 4, static_cast<std::uint32_t>(word >> (8 * (n - 4))));
+  } else {
+    store(at, static_cast<std::uint16_t>(word));
+    store(at + n - 2, static_cast<std::uint16_t>(word >> (8 * (n - 2))));
+  }
+}
+
 // Compilers know this shape as one instruction.
 constexpr std::uint64_t reverse_bytes(std::uint64_t v) {
   v = (v >> 8 & 0x00FF00FF00FF00FF) | (v & 0x00FF00FF00FF00FF) << 8;

@@ -1,5 +1,6 @@
 #include "number/money_value.h"
 
+#include "number/magnitude.h"
 #include "vdxcomn/money.h"
 
 namespace vdx {
@@ -123,6 +124,8 @@ void divide_by_word(const vdx_money* dividend, const vdx_money* divisor, vdx_mon
       static_cast<std::int64_t>(static_cast<std::uint64_t>(get(dividend)) / divisor->low));
 }
 
+constexpr std::uint64_t kMillion = 1000000;
+
 // Two groups of three digits, given as six digit values, with a comma before each.
 inline std::uint64_t groups_of_3(std::uint64_t digits) {
   return ((digits & 0xffffff) << 8 | (digits >> 24) << 40) + 0x3030302C3030302C;
@@ -132,10 +135,10 @@ inline std::uint64_t groups_of_3(std::uint64_t digits) {
 class GroupedWhole {
  public:
   explicit GroupedWhole(std::uint64_t whole) {
-    const std::uint64_t above = whole / 1000000;
-    pairs_[0] = above / 1000000;
-    pairs_[1] = above - pairs_[0] * 1000000;
-    pairs_[2] = whole - above * 1000000;
+    const std::uint64_t above = whole / kMillion;
+    pairs_[0] = above / kMillion;
+    pairs_[1] = above - pairs_[0] * kMillion;
+    pairs_[2] = whole - above * kMillion;
     first_ = pairs_[0] != 0 ? 0 : pairs_[1] != 0 ? 1 : 2;
     const std::uint64_t digits = digits_of_8(pairs_[first_]) >> 16;
     const int zeros = std::countr_zero(digits | 1ULL << 40) / 8;  // 0 to 5 of the six
@@ -162,17 +165,6 @@ class GroupedWhole {
   int first_;
 };
 
-// The first n (2 to 8) bytes of a word, and nothing after them.
-inline void store_bytes(char* to, std::uint64_t word, std::int32_t n) {
-  if (n >= 4) {
-    store(to, static_cast<std::uint32_t>(word));
-    store(to + n - 4, static_cast<std::uint32_t>(word >> (8 * (n - 4))));
-  } else {
-    store(to, static_cast<std::uint16_t>(word));
-    store(to + n - 2, static_cast<std::uint16_t>(word >> (8 * (n - 2))));
-  }
-}
-
 char* write_plain(std::int64_t value, char* buffer, std::int32_t length, std::int32_t places) {
   const ShortText text = money_text(value, places);
   const auto size = static_cast<std::int32_t>(text.length());
@@ -180,7 +172,7 @@ char* write_plain(std::int64_t value, char* buffer, std::int32_t length, std::in
   char* const start = buffer + (length - size);
   const unsigned char* const from = text.data();
   if (size <= 8) {
-    store_bytes(start, load<std::uint64_t>(from), size);
+    store_bytes(start, load<std::uint64_t>(from), text.length());
     return start;
   }
   store(start, load<std::uint64_t>(from));
@@ -189,8 +181,39 @@ char* write_plain(std::int64_t value, char* buffer, std::int32_t length, std::in
   return start;
 }
 
+// The whole part of most money, below 10^12: four groups at fixed places before the end, of which a
+// mask lets through what is not a leading zero. `end` is where they end, sixteen bytes or more
+// after the start of the buffer; returns where the text begins, with its sign.
+char* put_groups(std::uint64_t whole, bool negative, char* end) {
+  static constexpr std::uint8_t kLengths[] = {0, 1, 2, 3, 5, 6, 7, 9, 10, 11, 13, 14, 15};
+  alignas(16) static constexpr std::uint64_t kMask[4] = {0, 0, ~std::uint64_t{0},
+                                                         ~std::uint64_t{0}};
+  const std::uint64_t upper = whole / kMillion;
+  const std::uint64_t lower = whole - upper * kMillion;
+  const std::uint32_t length = kLengths[decimal_digits(whole)];
+  const char* const mask = reinterpret_cast<const char*>(kMask) + length;
+  const std::uint64_t first = load<std::uint64_t>(mask), last = load<std::uint64_t>(mask + 8);
+  char* const start = end - length;
+  // Before it, the sign, or a blank where the next digit would have put a comma. By masks: values
+  // are as unpredictable as signs.
+  const std::uint32_t minus = 0U - static_cast<std::uint32_t>(negative);
+  const std::uint32_t blank = 0U - static_cast<std::uint32_t>(length % 4 == 3);
+  const std::uint32_t other = (blank & ' ') | (~blank & static_cast<std::uint8_t>(start[-1]));
+  const std::uint64_t groups = groups_of_3(digits_of_8(upper) >> 16) & first;
+  const std::uint64_t tail = groups_of_3(digits_of_8(lower) >> 16) & last;
+  store(end - 16, groups | (load<std::uint64_t>(end - 16) & ~first));
+  store(end - 8, tail | (load<std::uint64_t>(end - 8) & ~last));
+  start[-1] = static_cast<char>((minus & '-') | (~minus & other));
+  return start - negative;
+}
+
 char* write_grouped(std::int64_t value, char* buffer, std::int32_t length, std::int32_t places) {
   const MoneyParts parts = money_parts(signed_magnitude(value).magnitude, places);
+  if (length >= 21 && parts.whole < kMillion * kMillion) [[likely]] {
+    char* const end = buffer + length - 1 - parts.places;
+    store_bytes(end, fraction_text(parts.fraction), 1 + parts.places);
+    return put_groups(parts.whole, value < 0, end);
+  }
   const GroupedWhole whole(parts.whole);
   const std::uint64_t tail = fraction_text(parts.fraction);
   const std::int32_t tail_length = 1 + static_cast<std::int32_t>(parts.places);
@@ -199,10 +222,11 @@ char* write_grouped(std::int64_t value, char* buffer, std::int32_t length, std::
   if (sign + size > length) return nullptr;
   char* const start = buffer + (length - size);
   if (size < 8) {
-    store_bytes(start, whole.head() | tail << (8 * whole.length()), size);
+    store_bytes(start, whole.head() | tail << (8 * whole.length()),
+                static_cast<std::uint32_t>(size));
   } else {
     whole.write(start);
-    store_bytes(start + whole.length(), tail, tail_length);
+    store_bytes(start + whole.length(), tail, 1 + parts.places);
   }
   if (sign != 0) {
     start[-1] = '-';
