@@ -304,6 +304,36 @@ template <typename V>
 inline constexpr Misfit kMisfit =
     Integral<V> || std::same_as<V, Bit> ? Misfit::asterisk : Misfit::cut;
 
+// What the straight way below leaves. Out of line, because its registers would have to be saved.
+template <Integral V>
+[[gnu::noinline]] std::int32_t write_long_integer(const Call call, V value) {
+  return write_text(call, text_of(call, value), kMisfit<V>);
+}
+
+// A number goes straight into a destination where its way there can be foreseen: integers of up to 32
+// bits mostly are short, those of more than sixteen digits long. The others have lengths that are
+// as unpredictable as their digits.
+template <Integral V>
+VDX_INLINE std::int32_t write_as_text(const Call& call, V value) {
+  const vdx_datafmt& format = *call.format;
+  const SignedMagnitude number = signed_magnitude(value);
+  if constexpr (sizeof(V) == 8) {
+    if (number.magnitude < 10000000000000000)
+      return write_text(call, text_of(call, value), kMisfit<V>);
+  } else if (number.magnitude >= 100000000) {
+    return write_long_integer<V>(call, value);
+  }
+  const DirectInteger text(number);
+  const auto n = static_cast<std::int32_t>(text.length());
+  if (format.maxlength < text.kRoom || !text_fits(format, n)) [[unlikely]]
+    return write_long_integer<V>(call, value);
+  text.put(static_cast<unsigned char*>(call.destination));
+  *call.length = n;
+  if ((format.format & kFinishFlags) == 0) [[likely]]
+    return VDX_SUCCESS;
+  return finish_text(format, call.destination, n, *call.length);
+}
+
 struct characters {
   static Text read(const Call& call) {
     return {static_cast<const std::uint8_t*>(call.source), call.source_format->maxlength,

@@ -118,17 +118,6 @@ constexpr std::uint32_t layout_width(std::string_view layout) {
   return width;
 }
 
-// The numbers 0 to 99 as two digits, in the order of a store; blank_first shows 5 as " 5".
-constexpr std::array<std::uint16_t, 100> digit_pairs(bool blank_first) {
-  std::array<std::uint16_t, 100> pairs{};
-  for (std::uint32_t i = 0; i < 100; ++i) {
-    const std::uint32_t tens = i < 10 && blank_first ? ' ' : '0' + i / 10;
-    pairs[i] = static_cast<std::uint16_t>(tens | ('0' + i % 10) << 8);
-  }
-  return pairs;
-}
-
-inline constexpr auto kPairs = digit_pairs(false);
 inline constexpr auto kBlankPairs = digit_pairs(true);
 inline constexpr auto kTwelveHours = [] {
   std::array<std::uint16_t, 32> pairs{};

@@ -12,6 +12,7 @@
 #ifndef VDX_NUMBER_DIGITS_H
 #define VDX_NUMBER_DIGITS_H
 
+#include <array>
 #include <bit>
 #include <concepts>
 #include <cstdint>
@@ -36,6 +37,8 @@ VDX_INLINE Words shift_left_bytes(Words w, unsigned bytes) {  // bytes 0 to 15
   return {shifted.low & ~far, (shifted.high & ~far) | (shifted.low & far)};
 }
 
+inline constexpr std::uint64_t kAsciiZeros = 0x3030303030303030;
+
 // Eight digit values (bytes 0 to 9, the first in the lowest byte) as a number.
 VDX_INLINE std::uint64_t number_of_8(std::uint64_t digits) {
   digits = digits * 10 + (digits >> 8);  // pairs in bytes 0, 2, 4, 6: at most 99, so none carries
@@ -44,6 +47,13 @@ VDX_INLINE std::uint64_t number_of_8(std::uint64_t digits) {
   return (((digits & 0x000000FF000000FF) * (100 + (1000000ULL << 32))) +
           (((digits >> 16) & 0x000000FF000000FF) * (1 + (10000ULL << 32)))) >>
          32;
+}
+
+// Whether a word, from which the character '0' was taken by exclusive or, holds digits alone.
+VDX_INLINE bool are_digits(std::uint64_t values) {
+  // Adding 0x76 sets the top bit of the lowest byte above 9, or carries out of it where it had that
+  // bit itself. Digits carry nothing.
+  return (((values + 0x7676767676767676) | values) & 0x8080808080808080) == 0;
 }
 
 // Masks: the sixteen bytes from index n keep the values of the last n of sixteen digits and make the
@@ -247,7 +257,6 @@ class Digits16 {
     const std::uint64_t tops = (digits + 0x7F7F7F7F7F7F7F7F) & 0x8080808080808080;
     return static_cast<std::uint32_t>(((tops >> 7) * 0x0102040810204080) >> 56);
   }
-  static constexpr std::uint64_t kAsciiZeros = 0x3030303030303030;
   Words words_;
 #endif
 };
@@ -312,6 +321,95 @@ VDX_INLINE ShortText integer_text(SignedMagnitude value) {
   put_integer<kMost>(text, value);
   return text;
 }
+
+// The numbers 0 to 99 as two digits, in the order of a store; blank_first shows 5 as " 5".
+constexpr std::array<std::uint16_t, 100> digit_pairs(bool blank_first) {
+  std::array<std::uint16_t, 100> pairs{};
+  for (std::uint32_t i = 0; i < 100; ++i) {
+    const std::uint32_t tens = i < 10 && blank_first ? ' ' : '0' + i / 10;
+    pairs[i] = static_cast<std::uint16_t>(tens | ('0' + i % 10) << 8);
+  }
+  return pairs;
+}
+
+inline constexpr auto kPairs = digit_pairs(false);
+
+// The text of a number below 10^8 without leading zeros, its first digit in the lowest byte; zero
+// bytes follow the last one.
+struct WordText {
+  std::uint64_t bytes;
+  std::uint32_t length;
+
+  // With what its destination holds after it.
+  std::uint64_t before(std::uint64_t held) const {
+    return bytes | (held & ~std::uint64_t{0xFF} << (8 * length - 8));
+  }
+};
+
+VDX_INLINE WordText word_text(std::uint64_t number) {
+  if (number < 10000) {
+    const std::uint64_t upper = number * 5243 >> 19;  // / 100: e is 12
+    const std::uint32_t text = kPairs[upper] | std::uint32_t{kPairs[number - upper * 100]} << 16;
+    const std::uint32_t length = 1U + (number >= 10) + (number >= 100) + (number >= 1000);
+    return {text >> (32 - 8 * length), length};
+  }
+  const std::uint64_t digits = digits_of_8(number);
+  const int zeros = std::countr_zero(digits | 1ULL << 56) & ~7;  // bits; the last digit stays
+  return {(digits | kAsciiZeros) >> zeros, 8 - static_cast<std::uint32_t>(zeros) / 8};
+}
+
+// A number in a destination, its pieces stored straight from registers, one over the other, and
+// ending where the text ends: a text put together in memory would be read back before its pieces
+// have arrived there. The length of a short number is known from its digits, so it comes first.
+class DirectInteger {
+ public:
+  // The least room that it needs, whatever its length: a word is written behind the sign.
+  static constexpr std::int32_t kRoom = 9;
+
+  VDX_INLINE explicit DirectInteger(SignedMagnitude value)
+      : sign_(static_cast<std::uint32_t>(value.sign)) {
+    const std::uint64_t number = value.magnitude;
+    if (number < kTen8) {
+      first_ = word_text(number);
+      return;
+    }
+    std::uint64_t upper = number / kTen8;
+    pieces_ = 1;
+    lower_ = number - upper * kTen8;
+    if (upper >= kTen8) {
+      const std::uint64_t head = upper / kTen8;  // at most four digits
+      pieces_ = 2;
+      middle_ = upper - head * kTen8;
+      upper = head;
+    }
+    first_ = word_text(upper);
+  }
+
+  std::uint32_t length() const { return sign_ + first_.length + 8 * pieces_; }
+
+  VDX_INLINE void put(unsigned char* to) const {
+    unsigned char* const digits = to + sign_;
+    const std::uint64_t held = load<std::uint64_t>(digits);
+    *to = '-';
+    if (pieces_ == 0) {
+      store(digits, first_.before(held));
+      return;
+    }
+    store(digits, first_.bytes);
+    if (pieces_ == 2)
+      Digits16(middle_, lower_).put(digits + first_.length);
+    else
+      store(digits + first_.length, digits_of_8(lower_) | kAsciiZeros);
+  }
+
+ private:
+  static constexpr std::uint64_t kTen8 = 100000000;
+
+  std::uint32_t sign_;
+  std::uint32_t pieces_ = 0;  // of eight digits, after the first one
+  WordText first_;
+  std::uint64_t middle_ = 0, lower_ = 0;
+};
 
 }  // namespace vdx
 

@@ -23,7 +23,29 @@ inline constexpr std::int32_t kScanDone = 4;
 // Both return false for a text that is not plain or has more than nineteen digits.
 bool plain_integer_long(const std::uint8_t* text, std::uint32_t n, SignedMagnitude& value);
 
+// A minus sign, perhaps, and digits: texts of up to eight bytes that are nothing else.
+VDX_INLINE bool short_integer(const std::uint8_t* text, std::uint32_t n, SignedMagnitude& value) {
+  std::uint64_t word = 0;
+  if (can_read_ahead(text, 8)) [[likely]]
+    word = load<std::uint64_t>(text);
+  else
+    std::memcpy(&word, text, n);
+  const std::uint32_t minus = (word & 0xFF) == '-' ? 1 : 0;
+  const std::uint32_t digits = n - minus;
+  if (digits == 0) [[unlikely]]
+    return false;
+  // The last digit goes to the top; what is not a digit's place becomes a leading zero.
+  word = (word << (64 - 8 * n) ^ kAsciiZeros) & ~std::uint64_t{0} << (64 - 8 * digits);
+  if (!are_digits(word)) [[unlikely]]
+    return false;
+  value = {number_of_8(word), minus};
+  return true;
+}
+
+// Short: of up to eight bytes more often than not.
+template <bool kShort>
 VDX_INLINE bool plain_integer(const std::uint8_t* text, std::uint32_t n, SignedMagnitude& value) {
+  if (kShort && n <= 8 && short_integer(text, n, value)) return true;
   if (n <= 16) {
     const Block block = Block::of(text, n);
     PlainNumber number;
@@ -56,7 +78,7 @@ requires std::same_as<T, std::int32_t> || std::same_as<T, std::int64_t> ||
     return kScanEmpty;
   }
   SignedMagnitude number;
-  if (plain_integer(text, static_cast<std::uint32_t>(length), number)) [[likely]] {
+  if (plain_integer<sizeof(T) == 4>(text, static_cast<std::uint32_t>(length), number)) [[likely]] {
     const auto top = static_cast<std::uint64_t>(std::numeric_limits<T>::max());
     const std::uint64_t negate = 0 - number.sign;
     // The least signed value is one further from zero than the largest; unsigned types take no sign.
