@@ -45,7 +45,7 @@ inline NumericText text_of(const Call&, const Exact& value) {
   return text;
 }
 
-inline std::int32_t write_as_text(const Call& call, const Exact& value) {
+[[gnu::noinline]] inline std::int32_t write_long_numeric(const Call call, const Exact& value) {
   const NumericText text = text_of(call, value);
   const auto n = static_cast<std::int32_t>(text.length());
   if (!text_fits(*call.format, n)) [[unlikely]]
@@ -54,6 +54,27 @@ inline std::int32_t write_as_text(const Call& call, const Exact& value) {
   *call.length = n;
   if ((call.format->format & kFinishFlags) == 0) return VDX_SUCCESS;
   return finish_text(*call.format, call.destination, n, *call.length);
+}
+
+// Most go straight into the destination, piece by piece.
+inline std::int32_t write_as_text(const Call& call, const Exact& value) {
+  const vdx_datafmt& format = *call.format;
+  NumericPieces pieces{};
+  if (!split_numeric(value, pieces)) return write_long_numeric(call, value);
+  const DirectInteger head({pieces.head, value.negative ? 1U : 0U});
+  const auto places = static_cast<std::uint32_t>(value.scale);
+  const std::uint32_t whole = head.length() + (pieces.has_middle ? 16 : 0);
+  const auto n = static_cast<std::int32_t>(places == 0 ? whole : whole + 1 + places);
+  if (format.maxlength < head.kRoom || !text_fits(format, n)) [[unlikely]]
+    return write_long_numeric(call, value);
+  auto* const to = static_cast<unsigned char*>(call.destination);
+  head.put(to);
+  if (pieces.has_middle) put_16_digits(to + whole - 16, pieces.middle);
+  if (places != 0) put_places(to + whole, pieces.fraction, places);
+  *call.length = n;
+  if ((format.format & kFinishFlags) == 0) [[likely]]
+    return VDX_SUCCESS;
+  return finish_text(format, call.destination, n, *call.length);
 }
 
 // A numeric keeps its image, which is longer than a C++ type of its value would say.

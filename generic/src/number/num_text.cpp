@@ -115,16 +115,24 @@ bool read_digits(FoldedText& text, LongDecimal& decimal) {
   }
 }
 
-// With `kept` of its places. The first one that goes decides the rounding.
-template <std::size_t kLimbs>
+// With `kept` of its places. The first one that goes decides the rounding. Short: of few digits more
+// often than not, which one limb holds.
+template <std::size_t kLimbs, bool kShort = false>
 VDX_INLINE std::int32_t put_plain(const PlainNumber& number, std::uint32_t kept,
                                   std::int32_t precision, std::int32_t scale, void* image) {
   const bool negative = number.minus != 0;
+  const auto missing = scale - static_cast<std::int32_t>(kept);
+  if (kShort && number.whole_digits + static_cast<std::uint32_t>(scale) <= kLimbDigits) {
+    std::uint64_t limb = long_number_at(number.whole, number.whole_digits) *
+                             limb_power(static_cast<std::int32_t>(kept)) +
+                         long_number_at(number.fraction, kept);
+    if (kept < number.places) limb += number.fraction[kept] >= '5' ? 1 : 0;
+    return put_limb_image(limb * limb_power(missing), negative, precision, scale, image);
+  }
   Accumulator<kLimbs> sum;
   sum.digits(number.whole, number.whole_digits);
   sum.digits(number.fraction, kept);
   if (kept < number.places) sum.add(number.fraction[kept] >= '5' ? 1 : 0);
-  const auto missing = scale - static_cast<std::int32_t>(kept);
   if (missing == 0) [[likely]]
     return put_image(true, sum.magnitude(), negative, precision, scale, image);
   Magnitude magnitude = sum.magnitude();
@@ -235,7 +243,7 @@ std::int32_t parse_numeric(const std::uint8_t* text, std::int32_t length,
   if (length > 0 && recognise<kWithPoint>(text, static_cast<std::uint32_t>(length), number))
       [[likely]] {
     const std::uint32_t kept = std::min(number.places, static_cast<std::uint32_t>(scale));
-    return put_plain<2>(number, kept, precision, scale, image);
+    return put_plain<2, true>(number, kept, precision, scale, image);
   }
   return parse_numeric_grammar(text, length, attributes, precision, scale, image);
 }

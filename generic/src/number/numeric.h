@@ -143,6 +143,25 @@ VDX_INLINE std::int32_t put_image(bool fits, const Magnitude& m, bool negative,
   return VDX_SUCCESS;
 }
 
+// The same of a magnitude of one limb.
+VDX_INLINE std::int32_t put_limb_image(std::uint64_t m, bool negative, std::int32_t precision,
+                                       std::int32_t scale, void* image) {
+  if (precision <= kLimbDigits && m >= limb_power(precision)) [[unlikely]]
+    return put_largest(negative, precision, scale, image);
+  const std::size_t bytes = kBytesOfPrecision[static_cast<std::size_t>(precision)] - 1U;
+  auto* const out = static_cast<std::uint8_t*>(image);
+  out[0] = static_cast<std::uint8_t>(precision);
+  out[1] = static_cast<std::uint8_t>(scale);
+  out[2] = static_cast<std::uint8_t>(negative & (m != 0));
+  std::uint8_t* const digits = out + 3;
+  std::memset(digits, 0, kNumericBytes - 3);
+  if (bytes <= 8)
+    store(digits, reverse_bytes(m << (8 - bytes) * 8));
+  else
+    store(digits + bytes - 8, reverse_bytes(m));
+  return VDX_SUCCESS;
+}
+
 // The magnitude of the value's whole part; the rest is cut off.
 inline Magnitude whole_part(const Exact& value) {
   if (value.scale == 0) return value.magnitude;
