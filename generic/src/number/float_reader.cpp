@@ -130,6 +130,57 @@ VDX_INLINE bool round_plain(const PlainNumber& number, F& value, std::int32_t& c
   return true;
 }
 
+// The digits at p, up to `end`, after those of `size`; wraps where there are too many. Nearly all
+// digits of a long text come by eights.
+VDX_INLINE const std::uint8_t* append_digits(const std::uint8_t* p, const std::uint8_t* end,
+                                             std::uint64_t& size) {
+  for (; end - p >= 8; p += 8) {
+    const std::uint64_t values = load<std::uint64_t>(p) ^ kAsciiZeros;
+    if (!are_digits(values)) break;
+    size = size * 100000000 + number_of_8(values);
+  }
+  for (; p != end && static_cast<std::uint8_t>(*p - '0') <= 9; ++p)
+    size = size * 10 + static_cast<std::uint8_t>(*p - '0');
+  return p;
+}
+
+// What floats of many digits look like: a minus sign, perhaps, few digits, a point, digits and an
+// exponent, no more than nineteen digits in all. False for any other text.
+template <typename F>
+VDX_INLINE bool read_long_decimal(const std::uint8_t* text, std::uint32_t n, F& value,
+                                  std::int32_t& code) {
+  const std::uint8_t* const end = text + n;
+  const bool minus = *text == '-';
+  const std::uint8_t* const whole = text + minus;
+  std::uint64_t size = 0;
+  const std::uint8_t* p = whole;
+  for (; p != end && static_cast<std::uint8_t>(*p - '0') <= 9; ++p)
+    size = size * 10 + static_cast<std::uint8_t>(*p - '0');
+  if (p == whole || p == end || *p != '.') return false;
+  const std::uint8_t* const point = p;
+  p = append_digits(p + 1, end, size);
+  if (p - whole > kLimbDigits + 1) return false;
+  auto tens = static_cast<std::int32_t>(point + 1 - p);
+  if (p != end) {
+    if ((*p | 32) != 'e' || end - p < 2) return false;
+    const bool down = p[1] == '-';
+    p += down || p[1] == '+' ? 2 : 1;
+    if (p == end || end - p > 4) return false;
+    std::int32_t exponent = 0;
+    for (; p != end; ++p) {
+      if (static_cast<std::uint8_t>(*p - '0') > 9) return false;
+      exponent = exponent * 10 + (*p - '0');
+    }
+    tens += down ? -exponent : exponent;
+  }
+  F rounded;
+  code = round_decimal(size, tens, rounded);
+  if (code == kUndecided) [[unlikely]]
+    return false;
+  value = with_sign(rounded, minus);
+  return true;
+}
+
 // What is not plain within 32 bytes, or shorter than shortest texts of many digits are.
 template <typename F>
 [[gnu::noinline]] std::int32_t read_rare_float(const std::uint8_t* text, std::int32_t length,
@@ -149,9 +200,11 @@ template <typename F>
 [[gnu::noinline]] std::int32_t read_any_float(const std::uint8_t* text, std::int32_t length,
                                               const vdx_charattr& attributes, F& value) {
   if (length > 16 && length <= 32) {
+    std::int32_t code;
+    if (read_long_decimal(text, static_cast<std::uint32_t>(length), value, code)) [[likely]]
+      return code;
     const LongBytes bytes(text, static_cast<std::uint32_t>(length));
     PlainNumber number;
-    std::int32_t code;
     if (recognise_masks<kWithPoint | kWithExponent>(text, bytes, number) &&
         round_plain(number, value, code)) [[likely]]
       return code;
