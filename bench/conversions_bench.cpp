@@ -173,5 +173,17 @@ int main(int argc, char** argv) {
   parse_rows<std::int64_t, false>("text_to_i8", VDX_I8, i8, keep<Texts>(i8_texts));
   format_rows("i4_to_text", VDX_I4, i4, i4_texts);
   format_rows("i8_to_text", VDX_I8, i8, i8_texts);
+
+  // Of few digits, as counts and codes have, and of as many as an i8 has.
+  bench::Random random(23);
+  auto& small = keep_all(std::vector<std::int32_t>(kItems));
+  for (std::int32_t& value : small) value = static_cast<std::int32_t>(random.between(0, 999));
+  auto& uniform = keep_all(std::vector<std::int64_t>(kItems));
+  for (std::int64_t& value : uniform) value = static_cast<std::int64_t>(random.next());
+  const auto& small_texts = keep_all(bench::formatted(small, digits_of<std::int32_t>));
+  const auto& uniform_texts = keep_all(bench::formatted(uniform, digits_of<std::int64_t>));
+  parse_rows<std::int32_t, false>("text_to_i4_small", VDX_I4, small, keep<Texts>(small_texts));
+  format_rows("i4_to_text_small", VDX_I4, small, small_texts);
+  format_rows("i8_to_text_uniform", VDX_I8, uniform, uniform_texts);
   return bench::run(argc, argv);
 }

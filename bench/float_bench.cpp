@@ -40,6 +40,22 @@ std::vector<double> random_bits() {
   return values;
 }
 
+// From 0.1 to 1, which seventeen digits tell apart.
+std::vector<double> fractions() {
+  bench::Random random(33);
+  std::vector<double> values(kItems);
+  for (double& value : values)
+    value = (0.1 + 0.9 * std::ldexp(static_cast<double>(random.next() >> 11), -53)) *
+            (random.coin() ? 1 : -1);
+  return values;
+}
+
+std::string of_17_digits(double value) {
+  char text[32];
+  const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, 17).ptr;
+  return {text, end};
+}
+
 std::string shortest(double value) {
   char text[32];
   return {text, std::to_chars(text, text + sizeof text, value).ptr};
@@ -107,5 +123,7 @@ int main(int argc, char** argv) {
     parse_rows(std::string("text_to_flt8_") + kind, kept, keep<Texts>(texts));
     format_rows(std::string("flt8_to_text_") + kind, kept, texts, fmt_texts);
   }
+  const auto& seventeen = keep_all(fractions());
+  parse_rows("text_to_flt8_17", seventeen, keep<Texts>(bench::formatted(seventeen, of_17_digits)));
   return bench::run(argc, argv);
 }

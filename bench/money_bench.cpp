@@ -6,6 +6,7 @@
 
 #include "bench_common.h"
 #include "conversion_call.h"
+#include "vdxcomn/intl.h"
 
 #ifdef VDX_PEER_GMP
 #include <gmp.h>
@@ -279,6 +280,29 @@ bool parse_by_from_chars(const char* at, const char* end, std::int64_t* result) 
   return true;
 }
 
+// Amounts in a column of twenty characters, in a locale of UTF-8. Peer: the same in the default
+// locale, whose characters are single bytes.
+void padded_money_row(const std::vector<std::int64_t>& values) {
+  const std::string row = "text_to_money_utf8";
+  const auto& texts = keep<Texts>(bench::formatted(values, [](std::int64_t value) {
+    std::string text = plain_text(value, 4, false);
+    return text.append(20 - text.size(), ' ');
+  }));
+  const auto& money = keep_all(to_money(values));
+  auto& results = keep_all(std::vector<vdx_money>(kItems));
+  for (const char* const set : {"utf8", "iso_1"}) {
+    auto& call = keep<bench::ConversionCall>(VDX_CHAR, 20, VDX_MONEY, int{sizeof(vdx_money)});
+    if (comn_loc_alloc(&call.context, set, &call.context.locale) != XS_SUCCEED) std::abort();
+    value_contender(
+        row, set == std::string("utf8") ? "ours" : "ours in iso_1", results, money,
+        [&call, function = call.function, in = texts.data(), out = results.data()](std::size_t i) {
+          std::int32_t length;
+          return function(&call.context, &call.source, in[i].data, &call.destination, out + i,
+                          &length) == VDX_SUCCESS;
+        });
+  }
+}
+
 void text_to_money_rows(const std::vector<std::int64_t>& values) {
   const std::string row = "text_to_money";
   const auto& texts = keep<Texts>(
@@ -341,5 +365,6 @@ int main(int argc, char** argv) {
                                           gmp_divide);
   money_to_text_rows(dividends);
   text_to_money_rows(dividends);
+  padded_money_row(dividends);
   return bench::run(argc, argv);
 }

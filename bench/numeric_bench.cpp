@@ -442,7 +442,7 @@ void numeric_to_text_row(const std::string& row, Column column) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  constexpr Column kTwenty{20, 6}, kMiddle{38, 10}, kWidest{77, 20};
+  constexpr Column kTen{10, 2}, kTwenty{20, 6}, kMiddle{38, 10}, kWidest{77, 20};
   const auto middle_a = texts_of(41, 38, 10), middle_b = texts_of(42, 38, 10);
   const auto widest_a = texts_of(43, 77, 20), widest_b = texts_of(44, 77, 20);
   // Every result fits: first digits up to 4, products of as many digits as the result has.
@@ -460,7 +460,7 @@ int main(int argc, char** argv) {
                                                    texts_of(49, 38, 10, true));
   arithmetic_row<Operator::divide, comn_numdivide>("numeric_divide_77", kWidest, {77, 0}, widest_a,
                                                    texts_of(50, 77, 20, true));
-  for (const Column column : {kTwenty, kMiddle, kWidest}) {
+  for (const Column column : {kTen, kTwenty, kMiddle, kWidest}) {
     const std::string digits = std::to_string(column.precision);
     text_to_numeric_row("text_to_numeric_" + digits, column);
     numeric_to_text_row("numeric_to_text_" + digits, column);
