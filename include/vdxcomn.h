@@ -12,6 +12,7 @@
 #include "vdxcomn/dateparse.h"
 #include "vdxcomn/datepart.h"
 #include "vdxcomn/errors.h"
+#include "vdxcomn/fault.h"
 #include "vdxcomn/frame.h"
 #include "vdxcomn/intl.h"
 #include "vdxcomn/list.h"
@@ -20,6 +21,7 @@
 #include "vdxcomn/number.h"
 #include "vdxcomn/thread.h"
 #include "vdxcomn/types.h"
+#include "vdxcomn/version.h"
 #include "vdxcomn/wire.h"
 
 #endif

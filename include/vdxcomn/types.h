@@ -31,8 +31,8 @@
 VDX_BEGIN_DECLS
 
 /* What a caller stores in vdx_context.version. Contexts below 114 are refused where the version
- * is checked. */
-#define VDX_VERSION 114
+ * is checked; one of 114 ends before the field fault, which is never read then. */
+#define VDX_VERSION 115
 
 /* Length markers: a zero-terminated string to be measured, and a value that is not given. */
 #define VDX_NULLTERM (-9)
@@ -210,6 +210,7 @@ struct vdx_extension;      /* one installed conversion of a user datatype; the l
 struct vdx_null_value;     /* null image of a built-in datatype; the library's */
 struct vdx_null_extension; /* null image of a user datatype; the library's */
 struct vdx_err_table;      /* texts of numbered messages, see errors.h */
+struct vdx_fault;          /* where and why a value did not convert, see fault.h */
 
 /* The caller's context. Valid when zero-filled with version set to VDX_VERSION: then memory comes
  * from malloc, text is in the built-in single-byte character set, and numbered messages go
@@ -234,6 +235,9 @@ struct vdx_context {
 
   /* The caller's again: texts of numbered messages, see errors.h; null: English. */
   const struct vdx_err_table *messages;
+
+  /* From version 115: the caller's record of the last failure, see fault.h; null: not wanted. */
+  struct vdx_fault *fault;
 };
 
 VDX_END_DECLS

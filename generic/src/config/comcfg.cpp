@@ -8,6 +8,7 @@
 #include "config/parse.h"
 #include "config/search.h"
 #include "frame/check.h"
+#include "frame/fault.h"
 #include "frame/length.h"
 #include "frame/message.h"
 #include "frame/platform.h"
@@ -115,7 +116,7 @@ extern "C" {
 std::int32_t comn_init_cfg(vdx_context* context, const char* name, std::int32_t length,
                            vdx_cfg** cfg) {
   VDX_CHECK_POINTER(context, VDX_TRACE(XS_FAIL));
-  VDX_ASSERT(context->version >= VDX_VERSION, VDX_TRACE(XS_FAIL));
+  VDX_ASSERT(context->version >= vdx::kFirstVersion, VDX_TRACE(XS_FAIL));
   VDX_CHECK_POINTER(cfg, VDX_TRACE(XS_FAIL));
   if (vdx::has_parse_turn()) return VDX_TRACE(XS_FAIL);
   char standard[vdx::kLongestFileName + 1];
