@@ -4,6 +4,7 @@
 
 #include "vdxcomn/batch.h"
 #include "vdxcomn/charset.h"
+#include "vdxcomn/column.h"
 #include "vdxcomn/config.h"
 #include "vdxcomn/conversions.h"
 #include "vdxcomn/convert.h"
