@@ -23,11 +23,18 @@ bool holds_text(std::int32_t code) {
 Bytes text_row(Random& random) {
   std::string text;
   if (random.below(3) == 0) {
-    static constexpr const char* kDates[] = {
-        "2008-01-02 13:05:09.123",   "2008-02-29",          "1999-12-31 23:59",
-        "9999-12-31 23:59:59.9996",  "1752-12-31 00:00:00", "2023-02-29 00:00:00.1",
-        "2008/01/02T13:05:09.123456"};
-    text = random.of(kDates);
+    static constexpr std::size_t kLengths[] = {10, 16, 19, 21, 22, 23, 24, 26, 12};
+    const auto part = [&](int first, int count) {
+      return first + static_cast<int>(random.below(static_cast<std::uint64_t>(count)));
+    };
+    char date[80];
+    std::snprintf(date, sizeof date, "%04d-%02d-%02d %02d:%02d:%02d.%06d",
+                  random.below(9) == 0 ? part(0, 10000) : part(1890, 120),
+                  part(random.below(30) != 0, 12 + (random.below(30) == 0)),
+                  part(1, 29 + part(0, 3)), part(0, 24), part(0, 60), part(0, 60),
+                  part(0, 2) * 999499 + part(0, 2000) / 2);
+    text = std::string(date).substr(0, random.of(kLengths));
+    if (random.below(30) == 0) text[random.below(text.size())] = "T/x61 "[random.below(6)];
   } else {
     text = std::string(random.below(2), '-') + std::to_string(random.sized());
     if (random.below(2) == 0) text.insert(text.size() - random.below(text.size()), ".");

@@ -23,10 +23,13 @@ struct BlockTexts {
 using TextWay = std::size_t(const BlockTexts& texts, std::size_t n, unsigned char* destination,
                             std::uint16_t* left);
 
-// Converts n packed integers to texts without a gap, which `room` bytes hold if there are
-// kMostDigits for each. ends receives where each text ends.
-using DigitsWay = void(const unsigned char* source, std::size_t n, unsigned char* destination,
-                       std::int64_t* ends);
+// The most bytes of an integer's text.
+inline constexpr std::int64_t kLongestInteger = 20;
+
+// Converts n packed integers to texts without a gap, whose destination has kLongestInteger bytes for
+// each; those whose bit in `given` is clear have none. ends receives where each text ends.
+using DigitsWay = void(const unsigned char* source, std::size_t n, const std::uint64_t* given,
+                       unsigned char* destination, std::int64_t* ends);
 
 // The ways of this processor for datatype codes; null where there is none.
 TextWay* text_way(std::int32_t destination);

@@ -185,6 +185,14 @@ class Driver {
                d = static_cast<std::size_t>(destination_.datatype);
     if (function_ != matrix()[s * kCodes + d]) return;  // installed by the caller
     batch_ = kBatches.functions[kSourceFamily[s]][kDestinationFamily[d]];
+    // Their texts are the same bytes in every character set.
+    const Family from = kSourceFamily[s];
+    if (from == family_char && (group_of_code(destination_.datatype) != Group::calendar ||
+                                locale_of(context_, &from_).date_order != 4))
+      texts_ = text_way(destination_.datatype);
+    if (kDestinationFamily[d] == family_char && has_offsets(layout_) &&
+        maxlength_ >= kLongestInteger && (to_.format & (kFinishFlags | VDX_FMT_QUOTE)) == 0)
+      digits_ = digits_way(source_.datatype);
   }
 
   // ---- the source ----
@@ -315,6 +323,16 @@ class Driver {
         for (std::size_t i = 0; i < n; ++i)
           if (seen[i] != VDX_SUCCESS && given.at(i))
             note(i, seen[i], nullptr, place(i), maxlength_);
+    } else if (texts_ != nullptr && n != 0) {
+      std::uint16_t left[kBlockRows];
+      const std::size_t count = texts_({values_, offsets_}, n, to, left);
+      if (codes != nullptr) std::fill_n(codes, n, std::int32_t{VDX_SUCCESS});
+      for (std::size_t k = 0; k < count; ++k) {
+        const std::size_t i = left[k];
+        if (!given.at(i)) continue;
+        std::int32_t length;
+        note(i, convert_row(i, place(i), maxlength_, length), codes, place(i), maxlength_);
+      }
     } else {
       for (std::size_t i = 0; i < n; ++i) {
         if (!given.at(i)) continue;
@@ -335,6 +353,15 @@ class Driver {
             ? std::min(destination_.room, static_cast<std::int64_t>(kMostBytes))
             : destination_.room;
     const BlockBits given = valid_;
+    if (digits_ != nullptr && end - at_ >= static_cast<std::int64_t>(n) * kLongestInteger) {
+      std::int64_t ends[kBlockRows];
+      digits_(values_ + first * source_width_, n, given.words, results_ + at_, ends);
+      for (std::size_t i = 0; i < n; ++i)
+        put_offset(first + static_cast<std::int64_t>(i) + 1, at_ + ends[i]);
+      if (n != 0) at_ += ends[n - 1];
+      if (codes != nullptr) std::fill_n(codes, n, std::int32_t{VDX_SUCCESS});
+      return n;
+    }
     for (std::size_t i = 0; i < n; ++i) {
       std::int32_t length = 0, code = VDX_SUCCESS;
       if (given.at(i)) {
@@ -389,7 +416,9 @@ class Driver {
   Layout source_layout_, layout_;
   std::int32_t source_width_, width_;
   const std::int32_t maxlength_ = to_.maxlength;
-  vdx_batch* batch_ = nullptr;
+  vdx_batch* batch_ = nullptr;  // the ways that the pair has, one at most
+  TextWay* texts_ = nullptr;
+  DigitsWay* digits_ = nullptr;
   std::int64_t first_ = 0;  // row of the block
   std::int64_t at_ = 0;     // where the next text goes
   bool stopped_ = false, broken_ = false;
