@@ -35,6 +35,33 @@ Bytes text_row(Random& random) {
                   part(0, 2) * 999499 + part(0, 2000) / 2);
     text = std::string(date).substr(0, random.of(kLengths));
     if (random.below(30) == 0) text[random.below(text.size())] = "T/x61 "[random.below(6)];
+  } else if (random.below(4) == 0) {
+    static constexpr const char* kEdges[] = {"999999999999999.",
+                                             "99999999999999.9",
+                                             "999999999999999",
+                                             "9999999999999.99",
+                                             "99999999999.9999",
+                                             "9999999999.99999",
+                                             "2147483647",
+                                             "2147483648",
+                                             "-2147483648",
+                                             "-2147483649",
+                                             "4294967296",
+                                             "4294967295",
+                                             "32768",
+                                             "-32768",
+                                             "255",
+                                             "256",
+                                             "214748.3647",
+                                             "214748.3648",
+                                             "-214748.3648",
+                                             "-",
+                                             ".",
+                                             "-.",
+                                             "+",
+                                             "9999999999999999",
+                                             "-999999999999999"};
+    text = random.of(kEdges);
   } else {
     text = std::string(random.below(2), '-') + std::to_string(random.sized());
     if (random.below(2) == 0) text.insert(text.size() - random.below(text.size()), ".");

@@ -22,135 +22,195 @@
 namespace vdx {
 namespace {
 
+VDX_INLINE __m128i vector_at(const void* at) {
+  return _mm_loadu_si128(static_cast<const __m128i*>(at));
+}
+
 // ---- texts of numbers ----
 
-// The last 16 bytes of a text are examined as a vector that ends where the text ends; bit i of a mask
-// is byte i of it.
+// [sign] digits, for amounts with a point among them, of 1 to 16 bytes: examined as a vector that ends
+// where the text ends.
 constexpr std::uint32_t kMostLength = 16;
 
-// A text with 32 readable bytes before its end: those of the texts before it, or a copy.
-struct Tail {
-  const unsigned char* end;
-  unsigned char copy[32];
+// The numbers of a block: that of row i is eights[i][0] * 10^8 + eights[i][1].
+struct BlockNumbers {
+  alignas(32) std::uint32_t eights[kBlockRows][2];
+  std::uint32_t negative[kBlockRows];  // 1 after a minus sign
+  std::uint32_t wrong[kBlockRows];     // not 0: of another shape
+  std::uint8_t point[kBlockRows];      // amounts: its index in the vector, 16 without one
+};
 
-  VDX_INLINE Tail(const unsigned char* first, const unsigned char* text_end, std::uint32_t n)
-      : end(text_end) {
-    if (text_end - first >= 32) [[likely]]
-      return;
+template <std::size_t Size, typename Byte>
+constexpr std::array<unsigned char, Size> make_bytes(Byte byte) {
+  std::array<unsigned char, Size> bytes{};
+  for (std::size_t i = 0; i < Size; ++i) bytes[i] = static_cast<unsigned char>(byte(i));
+  return bytes;
+}
+// From byte n on: a vector that keeps its last n bytes; all where n is 16 to 31.
+constexpr auto kLast = make_bytes<48>([](std::size_t i) { return i < 16 ? 0 : 255; });
+// Vector p of them keeps the bytes after byte p; vector 16, without a point, all.
+constexpr auto kAfter =
+    make_bytes<17 * 16>([](std::size_t i) { return i / 16 == 16 || i % 16 > i / 16 ? 255 : 0; });
+
+// One text as four numbers of four digits. `first` is where the texts of the block begin.
+template <bool kPoint>
+VDX_INLINE __m128i fours_of(const unsigned char* first, const unsigned char* end,
+                            std::uint64_t length, BlockNumbers& numbers, std::size_t i) {
+  const auto n = static_cast<std::uint32_t>(length > kMostLength ? kMostLength : length);
+  unsigned char copy[16];
+  if (end - first < 16) [[unlikely]] {
     std::memset(copy, 0, sizeof copy);
-    std::memcpy(copy + 32 - n, text_end - n, n);
-    end = copy + 32;
+    std::memcpy(copy + 16 - n, end - n, n);
+    end = copy + 16;
   }
-};
-
-// [sign] digits [. digits] of 1 to 16 bytes.
-struct PlainTail {
-  std::uint32_t digits;  // with the point
-  std::uint32_t point;   // its index in the vector, 16 without one
-  std::uint32_t minus;   // not 0 after a minus sign
-  bool wrong;
-
-  template <bool kPoint>
-  VDX_INLINE static PlainTail of(const unsigned char* end, std::uint32_t n, bool too_long) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(end - 16));
-    const auto mask = [](__m128i flags) {
-      return static_cast<std::uint32_t>(_mm_movemask_epi8(flags));
-    };
-    const __m128i distance = _mm_sub_epi8(bytes, _mm_set1_epi8('0'));
-    const std::uint32_t inside = (0xFFFF0000U >> n) & 0xFFFF;
-    const std::uint32_t digits =
-        mask(_mm_cmpeq_epi8(_mm_min_epu8(distance, _mm_set1_epi8(9)), distance)) & inside;
-    const std::uint32_t first = inside & (0 - inside);
-    const std::uint32_t minus = mask(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('-'))) & first;
-    const std::uint32_t signs = (mask(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('+'))) & first) | minus;
-    std::uint32_t points = 0;
-    if constexpr (kPoint) points = mask(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('.'))) & inside;
-    const std::uint32_t others = (inside & ~(digits | signs | points)) | (points & (points - 1));
-    return {n - (signs != 0 ? 1U : 0U),
-            kPoint ? static_cast<std::uint32_t>(std::countr_zero(points | 0x10000)) : 16, minus,
-            too_long || others != 0 || digits == 0};
+  __m128i bytes = vector_at(end - 16);
+  const std::uint32_t sign = end[-static_cast<std::ptrdiff_t>(n) - (n == 0 ? 1 : 0)];
+  const std::uint32_t is_sign = ((sign - '+') & ~2U) == 0 ? 1 : 0;
+  numbers.negative[i] = sign == '-' ? 1 : 0;
+  std::uint32_t digits = n - is_sign, wrong = length > kMostLength ? 1 : 0;
+  if constexpr (kPoint) {
+    // The digits before the point move up over it.
+    const std::uint32_t points =
+        static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('.')))) &
+        0xFFFF0000U >> n;
+    const auto point = static_cast<std::uint32_t>(std::countr_zero(points | 0x10000));
+    const __m128i after = vector_at(kAfter.data() + 16 * point);
+    bytes = _mm_or_si128(_mm_and_si128(after, bytes),
+                         _mm_andnot_si128(after, _mm_slli_si128(bytes, 1)));
+    const std::uint32_t has_point = 1 - (point >> 4);
+    digits -= has_point;
+    numbers.point[i] = static_cast<std::uint8_t>(point);
+    // At most four places and fourteen digits before them, which always fit.
+    wrong |= (point < 11 ? 1U : 0U) | (digits + point > 30 - has_point ? 1U : 0U);
   }
-};
+  // Zero where there is no digit at all: a text without one has 0 or, by wrapping, more than 16.
+  wrong |= digits - 1 > 15 ? 1U : 0U;
+  const __m128i values = _mm_and_si128(_mm_sub_epi8(bytes, _mm_set1_epi8('0')),
+                                       vector_at(kLast.data() + (digits & 31)));
+  const auto sound = static_cast<std::uint32_t>(
+      _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_min_epu8(values, _mm_set1_epi8(9)), values)));
+  numbers.wrong[i] = wrong | (sound ^ 0xFFFF);
+  // (a + 256 b) * (2560 + 1) has 10 a + b in its upper byte; what is above wraps away.
+  const __m128i pairs = _mm_srli_epi16(_mm_mullo_epi16(values, _mm_set1_epi16(2560 + 1)), 8);
+  return _mm_madd_epi16(pairs, _mm_set1_epi32(100 | 1 << 16));
+}
 
-// What every loop over texts does: makes a value of each row, keeps what the destination has where
-// there is none, and lists those rows. Row: bool(const PlainTail&, const unsigned char* end, Image&).
-template <typename Image, bool kPoint, typename Row>
-VDX_INLINE std::size_t each_number(const BlockTexts& texts, std::size_t n,
-                                   unsigned char* destination, std::uint16_t* left, Row row) {
-  const unsigned char* const first = texts.values + texts.offsets[0];
+template <bool kPoint>
+VDX_INLINE void read_numbers(const BlockTexts& texts, std::size_t n, BlockNumbers& numbers) {
+  const unsigned char* const values = texts.values;
+  const std::int64_t* const offsets = texts.offsets;
+  const unsigned char* const first = values + offsets[0];
+  const auto fours = [&](std::size_t i) {
+    return fours_of<kPoint>(first, values + offsets[i + 1],
+                            static_cast<std::uint64_t>(offsets[i + 1] - offsets[i]), numbers, i);
+  };
+  const auto put = [&](std::size_t i, __m128i one, __m128i other) {
+    _mm_store_si128(reinterpret_cast<__m128i*>(numbers.eights[i]),
+                    _mm_madd_epi16(_mm_packs_epi32(one, other), _mm_set1_epi32(10000 | 1 << 16)));
+  };
+  std::size_t i = 0;
+  for (; i + 2 <= n; i += 2) put(i, fours(i), fours(i + 1));
+  if (i < n) put(i, fours(i), _mm_setzero_si128());
+}
+
+// Stores what was made; a row that is wrong keeps what its destination has, and is listed.
+template <typename Image>
+VDX_INLINE std::size_t put_images(const Image* made, const std::uint32_t* wrong, std::size_t n,
+                                  unsigned char* destination, std::uint16_t* left) {
+  std::uint32_t any = 0;
+  for (std::size_t i = 0; i < n; ++i) any |= wrong[i];
+  if (any == 0) {
+    std::memcpy(destination, made, n * sizeof(Image));
+    return 0;
+  }
   std::size_t count = 0;
   for (std::size_t i = 0; i < n; ++i) {
-    const auto length = static_cast<std::uint64_t>(texts.offsets[i + 1] - texts.offsets[i]);
-    const bool too_long = length > kMostLength;
-    const auto size = static_cast<std::uint32_t>(too_long ? kMostLength : length);
-    const Tail tail(first, texts.values + texts.offsets[i + 1], size);
-    const PlainTail plain = PlainTail::of<kPoint>(tail.end, size, too_long);
     unsigned char* const to = destination + i * sizeof(Image);
     const Image old = load<Image>(to);
-    Image image;
-    const bool wrong = row(plain, tail.end, image) | plain.wrong;
-    store(to, wrong ? old : image);
+    store(to, wrong[i] != 0 ? old : made[i]);
     left[count] = static_cast<std::uint16_t>(i);
-    count += wrong ? 1 : 0;
+    count += wrong[i] != 0 ? 1 : 0;
   }
   return count;
 }
 
-template <typename T>
-std::size_t integers(const BlockTexts& texts, std::size_t n, unsigned char* destination,
-                     std::uint16_t* left) {
-  return each_number<T, false>(
-      texts, n, destination, left, [](const PlainTail& plain, const unsigned char* end, T& value) {
-        const std::uint64_t size = Block::whole(end - 16).number(plain.digits);
-        const std::uint64_t negative = plain.minus != 0 ? 1 : 0;
-        value = static_cast<T>((size ^ (0 - negative)) + negative);
-        constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<T>::max());
-        if constexpr (std::is_signed_v<T>)
-          return size > kMost + negative;
-        else
-          return (size > kMost) | (negative != 0);
-      });
-}
-
-std::size_t bits_of_texts(const BlockTexts& texts, std::size_t n, unsigned char* destination,
-                          std::uint16_t* left) {
-  return each_number<std::uint8_t, false>(
-      texts, n, destination, left,
-      [](const PlainTail& plain, const unsigned char* end, std::uint8_t& value) {
-        const std::uint64_t size = Block::whole(end - 16).number(plain.digits);
-        value = size != 0 ? 1 : 0;
-        return size > static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max());
-      });
-}
-
-// The ten-thousandths of up to four digits after a point at index `point` of the vector.
-VDX_INLINE std::uint64_t places_after(const unsigned char* end, std::uint32_t point) {
-  // The last four bytes without those before the fraction; zeros come after it.
-  const std::uint64_t digits =
-      (std::uint64_t{load<std::uint32_t>(end - 4)} >> (8 * (point - 11) & 63)) & 0x0F0F0F0F;
-  const std::uint64_t pairs = (digits * 10 + (digits >> 8)) & 0x00FF00FF;
-  return (pairs * (1 + (100 << 16))) >> 16 & 0xFFFF;
+VDX_INLINE std::uint64_t number_of(const BlockNumbers& numbers, std::size_t i) {
+  return std::uint64_t{numbers.eights[i][0]} * 100000000 + numbers.eights[i][1];
 }
 
 template <typename T>
-std::size_t amounts(const BlockTexts& texts, std::size_t n, unsigned char* destination,
-                    std::uint16_t* left) {
+struct Integers {
+  using Image = T;
+  static constexpr bool kPoint = false;
+
+  VDX_INLINE static void make(BlockNumbers& numbers, std::size_t n, Image* made) {
+    constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<T>::max());
+    for (std::size_t i = 0; i < n; ++i) {
+      const std::uint32_t negative = numbers.negative[i];
+      if constexpr (sizeof(T) <= 4) {  // by halves, in 32 bits
+        constexpr auto kHead = static_cast<std::uint32_t>(kMost / 100000000);
+        constexpr auto kRest = static_cast<std::uint32_t>(kMost % 100000000);
+        const std::uint32_t head = numbers.eights[i][0], rest = numbers.eights[i][1];
+        const std::uint32_t most = std::is_signed_v<T> ? kRest + negative : kRest;
+        numbers.wrong[i] |= (head > kHead ? 1U : 0U) |
+                            ((head == kHead ? 1U : 0U) & (rest > most ? 1U : 0U)) |
+                            (std::is_signed_v<T> ? 0 : negative);
+        const std::uint32_t size = head * 100000000 + rest;
+        made[i] = static_cast<T>((size ^ (0 - negative)) + negative);
+      } else {
+        const std::uint64_t sign = negative;
+        if (!std::is_signed_v<T>) numbers.wrong[i] |= negative;
+        made[i] = static_cast<T>((number_of(numbers, i) ^ (0 - sign)) + sign);
+      }
+    }
+  }
+};
+
+struct BitTexts {
+  using Image = std::uint8_t;
+  static constexpr bool kPoint = false;
+  VDX_INLINE static void make(BlockNumbers& numbers, std::size_t n, Image* made) {
+    for (std::size_t i = 0; i < n; ++i) {
+      const std::uint64_t size = number_of(numbers, i);
+      numbers.wrong[i] |= size > 0x7FFFFFFF ? 1 : 0;
+      made[i] = size != 0 ? 1 : 0;
+    }
+  }
+};
+
+template <typename T>
+struct Amounts {
   using Image = std::make_unsigned_t<T>;
-  return each_number<Image, true>(
-      texts, n, destination, left,
-      [](const PlainTail& plain, const unsigned char* end, Image& image) {
-        const std::uint32_t after = 16 - plain.point;  // places and the point itself
-        const std::uint32_t whole_digits = plain.digits - after;
-        const std::uint64_t whole = Block::whole(end - 16 - after).number(whole_digits & 15);
-        const std::uint64_t size = whole * kMoneyUnit + places_after(end, plain.point);
-        const std::int64_t count = with_sign(size, plain.minus != 0);
-        if constexpr (sizeof(T) == 8)
-          image = std::rotl(static_cast<std::uint64_t>(count), 32);
-        else
-          image = static_cast<Image>(count);
-        // Fourteen digits and four places are below 2^63 ten-thousandths.
-        return (after > 5) | (whole_digits > 14) | (static_cast<T>(count) != count);
-      });
+  static constexpr bool kPoint = true;
+
+  VDX_INLINE static void make(BlockNumbers& numbers, std::size_t n, Image* made) {
+    // Ten-thousandths in a digit that is the last, by the point's index.
+    static constexpr std::uint32_t kScale[17] = {0, 0, 0, 0,  0,   0,    0,     0,    0,
+                                                 0, 0, 1, 10, 100, 1000, 10000, 10000};
+    for (std::size_t i = 0; i < n; ++i) {
+      const std::uint64_t sign = numbers.negative[i];
+      const std::uint64_t count =
+          (number_of(numbers, i) * kScale[numbers.point[i]] ^ (0 - sign)) + sign;
+      if constexpr (sizeof(T) == 8) {
+        made[i] = std::rotl(count, 32);
+      } else {
+        made[i] = static_cast<Image>(count);
+        const auto wide = static_cast<std::int64_t>(count);
+        numbers.wrong[i] |= static_cast<T>(wide) != wide ? 1 : 0;
+      }
+    }
+  }
+};
+
+// The values of a block, made by `Maker` from numbers or pairs that `read` gets from its texts.
+template <typename Maker>
+VDX_INLINE std::size_t convert_numbers_in(const BlockTexts& texts, std::size_t n,
+                                          unsigned char* destination, std::uint16_t* left) {
+  BlockNumbers numbers;
+  typename Maker::Image made[kBlockRows];
+  read_numbers<Maker::kPoint>(texts, n, numbers);
+  Maker::make(numbers, n, made);
+  return put_images(made, numbers.wrong, n, destination, left);
 }
 
 // ---- texts of dates ----
@@ -169,10 +229,6 @@ struct DatePairs {
   std::uint32_t fraction[kBlockRows][2];    // bytes 2, 4, 6
   std::uint32_t wrong[kBlockRows];          // not 0: of another shape
 };
-
-VDX_INLINE __m128i vector_at(const void* at) {
-  return _mm_loadu_si128(static_cast<const __m128i*>(at));
-}
 
 VDX_INLINE void read_pairs(const BlockTexts& texts, std::size_t n, DatePairs& pairs) {
   alignas(16) static constexpr char kText[] = "0000-00-00 00:00:00.000000";
@@ -266,42 +322,51 @@ VDX_INLINE void make_datetimes(DatePairs& pairs, std::size_t n, std::uint32_t* _
   }
 }
 
-VDX_INLINE std::size_t datetimes_any(const BlockTexts& texts, std::size_t n,
-                                     unsigned char* destination, std::uint16_t* left) {
+struct Datetimes;
+
+template <>
+VDX_INLINE std::size_t convert_numbers_in<Datetimes>(const BlockTexts& texts, std::size_t n,
+                                                     unsigned char* destination,
+                                                     std::uint16_t* left) {
   DatePairs pairs;
   std::uint32_t days[kBlockRows], times[kBlockRows];
+  std::uint64_t made[kBlockRows];
   read_pairs(texts, n, pairs);
   make_datetimes(pairs, n, days, times);
-  std::size_t count = 0;
-  for (std::size_t i = 0; i < n; ++i) {
-    unsigned char* const to = destination + 8 * i;
-    const std::uint64_t image = days[i] | std::uint64_t{times[i]} << 32;
-    const bool wrong = pairs.wrong[i] != 0;
-    store(to, wrong ? load<std::uint64_t>(to) : image);
-    left[count] = static_cast<std::uint16_t>(i);
-    count += wrong ? 1 : 0;
-  }
-  return count;
+  for (std::size_t i = 0; i < n; ++i) made[i] = days[i] | std::uint64_t{times[i]} << 32;
+  return put_images(made, pairs.wrong, n, destination, left);
 }
 
-VDX_FLATTEN std::size_t datetimes(const BlockTexts& texts, std::size_t n,
-                                  unsigned char* destination, std::uint16_t* left) {
-  return datetimes_any(texts, n, destination, left);
+// ---- variants by processor ----
+
+template <typename Maker>
+VDX_FLATTEN std::size_t texts_plain(const BlockTexts& texts, std::size_t n,
+                                    unsigned char* destination, std::uint16_t* left) {
+  return convert_numbers_in<Maker>(texts, n, destination, left);
 }
 
 #if defined(VDX_WAYS_AVX2)
-[[gnu::target("avx2")]] VDX_FLATTEN std::size_t datetimes_avx2(const BlockTexts& texts,
+template <typename Maker>
+[[gnu::target("avx2,bmi")]] VDX_FLATTEN std::size_t texts_avx2(const BlockTexts& texts,
                                                                std::size_t n,
                                                                unsigned char* destination,
                                                                std::uint16_t* left) {
-  return datetimes_any(texts, n, destination, left);
+  return convert_numbers_in<Maker>(texts, n, destination, left);
 }
 
 const bool kHasAvx2 = [] {
   __builtin_cpu_init();
-  return __builtin_cpu_supports("avx2") != 0;
+  return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("bmi") != 0;
 }();
 #endif
+
+template <typename Maker>
+TextWay* best_texts() {
+#if defined(VDX_WAYS_AVX2)
+  if (kHasAvx2) return texts_avx2<Maker>;
+#endif
+  return texts_plain<Maker>;
+}
 
 // ---- integers to texts ----
 
@@ -386,30 +451,27 @@ void digit_texts(const unsigned char* source, std::size_t n, const std::uint64_t
 TextWay* text_way(std::int32_t destination) {
   switch (destination) {
     case VDX_I1:
-      return integers<std::uint8_t>;
+      return best_texts<Integers<std::uint8_t>>();
     case VDX_I2:
-      return integers<std::int16_t>;
+      return best_texts<Integers<std::int16_t>>();
     case VDX_I4:
-      return integers<std::int32_t>;
+      return best_texts<Integers<std::int32_t>>();
     case VDX_I8:
-      return integers<std::int64_t>;
+      return best_texts<Integers<std::int64_t>>();
     case VDX_UI2:
-      return integers<std::uint16_t>;
+      return best_texts<Integers<std::uint16_t>>();
     case VDX_UI4:
-      return integers<std::uint32_t>;
+      return best_texts<Integers<std::uint32_t>>();
     case VDX_UI8:
-      return integers<std::uint64_t>;
+      return best_texts<Integers<std::uint64_t>>();
     case VDX_BIT:
-      return bits_of_texts;
+      return best_texts<BitTexts>();
     case VDX_MONEY:
-      return amounts<std::int64_t>;
+      return best_texts<Amounts<std::int64_t>>();
     case VDX_MNY4:
-      return amounts<std::int32_t>;
+      return best_texts<Amounts<std::int32_t>>();
     case VDX_DATETIME:
-#if defined(VDX_WAYS_AVX2)
-      if (kHasAvx2) return datetimes_avx2;
-#endif
-      return datetimes;
+      return best_texts<Datetimes>();
     default:
       return nullptr;
   }
