@@ -23,8 +23,8 @@ struct BlockTexts {
 using TextWay = std::size_t(const BlockTexts& texts, std::size_t n, unsigned char* destination,
                             std::uint16_t* left);
 
-// The most bytes of an integer's text.
-inline constexpr std::int64_t kLongestInteger = 20;
+// The most bytes of the text of an integer of 32 bits.
+inline constexpr std::int64_t kLongestInteger = 11;
 
 // Converts n packed integers to texts without a gap, whose destination has kLongestInteger bytes for
 // each; those whose bit in `given` is clear have none. ends receives where each text ends.

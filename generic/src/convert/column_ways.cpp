@@ -370,80 +370,100 @@ TextWay* best_texts() {
 
 // ---- integers to texts ----
 
-// The texts of a block go from the last to the first: each is stored as words that end where it ends,
-// and what they leave before it is overwritten by the texts that belong there. Only texts whose words
-// would reach before the block are made aside.
-template <typename T>
-VDX_INLINE void put_digits(unsigned char* end, std::uint64_t size, std::uint32_t digits) {
-  constexpr std::uint64_t kZeros = 0x3030303030303030;
-  if constexpr (sizeof(T) == 8) {
-    const std::uint64_t head = size / 10000000000000000, rest = size % 10000000000000000;
-    store(end - 24, digits_of_8(head) | kZeros);
-    store(end - 16, digits_of_8(rest / 100000000) | kZeros);
-    store(end - 8, digits_of_8(rest % 100000000) | kZeros);
-  } else {
-    const std::uint64_t head = size / 100000000;  // two digits at most
-    const std::uint64_t tens = (head * 103) >> 10;
-    store(end - 10, static_cast<std::uint16_t>((tens | (head - tens * 10) << 8) | 0x3030));
-    store(end - 8, digits_of_8(size - head * 100000000) | kZeros);
-  }
-  end[-1 - static_cast<std::ptrdiff_t>(digits)] = '-';  // a sign, or overwritten
-}
-
-// Decimal digits of a magnitude.
-template <typename T>
-VDX_INLINE std::uint32_t digits_in(std::uint64_t size) {
-  std::uint32_t digits = 1;
-  if constexpr (sizeof(T) == 8) {
-    static constexpr auto kPowers = [] {
-      std::array<std::uint64_t, 20> powers{};
-      std::uint64_t power = 1;
-      for (std::size_t i = 1; i < 20; ++i) powers[i] = power *= 10;
-      return powers;
-    }();
-    const auto near = static_cast<std::uint32_t>(std::bit_width(size | 1)) * 1233 >> 12;
-    digits = near + (size >= kPowers[near] ? 1 : 0);
-    if (near == 0) digits = 1;
-  } else {
-    const auto small = static_cast<std::uint32_t>(size);
-    for (std::uint32_t power = 10; power < 1000000000; power *= 10)
-      digits += small >= power ? 1 : 0;
-    digits += small >= 1000000000 ? 1 : 0;
-  }
-  return digits;
-}
+// The digits of a block are made by vectors, then its texts are stored from the last to the first: each
+// as words that end where it ends, and what they leave before it is overwritten by the texts that
+// belong there. Only texts whose words would reach before the block are made aside.
+struct BlockDigits {
+  alignas(
+      32) std::uint32_t halves[kBlockRows][2];  // the last eight digits as numbers of four, then
+                                                // as characters
+  std::uint16_t head[kBlockRows];               // the characters of the two before them
+  std::uint32_t count[kBlockRows];
+  std::uint32_t negative[kBlockRows];
+};
+constexpr std::size_t kDigitsReach = 11;
 
 template <typename T>
-void digit_texts(const unsigned char* source, std::size_t n, const std::uint64_t* given,
-                 unsigned char* destination, std::int64_t* ends) {
-  constexpr std::size_t kReach = sizeof(T) == 8 ? 24 : 11;
-  using Size = std::conditional_t<sizeof(T) == 8, std::uint64_t, std::uint32_t>;
-  Size sizes[kBlockRows];
-  std::uint32_t digits[kBlockRows], lengths[kBlockRows];
+VDX_INLINE void make_digits(const unsigned char* source, std::size_t n, BlockDigits& digits) {
   for (std::size_t i = 0; i < n; ++i) {
     const T value = load<T>(source + i * sizeof(T));
-    const auto wide = static_cast<Size>(value);
-    const auto negative = static_cast<Size>(value < 0 ? 1 : 0);
-    sizes[i] = (wide ^ (Size{0} - negative)) + negative;
-    digits[i] = digits_in<T>(sizes[i]);
-    lengths[i] = digits[i] + static_cast<std::uint32_t>(negative);
+    const std::uint32_t negative = value < 0 ? 1 : 0;
+    const std::uint32_t size = (static_cast<std::uint32_t>(value) ^ (0 - negative)) + negative;
+    std::uint32_t count = 1;
+    for (std::uint32_t power = 10; power < 1000000000; power *= 10) count += size >= power ? 1 : 0;
+    count += size >= 1000000000 ? 1 : 0;
+    digits.count[i] = count;
+    digits.negative[i] = negative;
+    const std::uint32_t head = size / 100000000, rest = size - head * 100000000;
+    const std::uint32_t upper = rest / 10000, tens = head * 103 >> 10;
+    digits.halves[i][0] = upper;
+    digits.halves[i][1] = rest - upper * 10000;
+    digits.head[i] = static_cast<std::uint16_t>((tens | (head - tens * 10) << 8) | 0x3030);
   }
+  std::uint32_t* const halves = digits.halves[0];
+  for (std::size_t i = 0; i < 2 * n; ++i) {
+    const std::uint32_t hundreds = halves[i] * 5243 >> 19;
+    const std::uint32_t pairs = hundreds | (halves[i] - hundreds * 100) << 16;
+    const std::uint32_t tens = (pairs * 103 >> 10) & 0x000F000F;
+    halves[i] = (tens | (pairs - tens * 10) << 8) | 0x30303030;
+  }
+}
+
+// Where a text has no sign, the byte before it belongs to the text before.
+VDX_INLINE void put_digits(unsigned char* end, const BlockDigits& digits, std::size_t i) {
+  store(end - 10, digits.head[i]);
+  store(end - 8, load<std::uint64_t>(digits.halves[i]));
+  end[-1 - static_cast<std::ptrdiff_t>(digits.count[i])] = '-';
+}
+
+template <typename T>
+VDX_INLINE void digit_texts_any(const unsigned char* source, std::size_t n,
+                                const std::uint64_t* given, unsigned char* destination,
+                                std::int64_t* ends) {
+  BlockDigits digits;
+  make_digits<T>(source, n, digits);
   std::int64_t end = 0;
   for (std::size_t i = 0; i < n; ++i) {
-    const std::uint64_t here = given[i / 64] >> i % 64 & 1;
-    lengths[i] &= static_cast<std::uint32_t>(0 - here);  // a null has no text
-    ends[i] = end += lengths[i];
+    // A null has no text.
+    const std::uint32_t here = static_cast<std::uint32_t>(given[i / 64] >> i % 64 & 1);
+    ends[i] = end += (digits.count[i] + digits.negative[i]) & (0 - here);
   }
   for (std::size_t i = n; i-- > 0;) {
     const auto at = static_cast<std::size_t>(ends[i]);
-    if (at >= kReach) [[likely]] {
-      put_digits<T>(destination + at, sizes[i], digits[i]);
+    if (at >= kDigitsReach) [[likely]] {
+      put_digits(destination + at, digits, i);
     } else {
-      unsigned char aside[kReach];
-      put_digits<T>(aside + kReach, sizes[i], digits[i]);
-      std::memcpy(destination + at - lengths[i], aside + kReach - lengths[i], lengths[i]);
+      const std::size_t length = at - (i == 0 ? 0 : static_cast<std::size_t>(ends[i - 1]));
+      unsigned char aside[kDigitsReach];
+      put_digits(aside + kDigitsReach, digits, i);
+      std::memcpy(destination + at - length, aside + kDigitsReach - length, length);
     }
   }
+}
+
+template <typename T>
+VDX_FLATTEN void digit_texts(const unsigned char* source, std::size_t n, const std::uint64_t* given,
+                             unsigned char* destination, std::int64_t* ends) {
+  digit_texts_any<T>(source, n, given, destination, ends);
+}
+
+#if defined(VDX_WAYS_AVX2)
+template <typename T>
+[[gnu::target("avx2,bmi")]] VDX_FLATTEN void digit_texts_avx2(const unsigned char* source,
+                                                              std::size_t n,
+                                                              const std::uint64_t* given,
+                                                              unsigned char* destination,
+                                                              std::int64_t* ends) {
+  digit_texts_any<T>(source, n, given, destination, ends);
+}
+#endif
+
+template <typename T>
+DigitsWay* best_digits() {
+#if defined(VDX_WAYS_AVX2)
+  if (kHasAvx2) return digit_texts_avx2<T>;
+#endif
+  return digit_texts<T>;
 }
 
 }  // namespace
@@ -480,19 +500,15 @@ TextWay* text_way(std::int32_t destination) {
 DigitsWay* digits_way(std::int32_t source) {
   switch (source) {
     case VDX_I1:
-      return digit_texts<std::uint8_t>;
+      return best_digits<std::uint8_t>();
     case VDX_I2:
-      return digit_texts<std::int16_t>;
+      return best_digits<std::int16_t>();
     case VDX_I4:
-      return digit_texts<std::int32_t>;
-    case VDX_I8:
-      return digit_texts<std::int64_t>;
+      return best_digits<std::int32_t>();
     case VDX_UI2:
-      return digit_texts<std::uint16_t>;
+      return best_digits<std::uint16_t>();
     case VDX_UI4:
-      return digit_texts<std::uint32_t>;
-    case VDX_UI8:
-      return digit_texts<std::uint64_t>;
+      return best_digits<std::uint32_t>();
     default:
       return nullptr;
   }
