@@ -60,7 +60,7 @@ ROWS = [
     ("money_to_text_separators", "money to text, with separators", 0.5),
     ("text_to_money", "text to money, 4 places", 0.9),
     ("text_to_money_utf8", "the same in `char(20)` of UTF-8, beside `iso_1`", 1.05),
-    ("char20_to_char30", "`char(20)` to `char(30)`, padded", 4.0),
+    ("char20_to_char30", "`char(20)` to `char(30)`, padded", 2.0),
     ("bytes_to_hex", "64 bytes to hexadecimal", 0.5),
     ("hex_to_bytes", "hexadecimal to 64 bytes", 0.5),
     ("unichar_to_i4", "UTF-16 to `i4` beside bytes to `i4`", 1.5),

@@ -139,6 +139,14 @@ Quoted quote_text(const vdx_charattr& set, const std::uint8_t* from, std::size_t
   return quoted;
 }
 
+std::int32_t write_whole_text(const vdx_datafmt& format, void* destination,
+                              const std::uint8_t* text, std::int32_t n, std::int32_t& length) {
+  std::memcpy(destination, text, static_cast<std::size_t>(n));
+  length = n;
+  if ((format.format & kFinishFlags) == 0) return VDX_SUCCESS;
+  return finish_text(format, destination, n, length);
+}
+
 std::int32_t write_changed_text(const Call& call, const Text& text, const vdx_charattr& set) {
   const vdx_datafmt& format = *call.format;
   auto* const to = static_cast<std::uint8_t*>(call.destination);
