@@ -256,7 +256,7 @@ void fields_rows(const std::vector<vdx_datetime>& values, const std::vector<Fiel
   }
   vdx_datetime* to = made.data();
   value_contender(row, "ours", made, values, [from = whole.data(), to](std::size_t i) {
-    return (com_datemake(to + i, from + i) | com_timemake(to + i, from + i)) == 0;
+    return com_datetimemake(to + i, from + i) == 0;
   });
   const auto ticks = [](const Fields& f, std::int32_t* time) {
     if (static_cast<std::uint32_t>(f.hour) > 23 || static_cast<std::uint32_t>(f.minute) > 59 ||

@@ -76,13 +76,15 @@ TEST(DateValue, EveryDayCracksAndMakesBackAndHasItsParts) {
     (day % 2 == 0 ? com_bigdatecrack : com__bigdatecrack)(&big, &cracked_big);
     (day % 2 == 0 ? com_bigtimecrack : com__bigtimecrack)(&big, &cracked_big);
     right &= is_same(cracked_big, whole);
-    vdx_datetime made{kMark, kMark};
+    vdx_datetime made{kMark, kMark}, made_whole = made;
     vdx_bigdatetime made_day = 5, made_time = 5, made_big = 5;
     if (day <= vdx::kLastDay)
       right &= com_datemake(&made, &whole) == 0 && made.day == day && made.time == kMark &&
                com_bigdatemake(&made_day, &whole) == 0 && made_day == big_of(day) &&
                com_bigtimemake(&made_time, &whole) == 0 && made_time == big - made_day &&
-               com_bigdatetimemake(&made_big, &whole) == 0 && made_big == big;
+               com_bigdatetimemake(&made_big, &whole) == 0 && made_big == big &&
+               com_datetimemake(&made_whole, &whole) == 0 && made_whole.day == day &&
+               com_timemake(&made, &whole) == 0 && made_whole.time == made.time;
 
     year iso = ymd.year() + years{1};
     while (date < iso_start(iso)) --iso;
@@ -156,7 +158,7 @@ TEST(DateValue, MakesReportTheFirstFaultyFieldAndLeaveWhatTheySay) {
       // clang-format on
   };
   for (const auto& row : rows) {
-    vdx_datetime value{kMark, kMark};
+    vdx_datetime value{kMark, kMark}, whole = value;
     vdx_bigdatetime date = 5, time = 5, both = 5;
     const std::int32_t first = row.date != 0 ? row.date : row.time;
     EXPECT_EQ(com_datemake(&value, &row.record), row.date);
@@ -167,6 +169,9 @@ TEST(DateValue, MakesReportTheFirstFaultyFieldAndLeaveWhatTheySay) {
     const vdx_bigdatetime day = row.date != 0 ? 0 : big_of(row.day);
     EXPECT_EQ(std::tuple(value.day, value.time, date, time, both),
               std::tuple(row.day, row.ticks, day, row.micros, row.date != 0 ? 0 : day + time));
+    EXPECT_EQ(com_datetimemake(&whole, &row.record), first);
+    EXPECT_EQ(std::tuple(whole.day, whole.time),
+              std::tuple(row.date != 0 ? 0 : row.day, first != 0 ? 0 : row.ticks));
   }
 }
 

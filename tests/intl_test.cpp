@@ -188,7 +188,7 @@ TEST(Locale, Settings) {
 
 // The reports of each file: null pointers, then broken contracts.
 constexpr std::tuple<const char*, int, int> kReports[] = {
-    {"date", 46, 0},      {"part", 21, 12}, {"dateformat", 12, 0},
+    {"date", 48, 0},      {"part", 21, 12}, {"dateformat", 12, 0},
     {"dateparse", 16, 4}, {"dtloc", 6, 7},  {"dateloc", 4, 7},
     {"locale", 7, 4},     {"chars", 6, 2},  {"charset", 11, 7}};
 
@@ -220,7 +220,8 @@ constexpr std::tuple<const char*, int, int> kReports[] = {
   constexpr auto all = [](auto... functions) { return std::tuple(functions...); };
 
   // clang-format off
-  nulls(all(com_datecrack, com_timecrack, com__timecrack, com_datemake, com_timemake), &d, &r);
+  nulls(all(com_datecrack, com_timecrack, com__timecrack, com_datemake, com_timemake,
+            com_datetimemake), &d, &r);
   nulls(all(com_bigdatecrack, com__bigdatecrack, com_bigtimecrack, com__bigtimecrack,
             com_bigdatemake, com_bigtimemake, com_bigdatetimemake), &b, &r);
   nulls(all(com__datecrack), &i, &r);

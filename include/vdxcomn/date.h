@@ -92,12 +92,15 @@ VDX_API void com__bigtimecrack(const uint64_t *value, daterec *record);
  * com_timemake         the time word; milliseconds go to the nearest tick, 999 to the last one of
  *                      its second. A faulty hour leaves the time word as it was, another faulty
  *                      field the sum of the fields before it. The day word is never touched.
+ * com_datetimemake     both words, as the two before; after a failure 1900-01-01 00:00 for a faulty
+ *                      date, midnight of the date for a faulty time
  * com_bigdatemake      midnight of the date; 0 after a failure
  * com_bigtimemake      the time of day; 0 after a failure
  * com_bigdatetimemake  date and time; after a failure 0 for a faulty date, midnight of the date for
  *                      a faulty time */
 VDX_API int32_t com_datemake(vdx_datetime *value, const daterec *record);
 VDX_API int32_t com_timemake(vdx_datetime *value, const daterec *record);
+VDX_API int32_t com_datetimemake(vdx_datetime *value, const daterec *record);
 VDX_API int32_t com_bigdatemake(vdx_bigdatetime *value, const daterec *record);
 VDX_API int32_t com_bigtimemake(vdx_bigtime *value, const daterec *record);
 VDX_API int32_t com_bigdatetimemake(vdx_bigdatetime *value, const daterec *record);

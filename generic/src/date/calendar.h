@@ -47,6 +47,35 @@ inline constexpr std::int16_t kDaysBefore[2][13] = {
     {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365},
     {0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335, 366}};
 
+// The same for the years 0 to 9999 in one multiplication: of the product, some of the high bits are
+// zero only for multiples of 100, the low ones for those of 4 or 16; the limit lets pass what is a
+// multiple of 16, or of 4 without being one of 100.
+constexpr bool is_near_leap(std::int32_t year) {
+  return (static_cast<std::uint32_t>(year) * 1073750999U & 3221352463U) <= 126976;
+}
+static_assert([] {
+  for (std::int32_t year = 0; year <= 9999; ++year)
+    if (is_near_leap(year) != is_leap(year)) return false;
+  return true;
+}());
+
+// The days before a month of a common or a leap year, and its own, in one load.
+struct MonthSpan {
+  std::uint16_t before;
+  std::uint16_t days;
+};
+inline constexpr struct MonthSpans {
+  MonthSpan of[2][16] = {};
+  constexpr MonthSpans() {
+    for (std::size_t leap = 0; leap < 2; ++leap)
+      for (std::size_t month = 0; month < 12; ++month) {
+        const std::int32_t before = kDaysBefore[leap][month];
+        of[leap][month] = {static_cast<std::uint16_t>(before),
+                           static_cast<std::uint16_t>(kDaysBefore[leap][month + 1] - before)};
+      }
+  }
+} kMonthSpans;
+
 // month: 0 to 11
 constexpr std::int32_t days_in_month(std::int32_t year, std::int32_t month) {
   const auto& before = kDaysBefore[is_leap(year)];
@@ -95,26 +124,44 @@ constexpr bool is_far(std::int32_t day) {
          static_cast<std::uint32_t>(kLastDay - kFirstDay);
 }
 
-// The date of a near day, by Neri and Schneider's Euclidean affine functions. Years start in March,
-// so the leap day is the last one; every division is by a constant, and there is no branch.
-constexpr Civil near_civil(std::int32_t day) {
+// A near day by Neri and Schneider's Euclidean affine functions. Years start in March, so the leap
+// day is the last one; every division is by a constant, and there is no branch.
+struct MarchDate {
+  std::uint32_t century;
+  std::uint32_t year_of_century;
+  std::uint32_t day_of_year;    // from 0
+  std::uint32_t month_and_day;  // the month, 3 March to 14 February, times 65536, and 2141 a day
+};
+
+constexpr MarchDate march_date(std::int32_t day) {
   const auto since = static_cast<std::uint32_t>(day - kFirstDay + 306);  // from 0000-03-01
   const std::uint32_t n1 = 4 * since + 3;
-  const std::uint32_t century = n1 / 146097;
   const std::uint32_t n2 = n1 % 146097 | 3;
   const std::uint64_t p2 = std::uint64_t{2939745} * n2;
-  const auto year_of_century = static_cast<std::uint32_t>(p2 >> 32);
-  const std::uint32_t day_of_march_year = static_cast<std::uint32_t>(p2) / 2939745 / 4;
-  const std::uint32_t n3 = 2141 * day_of_march_year + 197913;
+  const std::uint32_t day_of_year = static_cast<std::uint32_t>(p2) / 2939745 / 4;
+  return {n1 / 146097, static_cast<std::uint32_t>(p2 >> 32), day_of_year,
+          2141 * day_of_year + 197913};
+}
+
+constexpr Civil near_civil(std::int32_t day) {
+  const MarchDate date = march_date(day);
   // All ones for January and February, which belong to the next year.
-  const std::uint32_t next_year = 0U - static_cast<std::uint32_t>(day_of_march_year >= 306);
-  const std::uint32_t year = 100 * century + year_of_century - next_year;
-  const std::uint32_t leap = (year_of_century != 0 ? year_of_century : century) % 4 == 0;
-  const std::uint32_t month = (n3 >> 16) - 1 - (next_year & 12);
-  const std::uint32_t day_of_year = day_of_march_year + 60 + leap - (next_year & (365 + leap));
+  const std::uint32_t next_year = 0U - static_cast<std::uint32_t>(date.day_of_year >= 306);
+  const std::uint32_t year = 100 * date.century + date.year_of_century - next_year;
+  const std::uint32_t leap =
+      (date.year_of_century != 0 ? date.year_of_century : date.century) % 4 == 0;
+  const std::uint32_t month = (date.month_and_day >> 16) - 1 - (next_year & 12);
+  const std::uint32_t day_of_year = date.day_of_year + 60 + leap - (next_year & (365 + leap));
   return {static_cast<std::int32_t>(year), static_cast<std::int32_t>(month),
-          static_cast<std::int32_t>((n3 & 0xFFFF) / 2141 + 1),
+          static_cast<std::int32_t>((date.month_and_day & 0xFFFF) / 2141 + 1),
           static_cast<std::int32_t>(day_of_year)};
+}
+
+// The months before a near day, from an arbitrary one on.
+constexpr std::int32_t near_months(std::int32_t day) {
+  const MarchDate date = march_date(day);
+  return static_cast<std::int32_t>(12 * (100 * date.century + date.year_of_century) +
+                                   (date.month_and_day >> 16));
 }
 
 constexpr Civil civil_of_day(std::int32_t day) {
@@ -230,11 +277,10 @@ constexpr std::int32_t make_days(const daterec& record, std::int32_t& days) {
   days = days_before_year(record.year);
   if (static_cast<std::uint32_t>(record.month) > 11) [[unlikely]]
     return 2;
-  const auto& before = kDaysBefore[is_leap(record.year)];
-  const std::int32_t sum = days + before[record.month];
-  const auto length = static_cast<std::uint32_t>(before[record.month + 1] - before[record.month]);
+  const MonthSpan span = kMonthSpans.of[is_near_leap(record.year)][record.month];
+  const std::int32_t sum = days + span.before;
   const auto from_first = static_cast<std::uint32_t>(record.day) - 1;
-  if (from_first >= length) [[unlikely]] {
+  if (from_first >= span.days) [[unlikely]] {
     days = sum;
     return 3;
   }
@@ -262,26 +308,29 @@ constexpr std::int64_t ticks_of_milliseconds(std::int64_t milliseconds) {
 constexpr std::int32_t make_ticks(const daterec& record, std::int32_t& time) {
   if (record.hour > 23) [[unlikely]]
     return 4;
-  std::int64_t ticks = std::int64_t{record.hour} * kTicksPerHour;
+  const auto amount = [](std::int32_t field, std::int32_t unit) {
+    return static_cast<std::uint32_t>(field) * static_cast<std::uint32_t>(unit);
+  };
+  std::uint32_t ticks = amount(record.hour, kTicksPerHour);
   std::int32_t code = 0;
   const std::int32_t millisecond =
       record.scale == kMicroScale ? record.fraction / 1000 : record.millisecond;
   if (record.minute > 59) [[unlikely]] {
     code = 5;
   } else {
-    ticks += std::int64_t{record.minute} * kTicksPerMinute;
+    ticks += amount(record.minute, kTicksPerMinute);
     if (record.second > 59) [[unlikely]] {
       code = 6;
     } else {
-      ticks += std::int64_t{record.second} * kTicksPerSecond;
+      ticks += amount(record.second, kTicksPerSecond);
       if (millisecond > 999) [[unlikely]]
         code = 7;
-      else if (millisecond == 999)  // the last millisecond stays inside its second
+      else if (millisecond == 999) [[unlikely]]  // the last millisecond stays inside its second
         ticks += 299;
       else if (millisecond >= 0) [[likely]]
         ticks += static_cast<std::uint32_t>(3 * millisecond + 5) / 10;
       else
-        ticks += ticks_of_milliseconds(millisecond);
+        ticks += static_cast<std::uint32_t>(ticks_of_milliseconds(millisecond));
     }
   }
   time = static_cast<std::int32_t>(ticks);
@@ -323,6 +372,23 @@ constexpr std::int32_t make_bigdatetime(const daterec& record, std::uint64_t& va
   std::uint64_t time = 0;
   if (code == 0) code = make_micros(record, time);
   value += time;
+  return code;
+}
+
+// Date and time of a record, with the codes of both. After a failure midnight of 1900-01-01, or of
+// the date where only the time is faulty.
+constexpr std::int32_t make_datetime(const daterec& record, vdx_datetime& value) {
+  std::int32_t days = 0;
+  std::int32_t time = 0;
+  std::int32_t code = make_days(record, days);
+  if (code != 0) [[unlikely]] {
+    value = {0, 0};
+    return code;
+  }
+  code = make_ticks(record, time);
+  if (code != 0) [[unlikely]]
+    time = 0;
+  value = {days + kFirstDay, time};
   return code;
 }
 

@@ -91,6 +91,7 @@ VDX_CRACK(com__bigtimecrack, std::uint64_t, crack_bigtime)
 
 VDX_MAKE(com_datemake, vdx_datetime, make_date)
 VDX_MAKE(com_timemake, vdx_datetime, make_time)
+VDX_MAKE(com_datetimemake, vdx_datetime, make_datetime)
 VDX_MAKE(com_bigdatemake, vdx_bigdatetime, make_bigdate)
 VDX_MAKE(com_bigtimemake, vdx_bigtime, make_micros)
 VDX_MAKE(com_bigdatetimemake, vdx_bigdatetime, make_bigdatetime)

@@ -296,6 +296,7 @@ std::int64_t day_difference_with(std::uint32_t part, std::int32_t first, std::in
 std::int64_t day_difference(std::uint32_t part, std::int32_t first, std::int32_t second) {
   if (is_far(first) || is_far(second)) [[unlikely]]
     return far_day_difference(part, first, second);
+  if (part == VDX_PART_MONTH) return near_months(second) - near_months(first);
   return day_difference_with<near_civil>(part, first, second);
 }
 
