@@ -198,13 +198,13 @@ std::vector<BadCall> zero_calls(const std::string& names) {
 #define ZERO_CALLS(...) zero_calls<__VA_ARGS__>(#__VA_ARGS__)
 
 // Null pointers, in each file with checks and to every conversion.
-const auto kZeroCalls =
-    ZERO_CALLS(com_appglobal_alloc, com__datefromchar_mb, com_conv_init, com_conv_func,
-               com_conv_free, com_datezero, com_ep_s, com_err_set, com_errdrop, com_get_tclcfg,
-               com_null_free, com_panic, com_tds_get_cstype, comn_charset_convert,
-               comn_column_convert, comn_create_thread, comn_create_thread_ex, comn_join_thread,
-               comn_take_mutex, comn_dtloc_format, comn_fixedtobin, comn_init_cfg, comn_intl_day,
-               comn_loc_drop, comn_numadd, comn_whole_char, cfg__clearbuf, cfg__getc, lm_exit);
+const auto kZeroCalls = ZERO_CALLS(
+    com_appglobal_alloc, com__datefromchar_mb, com_conv_init, com_conv_func, com_conv_free,
+    com_datezero, com_ep_s, com_err_set, com_errdrop, com_get_tclcfg, com_null_free, com_panic,
+    com_tds_get_cstype, comn_charset_convert, comn_column_convert, comn_create_thread,
+    comn_create_thread_ex, comn_join_thread, comn_take_mutex, comn_dtloc_format, comn_fault_text,
+    comn_fixedtobin, comn_init_cfg, comn_intl_day, comn_loc_drop, comn_numadd, comn_whole_char,
+    cfg__clearbuf, cfg__getc, lm_exit);
 const BadCall kNulls[] = {
     {"com__chtoi4_mb", call_zeros<com__chtoi4_mb>},
     {"VDX_PART(com__datepart,", [] { com__datepart(VDX_PART_DAY, nullptr, 0); }},

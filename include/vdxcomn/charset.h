@@ -46,7 +46,7 @@ VDX_API int32_t comn_charset_convert(const vdx_context *context, const vdx_local
 /* Text of a named character set as text of another, without substitutes: it ends before the
  * first character that cannot be placed, and length_out counts what was placed before it.
  *
- * context         not looked at; may be null
+ * context         may be null; only its record of faults is looked at
  * from, to        zero-terminated names of character sets
  *
  * Returns

@@ -5,8 +5,9 @@
  *     vdx_fault fault = {.size = sizeof fault};
  *     context.fault = &fault;
  *
- * A function that says so fills the record before it returns a negative code. Success does not
- * touch the record, so what it holds belongs to the last failure. Codes, stored values and lengths are the same with and
+ * Every conversion of a single value (conversions.h), comn_charset_convert and com_intl_xlate fill
+ * the record of such a context before they return a negative code; calls that only make a failed
+ * check do not. Success does not touch the record, so what it holds belongs to the last failure. Codes, stored values and lengths are the same with and
  * without a record. The record is the caller's; it is read and written only during a call, never
  * allocated, and nothing beyond its first `size` bytes is written. Contexts of version 114 have
  * none. A context belongs to one thread at a time, and so does its record. */
@@ -92,6 +93,32 @@ typedef struct vdx_fault {
   char text[64];        /* the beginning of what is at fault, as UTF-8, not terminated; a control
                           byte or malformed byte as \x and two hexadecimal digits */
 } vdx_fault;
+
+/* Words for a code: a result of conversions or a status of the other interfaces. The two share the
+ * number 1, which is VDX_SUCCESS here and XS_SUCCEED in traces, and no other. Each returns a
+ * zero-terminated ASCII text of the library's, never null.
+ *
+ * comn_code_name      "VDX_OVERFLOW"; "unknown" for any other number
+ * comn_code_text      a few words, as "out of range or too long"; "unknown failure"
+ * comn_code_sqlstate  five characters, as "22003"; "HY000" */
+VDX_API const char *comn_code_name(int32_t code);
+VDX_API const char *comn_code_text(int32_t code);
+VDX_API const char *comn_code_sqlstate(int32_t code);
+
+/* What a record says, in one English sentence without a full stop, as UTF-8: "month 13 is not 1 to
+ * 12". It is made of the record alone. Without a reason it is the words of the code.
+ *
+ * context  not looked at; may be null
+ * fault    as a failed call left it; of a short one the fields that it has
+ * buffer   receives the sentence, not terminated
+ * size     room in bytes, not negative (asserted); 256 are enough for every sentence
+ * length   receives the bytes written
+ *
+ * Returns VDX_SUCCESS, or VDX_TRUNCATED where the sentence was cut between characters. Null pointers
+ * besides context are reported; the result is VDX_OVERFLOW where a handler resumes. Nothing is
+ * allocated. */
+VDX_API int32_t comn_fault_text(const vdx_context *context, const vdx_fault *fault, char *buffer,
+                                int32_t size, int32_t *length);
 
 VDX_END_DECLS
 

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "intl/unicode.h"
+#include "number/folded_text.h"
 #include "number/numeric.h"
 #include "number/hex.h"
 
@@ -218,6 +219,32 @@ std::int32_t write_as_varbin(const Call& call, const Text& text) {
   if (!decoded.is_hex) return no_literal(call);
   *call.length = sizeof(vdx_varbin);
   return decoded.is_cut ? VDX_TRUNCATED : VDX_SUCCESS;
+}
+
+void explain_bytes(const Text& text, std::int64_t room, Finding& finding) {
+  FoldedText digits(text.bytes, text.length, text.attributes);
+  digits.skip_blanks();
+  FoldedText prefix = digits;
+  if (prefix.take('0') && (prefix.take('x') || prefix.take('X'))) {
+    digits.next();
+    digits.next();
+  }
+  const FoldedText first = digits;
+  std::int64_t count = 0;
+  for (; digits.more() && hex_value(digits.peek()) <= 15; digits.next()) ++count;
+  const std::int64_t end = digits.position();
+  digits.skip_blanks();
+  if (digits.more()) {
+    digits.tell(&finding,
+                digits.position() != end ? VDX_REASON_LEFT_OVER : VDX_REASON_NOT_HEXADECIMAL);
+    return;
+  }
+  FoldedText cut = first;
+  for (std::int64_t i = count % 2 != 0 && room > 0 ? 1 : 0; i < 2 * room && cut.position() < end;
+       ++i)
+    cut.next();
+  finding.note(VDX_REASON_NO_ROOM, cut.position(), end - cut.position());
+  finding.highest = room;
 }
 
 std::int32_t fit_image(const Call& call, Bytes bytes, std::int32_t length,

@@ -4,6 +4,7 @@
 #define VDX_CONVERT_BYTES_VALUE_H
 
 #include "convert/kinds.h"
+#include "frame/fault.h"
 
 namespace vdx {
 
@@ -22,6 +23,9 @@ std::int32_t write_as_utf16(const Call& call, Bytes bytes);
 // The bytes that a text of hexadecimal digits stands for; none where it has no digits.
 std::int32_t write_as_bytes(const Call& call, const Text& text);
 std::int32_t write_as_varbin(const Call& call, const Text& text);
+
+// What keeps a text from being hexadecimal digits, or what of it has no room in so many bytes.
+void explain_bytes(const Text& text, std::int64_t room, Finding& finding);
 
 // Stores bytes that are shorter or longer than an image of `length` bytes: with zeros appended, or
 // cut.

@@ -5,6 +5,7 @@
 #include "convert/bytes_value.h"
 #include "convert/date_value.h"
 #include "convert/exact_value.h"
+#include "convert/explain.h"
 #include "convert/float_value.h"
 #include "convert/kinds.h"
 #include "convert/text_value.h"
@@ -220,7 +221,10 @@ template <Family Source, Family Destination, typename Way>
     return pointer_missing(function, file, line);
   if (!contract_holds<Source, Destination>(call)) [[unlikely]]
     return contract_broken(function, file, line);
-  return Way::template convert<Source, Destination>(call);
+  const std::int32_t code = Way::template convert<Source, Destination>(call);
+  if (code != VDX_SUCCESS) [[unlikely]]
+    return explained(call.context, call.source_format, call.source, call.format, code);
+  return code;
 }
 
 }  // namespace vdx

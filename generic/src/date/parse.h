@@ -13,6 +13,8 @@
 
 namespace vdx {
 
+struct Finding;
+
 // A text and what governs its reading.
 struct DateText {
   const std::uint8_t* bytes;
@@ -64,6 +66,10 @@ constexpr bool round_to_milliseconds(std::int32_t& microseconds) {
 // for a wrong field.
 std::int32_t parse_by_grammar(const DateText& text, DateMode mode, DateGrain grain,
                               DateFields& fields);
+
+// Reads the text of one of the six datatypes by the grammar, for what it finds: why it is no value, or
+// which of its fields has no value of that type. A range of whole values is for others to check.
+void explain_date(const DateText& text, DateMode mode, DateGrain grain, Finding& finding);
 
 // The straight path of parse_shape.h, in every mode but kClock: false where the grammar has to
 // look. What it reads the grammar reads the same way.

@@ -135,7 +135,7 @@ std::int64_t scan_word(const DateText& text, const vdx_charattr& set, const std:
 
 }  // namespace
 
-bool Tokens::scan(const DateText& text) {
+bool Tokens::scan(const DateText& text, TokenPlaces* places) {
   const vdx_charattr& set = text.attributes != nullptr ? *text.attributes : kAscii;
   for (std::int64_t at = 0; at < text.length;) {
     const std::uint8_t* p = text.bytes + at;
@@ -145,7 +145,13 @@ bool Tokens::scan(const DateText& text) {
       at += c.bytes;
       continue;
     }
-    if (count_ == kMost) return false;
+    if (count_ == kMost) {
+      if (places != nullptr) {
+        places->list[count_++] = {at, left};
+        places->reason = VDX_REASON_TOO_MANY_PARTS;
+      }
+      return false;
+    }
     Token& token = list_[count_++];
     std::int64_t taken = c.bytes;
     if (is_digit(c.fold))
@@ -154,7 +160,14 @@ bool Tokens::scan(const DateText& text) {
       taken = scan_word(text, set, p, left, token);
     else
       token.kind = sign(c.fold);
-    if (token.kind == TokenKind::kEnd) return false;
+    if (places != nullptr) places->list[count_ - 1] = {at, taken};
+    if (token.kind == TokenKind::kEnd) {
+      if (places != nullptr)
+        places->reason = is_digit(c.fold)               ? VDX_REASON_TOO_MANY_DIGITS
+                         : (c.bits & kClassLetter) != 0 ? VDX_REASON_WORD
+                                                        : VDX_REASON_CHARACTER;
+      return false;
+    }
     at += taken;
   }
   return true;

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "date/parse.h"
+#include "frame/fault.h"
 
 namespace vdx {
 
@@ -33,10 +34,24 @@ struct Token {
   std::int32_t value = 0;  // of a number, a month and a half of the day
 };
 
+// Where each token of a text is: wanted for an explanation alone.
+struct TokenPlaces {
+  struct Place {
+    std::int64_t offset = 0, length = 0;
+  };
+  std::int64_t text_length = 0;
+  std::int32_t reason = VDX_REASON_NONE;  // where the last token is none
+  Place list[21];
+};
+
 class Tokens {
  public:
+  static constexpr std::int32_t kMost = 20;
+
   // Reads the tokens of a text; only once. False where it holds anything else, or too many.
-  bool scan(const DateText& text);
+  bool scan(const DateText& text, TokenPlaces* places = nullptr);
+
+  std::int32_t count() const { return count_; }
 
   const Token& operator[](std::int32_t i) const { return list_[i]; }
 
@@ -90,8 +105,6 @@ class Tokens {
   }
 
  private:
-  static constexpr std::int32_t kMost = 20;
-
   std::int32_t count_ = 0;
   Token list_[kMost + 1];  // the last one stays kEnd
 };

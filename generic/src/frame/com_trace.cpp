@@ -27,20 +27,10 @@ struct ResultName {
   const char* name;
 };
 
-#define VDX_RESULT_NAME(name) \
-  { name, #name }
 constexpr ResultName kResultNames[] = {
-    VDX_RESULT_NAME(XS_SUCCEED),      VDX_RESULT_NAME(XS_FAIL),
-    VDX_RESULT_NAME(XS_MEM_ERROR),    VDX_RESULT_NAME(XS_PENDING),
-    VDX_RESULT_NAME(XS_QUIET),        VDX_RESULT_NAME(XS_BUSY),
-    VDX_RESULT_NAME(XS_INTERRUPT),    VDX_RESULT_NAME(XS_CANCELED),
-    VDX_RESULT_NAME(XS_ROW_FAIL),     VDX_RESULT_NAME(XS_END_DATA),
-    VDX_RESULT_NAME(XS_END_RESULTS),  VDX_RESULT_NAME(XS_END_ITEM),
-    VDX_RESULT_NAME(XS_NOMSG),        VDX_RESULT_NAME(XS_TIMED_OUT),
-    VDX_RESULT_NAME(XS_PASSTHRU_EOM), VDX_RESULT_NAME(XS_PASSTHRU_MORE),
-    VDX_RESULT_NAME(XS_TRYING),
+#define STATUS(name, ...) {name, #name},
+#include "lists/codes.list"
 };
-#undef VDX_RESULT_NAME
 
 bool is_usual(std::int32_t value) {
   switch (value) {

@@ -4,6 +4,7 @@
 #include "frame/check.h"
 #include "frame/length.h"
 #include "intl/locale.h"
+#include "intl/text_fault.h"
 #include "intl/utf.h"
 
 namespace vdx {
@@ -48,10 +49,12 @@ std::int32_t comn_charset_convert(const vdx_context* context, const vdx_locale* 
       from, bytes, n, to, static_cast<std::uint8_t*>(destination), static_cast<std::size_t>(size));
   const std::int32_t result = vdx::code_of(text, from, bytes, n);
   *length_out = result == VDX_MALFORMED_UNICODE ? 0 : static_cast<std::int32_t>(text.placed);
+  if (result != VDX_SUCCESS) [[unlikely]]
+    vdx::explain_transcoding(context, {bytes, n, from}, to, size, result);
   return result;
 }
 
-std::int32_t com_intl_xlate(const vdx_context*, const char* from, const char* to,
+std::int32_t com_intl_xlate(const vdx_context* context, const char* from, const char* to,
                             const void* source, std::int32_t length, void* destination,
                             std::int32_t size, std::int32_t* length_out) {
   VDX_CHECK_POINTER(from, VDX_OVERFLOW);
@@ -60,23 +63,26 @@ std::int32_t com_intl_xlate(const vdx_context*, const char* from, const char* to
   *length_out = 0;
   const vdx::NamedCharset* const from_set = vdx::find_charset(from);
   const vdx::NamedCharset* const to_set = vdx::find_charset(to);
-  if (from_set == nullptr || to_set == nullptr) return VDX_TRANSLATION;
-  const vdx::Transcoded text = vdx::transcode(
-      *from_set->attributes, static_cast<const std::uint8_t*>(source),
-      vdx::measured(source, length), *to_set->attributes, static_cast<std::uint8_t*>(destination),
-      static_cast<std::size_t>(size), vdx::Missing::stop);
-  *length_out = static_cast<std::int32_t>(text.placed);
-  switch (text.outcome) {
-    case vdx::Transcoding::done:
-      break;
-    case vdx::Transcoding::full:
-      return VDX_TRUNCATED;
-    case vdx::Transcoding::malformed:
-      return VDX_MALFORMED_UNICODE;
-    case vdx::Transcoding::missing:
-      return VDX_TRANSLATION;
+  if (from_set == nullptr || to_set == nullptr) {
+    vdx::Finding finding;
+    finding.reason = VDX_REASON_CHARACTER_SET;
+    vdx::note_fault(context, VDX_TRANSLATION, VDX_CHAR, VDX_CHAR, finding);
+    return VDX_TRANSLATION;
   }
-  return VDX_SUCCESS;
+  const auto* const bytes = static_cast<const std::uint8_t*>(source);
+  const std::size_t n = vdx::measured(source, length);
+  const vdx::Transcoded text = vdx::transcode(*from_set->attributes, bytes, n, *to_set->attributes,
+                                              static_cast<std::uint8_t*>(destination),
+                                              static_cast<std::size_t>(size), vdx::Missing::stop);
+  *length_out = static_cast<std::int32_t>(text.placed);
+  if (text.outcome == vdx::Transcoding::done) [[likely]]
+    return VDX_SUCCESS;
+  const std::int32_t code = text.outcome == vdx::Transcoding::full        ? VDX_TRUNCATED
+                            : text.outcome == vdx::Transcoding::malformed ? VDX_MALFORMED_UNICODE
+                                                                          : VDX_TRANSLATION;
+  vdx::explain_transcoding(context, {bytes, n, *from_set->attributes}, *to_set->attributes, size,
+                           code);
+  return code;
 }
 
 std::int32_t com__fou_utf8_to_utf16(const void* source, std::int32_t length, void* destination,

@@ -65,35 +65,53 @@ class LongDecimal {
 };
 
 template <typename F>
-std::int32_t read_word(FoldedText& text, bool negative, F& value) {
+std::int32_t read_word(FoldedText& text, bool negative, F& value, Finding* finding) {
   using Limits = std::numeric_limits<F>;
   const bool infinite = (text.peek() | 32) == 'i';
-  if (!text.take_word(infinite ? "inf" : "nan")) return VDX_SYNTAX;
+  if (!text.take_word(infinite ? "inf" : "nan")) {
+    text.tell_no_digit(finding);
+    return VDX_SYNTAX;
+  }
+  const std::int64_t end = text.position();
   text.skip_blanks();
-  if (text.more()) return VDX_SYNTAX;
+  if (text.more()) {
+    text.tell_rest(finding, end, false);
+    return VDX_SYNTAX;
+  }
   value = with_sign(infinite ? Limits::infinity() : Limits::quiet_NaN(), negative);
   return VDX_SUCCESS;
 }
 
 // The full grammar, for any text and any character set.
 template <typename F>
-[[gnu::cold, gnu::noinline]] std::int32_t read_by_grammar(FoldedText text, F& value) {
+[[gnu::cold, gnu::noinline]] std::int32_t read_by_grammar(FoldedText text, F& value,
+                                                          Finding* finding) {
   text.skip_blanks();
   if (!text.more()) {
     value = 0;
     return VDX_SUCCESS;
   }
+  const std::int64_t begin = text.position();
   const bool negative = text.take_sign();
   text.skip_blanks();
-  if (!text.at_digit() && text.peek() != '.') return read_word(text, negative, value);
+  if (!text.at_digit() && text.peek() != '.') return read_word(text, negative, value, finding);
   LongDecimal decimal;
   bool any = false;
   for (; text.at_digit(); text.next(), any = true) decimal.add(text.peek(), false);
-  if (text.take('.'))
+  const bool point = text.take('.');
+  if (point)
     for (; text.at_digit(); text.next(), any = true) decimal.add(text.peek(), true);
-  if (!any || !text.take_exponent(decimal.exponent)) return VDX_SYNTAX;
+  if (!any || !text.take_exponent(decimal.exponent)) {
+    text.tell_no_digit(finding);
+    return VDX_SYNTAX;
+  }
+  const std::int64_t end = text.position();
+  if (finding != nullptr) finding->note_number(negative, begin, end);
   text.skip_blanks();
-  if (text.more()) return VDX_SYNTAX;
+  if (text.more()) {
+    text.tell_rest(finding, end, point);
+    return VDX_SYNTAX;
+  }
   const std::int32_t code = decimal.round(value);
   value = with_sign(value, negative);
   return code;
@@ -191,10 +209,22 @@ template <typename F>
       recognise<kWithPoint | kWithExponent>(text, static_cast<std::uint32_t>(length), number) &&
       round_plain(number, value, code))
     return code;
-  return read_by_grammar(FoldedText(text, length, attributes), value);
+  return read_by_grammar(FoldedText(text, length, attributes), value, nullptr);
 }
 
 }  // namespace
+
+template <typename F>
+std::int32_t explain_float(const std::uint8_t* text, std::int32_t length,
+                           const vdx_charattr& attributes, Finding& finding) {
+  F value;
+  return read_by_grammar(FoldedText(text, length, attributes), value, &finding);
+}
+
+template std::int32_t explain_float<float>(const std::uint8_t*, std::int32_t, const vdx_charattr&,
+                                           Finding&);
+template std::int32_t explain_float<double>(const std::uint8_t*, std::int32_t, const vdx_charattr&,
+                                            Finding&);
 
 template <typename F>
 [[gnu::noinline]] std::int32_t read_any_float(const std::uint8_t* text, std::int32_t length,

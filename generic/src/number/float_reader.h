@@ -33,6 +33,12 @@ template <typename F>
 std::int32_t read_any_float(const std::uint8_t* text, std::int32_t length,
                             const vdx_charattr& attributes, F& value);
 
+// Reads the text by the grammar for what it finds, and returns the same as its reader.
+struct Finding;
+template <typename F>
+std::int32_t explain_float(const std::uint8_t* text, std::int32_t length,
+                           const vdx_charattr& attributes, Finding& finding);
+
 // Reads a text of any length into the nearest float, ties to even: blanks, a sign, blanks, digits
 // with at most one point, an exponent, blanks; nan and inf, in any case, may take the place of
 // the digits. Blank text is 0. Returns VDX_SUCCESS, VDX_OVERFLOW with the largest float of the sign,

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 
+#include "frame/fault.h"
 #include "intl/charattr.h"
 
 namespace vdx {
@@ -16,7 +17,7 @@ namespace vdx {
 class FoldedText {
  public:
   FoldedText(const std::uint8_t* text, std::int32_t length, const vdx_charattr& attributes)
-      : at_(text), end_(text + std::max(length, 0)), attributes_(attributes) {
+      : start_(text), at_(text), end_(text + std::max(length, 0)), attributes_(attributes) {
     fold();
   }
 
@@ -66,6 +67,27 @@ class FoldedText {
     return true;
   }
 
+  // Bytes before the character.
+  std::int64_t position() const { return at_ - start_; }
+  // Notes the character, or the end of the text, as what is at fault.
+  void tell(Finding* finding, std::int32_t reason) const {
+    if (finding == nullptr) return;
+    const std::int64_t length = reason == VDX_REASON_LEFT_OVER ? end_ - at_ : more() ? bytes_ : 0;
+    finding->note(reason, position(), length);
+  }
+  // The same for a character that a number does not go on with, where a digit had to be or, after
+  // the number, with or without blanks between.
+  void tell_no_digit(Finding* finding) const {
+    tell(finding, !more() || peek() == '.'         ? VDX_REASON_NO_DIGIT
+                  : peek() == '-' || peek() == '+' ? VDX_REASON_SECOND_SIGN
+                                                   : VDX_REASON_CHARACTER);
+  }
+  void tell_rest(Finding* finding, std::int64_t number_end, bool point) const {
+    tell(finding, position() != number_end ? VDX_REASON_LEFT_OVER
+                  : point && peek() == '.' ? VDX_REASON_SECOND_POINT
+                                           : VDX_REASON_CHARACTER);
+  }
+
  private:
   void fold() {
     folded_ = 0;
@@ -74,6 +96,7 @@ class FoldedText {
     folded_ = char_fold(attributes_, at_, bytes_);
   }
 
+  const std::uint8_t* start_;
   const std::uint8_t* at_;
   const std::uint8_t* end_;
   const vdx_charattr& attributes_;

@@ -25,23 +25,37 @@ bool append_digit(T& value, T digit, bool minus) {
 }
 
 template <typename T>
-std::int32_t read_by_grammar(FoldedText text, T& out) {
+std::int32_t read_by_grammar(FoldedText text, T& out, Finding* finding) {
   bool sign = false, minus = false;
+  std::int64_t begin = 0;
   out = 0;
   for (; text.peek() == ' ' || text.peek() == '-' || text.peek() == '+'; text.next()) {
     if (text.peek() == ' ') continue;
-    if (sign || (std::is_unsigned_v<T> && text.peek() == '-')) return kScanSyntax;
+    if (sign || (std::is_unsigned_v<T> && text.peek() == '-')) {
+      text.tell(finding, sign ? VDX_REASON_SECOND_SIGN : VDX_REASON_SIGN);
+      return kScanSyntax;
+    }
+    begin = text.position();
     sign = true;
     minus = text.peek() == '-';
   }
+  if (!sign) begin = text.position();
   for (; text.at_digit(); text.next()) {
     if (!append_digit(out, static_cast<T>(text.peek() - '0'), minus)) {
       if (std::is_unsigned_v<T>) out = std::numeric_limits<T>::max();
+      if (finding != nullptr) {
+        while (text.at_digit()) text.next();
+        finding->note_number(minus, begin, text.position());
+      }
       return kScanOverflow;
     }
   }
+  const std::int64_t end = text.position();
+  if (finding != nullptr) finding->note_number(minus, begin, end);
   text.skip_blanks();
-  return text.more() ? kScanSyntax : kScanDone;
+  if (!text.more()) return kScanDone;
+  text.tell_rest(finding, end, false);
+  return kScanSyntax;
 }
 
 }  // namespace
@@ -57,8 +71,24 @@ template <typename T>
 [[gnu::noinline]] std::int32_t scan_any_integer(const std::uint8_t* text, std::int32_t length,
                                                 T& out, const vdx_charattr* attributes) {
   return read_by_grammar(FoldedText(text, length, attributes != nullptr ? *attributes : kLatin1),
-                         out);
+                         out, nullptr);
 }
+
+template <typename T>
+std::int32_t explain_integer(const std::uint8_t* text, std::int32_t length,
+                             const vdx_charattr& attributes, Finding& finding) {
+  T value;
+  return read_by_grammar(FoldedText(text, length, attributes), value, &finding);
+}
+
+template std::int32_t explain_integer<std::int32_t>(const std::uint8_t*, std::int32_t,
+                                                    const vdx_charattr&, Finding&);
+template std::int32_t explain_integer<std::int64_t>(const std::uint8_t*, std::int32_t,
+                                                    const vdx_charattr&, Finding&);
+template std::int32_t explain_integer<std::uint32_t>(const std::uint8_t*, std::int32_t,
+                                                     const vdx_charattr&, Finding&);
+template std::int32_t explain_integer<std::uint64_t>(const std::uint8_t*, std::int32_t,
+                                                     const vdx_charattr&, Finding&);
 
 template std::int32_t scan_any_integer(const std::uint8_t*, std::int32_t, std::int32_t&,
                                        const vdx_charattr*);

@@ -65,6 +65,12 @@ template <typename T>
 std::int32_t scan_any_integer(const std::uint8_t* text, std::int32_t length, T& out,
                               const vdx_charattr* attributes);
 
+// Reads the text by the grammar for what it finds, and returns the same as its readers.
+struct Finding;
+template <typename T>
+std::int32_t explain_integer(const std::uint8_t* text, std::int32_t length,
+                             const vdx_charattr& attributes, Finding& finding);
+
 // Reads `length` bytes of text into out. Blank text is 0. On overflow signed types receive the
 // value as far as it was read, unsigned types their maximum; on a syntax error the value before
 // the offending character, 0 for a wrong sign.

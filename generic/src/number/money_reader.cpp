@@ -11,13 +11,22 @@ namespace {
 // One walk over a text. The value grows digit by digit and keeps what was read when the walk fails.
 class MoneyGrammar {
  public:
-  explicit MoneyGrammar(const FoldedText& text) : text_(text) {}
+  MoneyGrammar(const FoldedText& text, Finding* finding) : text_(text), finding_(finding) {}
 
   std::int32_t read() {
     if (!take_front()) return kMoneySyntax;
-    if (const std::int32_t status = take_digits(); status != kMoneyDone) return status;
-    for (; text_.more(); text_.next())
-      if (!text_.at_class(kClassBlank)) return kMoneySyntax;
+    const std::int32_t status = take_digits();
+    if (finding_ != nullptr) note_number(status);
+    if (status != kMoneyDone) return status;
+    const std::int64_t end = text_.position();
+    for (; text_.more(); text_.next()) {
+      if (text_.at_class(kClassBlank)) continue;
+      if (text_.peek() == ',' && text_.position() == end)
+        text_.tell(finding_, VDX_REASON_GROUP);
+      else
+        text_.tell_rest(finding_, end, places_ >= 0);
+      return kMoneySyntax;
+    }
     return finish();
   }
   std::int64_t value() const { return value_; }
@@ -32,12 +41,26 @@ class MoneyGrammar {
       const std::uint8_t c = text_.peek();
       if (c == ' ') continue;
       const bool is_sign = c == '+' || c == '-';
-      if (!is_sign && !text_.at_class(kClassCurrency)) return true;
+      if (!is_sign && !text_.at_class(kClassCurrency)) {
+        if (!sign && !currency) begin_ = text_.position();
+        return true;
+      }
       bool& seen = is_sign ? sign : currency;
-      if (seen) return false;
+      if (seen) {
+        text_.tell(finding_, is_sign ? VDX_REASON_SECOND_SIGN : VDX_REASON_SECOND_CURRENCY);
+        return false;
+      }
+      if (!sign && !currency) begin_ = text_.position();
       seen = true;
       minus_ = minus_ || c == '-';
     }
+  }
+
+  // After an overflow the rest of the digits belongs to the number, too.
+  void note_number(std::int32_t status) {
+    if (status != kMoneyDone)
+      while (text_.at_digit() || text_.peek() == '.' || text_.peek() == ',') text_.next();
+    finding_->note_number(minus_, begin_, text_.position());
   }
 
   std::int32_t take_digits() {
@@ -89,6 +112,8 @@ class MoneyGrammar {
   }
 
   FoldedText text_;
+  Finding* finding_;
+  std::int64_t begin_ = 0;
   std::int64_t value_ = 0;
   bool minus_ = false;
   bool at_smallest_ = false;
@@ -128,8 +153,8 @@ VDX_INLINE std::int64_t count_of(const PlainNumber& number, std::uint64_t whole,
 }  // namespace
 
 std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
-                                 const vdx_charattr& attributes) {
-  MoneyGrammar grammar{FoldedText(text, length, attributes)};
+                                 const vdx_charattr& attributes, Finding* finding) {
+  MoneyGrammar grammar(FoldedText(text, length, attributes), finding);
   const std::int32_t status = grammar.read();
   value = grammar.value();
   return status;

@@ -19,6 +19,8 @@
 
 namespace vdx {
 
+struct Finding;
+
 enum MoneyStatus : std::int32_t {
   kMoneyDone = 0,
   kMoneyOverflow = 1,
@@ -235,7 +237,7 @@ std::int32_t parse_money(std::int64_t& value, const std::uint8_t* text, std::int
 
 // The same by the grammar alone, one character at a time.
 std::int32_t parse_money_grammar(std::int64_t& value, const std::uint8_t* text, std::int32_t length,
-                                 const vdx_charattr& attributes);
+                                 const vdx_charattr& attributes, Finding* finding = nullptr);
 
 }  // namespace vdx
 

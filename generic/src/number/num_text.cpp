@@ -96,8 +96,8 @@ std::int32_t put_decimal(const LongDecimal& decimal, std::int32_t precision, std
   return put_image(fits, magnitude, decimal.negative, precision, scale, image);
 }
 
-bool read_digits(FoldedText& text, LongDecimal& decimal) {
-  bool any = false, point = false;
+bool read_digits(FoldedText& text, LongDecimal& decimal, bool& point) {
+  bool any = false;
   for (;; text.next()) {
     const std::uint8_t c = text.peek();
     if (c == '.' && !point) {
@@ -217,17 +217,26 @@ void put_numeric(const Exact& value, NumericText& text) {
 
 std::int32_t parse_numeric_grammar(const std::uint8_t* text, std::int32_t length,
                                    const vdx_charattr& attributes, std::int32_t precision,
-                                   std::int32_t scale, void* image) {
+                                   std::int32_t scale, void* image, Finding* finding) {
   FoldedText characters(text, length, attributes);
   LongDecimal decimal;
   characters.skip_blanks();
   if (characters.more()) {
+    const std::int64_t begin = characters.position();
     decimal.negative = characters.take_sign();
     characters.skip_blanks();
-    if (!read_digits(characters, decimal) || !characters.take_exponent(decimal.exponent))
+    bool point = false;
+    if (!read_digits(characters, decimal, point) || !characters.take_exponent(decimal.exponent)) {
+      characters.tell_no_digit(finding);
       return VDX_SYNTAX;
+    }
+    const std::int64_t end = characters.position();
+    if (finding != nullptr) finding->note_number(decimal.negative, begin, end);
     characters.skip_blanks();
-    if (characters.more()) return VDX_SYNTAX;
+    if (characters.more()) {
+      characters.tell_rest(finding, end, point);
+      return VDX_SYNTAX;
+    }
   }
   return put_decimal(decimal, precision, scale, image);
 }

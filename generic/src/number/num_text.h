@@ -7,6 +7,8 @@
 
 namespace vdx {
 
+struct Finding;
+
 // A text of the shape that writers of text take: sixteen bytes behind it may be read.
 struct NumericText {
   static constexpr std::uint32_t kEnd = 104;  // of every text; digits are put in pieces before it
@@ -98,7 +100,7 @@ std::int32_t parse_numeric(const std::uint8_t* text, std::int32_t length,
 // The same by the whole grammar, one character at a time; precision and scale are valid.
 std::int32_t parse_numeric_grammar(const std::uint8_t* text, std::int32_t length,
                                    const vdx_charattr& attributes, std::int32_t precision,
-                                   std::int32_t scale, void* image);
+                                   std::int32_t scale, void* image, Finding* finding = nullptr);
 
 }  // namespace vdx
 
