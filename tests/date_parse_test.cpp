@@ -62,7 +62,8 @@ std::string parse(int entry, std::string_view text, const Options& o,
   if (entry == kDatetime) call(com__datefromchar_mb, &value, &rounded);
   if (entry == kClock)
     code = com__timefromchar_mb(&value, t.bytes, t.length, t.style, t.attributes, &rounded);
-  if (entry >= kBig) code = (entry == kBig ? read_bigdatetime : read_bigtime)(t, big);
+  if (entry >= kBig)
+    call(entry == kBig ? com__bigdatetimefromchar_mb : com__bigtimefromchar_mb, &big);
   if (entry == kDatea || entry == kTimea)
     call(entry == kDatea ? com__dateafromchar_mb : com__timeafromchar_mb, &word);
   EXPECT_TRUE(entry == kDatetime || entry == kClock ? rounded == 0 || rounded == 1 : rounded == -1);

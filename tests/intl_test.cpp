@@ -189,7 +189,7 @@ TEST(Locale, Settings) {
 // The reports of each file: null pointers, then broken contracts.
 constexpr std::tuple<const char*, int, int> kReports[] = {
     {"date", 48, 0},      {"part", 21, 12}, {"dateformat", 12, 0},
-    {"dateparse", 16, 4}, {"dtloc", 6, 7},  {"dateloc", 4, 7},
+    {"dateparse", 24, 6}, {"dtloc", 6, 7},  {"dateloc", 4, 7},
     {"locale", 7, 4},     {"chars", 6, 2},  {"charset", 11, 7}};
 
 // Every function of dates, locales and character sets, called wrongly in every way and resumed: each
@@ -250,10 +250,13 @@ constexpr std::tuple<const char*, int, int> kReports[] = {
 
   nulls(all(com__datefromchar_mb), &d, &c, 1, 0, 1, names, names, nullptr, &i);
   nulls(all(com__dateafromchar_mb, com__timeafromchar_mb), &i, &c, 1, 0, 1, names, names, nullptr);
+  nulls(all(com__bigdatetimefromchar_mb, com__bigtimefromchar_mb), &b, &c, 1, 0, 1, names, names, nullptr);
   nulls(all(com__timefromchar_mb), &d, &c, 1, 0, nullptr, &i);
   answers(com__datefromchar_mb(&d, &c, -1, 0, 1, names, names, nullptr, &i),
           com__dateafromchar_mb(&i, &c, -1, 0, 1, names, names, nullptr),
           com__timeafromchar_mb(&i, &c, -1, 0, 1, names, names, nullptr),
+          com__bigdatetimefromchar_mb(&b, &c, -1, 0, 1, names, names, nullptr),
+          com__bigtimefromchar_mb(&b, &c, -1, 0, 1, names, names, nullptr),
           com__timefromchar_mb(&d, &c, -1, 0, nullptr, &i));
 
   nulls(all(comn_dtloc_format), nullptr, nullptr, VDX_DATETIME, &d, &to, 1, &i);

@@ -66,6 +66,22 @@ VDX_API int32_t com__timefromchar_mb(vdx_datetime *destination, const uint8_t *t
                                      int32_t style, const vdx_charattr *attributes,
                                      int32_t *rounded);
 
+/* The same as com__datefromchar_mb in microseconds, for the years 1 to 9999: a time of day alone is on
+ * 0001-01-01. Zero after a failure. A time of day out of range has a code for each field: 4 hour, 5
+ * minute, 6 second, 7 fraction. */
+VDX_API int32_t com__bigdatetimefromchar_mb(vdx_bigdatetime *destination, const uint8_t *text,
+                                            int32_t length, int32_t style, int32_t order,
+                                            const char *const *months,
+                                            const char *const *short_months,
+                                            const vdx_charattr *attributes);
+
+/* The time of day of such a text, in microseconds, with the same codes. What is left over beside a
+ * date is ignored. Stored on success alone. */
+VDX_API int32_t com__bigtimefromchar_mb(vdx_bigtime *destination, const uint8_t *text,
+                                        int32_t length, int32_t style, int32_t order,
+                                        const char *const *months, const char *const *short_months,
+                                        const vdx_charattr *attributes);
+
 VDX_END_DECLS
 
 #endif

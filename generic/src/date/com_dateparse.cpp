@@ -47,6 +47,27 @@ std::int32_t com__timeafromchar_mb(vdx_timea* destination, const std::uint8_t* t
                          *destination);
 }
 
+std::int32_t com__bigdatetimefromchar_mb(vdx_bigdatetime* destination, const std::uint8_t* text,
+                                         std::int32_t length, std::int32_t style,
+                                         std::int32_t order, const char* const* months,
+                                         const char* const* short_months,
+                                         const vdx_charattr* attributes) {
+  VDX_CHECK_TEXT();
+  VDX_ASSERT(length >= 0, 0);
+  return vdx::read_bigdatetime({text, length, style, order, months, short_months, attributes},
+                               *destination);
+}
+
+std::int32_t com__bigtimefromchar_mb(vdx_bigtime* destination, const std::uint8_t* text,
+                                     std::int32_t length, std::int32_t style, std::int32_t order,
+                                     const char* const* months, const char* const* short_months,
+                                     const vdx_charattr* attributes) {
+  VDX_CHECK_TEXT();
+  VDX_ASSERT(length >= 0, 0);
+  return vdx::read_bigtime({text, length, style, order, months, short_months, attributes},
+                           *destination);
+}
+
 std::int32_t com__timefromchar_mb(vdx_datetime* destination, const std::uint8_t* text,
                                   std::int32_t length, std::int32_t style,
                                   const vdx_charattr* attributes, std::int32_t* rounded) {
