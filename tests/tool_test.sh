@@ -33,7 +33,7 @@ row() {
 }
 
 hint="\nTry 'vdxconv --help'.\n"
-bad='not a value of the datatype (-105)\n'
+odd() { echo "\"$1\" is unexpected (-105)\\n"; }
 
 # Values and their display.
 row 'char i4 "  -42" +7 -8' '' 0 '-42\n7\n-8\n' ''
@@ -53,22 +53,24 @@ row 'char datetime "Jan 2 2008 1:05:09.123PM" --style 9' '' 0 'Jan  2 2008  1:05
 row 'char bigdatetime --style 121 --date-order dmy 3/4/05 2008/3/4 "3 jul 1752"' '' 0 \
   '2005/04/03 00:00:00\n2008/03/04 00:00:00\n1752/07/03 00:00:00\n' ''
 row 'char datetime --hex 1900-01-02T00:00:01' '' 0 '010000002c010000\n' ''
-far='out of range or too long (-101)\n'
 row 'char datetime 1752-12-31 2/30/2008 25:00 yesterday 2008-01-02' '' 1 'Jan  2 2008 12:00AM\n' \
-  "argument:1: \"1752-12-31\": ${far}argument:2: \"2/30/2008\": ${far}argument:3: \"25:00\": ${far}argument:4: \"yesterday\": $bad"
+  "argument:1: \"1752-12-31\": \"1752-12-31\" is below 1753-01-01 (-101)
+argument:2: \"2/30/2008\": day 30 is not 1 to 29 (-101)
+argument:3: \"25:00\": hour 25 is not 0 to 23 (-101)
+argument:4: \"yesterday\": \"yesterday\" is no month (-105)\n"
 
 # Failures are reported and the rest goes on.
-row 'char i4 1 x 3000000000 2' '' 1 '1\n2\n' "argument:2: \"x\": ${bad}argument:3: \"3000000000\": out of range or too long (-101)\n"
-row 'i4 char -m 2 -t 12 1' '' 1 '1\0000\n' 'argument:1: "12": out of range or too long (-101)\n'
+row 'char i4 1 x 3000000000 2' '' 1 '1\n2\n' "argument:2: \"x\": $(odd x)argument:3: \"3000000000\": \"3000000000\" is above 2147483647 (-101)\n"
+row 'i4 char -m 2 -t 12 1' '' 1 '1\0000\n' 'argument:1: "12": the value does not fit into 1 bytes (-101)\n'
 row 'char i4 -q' '\001\033[1m"\\\0303\0251\0200\0302\0205\0177' 1 '' \
-  'stdin:1: "\\x01\\x1b[1m\\"\\\\\0303\0251\\x80\\xc2\\x85\\x7f": '"$bad"
+  'stdin:1: "\\x01\\x1b[1m\\"\\\\\0303\0251\\x80\\xc2\\x85\\x7f": '"$(odd '\\x01')"
 
 # Lines.
-row 'char i4 -q' '1\r\n2\r' 1 '1\n' "stdin:2: \"2\\\\x0d\": $bad"
-row 'char i4 -q --keep-cr' '1\r\n2\n' 1 '2\n' "stdin:1: \"1\\\\x0d\": $bad"
+row 'char i4 -q' '1\r\n2\r' 1 '1\n' "stdin:2: \"2\\\\x0d\": $(odd '\\x0d')"
+row 'char i4 -q --keep-cr' '1\r\n2\n' 1 '2\n' "stdin:1: \"1\\\\x0d\": $(odd '\\x0d')"
 row 'char i4 -q -f -' '1\n\n\r\n3\n' 1 '1\n3\n' 'stdin:2: "": empty (-105)\nstdin:3: "": empty (-105)\n'
 row 'char i4 -q -r rejects' 'a\r\n1\n\nb\0000' 1 '1\n' \
-  "stdin:1: \"a\": ${bad}stdin:3: \"\": empty (-105)\nstdin:4: \"b\\\\x00\": $bad"
+  "stdin:1: \"a\": $(odd a)stdin:3: \"\": empty (-105)\nstdin:4: \"b\\\\x00\": $(odd b)"
 same 'rejects keep line ends' <(printf 'a\r\n\nb\0') rejects
 
 # Wrong usage and trouble.

@@ -59,27 +59,6 @@ constexpr std::array<Datatype, VDX_DATATYPES> kDatatypes = {{
     {"unitextlocator", "handle of a unitext value"},
 }};
 
-struct Reason {
-  int32_t code;
-  std::string_view text;
-};
-
-constexpr Reason kReasons[] = {
-    {VDX_OVERFLOW, "out of range or too long"},
-    {VDX_UNDERFLOW, "below the range"},
-    {VDX_BAD_PRECISION, "precision is not 1 to 77"},
-    {VDX_BAD_SCALE, "scale is not 0 to 77"},
-    {VDX_SYNTAX, "not a value of the datatype"},
-    {VDX_BAD_PADDING, "two kinds of padding"},
-    {VDX_INVALID, "invalid source value"},
-    {VDX_ARITHMETIC, "arithmetic failed"},
-    {VDX_TRUNCATED, "would be shortened"},
-    {VDX_BAD_STYLE, "unknown date style"},
-    {VDX_MALFORMED_UNICODE, "malformed Unicode"},
-    {VDX_TRANSLATION, "no such character in the character set"},
-    {VDX_NO_MONTH_NAMES, "no month names"},
-};
-
 // One formatted line; every field is short.
 template <typename... Arguments>
 void append_line(std::string& text, const char* format, Arguments... arguments) {
@@ -123,12 +102,6 @@ int32_t fixed_length(int32_t datatype) {
   // The length of UTF-16 text is counted in units of two bytes, and it is that of the value.
   if (datatype == VDX_UNICHAR) return 0;
   return comn_typelen(datatype, 0);
-}
-
-std::string_view reason(int32_t code) {
-  for (const Reason& row : kReasons)
-    if (row.code == code) return row.text;
-  return "unknown failure";
 }
 
 std::string list_types() {

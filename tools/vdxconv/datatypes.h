@@ -26,9 +26,6 @@ bool is_text(int32_t datatype);
 // Bytes of a fixed-length datatype, 0 if the length is that of the value.
 int32_t fixed_length(int32_t datatype);
 
-// What a result code of a conversion says about the value.
-std::string_view reason(int32_t code);
-
 std::string list_types();
 std::string list_matrix(vdx_context* context);
 

@@ -31,7 +31,10 @@ Session::Session(vdx_context* context, const Settings& settings)
       out_(kStandardOutput, "standard output"),
       messages_(kStandardError, "standard error"),
       live_(is_terminal(kStandardOutput)),
-      progress_(settings.progress || (!settings.quiet && !live_ && is_terminal(kStandardError))) {}
+      progress_(settings.progress || (!settings.quiet && !live_ && is_terminal(kStandardError))) {
+  fault_.size = sizeof fault_;
+  context->fault = &fault_;
+}
 
 int Session::run() {
   const bool from_lines = settings_.values.empty();
@@ -107,12 +110,25 @@ void Session::report(const Line& line, int32_t code) {
   messages_.put(": ");
   put_quoted(messages_, line.text, line.size);
   messages_.put(": ");
-  messages_.put(line.size == 0 ? "empty" : reason(code));
+  if (line.size == 0)
+    messages_.put("empty");
+  else
+    put_reason(code);
   messages_.put(" (");
   messages_.put(std::to_string(code));
   messages_.put(")\n");
   if (live_) messages_.flush();
   if (rejects_) rejects_->put(line.text, line.whole);
+}
+
+// The record is of this line: a line before it that failed has taken its own away.
+void Session::put_reason(int32_t code) {
+  char text[256];
+  int32_t length = 0;
+  fault_.code = code;
+  comn_fault_text(nullptr, &fault_, text, sizeof text, &length);
+  messages_.put({text, static_cast<std::size_t>(length)});
+  fault_.reason = VDX_REASON_NONE;
 }
 
 void Session::show_results() {

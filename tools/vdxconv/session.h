@@ -11,6 +11,7 @@
 #include "options.h"
 #include "pipeline.h"
 #include "stream.h"
+#include "vdxcomn/fault.h"
 
 namespace vdxconv {
 
@@ -28,12 +29,14 @@ class Session {
   void run_lines(int descriptor);
   void convert(const Line& line);
   void report(const Line& line, int32_t code);
+  void put_reason(int32_t code);
   void show_results();
   void draw_progress(uint64_t consumed, int64_t size);
   void erase_progress();
   void summarise(bool wanted);
 
   const Settings& settings_;
+  vdx_fault fault_{};  // of the context, for as long as the session lives
   Pipeline pipeline_;
   Writer out_;
   Writer messages_;
