@@ -114,6 +114,14 @@ ROWS = [
     ("utf8_to_utf16_mixed_4k", "UTF-8 to UTF-16, 4 KiB, mixed", 1.0),
     ("utf16_to_utf8_ascii_4k", "UTF-16 to UTF-8, 4 KiB, ASCII", 0.1),
     ("utf16_to_utf8_mixed_4k", "UTF-16 to UTF-8, 4 KiB, mixed", 1.0),
+    ("utf8_to_utf16_latin", "UTF-8 to UTF-16, 10-40 characters, Latin with accents", 0.9),
+    ("utf8_to_utf16_latin_4k", "UTF-8 to UTF-16, 4 KiB, Latin with accents", 0.6),
+    ("utf8_to_utf16_ideographs", "UTF-8 to UTF-16, 10-40 characters, ideographs", 1.0),
+    ("utf8_to_utf16_ideographs_4k", "UTF-8 to UTF-16, 4 KiB, ideographs", 0.8),
+    ("utf16_to_utf8_latin", "UTF-16 to UTF-8, 10-40 characters, Latin with accents", 1.0),
+    ("utf16_to_utf8_latin_4k", "UTF-16 to UTF-8, 4 KiB, Latin with accents", 1.0),
+    ("utf16_to_utf8_ideographs", "UTF-16 to UTF-8, 10-40 characters, ideographs", 1.0),
+    ("utf16_to_utf8_ideographs_4k", "UTF-16 to UTF-8, 4 KiB, ideographs", 1.0),
 ]
 
 OURS = "ours"

@@ -17,12 +17,24 @@ namespace {
 using bench::keep;
 using bench::kItems;
 
+char32_t ascii_character(bench::Random& random) {
+  return static_cast<char32_t>(random.between(0x20, 0x7E));
+}
+// One of eight has an accent.
+char32_t latin_character(bench::Random& random) {
+  return random.between(0, 99) < 12 ? static_cast<char32_t>(random.between(0xC0, 0xFF))
+                                    : ascii_character(random);
+}
+char32_t ideograph(bench::Random& random) {
+  return static_cast<char32_t>(random.between(0x4E00, 0x9FFF));
+}
+
 // Half ASCII, the rest letters of two bytes, ideographs and now and then a pair of surrogates.
 char32_t mixed_character(bench::Random& random) {
   const std::uint64_t kind = random.between(0, 63);
-  if (kind < 32) return static_cast<char32_t>(random.between(0x20, 0x7E));
+  if (kind < 32) return ascii_character(random);
   if (kind < 48) return static_cast<char32_t>(random.between(0xA0, 0x5FF));
-  if (kind < 62) return static_cast<char32_t>(random.between(0x4E00, 0x9FFF));
+  if (kind < 62) return ideograph(random);
   return static_cast<char32_t>(random.between(0x1F300, 0x1F6FF));
 }
 
@@ -55,16 +67,14 @@ struct Corpus {
   std::vector<std::uint16_t> results;  // a slot for each text
   std::vector<std::int32_t> lengths;   // in bytes
 
-  Corpus(std::uint64_t seed, std::size_t texts, std::size_t first, std::size_t last, bool is_mixed,
-         bool in_bytes) {
+  Corpus(std::uint64_t seed, std::size_t texts, std::size_t first, std::size_t last,
+         char32_t (*character)(bench::Random&), bool in_bytes) {
     bench::Random random(seed);
     for (std::size_t i = 0; i < texts; ++i) {
       const std::size_t narrow_at = utf8.size(), wide_at = utf16.size();
       for (std::uint64_t left = random.between(first, last); left > 0;) {
         const std::size_t before = utf8.size();
-        append(
-            utf8, utf16,
-            is_mixed ? mixed_character(random) : static_cast<char32_t>(random.between(0x20, 0x7E)));
+        append(utf8, utf16, character(random));
         left -= std::min<std::uint64_t>(left, in_bytes ? utf8.size() - before : 1);
       }
       narrow.push_back({narrow_at, static_cast<std::int32_t>(utf8.size() - narrow_at)});
@@ -153,9 +163,14 @@ void rows(const std::string& kind, Corpus& corpus) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  rows("ascii", keep<Corpus>(51, kItems / 2, 10, 40, false, false));
-  rows("mixed", keep<Corpus>(52, kItems / 2, 10, 40, true, false));
-  rows("ascii_4k", keep<Corpus>(53, 4, 4096, 4096, false, true));
-  rows("mixed_4k", keep<Corpus>(54, 4, 4096, 4096, true, true));
+  const std::pair<const char*, char32_t (*)(bench::Random&)> kinds[] = {{"ascii", ascii_character},
+                                                                        {"mixed", mixed_character},
+                                                                        {"latin", latin_character},
+                                                                        {"ideographs", ideograph}};
+  std::uint64_t seed = 51;
+  for (const auto& [kind, character] : kinds) {
+    rows(kind, keep<Corpus>(seed++, kItems / 2, 10, 40, character, false));
+    rows(std::string(kind) + "_4k", keep<Corpus>(seed++, 4, 4096, 4096, character, true));
+  }
   return bench::run(argc, argv);
 }

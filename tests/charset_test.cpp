@@ -3,7 +3,7 @@
 
 #include "characters.h"
 #include "intl/locale.h"
-#include "intl/unicode.h"
+#include "intl/utf.h"
 #include "vdxcomn/charset.h"
 
 namespace {
@@ -68,12 +68,17 @@ void check_text(const std::string& utf8, const std::string& utf16, std::size_t r
              wide_characters = vdx_test::decode_utf16(vdx_test::bytes_of(utf16));
   const Exact narrow(utf8, shift), wide(utf16, shift);
   Exact to(room, shift);
-  for (const bool swapped : {false, true})
-    expect_same(
-        vdx::to_utf16(vdx::kUtf8, narrow.data, narrow.size, to.data, room / 2, swapped), 2, to,
-        slowly(characters, 1, room / 2 * 2, [=](char32_t c) { return units_of(c, swapped); }));
-  expect_same(vdx::from_utf16(vdx::kUtf8, wide.data, units, to.data, room), 1, to,
-              slowly(wide_characters, 2, room, utf8_of));
+  for (const bool may_shuffle : {false, true}) {
+    for (const bool swapped : {false, true})
+      expect_same(
+          (swapped ? vdx::utf8_to_utf16<true> : vdx::utf8_to_utf16<false>)(narrow.data, narrow.size,
+                                                                           to.data, room / 2,
+                                                                           may_shuffle),
+          2, to,
+          slowly(characters, 1, room / 2 * 2, [=](char32_t c) { return units_of(c, swapped); }));
+    expect_same(vdx::utf16_to_utf8(wide.data, units, to.data, room, may_shuffle), 1, to,
+                slowly(wide_characters, 2, room, utf8_of));
+  }
   EXPECT_EQ(vdx::well_formed_utf8(narrow.data, narrow.size),
             slowly(characters, 1, SIZE_MAX, utf8_of).taken);
   EXPECT_EQ(vdx::well_formed_utf16(wide.data, units),

@@ -1,4 +1,5 @@
-// UTF-8 and UTF-16, character by character; utf_sse2.h does blocks of sixteen bytes where it can.
+// UTF-8 and UTF-16, character by character. utf_shuffle.h does blocks where the processor can shuffle
+// bytes, else utf_sse2.h where it can.
 //
 // On performance: whether a character has one, two or three bytes is as unpredictable as the texts,
 // so the lengths are computed without branches.
@@ -6,7 +7,7 @@
 
 #include <algorithm>
 
-#include "intl/utf_sse2.h"
+#include "intl/utf_shuffle.h"
 
 namespace vdx {
 namespace {
@@ -137,9 +138,10 @@ VDX_INLINE bool narrow_8(const std::uint8_t* units, std::uint8_t* to) {
 }  // namespace
 
 template <std::uint32_t Limit, bool Swapped>
-std::size_t widen_run(const std::uint8_t* from, std::size_t n, std::uint8_t* to) {
+std::size_t widen_run(const std::uint8_t* from, std::size_t n, std::uint8_t* to,
+                      [[maybe_unused]] bool to_the_end) {
 #if defined(VDX_SSE2)
-  return widen_blocks<Limit, Swapped>(from, n, to);
+  return widen_blocks<Limit, Swapped>(from, n, to, to_the_end);
 #else
   std::size_t i = 0;
   for (; i < n && from[i] < Limit; ++i) put_unit<Swapped>(to, i, from[i]);
@@ -148,9 +150,10 @@ std::size_t widen_run(const std::uint8_t* from, std::size_t n, std::uint8_t* to)
 }
 
 template <std::uint32_t Limit>
-std::size_t narrow_run(const std::uint8_t* units, std::size_t n, std::uint8_t* to) {
+std::size_t narrow_run(const std::uint8_t* units, std::size_t n, std::uint8_t* to,
+                       [[maybe_unused]] bool to_the_end) {
 #if defined(VDX_SSE2)
-  return narrow_blocks<Limit>(units, n, to);
+  return narrow_blocks<Limit>(units, n, to, to_the_end);
 #else
   std::size_t i = 0;
   for (; i < n && unit_at(units, i) < Limit; ++i)
@@ -159,7 +162,7 @@ std::size_t narrow_run(const std::uint8_t* units, std::size_t n, std::uint8_t* t
 #endif
 }
 
-using Runs = std::size_t(const std::uint8_t*, std::size_t, std::uint8_t*);
+using Runs = std::size_t(const std::uint8_t*, std::size_t, std::uint8_t*, bool);
 template Runs widen_run<0x80, false>;
 template Runs widen_run<0x80, true>;
 template Runs widen_run<0x100, false>;
@@ -169,11 +172,15 @@ template Runs narrow_run<0x100>;
 
 template <bool Swapped>
 Transcoded utf8_to_utf16(const std::uint8_t* from, std::size_t n, std::uint8_t* to,
-                         std::size_t room) {
-  std::size_t i = widen_run<0x80, Swapped>(from, std::min(n, room), to);
+                         std::size_t room, bool may_shuffle) {
+  const bool shuffles = may_shuffle && can_shuffle();
+  std::size_t i = widen_run<0x80, Swapped>(from, std::min(n, room), to, !shuffles);
   Utf16Sink<Swapped> sink{to, room, i};
   while (i < n) {
-    i = utf8_blocks(from, i, n, sink);
+    if (shuffles) [[likely]]
+      shuffle_blocks<Utf8Shuffler<Swapped>>(from, i, n, to, sink.placed, room);
+    else
+      i = utf8_blocks(from, i, n, sink);
     if (i == n) break;
     const Character c = character_at(from + i, n - i);
     if (c.bytes == 0) return {i, sink.placed, Transcoding::malformed, false};
@@ -187,21 +194,24 @@ Transcoded utf8_to_utf16(const std::uint8_t* from, std::size_t n, std::uint8_t* 
 }
 
 template Transcoded utf8_to_utf16<false>(const std::uint8_t*, std::size_t, std::uint8_t*,
-                                         std::size_t);
+                                         std::size_t, bool);
 template Transcoded utf8_to_utf16<true>(const std::uint8_t*, std::size_t, std::uint8_t*,
-                                        std::size_t);
+                                        std::size_t, bool);
 
 Transcoded utf16_to_utf8(const std::uint8_t* from, std::size_t n, std::uint8_t* to,
-                         std::size_t room) {
-  std::size_t i = narrow_run<0x80>(from, std::min(n, room), to);
+                         std::size_t room, bool may_shuffle) {
+  const bool shuffles = may_shuffle && can_shuffle();
+  std::size_t i = narrow_run<0x80>(from, std::min(n, room), to, !shuffles);
   std::size_t o = i;
   while (i < n) {
+    if (shuffles) [[likely]]
+      shuffle_blocks<Utf16Shuffler>(from, i, n, to, o, room);
     // Units that have room even if each takes three bytes. Each store writes a whole word; later
     // characters overwrite what is too much. So the last few units, which may be half a pair, are
     // left to the exact stores below.
     constexpr std::size_t kCover = 4;
     const std::size_t end = i + std::min(n - i, (room - o) / 3);
-    while (end - i > kCover) {
+    while (!shuffles && end - i > kCover) {
       if (end - i >= 8 && narrow_8(from + 2 * i, to + o)) {
         i += 8;
         o += 8;

@@ -35,20 +35,24 @@ VDX_INLINE void put_unit(std::uint8_t* units, std::size_t i, std::uint32_t unit)
 }
 
 // Places the leading bytes below Limit (0x80 or 0x100) as units and returns their number. There are
-// n bytes, and room for n units.
+// n bytes, and room for n units. If not to_the_end, some of those at its end may be left.
 template <std::uint32_t Limit, bool Swapped>
-std::size_t widen_run(const std::uint8_t* from, std::size_t n, std::uint8_t* to);
+std::size_t widen_run(const std::uint8_t* from, std::size_t n, std::uint8_t* to,
+                      bool to_the_end = true);
 
 // Places the leading units below Limit (0x80 or 0x100) as bytes and returns their number; likewise.
 template <std::uint32_t Limit>
-std::size_t narrow_run(const std::uint8_t* units, std::size_t n, std::uint8_t* to);
+std::size_t narrow_run(const std::uint8_t* units, std::size_t n, std::uint8_t* to,
+                       bool to_the_end = true);
 
+// may_shuffle: whether to use what the processor has beyond the build's own instructions. The results
+// are the same.
 template <bool Swapped>
 Transcoded utf8_to_utf16(const std::uint8_t* from, std::size_t n, std::uint8_t* to,
-                         std::size_t room);
+                         std::size_t room, bool may_shuffle = true);
 
 Transcoded utf16_to_utf8(const std::uint8_t* from, std::size_t n, std::uint8_t* to,
-                         std::size_t room);
+                         std::size_t room, bool may_shuffle = true);
 
 }  // namespace vdx
 

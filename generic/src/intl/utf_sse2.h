@@ -90,7 +90,8 @@ VDX_INLINE std::size_t ascii_run_of_few(const std::uint8_t* from, std::size_t n)
 }
 
 template <std::uint32_t Limit, bool Swapped>
-VDX_INLINE std::size_t widen_blocks(const std::uint8_t* from, std::size_t n, std::uint8_t* to) {
+VDX_INLINE std::size_t widen_blocks(const std::uint8_t* from, std::size_t n, std::uint8_t* to,
+                                    bool to_the_end) {
   const auto high = [](__m128i block) { return Limit == 0x80 ? high_bits(block) : 0u; };
   if (n < 16) {
     const std::size_t run = Limit == 0x80 ? ascii_run_of_few(from, n) : n;
@@ -123,6 +124,7 @@ VDX_INLINE std::size_t widen_blocks(const std::uint8_t* from, std::size_t n, std
   for (; n - i >= 16; i += 16) {
     const __m128i block = block_at(from + i);
     if (const std::uint32_t bits = high(block); bits != 0) {
+      if (!to_the_end) return i;
       const auto run = static_cast<std::size_t>(std::countr_zero(bits));
       widen_few<Swapped>(from + i, run, to + 2 * i);
       return i + run;
@@ -136,6 +138,7 @@ VDX_INLINE std::size_t widen_blocks(const std::uint8_t* from, std::size_t n, std
     widen_16<Swapped>(last, to + 2 * n - 32);
     return n;
   }
+  if (!to_the_end) return i;
   const std::size_t run = n - 16 + static_cast<std::size_t>(std::countr_zero(bits)) - i;
   widen_few<Swapped>(from + i, run, to + 2 * i);
   return i + run;
@@ -162,7 +165,8 @@ VDX_INLINE std::uint32_t narrow_bits(__m128i a, __m128i b) {
 }
 
 template <std::uint32_t Limit>
-VDX_INLINE std::size_t narrow_blocks(const std::uint8_t* units, std::size_t n, std::uint8_t* to) {
+VDX_INLINE std::size_t narrow_blocks(const std::uint8_t* units, std::size_t n, std::uint8_t* to,
+                                     bool to_the_end) {
   std::size_t i = 0;
   if (n >= 8 && n <= 32) {
     // Blocks from both ends, which may overlap.
@@ -193,6 +197,7 @@ VDX_INLINE std::size_t narrow_blocks(const std::uint8_t* units, std::size_t n, s
     if (narrow_bits<Limit>(block, block) != 0xFFFF) break;
     put_half(to + i, _mm_packus_epi16(block, block));
   }
+  if (!to_the_end && n >= 8) return i;
   // Fewer than eight units are left, or one of the first eight is not below the limit.
   std::size_t run = 0;
   while (run < n - i && unit_at(units, i + run) < Limit) ++run;
