@@ -219,15 +219,20 @@ std::size_t well_formed(const vdx_charattr& set, const std::uint8_t* bytes, std:
   return whole_characters(set, bytes, n, n);
 }
 
+// A function of its own has its result made where the caller wants it. A copy would wait for the stores
+// of its parts.
+static Transcoded from_units(const vdx_charattr& set, const std::uint8_t* from, std::size_t n,
+                             std::uint8_t* to, std::size_t room, Missing missing) {
+  Transcoded result = from_utf16(set, from, n / 2, to, room, missing);
+  result.taken *= 2;
+  return result;
+}
+
 Transcoded transcode(const vdx_charattr& from_set, const std::uint8_t* from, std::size_t n,
                      const vdx_charattr& to_set, std::uint8_t* to, std::size_t room,
                      Missing missing) {
   if (from_set.encoding == to_set.encoding) return copy_checked(from_set, from, n, to, room);
-  if (from_set.encoding == Encoding::utf16) {
-    Transcoded result = from_utf16(to_set, from, n / 2, to, room, missing);
-    result.taken *= 2;
-    return result;
-  }
+  if (from_set.encoding == Encoding::utf16) return from_units(to_set, from, n, to, room, missing);
   constexpr std::size_t kUnits = 256;
   std::uint16_t units[kUnits];
   Transcoded state{0, 0, Transcoding::done, false};
