@@ -71,7 +71,8 @@ enum {
  * A destination with offsets stops before the first row that the room, or 2^31 - 1 for offsets of
  * four bytes, does not hold: rows_done is that row's number, offsets end there, and values after the
  * last offset are unspecified. A call with a source that begins there, and more room, does the rest.
- * Where maxlength is above 2048, a row that is cut to maxlength may stop up to three bytes early.
+ * With a maxlength above 2048, the call may stop before a row that fails although what it stores would
+ * just fit, if less room than four times the bytes of its source is left.
  *
  * Threads can share one column: each takes rows of its own, as columns that begin there, with a
  * number of rows before it that 8 divides if they share a bitmap.

@@ -307,6 +307,11 @@ class Driver {
       finding.reason = what == Content::empty ? VDX_REASON_EMPTY : VDX_REASON_INVALID;
     note_fault(context_, code, source_.datatype, destination_.datatype, finding);
     std::int32_t length;
+    unsigned char aside[kAside];
+    if (has_offsets(layout_) && maxlength_ <= kAside) {  // the room that is left may be less
+      to = aside;
+      room = maxlength_;
+    }
     if (what == Content::value) convert_row(row, to, room, length);
     note_row(context_, first_ + static_cast<std::int64_t>(row));
     context_->fault = fault_ = nullptr;
@@ -382,19 +387,23 @@ class Driver {
     return n;
   }
 
-  // Where less than maxlength bytes are left: false where the row's text is longer than they are.
+  // Where less than maxlength bytes are left: false where the row's text is longer than they are. A text
+  // is at most four times as long as the text that it is made of, and every other one short.
   bool convert_tightly(std::size_t i, unsigned char* to, std::int32_t room, std::int32_t& code,
                        std::int32_t& length) {
-    if (maxlength_ <= kAside) {
+    const std::int64_t most = 4 * (offsets_[i + 1] - offsets_[i]) + 4;
+    const bool padded = (to_.format & (VDX_FMT_PADNULL | VDX_FMT_PADBLANK)) != 0;
+    if (maxlength_ <= kAside || (most <= kAside && !padded)) {
       unsigned char aside[kAside];
-      code = convert_row(i, aside, maxlength_, length);
+      code = convert_row(i, aside, std::min(maxlength_, kAside), length);
       if (length > room) return false;
       std::memcpy(to, aside, static_cast<std::size_t>(length));
       return true;
     }
     code = convert_row(i, to, room, length);
-    return code != VDX_OVERFLOW && code != VDX_TRUNCATED &&
-           (length == 0 || (to_.format & (VDX_FMT_PADNULL | VDX_FMT_PADBLANK)) == 0);
+    if (most <= room && !padded) return true;
+    if (code == VDX_SUCCESS) return length == 0 || !padded;
+    return length == 0 && code != VDX_OVERFLOW && code != VDX_TRUNCATED;
   }
 
   void put_offset(std::int64_t row, std::int64_t offset) {
