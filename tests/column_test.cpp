@@ -36,31 +36,13 @@ Bytes text_row(Random& random) {
     text = std::string(date).substr(0, random.of(kLengths));
     if (random.below(30) == 0) text[random.below(text.size())] = "T/x61 "[random.below(6)];
   } else if (random.below(4) == 0) {
-    static constexpr const char* kEdges[] = {"999999999999999.",
-                                             "99999999999999.9",
-                                             "999999999999999",
-                                             "9999999999999.99",
-                                             "99999999999.9999",
-                                             "9999999999.99999",
-                                             "2147483647",
-                                             "2147483648",
-                                             "-2147483648",
-                                             "-2147483649",
-                                             "4294967296",
-                                             "4294967295",
-                                             "32768",
-                                             "-32768",
-                                             "255",
-                                             "256",
-                                             "214748.3647",
-                                             "214748.3648",
-                                             "-214748.3648",
-                                             "-",
-                                             ".",
-                                             "-.",
-                                             "+",
-                                             "9999999999999999",
-                                             "-999999999999999"};
+    // clang-format off
+    static constexpr const char* kEdges[] = {
+        "999999999999999.", "99999999999999.9", "999999999999999", "9999999999999.99", "99999999999.9999",
+        "9999999999.99999", "2147483647", "2147483648", "-2147483648", "-2147483649", "4294967296",
+        "4294967295", "32768", "-32768", "255", "256", "214748.3647", "214748.3648", "-214748.3648", "-",
+        ".", "-.", "+", "9999999999999999", "-999999999999999"};
+    // clang-format on
     text = random.of(kEdges);
   } else {
     text = std::string(random.below(2), '-') + std::to_string(random.sized());
@@ -68,7 +50,8 @@ Bytes text_row(Random& random) {
     if (random.below(9) == 0) text = text.substr(0, random.below(3));
   }
   if (random.below(6) == 0) text.insert(random.below(2) * text.size(), random.below(40), ' ');
-  if (random.below(9) == 0) text[random.below(text.size() + 1)] = "x9 -+.:\xE9"[random.below(8)];
+  if (!text.empty() && random.below(9) == 0)
+    text[random.below(text.size())] = "x9 -+.:\xE9"[random.below(8)];
   if (random.below(20) == 0) text.resize(random.below(71), '0');
   return bytes_of(text);
 }
