@@ -248,7 +248,7 @@ const BadCall kContracts[] = {
     {"(timea, unichar, ", [] { call_with(comn_timeatounichar, VDX_BIGTIME, VDX_UNICHAR, 2); }},
 };
 
-// Files with checks and lists of conversions; none where the sources may not be at hand.
+// Files with checks and lists of conversions; none where the sources may be missing.
 std::map<std::string, std::filesystem::path> checked_files() {
   std::map<std::string, std::filesystem::path> files;
 #if !defined(_WIN32)

@@ -40,7 +40,7 @@ void release_parse_turn() {
 }
 
 // The system gives a dead thread's number to another, so the mutex is asked as well: its owner takes
-// it once more, a namesake of a dead holder is told that it was abandoned.
+// it once more; a thread with the number of a dead holder learns that the mutex was abandoned.
 bool has_parse_turn() {
   if (holder.load(std::memory_order_relaxed) != GetCurrentThreadId()) return false;
   const HANDLE mutex = made_turn();

@@ -1,4 +1,4 @@
-// What is told of a conversion that failed, where its context has a record for that.
+// Why a conversion failed, for a context that has a record for it.
 #ifndef VDX_CONVERT_EXPLAIN_H
 #define VDX_CONVERT_EXPLAIN_H
 
