@@ -7,8 +7,8 @@
  *
  * Every conversion of a single value (conversions.h), comn_charset_convert and com_intl_xlate fill
  * the record of such a context before they return a negative code; calls that only make a failed
- * check do not. Success does not touch the record, so what it holds belongs to the last failure. Codes, stored values and lengths are the same with and
- * without a record. The record is the caller's; it is read and written only during a call, never
+ * check do not. Success does not touch the record, so what it holds belongs to the last failure.
+ * Codes, stored values and lengths are the same with and without a record. The record is the caller's; it is read and written only during a call, never
  * allocated, and nothing beyond its first `size` bytes is written. Contexts of version 114 have
  * none. A context belongs to one thread at a time, and so does its record. */
 #ifndef VDXCOMN_FAULT_H
